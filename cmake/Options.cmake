@@ -1,0 +1,26 @@
+# Language level, warnings and sanitizers for everything in the tree.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# The library and the programs lie at the top of the build folder.
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+                    $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
+if(QUORVID_WERROR)
+  add_compile_options(-Werror)
+endif()
+if(QUORVID_SANITIZE)
+  add_compile_options(-fsanitize=${QUORVID_SANITIZE} -fno-omit-frame-pointer -g
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${QUORVID_SANITIZE})
+endif()
+
+find_package(Threads REQUIRED)

@@ -1,0 +1,7 @@
+// Marks what libquorvid.so offers to a host; everything else in the library is hidden.
+#ifndef QUORVID_PLATFORM_EXPORT_H
+#define QUORVID_PLATFORM_EXPORT_H
+
+#define QUORVID_API __attribute__((visibility("default")))
+
+#endif
