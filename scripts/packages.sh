@@ -1,0 +1,12 @@
+# The Debian packages that the project needs, by purpose. Sourced by setup.sh.
+build_packages=(
+  g++ cmake ninja-build pkg-config ca-certificates
+  libsdl2-dev libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri
+  libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libyuv-dev
+  libpng-dev libcairo2-dev fonts-dejavu-core libasio-dev libcli11-dev nlohmann-json3-dev
+)
+test_packages=(googletest libgtest-dev libgmock-dev ffmpeg xvfb xauth)
+check_packages=(
+  clang clang-format clang-tidy
+  g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu qemu-user-static
+)
