@@ -1,0 +1,63 @@
+#include "quorvid/platform/Thread.h"
+
+#include <atomic>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "quorvid/platform/Log.h"
+
+namespace quorvid {
+
+struct Thread::State {
+  std::function<void()> body;
+  std::atomic<bool> executing{false};
+  std::atomic<bool> cancelled{false};
+  bool started = false;
+
+  // On the new thread. What the body held is let go before the thread counts as ended.
+  void run() {
+    const std::function<void()> running = std::exchange(body, nullptr);
+    running();
+  }
+};
+
+Thread::Thread(std::function<void()> body) : state_(std::make_shared<State>()) {
+  state_->body = std::move(body);
+}
+
+// The thread is detached and keeps the state for itself.
+Thread::~Thread() = default;
+
+void Thread::start() {
+  if (std::exchange(state_->started, true) || !state_->body) {
+    return;
+  }
+  state_->executing = true;
+  try {
+    // The state outlives this object, which the body's own captures may take with them.
+    const std::shared_ptr<State> state = state_;
+    std::thread([state] {
+      state->run();
+      state->executing = false;
+    }).detach();
+  } catch (const std::system_error& error) {
+    logMessage("Thread: not started: %s", error.what());
+    state_->executing = false;
+    const std::function<void()> dropped = std::exchange(state_->body, nullptr);
+  }
+}
+
+void Thread::cancel() {
+  state_->cancelled = true;
+}
+
+bool Thread::isExecuting() const {
+  return state_->executing;
+}
+
+bool Thread::isCancelled() const {
+  return state_->cancelled;
+}
+
+}  // namespace quorvid
