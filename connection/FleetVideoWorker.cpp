@@ -1,0 +1,106 @@
+// The fleet dialect: an answer, then packets that follow each other without a mark.
+#include <chrono>
+#include <cstdio>
+
+#include "connection/Pause.h"
+#include "connection/VehicleConnection.h"
+#include "connection/VideoRequest.h"
+#include "connection/VideoWorker.h"
+
+namespace quorvid {
+namespace {
+
+class FleetVideoWorker final : public VideoWorker {
+ public:
+  explicit FleetVideoWorker(const VideoCall& call) : VideoWorker(call) {}
+
+ private:
+  enum State : int32_t { kReadAnswer = 801, kReadHeader = 802, kReadPayload = 803 };
+  enum PacketKind : uint8_t { kVideo = 'V', kDropped = 'A' };
+
+  int32_t beginConnection() override;
+  int32_t sendRequest(int32_t socket) override;
+  int32_t step(int32_t state) override;
+
+  int32_t readAnswer();
+  int32_t readHeader();
+  int32_t readPayload();
+  void waitForConsumer() const;
+
+  // Zero at the start of a connection, so that a peer that closes before its first header fails;
+  // after that a field that does not arrive keeps its last value.
+  int32_t answerStatus_ = 0;
+  uint8_t packetKind_ = 0;
+  int32_t payloadLen_ = 0;
+};
+
+int32_t FleetVideoWorker::beginConnection() {
+  answerStatus_ = 0;
+  packetKind_ = 0;
+  payloadLen_ = 0;
+  return kReadAnswer;
+}
+
+int32_t FleetVideoWorker::sendRequest(int32_t socket) {
+  return SendRequestForFleet(socket, source().channel, source().acc, source().pwd, call().timestamp,
+                             call().carId);
+}
+
+int32_t FleetVideoWorker::step(int32_t state) {
+  switch (state) {
+    case kReadAnswer:
+      return readAnswer();
+    case kReadHeader:
+      return readHeader();
+    case kReadPayload:
+      return readPayload();
+    default:
+      return state;
+  }
+}
+
+//  0              4           8                 18
+//  | answerStatus | skipped   | skipped         |
+int32_t FleetVideoWorker::readAnswer() {
+  if (!receiveField(&answerStatus_, 4) || answerStatus_ != 0) return kBroken;
+  return discard(4) && discard(10) ? kReadHeader : kBroken;
+}
+
+//  0            1            5           9                 19
+//  | packetKind | payloadLen | skipped   | skipped         | payload ...
+int32_t FleetVideoWorker::readHeader() {
+  if (!receiveField(&packetKind_, 1)) return kBroken;
+  if (packetKind_ != kVideo && packetKind_ != kDropped) return kBroken;
+  if (!receiveField(&payloadLen_, 4) || !isPayloadLength(payloadLen_)) return kBroken;
+  return discard(4) && discard(10) ? kReadPayload : kBroken;
+}
+
+int32_t FleetVideoWorker::readPayload() {
+  if (packetKind_ == kVideo) waitForConsumer();
+  const int32_t count = receivePayload(payloadLen_);
+  if (count < 0) return kBroken;
+  if (packetKind_ == kVideo) deliver(count);
+  return kReadHeader;
+}
+
+void FleetVideoWorker::waitForConsumer() const {
+  for (int counter = 0; counter < 500; ++counter) {
+    if (!frameIsWaiting()) {
+      printf("Wait to canGetFrame %d\n", counter);
+      return;
+    }
+    pauseFor(std::chrono::milliseconds(1));
+  }
+}
+
+}  // namespace
+}  // namespace quorvid
+
+int32_t ThreadVideoSourceForFleet(const char* host, int32_t mediaPort, int32_t cmdPort,
+                                  int32_t channel, const char* acc, const char* pwd,
+                                  uint8_t* isCancel, const char* timestamp, const char* carId,
+                                  uint8_t* canGetFrame, uint8_t* frameData, int32_t* frameLen) {
+  return quorvid::FleetVideoWorker({host, mediaPort, cmdPort, channel, acc, pwd, isCancel,
+                                    timestamp, carId, canGetFrame, frameData, frameLen})
+      .run();
+}

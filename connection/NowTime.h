@@ -1,0 +1,13 @@
+// NowTime: the time text of a diagnostic.
+#ifndef QUORVID_CONNECTION_NOWTIME_H
+#define QUORVID_CONNECTION_NOWTIME_H
+
+namespace quorvid {
+
+// The local time as asctime writes it, with its line end. The storage belongs to the calling thread
+// and is overwritten by that thread's next call.
+extern "C" char* getNowTime(void);
+
+}  // namespace quorvid
+
+#endif

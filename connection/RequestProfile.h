@@ -1,0 +1,16 @@
+// RequestProfile: the socket options that every request is sent under.
+#ifndef QUORVID_CONNECTION_REQUESTPROFILE_H
+#define QUORVID_CONNECTION_REQUESTPROFILE_H
+
+#include <cstdint>
+
+namespace quorvid {
+
+// Sets the options on a connected socket, where they stay in force for the stream that follows: no
+// read or write waits longer than 10 s, and closing resets the connection at once. An option that
+// the system refuses leaves the socket as it was.
+void applyRequestProfile(int32_t socket);
+
+}  // namespace quorvid
+
+#endif

@@ -1,0 +1,98 @@
+#include "connection/ServerConnection.h"
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "connection/NowTime.h"
+
+namespace quorvid {
+namespace {
+
+// gethostbyname keeps the resolver's order (getaddrinfo re-sorts), and the order decides: only the
+// first address is ever tried.
+bool resolveFirstAddress(const char* host, in_addr& address) {
+  constexpr size_t kMostWork = 1 << 20;
+  if (host == nullptr) return false;
+  for (size_t size = 2048; size <= kMostWork; size *= 2) {
+    const std::unique_ptr<char[]> work(new (std::nothrow) char[size]);
+    hostent entry{};
+    hostent* found = nullptr;
+    int resolverError = 0;
+    if (work == nullptr) return false;
+    const int status = gethostbyname_r(host, &entry, work.get(), size, &found, &resolverError);
+    if (status == ERANGE) continue;
+    if (status != 0 || found == nullptr || found->h_addr_list[0] == nullptr) return false;
+    memcpy(&address, found->h_addr_list[0], sizeof address);
+    return true;
+  }
+  return false;
+}
+
+// Descriptor 0 means "not connected" to the workers, so a socket that comes back as 0 (a host that
+// closed its standard input) is moved to a higher one.
+int32_t createSocket() {
+  const int32_t created = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
+  if (created != 0) return created;
+  const int32_t moved = ::fcntl(created, F_DUPFD_CLOEXEC, 1);
+  ::close(created);
+  return moved;
+}
+
+// A connect that a signal interrupts goes on by itself; its outcome is told once it is writable.
+bool awaitConnected(int32_t descriptor) {
+  pollfd ready{descriptor, POLLOUT, 0};
+  while (::poll(&ready, 1, -1) < 0) {
+    if (errno != EINTR) return false;
+  }
+  int error = 0;
+  socklen_t size = sizeof error;
+  return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+}
+
+bool connectTo(int32_t descriptor, const sockaddr_in& peer) {
+  if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0)
+    return true;
+  return errno == EINTR && awaitConnected(descriptor);
+}
+
+}  // namespace
+
+extern "C" int32_t ConnectToServer(const char* host, int32_t port) {
+  sockaddr_in peer{};
+  if (!resolveFirstAddress(host, peer.sin_addr)) {
+    printf("%s Gethostname error\n", getNowTime());
+    return -1;
+  }
+  peer.sin_family = AF_INET;
+  peer.sin_port = htons(static_cast<uint16_t>(port));
+  Socket socket(createSocket());
+  if (!connectTo(socket.descriptor(), peer)) {
+    printf("ConnectToHost connect to %s fail\n", host);
+    return -1;
+  }
+  const int32_t connected = socket.descriptor();
+  socket.forget();
+  return connected;
+}
+
+void Socket::open(int32_t descriptor) {
+  close();
+  descriptor_ = descriptor;
+}
+
+void Socket::close() {
+  if (isOpen()) ::close(descriptor_);
+  descriptor_ = -1;
+}
+
+}  // namespace quorvid

@@ -1,0 +1,17 @@
+// SocketIO: the two ways of writing that never raise SIGPIPE. readn and writen are public.
+#ifndef QUORVID_CONNECTION_SOCKETIO_H
+#define QUORVID_CONNECTION_SOCKETIO_H
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quorvid {
+
+// One write() as far as the result goes, on any kind of descriptor, but without the signal.
+ssize_t writeOnce(int32_t fd, const void* data, size_t size);
+
+}  // namespace quorvid
+
+#endif

@@ -1,0 +1,185 @@
+// VehicleConnection: live video, device lists, relays and positions from a vehicle server over TCP.
+//
+// The Thread... functions block the thread they are called on, for a whole session where they
+// stream or poll; give each a thread of its own. Any number may run at once. Texts are
+// NUL-terminated, stay the caller's and must last until the call returns.
+//
+// Effects on the process: diagnostics go to standard output through printf; SIGPIPE is never
+// raised; sockets are close-on-exec; a text that does not fit its field in a request ends the
+// process with abort() after one line on standard error. The fields hold 31 characters, carId on
+// the car and relay paths 63. Check texts before the call.
+//
+// Flags are single bytes of which only bit 0 counts. Read and write them as atomics (acquire and
+// release): no lock guards them.
+//
+// All integers on the wire are 32 bits, little-endian. One request goes out per connection.
+#ifndef QUORVID_CONNECTION_VEHICLECONNECTION_H
+#define QUORVID_CONNECTION_VEHICLECONNECTION_H
+
+#include <stdint.h>
+
+#define QUORVID_CONNECTION_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// Reads exactly n bytes from fd into buf, resuming after signals.
+//
+// Any thread. Returns n, fewer when the stream ended first, 0 for n <= 0, or -1 on an error
+// (a receive timeout is one; bytes read before it are lost).
+QUORVID_CONNECTION_API int32_t readn(int32_t fd, void* buf, int32_t n);
+
+// Writes exactly n bytes of buf to fd (socket, pipe or file), resuming after signals.
+//
+// Any thread. Returns n (also when n <= 0, without writing), or -1 on an error, with errno set; a
+// peer that is gone is EPIPE or ECONNRESET, never a signal.
+QUORVID_CONNECTION_API int32_t writen(int32_t fd, const void* buf, int32_t n);
+
+// Streams one camera channel of a fleet device into a one-frame slot until cancelled.
+//
+// Blocks its thread. Reconnects 3 s after any failure, for ever; a peer that closed in order is
+// not noticed, so a host restarts a stream that stands still. Setting isCancel ends the call after
+// the blocking step under way (a read: at most 10 s without data; a pause: 3 s; a connect: as long
+// as the system tries).
+//
+//   host, mediaPort   server; only the low 16 bits of the port count
+//   cmdPort           kept, not used
+//   channel           0-based camera channel, two characters at most in decimal
+//   acc, pwd, timestamp  not part of the fleet request; may be null
+//   isCancel          set by the caller to end the session
+//   carId             device identifier
+//   canGetFrame       1: a frame waits in the slot; the consumer clears it once done with the
+//   bytes.
+//                     Cleared by the worker at its start and when a connection breaks
+//   frameData         131072 bytes of the caller's, filled with one unit of H.264
+//   frameLen          bytes in frameData, 1..131072, valid while canGetFrame is 1
+//
+// A frame not taken within half a second is overwritten by the next one. For nearly every frame the
+// line "Wait to canGetFrame N" says after how many milliseconds the slot was found free.
+// Returns 0 after cancellation, -1 when memory for the session could not be had.
+//
+// Fleet request, 81 bytes:
+//   +0 "001"  +3 carId[32]  +35 channel as two digits  +37 "L"  +38 zero[43]
+//
+// Fleet stream: an answer of 18 bytes, then packets.
+//   answer   +0 answerStatus (0 or the connection ends)  +4 skipped[14]
+//   packet   +0 packetKind ('V' video, 'A' dropped, else the connection ends)
+//            +1 payloadLen (0..131072 or the connection ends)  +5 skipped[14]  +19 payload
+QUORVID_CONNECTION_API int32_t ThreadVideoSourceForFleet(const char* host, int32_t mediaPort,
+                                                         int32_t cmdPort, int32_t channel,
+                                                         const char* acc, const char* pwd,
+                                                         uint8_t* isCancel, const char* timestamp,
+                                                         const char* carId, uint8_t* canGetFrame,
+                                                         uint8_t* frameData, int32_t* frameLen);
+
+// Streams one camera channel from a car relay: arguments, slot and result as for the fleet.
+//
+// Blocks its thread. acc and pwd go out together or, if either is null, both empty; timestamp and
+// carId may be null. The stream is searched for its tag byte by byte, so any damage is skipped.
+//
+// Car request, 500 bytes:
+//   +0 "3GTXV100"  +8 2  +12 164  +16 acc[32]  +48 pwd[32]  +80 timestamp[32]  +112 carId[64]
+//   +176 byte 2  +177 byte 1  +178 byte channel + 1  +179 byte 0  +180 zero[320]
+//
+// Car stream: frames, each found by its tag.
+//   +0 "3GTSV100"  +8 frameSeq  +12 skipped[4]  +16 payloadLen (0..131072)
+//   +20 info[16], of which info[13] is frameType  +36 payload
+// A frame of type 3 is dropped unless frameSeq follows that of the last accepted frame.
+QUORVID_CONNECTION_API int32_t ThreadVideoSourceForCar(const char* host, int32_t mediaPort,
+                                                       int32_t cmdPort, int32_t channel,
+                                                       const char* acc, const char* pwd,
+                                                       uint8_t* isCancel, const char* timestamp,
+                                                       const char* carId, uint8_t* canGetFrame,
+                                                       uint8_t* frameData, int32_t* frameLen);
+
+// One device as the server describes it. The fields are copied as they come; only itemLen has a
+// meaning here. On the wire the record is packed and its integers have 4 bytes; where a long has 8,
+// the low half is filled and the high half left as it was (start from a zeroed table).
+//
+//   +0 itemLen, the record's length on the wire: from 284 on, itemLen - 280 more bytes follow
+//   +4 blk64  +68 blkA32  +100 blkB32  +132 numA  +136 numB
+//   +140 byteA  +141 byteB  +142 byteC  +143 blk9  +152 blk128  +280
+typedef struct DevInfoItem {
+  long itemLen;
+  uint8_t blk64[64];
+  uint8_t blkA32[32];
+  uint8_t blkB32[32];
+  long numA;
+  long numB;
+  uint8_t byteA;
+  uint8_t byteB;
+  uint8_t byteC;
+  uint8_t blk9[9];
+  uint8_t blk128[128];
+} DevInfoItem;
+
+// A table for ThreadGetCarGPS, zero at the start of the program.
+QUORVID_CONNECTION_API extern DevInfoItem myDevInfoItemsForGPS[200];
+
+// Records that the poll under way has read; 0 from each new connection on. Written by
+// ThreadGetCarGPS on its thread, so run one poller at a time.
+QUORVID_CONNECTION_API extern int32_t carCount;
+
+// Asks once for the devices that an account may see.
+//
+// Blocks its thread until the reply is complete or fails (10 s without a byte is a failure).
+//
+//   items             at least 200 records, filled from index 0; more are not asked for
+//   count             grows by 1 for each complete record; the caller sets it to 0 before
+//   host, port        server; port2 is not used
+//   acc, pwd, text3   may be null
+//   done              becomes 1 on success, else is left alone
+//
+// Returns 0 on success. Returns -1 when the server can't be reached or the reply is wrong or short;
+// count then says how many records are good.
+//
+// List request, 500 bytes:
+//   +0 "3GAPV104"  +8 1  +12 130  +16 284  +20 acc[32]  +52 pwd[32]  +84 text3[32]  +116 0
+//   +120 zero[380]
+//
+// Reply: any bytes, then a header of 124 bytes, then itemCount records.
+//   +0 "3GAPV103", "3GAPV104" or "3GAPV105"  +8 skipped[4]  +12 replyCmd (32769)
+//   +16 replyLen (8 or more)  +20 skipped[100]  +120 itemCount (1 or more; above 200 counts as 200)
+QUORVID_CONNECTION_API int32_t ThreadGetListForCar(DevInfoItem* items, int32_t* count,
+                                                   const char* host, int32_t port, int32_t port2,
+                                                   const char* acc, const char* pwd,
+                                                   const char* text3, int32_t* done);
+
+// Asks host:port which relay serves a device, then streams from it as ThreadVideoSourceForCar.
+//
+// Blocks its thread; isCancel is looked at only once the stream runs. Returns 0 when the stream was
+// cancelled, -1 when the lookup failed (it is not repeated). carId goes into the lookup only beside
+// a timestamp that is not null.
+//
+// Relay request, 500 bytes:
+//   +0 "3GAPV104"  +8 1  +12 134  +16 size  +20 acc[32]  +52 pwd[32]  +84 timestamp[32]  +116 1
+//   +120 size  +124 1  +128 carId[64]  +192 channel + 1  +196 0  +200 0  +204 zero[296]
+// where size is 104 on systems with 64-bit longs and 84 on those with 32-bit longs.
+//
+// Reply: any bytes, then
+//   +0 tag and header up to replyLen as in a list reply  +20 skipped[104]
+//   +124 skipped[replyLen - 8], 500 at most  then relayAddr, 4 bytes a.b.c.d, and relayPort
+QUORVID_CONNECTION_API int32_t ThreadGetRelayForCar(const char* host, int32_t port, int32_t cmdPort,
+                                                    int32_t channel, const char* acc,
+                                                    const char* pwd, uint8_t* isCancel,
+                                                    const char* timestamp, const char* carId,
+                                                    uint8_t* canGetFrame, uint8_t* frameData,
+                                                    int32_t* frameLen);
+
+// Fetches the device list again and again, 4 s after each poll, while bit 0 of run is set.
+//
+// Blocks its thread. items, host, port, port2, acc, pwd and text3 as for the list. done is 0 while
+// a reply is awaited and 1 after each poll, when count gets the number of records; records beyond
+// it are those of earlier polls. A wrong reply is asked for again at once. Returns 0 once run was
+// cleared (done is 1 then), -1 when the server can't be reached.
+QUORVID_CONNECTION_API int32_t ThreadGetCarGPS(DevInfoItem* items, int32_t* count, const char* host,
+                                               int32_t port, int32_t port2, const char* acc,
+                                               const char* pwd, const char* text3, int32_t* done,
+                                               uint8_t* run);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,44 @@
+// VideoSource: the context record of one call of a video worker.
+//
+// Touched by the worker's thread only. Texts are borrowed from the caller of the worker.
+#ifndef QUORVID_CONNECTION_VIDEOSOURCE_H
+#define QUORVID_CONNECTION_VIDEOSOURCE_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quorvid {
+
+constexpr int32_t kFrameCapacity = 131072;  // of recvBuf and of the consumer's frame buffer
+constexpr size_t kTagWindowSize = 32;
+constexpr size_t kSpareSize = 64;
+
+struct VideoSource {
+  uint8_t* recvBuf;    // kFrameCapacity bytes
+  uint8_t* tagWindow;  // kTagWindowSize bytes; the first 8 are the car stream's tag window
+  uint8_t* spareBuf;   // kSpareSize bytes; never used
+  const char* host;
+  int32_t mediaPort;
+  int32_t cmdPort;  // never used
+  int32_t channel;
+  const char* acc;
+  const char* pwd;
+  int32_t state;
+};
+
+extern "C" {
+
+// Allocates and fills the buffers and stores the rest. A buffer that could not be had stays null;
+// the caller looks before it uses one.
+void InitVideoSource(VideoSource* source, const char* host, int32_t mediaPort, int32_t cmdPort,
+                     int32_t channel, const char* acc, const char* pwd);
+
+// Releases recvBuf and tagWindow. spareBuf stays allocated for the life of the process; the record
+// itself is its owner's.
+void FreeVideoSource(VideoSource* source);
+
+}  // extern "C"
+
+}  // namespace quorvid
+
+#endif

@@ -1,0 +1,102 @@
+#include "connection/VideoWorker.h"
+
+#include <unistd.h>
+
+#include <cstring>
+#include <new>
+
+#include "connection/Pause.h"
+#include "connection/SharedValue.h"
+#include "connection/VehicleConnection.h"
+
+namespace quorvid {
+namespace {
+
+constexpr std::chrono::seconds kReconnectPause(3);
+constexpr std::chrono::milliseconds kEndOfStreamPause(100);
+
+}  // namespace
+
+VideoWorker::VideoWorker(const VideoCall& call)
+    : call_(call), source_(new (std::nothrow) VideoSource{}) {
+  if (source_ == nullptr) return;
+  InitVideoSource(source_.get(), call.host, call.mediaPort, call.cmdPort, call.channel, call.acc,
+                  call.pwd);
+}
+
+void VideoWorker::ReleaseSource::operator()(VideoSource* source) const {
+  FreeVideoSource(source);
+  delete source;
+}
+
+int32_t VideoWorker::run() {
+  if (source_ == nullptr || source_->recvBuf == nullptr || source_->tagWindow == nullptr) return -1;
+  publish(call_.canGetFrame, 0);
+  while (!isSet(call_.isCancel)) {
+    if (socket_.isOpen() || connect()) {
+      takeTurn();
+    } else {
+      pauseFor(kReconnectPause);
+    }
+  }
+  return 0;
+}
+
+bool VideoWorker::connect() {
+  source_->state = beginConnection();
+  socket_.open(ConnectToServer(source_->host, source_->mediaPort));
+  if (!socket_.isOpen()) return false;
+  if (sendRequest(socket_.descriptor()) != -1) return true;
+  socket_.forget();
+  return false;
+}
+
+void VideoWorker::takeTurn() {
+  if (source_->state == kBroken) {
+    dropConnection();
+    return;
+  }
+  sawEnd_ = sawMore_ = false;
+  source_->state = step(source_->state);
+  if (sawEnd_ && !sawMore_) pauseFor(kEndOfStreamPause);
+}
+
+void VideoWorker::dropConnection() {
+  socket_.close();
+  publish(call_.canGetFrame, 0);
+  pauseFor(kReconnectPause);
+}
+
+int32_t VideoWorker::note(int32_t asked, int32_t count) {
+  if (asked > 0) (count == 0 ? sawEnd_ : sawMore_) = true;
+  return count;
+}
+
+bool VideoWorker::receiveField(void* field, int32_t size) {
+  return note(size, readn(socket_.descriptor(), field, size)) >= 0;
+}
+
+bool VideoWorker::discard(int32_t size) {
+  return receiveField(scratch_.data(), size);
+}
+
+int32_t VideoWorker::receiveByte(uint8_t& byte) {
+  return note(1, static_cast<int32_t>(::read(socket_.descriptor(), &byte, 1)));
+}
+
+int32_t VideoWorker::receivePayload(int32_t payloadLen) {
+  return note(payloadLen, readn(socket_.descriptor(), source_->recvBuf, payloadLen));
+}
+
+void VideoWorker::deliver(int32_t count) {
+  if (count < 1 || count > kFrameCapacity) return;
+  memcpy(call_.frameData, source_->recvBuf, static_cast<size_t>(count));
+  publish(call_.frameLen, count);
+  publish(call_.canGetFrame, 1);
+}
+
+bool VideoWorker::frameIsWaiting() const {
+  return isSet(call_.canGetFrame);
+}
+
+}  // namespace quorvid

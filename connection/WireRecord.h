@@ -1,0 +1,35 @@
+// WireRecord: records that lie in memory as they lie on the wire.
+//
+// Integers are read and written straight from and into host integers, so the host must be
+// little-endian as the wire is.
+#ifndef QUORVID_CONNECTION_WIRERECORD_H
+#define QUORVID_CONNECTION_WIRERECORD_H
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+namespace quorvid {
+
+static_assert(std::endian::native == std::endian::little);
+
+// Zeroes the len bytes at out and puts the record at their start.
+template <class Record>
+void putRecord(uint8_t* out, int32_t len, const Record& record) {
+  static_assert(std::is_trivially_copyable_v<Record>);
+  if (len <= 0) return;
+  const auto room = static_cast<size_t>(len);
+  memset(out, 0, room);
+  memcpy(out, &record, std::min(room, sizeof record));
+}
+
+// The number after channel; wraps instead of overflowing.
+inline int32_t channelNumber(int32_t channel) {
+  return static_cast<int32_t>(static_cast<uint32_t>(channel) + 1U);
+}
+
+}  // namespace quorvid
+
+#endif
