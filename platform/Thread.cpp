@@ -1,7 +1,7 @@
 #include "quorvid/platform/Thread.h"
 
 #include <atomic>
-#include <system_error>
+#include <exception>
 #include <thread>
 #include <utility>
 
@@ -41,7 +41,7 @@ void Thread::start() {
       state->run();
       state->executing = false;
     }).detach();
-  } catch (const std::system_error& error) {
+  } catch (const std::exception& error) {  // only making the thread can throw here
     logMessage("Thread: not started: %s", error.what());
     state_->executing = false;
     const std::function<void()> dropped = std::exchange(state_->body, nullptr);

@@ -1,0 +1,62 @@
+#include "quorvid/platform/Text.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "quorvid/platform/Exception.h"
+#include "quorvid/platform/Log.h"
+
+namespace quorvid {
+namespace {
+
+TEST(Text, MissingAndEmptyAreDifferent) {
+  const Text missing(nullptr);
+  const Text empty("");
+  EXPECT_EQ(missing.c_str(), nullptr);
+  EXPECT_EQ(missing.description(), "(null)");
+  EXPECT_STREQ(empty.c_str(), "");
+  EXPECT_FALSE(missing == empty);
+  EXPECT_TRUE(missing == Text(static_cast<const char*>(nullptr)));
+}
+
+TEST(Text, CopiesKeepTheObject) {
+  const Text first(std::string("abc"));
+  const Text copy = first;
+  EXPECT_TRUE(copy.isSameObject(first));
+  EXPECT_EQ(copy.c_str(), first.c_str());
+  EXPECT_TRUE(Text("abc") == first);
+  EXPECT_FALSE(Text("abc").isSameObject(first));
+}
+
+TEST(Text, SubstringThrowsThePlatformsExceptionBeyondTheEnd) {
+  const Text text("1234567");
+  EXPECT_TRUE(text.substringFromIndex(2) == Text("34567"));
+  EXPECT_TRUE(text.substringFromIndex(7) == Text(""));
+  EXPECT_THROW(text.substringFromIndex(text.length() - 8), Exception);  // wraps round
+}
+
+TEST(Log, SinkGetsWholeMessagesOneAtATime) {
+  std::vector<std::string> messages;
+  setLogSink([&](std::string_view message) { messages.emplace_back(message); });
+  const std::string longText(5000, 'x');
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int k = 0; k < 200; ++k) {
+        logMessage("%s %d", longText.c_str(), 7);
+      }
+    });
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  setLogSink(nullptr);
+  logMessage("to standard error again");
+  ASSERT_EQ(messages.size(), 800U);
+  EXPECT_EQ(messages.back(), longText + " 7");
+}
+
+}  // namespace
+}  // namespace quorvid
