@@ -71,7 +71,7 @@ void InitRequestStringForCar(uint8_t* out, int32_t len, int32_t channel, const c
   copyText(record.pwd, pwd, "pwd");
   copyText(record.timestamp, timestamp, "timestamp");
   copyText(record.carId, carId, "carId");
-  record.channelNumber = static_cast<uint8_t>(channelNumber(channel));
+  record.channelNumber = static_cast<uint8_t>(following(channel));
   putRecord(out, len, record);
 }
 

@@ -25,9 +25,9 @@ void putRecord(uint8_t* out, int32_t len, const Record& record) {
   memcpy(out, &record, std::min(room, sizeof record));
 }
 
-// The number after channel; wraps instead of overflowing.
-inline int32_t channelNumber(int32_t channel) {
-  return static_cast<int32_t>(static_cast<uint32_t>(channel) + 1U);
+// The next number; the greatest is followed by the least.
+inline int32_t following(int32_t number) {
+  return static_cast<int32_t>(static_cast<uint32_t>(number) + 1U);
 }
 
 }  // namespace quorvid

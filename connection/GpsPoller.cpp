@@ -1,0 +1,109 @@
+// ThreadGetCarGPS: the device list again and again, on a new connection each time.
+//
+// Runs on the caller's thread and is the only writer of carCount. Never has more than one
+// connection open.
+#include <chrono>
+
+#include "connection/DeviceRecord.h"
+#include "connection/Pause.h"
+#include "connection/QueryRequest.h"
+#include "connection/ReplyHeader.h"
+#include "connection/ServerConnection.h"
+#include "connection/SharedValue.h"
+#include "connection/VehicleConnection.h"
+
+namespace quorvid {
+namespace {
+
+// The arguments of one call, borrowed until it returns.
+struct GpsCall {
+  DevInfoItem* items;
+  int32_t* count;
+  const char* host;
+  int32_t port;
+  const char* acc;
+  const char* pwd;
+  const char* text3;
+  int32_t* done;
+  uint8_t* run;
+};
+
+class GpsPoller {
+ public:
+  explicit GpsPoller(const GpsCall& call) : call_(call) {}
+  int32_t run();
+
+ private:
+  enum class State : int32_t { kFindReply = 201, kReadRecords = 202 };
+
+  bool connect();
+  State findReply();
+  State readRecords();
+
+  const GpsCall call_;
+  Socket socket_;
+  State state_ = State::kFindReply;
+  int32_t itemCount_ = 0;
+  // Its first 8 bytes are the tag window, which outlives a connection.
+  DeviceScratch scratch_{};
+};
+
+int32_t GpsPoller::run() {
+  publish(&carCount, 0);
+  while (isSet(call_.run)) {
+    if (!socket_.isOpen() && !connect()) return -1;
+    if (state_ == State::kFindReply) state_ = findReply();
+    if (state_ == State::kReadRecords) state_ = readRecords();
+  }
+  publish(call_.done, 1);
+  return 0;
+}
+
+bool GpsPoller::connect() {
+  publish(&carCount, 0);
+  socket_.open(ConnectToServer(call_.host, call_.port));
+  if (!socket_.isOpen()) return false;
+  if (SendRequestGetListForCar(socket_.descriptor(), call_.acc, call_.pwd, call_.text3) != -1) {
+    return true;
+  }
+  socket_.forget();
+  return false;
+}
+
+// One byte a turn; a reply that fails is asked for again at once, on a new connection.
+GpsPoller::State GpsPoller::findReply() {
+  publish(call_.done, 0);
+  const TagSearch search = searchReplyTag(socket_.descriptor(), scratch_.data());
+  if (search == TagSearch::kNotYet) return State::kFindReply;
+  if (search == TagSearch::kFound && readListHeader(socket_.descriptor(), itemCount_)) {
+    return State::kReadRecords;
+  }
+  socket_.close();
+  return State::kFindReply;
+}
+
+// A short record ends the poll with the records before it. One whose extra bytes fail is whole, so
+// it counts, but nothing can be read behind it.
+GpsPoller::State GpsPoller::readRecords() {
+  bool intact = true;
+  for (int32_t index = 0; intact && index < itemCount_; ++index) {
+    DevInfoItem& item = call_.items[index];
+    if (!readDeviceRecord(socket_.descriptor(), item)) break;
+    intact = skipExtraBytes(socket_.descriptor(), item, scratch_);
+    publish(&carCount, carCount + 1);
+  }
+  publish(call_.done, 1);
+  publish(call_.count, carCount);
+  socket_.close();
+  pauseFor(std::chrono::seconds(4));
+  return State::kFindReply;
+}
+
+}  // namespace
+}  // namespace quorvid
+
+int32_t ThreadGetCarGPS(DevInfoItem* items, int32_t* count, const char* host, int32_t port,
+                        int32_t /*port2*/, const char* acc, const char* pwd, const char* text3,
+                        int32_t* done, uint8_t* run) {
+  return quorvid::GpsPoller({items, count, host, port, acc, pwd, text3, done, run}).run();
+}

@@ -1,0 +1,61 @@
+// ThreadGetRelayForCar: asks where a device's stream is served, then streams from there.
+#include <array>
+#include <cstdio>
+
+#include "connection/QueryRequest.h"
+#include "connection/ReplyHeader.h"
+#include "connection/ServerConnection.h"
+#include "connection/TagWindow.h"
+#include "connection/VehicleConnection.h"
+
+namespace quorvid {
+namespace {
+
+struct Relay {
+  std::array<char, 50> address{};  // dotted quad
+  int32_t port = 0;
+};
+
+//  0                    124            replyLen + 116   replyLen + 120
+//  | header, no count   | skipped      | a | b | c | d  | relayPort |
+bool readReply(int32_t fd, Relay& relay) {
+  std::array<uint8_t, 500> scratch{};  // the tag window first, then what is skipped
+  int32_t replyLen = 0;
+  if (!findReplyTag(fd, scratch.data()) || !readReplyStart(fd, replyLen)) return false;
+  if (!receiveWhole(fd, scratch.data(), 104)) return false;
+  const int32_t skipped = replyLen - 8;
+  if (skipped > static_cast<int32_t>(scratch.size())) return false;
+  if (!receiveWhole(fd, scratch.data(), skipped)) return false;
+  uint8_t quad[4];
+  for (uint8_t& part : quad) {
+    if (!receiveAtOnce(fd, &part, 1)) return false;
+  }
+  snprintf(relay.address.data(), relay.address.size(), "%d.%d.%d.%d", quad[0], quad[1], quad[2],
+           quad[3]);
+  return receiveAtOnce(fd, &relay.port, 4);
+}
+
+bool lookUp(const char* host, int32_t port, int32_t channel, const char* acc, const char* pwd,
+            const char* timestamp, const char* carId, Relay& relay) {
+  Socket socket(ConnectToServer(host, port));
+  if (!socket.isOpen()) return false;
+  if (SendRequestGetRelayForCar(socket.descriptor(), channel, acc, pwd, timestamp, carId) == -1) {
+    socket.forget();
+    return false;
+  }
+  return readReply(socket.descriptor(), relay);
+}
+
+}  // namespace
+}  // namespace quorvid
+
+int32_t ThreadGetRelayForCar(const char* host, int32_t port, int32_t cmdPort, int32_t channel,
+                             const char* acc, const char* pwd, uint8_t* isCancel,
+                             const char* timestamp, const char* carId, uint8_t* canGetFrame,
+                             uint8_t* frameData, int32_t* frameLen) {
+  quorvid::Relay relay;
+  if (!quorvid::lookUp(host, port, channel, acc, pwd, timestamp, carId, relay)) return -1;
+  ThreadVideoSourceForCar(relay.address.data(), relay.port, cmdPort, channel, acc, pwd, isCancel,
+                          timestamp, carId, canGetFrame, frameData, frameLen);
+  return 0;
+}

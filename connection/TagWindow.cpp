@@ -1,0 +1,16 @@
+#include "connection/TagWindow.h"
+
+#include <cstring>
+
+namespace quorvid {
+
+void shiftIntoWindow(uint8_t* window, uint8_t byte) {
+  memmove(window, window + 1, kTagSize - 1);
+  window[kTagSize - 1] = byte;
+}
+
+bool windowHolds(const uint8_t* window, const char* tag) {
+  return memcmp(window, tag, kTagSize) == 0;
+}
+
+}  // namespace quorvid

@@ -1,0 +1,22 @@
+// TagWindow: the last eight bytes of a stream, in which the tag of a frame or a reply is looked
+// for.
+//
+// A search reads byte by byte, so a tag is found behind any garbage, also inside it.
+#ifndef QUORVID_CONNECTION_TAGWINDOW_H
+#define QUORVID_CONNECTION_TAGWINDOW_H
+
+#include <cstdint>
+
+namespace quorvid {
+
+constexpr int32_t kTagSize = 8;
+
+// Moves the kTagSize bytes at window down by one and puts byte at the end.
+void shiftIntoWindow(uint8_t* window, uint8_t byte);
+
+// tag has kTagSize characters.
+bool windowHolds(const uint8_t* window, const char* tag);
+
+}  // namespace quorvid
+
+#endif
