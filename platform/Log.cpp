@@ -38,22 +38,11 @@ void deliver(std::string_view message) {
   }
 }
 
-}  // namespace
-
-void setLogSink(LogSink sink) {
-  LogState& state = logState();
-  const std::lock_guard lock(state.mutex);
-  state.sink.swap(sink);
-}
-
-void logMessage(const char* format, ...) {
+void deliverFormatted(const char* format, va_list arguments) {
   std::array<char, 512> brief;
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::va_list again;
+  va_list again;
   va_copy(again, arguments);
   const int length = std::vsnprintf(brief.data(), brief.size(), format, arguments);
-  va_end(arguments);
   if (length < 0) {
     deliver(format);  // an encoding error: the bare format still tells where it came from
   } else if (static_cast<std::size_t>(length) < brief.size()) {
@@ -65,6 +54,21 @@ void logMessage(const char* format, ...) {
     deliver(whole);
   }
   va_end(again);
+}
+
+}  // namespace
+
+void setLogSink(LogSink sink) {
+  LogState& state = logState();
+  const std::lock_guard lock(state.mutex);
+  state.sink.swap(sink);
+}
+
+void logMessage(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  deliverFormatted(format, arguments);
+  va_end(arguments);
 }
 
 }  // namespace quorvid

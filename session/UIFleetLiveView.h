@@ -75,7 +75,7 @@ class QUORVID_API UIFleetLiveView : public UIView, public H264HwDecoderImplDeleg
  private:
   explicit UIFleetLiveView(CGRect frame);
   bool setUp(CGRect frame);
-  void feedKeyFrame(char* frame, std::uint32_t length);
+  static void feedKeyFrame(H264HwDecoderImpl& decoder, char* frame, std::uint32_t length);
 
   Text Host;
   std::int32_t Port = 0;
