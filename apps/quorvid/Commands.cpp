@@ -1,0 +1,50 @@
+#include "apps/quorvid/Commands.h"
+
+#include <cstdio>
+
+namespace quorvid::app {
+
+void TargetOptions::addTo(CLI::App& command) {
+  command.add_option("server", server, "the server as HOST:PORT")
+      ->required()
+      ->type_name("HOST:PORT");
+  command.add_option("--device", device, "device identifier, at most 31 bytes (car paths: 63)")
+      ->required()
+      ->type_name("ID");
+  command.add_option("--account", account, "account, at most 31 bytes (car paths: 22)")
+      ->type_name("NAME");
+  command.add_option("--password-file", passwordFile, "file whose first line is the password")
+      ->type_name("FILE");
+  command.add_option("--path", path, "fleet (the default), car, or relay (a lookup server)")
+      ->type_name("PATH");
+}
+
+StreamTarget TargetOptions::target() const {
+  StreamTarget target;
+  target.server = parseEndpoint(server);
+  target.path = parsePath(path);
+  target.device = device;
+  target.channel = parseChannels(channels).front();
+  target.account = account;
+  requireFits(target);
+  target.password = readPassword(passwordFile);
+  return target;
+}
+
+void AccountOptions::addTo(CLI::App& command) {
+  command.add_option("server", server, "the server as HOST:PORT")
+      ->required()
+      ->type_name("HOST:PORT");
+  command.add_option("--account", account, "account, at most 31 bytes")
+      ->required()
+      ->type_name("NAME");
+  command.add_option("--password-file", passwordFile, "file whose first line is the password")
+      ->type_name("FILE");
+}
+
+int failed(const std::string& sentence) {
+  std::fprintf(stderr, "quorvid: %s\n", sentence.c_str());
+  return 1;
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,65 @@
+#include "apps/quorvid/FleetPlayer.h"
+
+namespace quorvid::app {
+
+std::unique_ptr<FleetPlayer> FleetPlayer::make(const StreamTarget& target, CGSize size,
+                                               PictureHandler shown) {
+  std::shared_ptr<UIFleetLiveView> view = UIFleetLiveView::initWithFrame(CGRect{{0, 0}, size});
+  if (!view || !view->playLayer() || !view->h264Decoder()) {
+    return nullptr;
+  }
+  view->setConnectionParm(target.server.host, target.server.port, target.channel, target.account,
+                          target.password, target.device);
+  return std::unique_ptr<FleetPlayer>(new FleetPlayer(std::move(view), std::move(shown)));
+}
+
+FleetPlayer::FleetPlayer(std::shared_ptr<UIFleetLiveView> view, PictureHandler shown)
+    : view_(std::move(view)) {
+  // The tap must not keep the view alive: the view keeps the decoder that calls it.
+  const std::weak_ptr<UIFleetLiveView> weak = view_;
+  const auto show = [weak](CVPixelBufferRef picture) {
+    if (const auto live = weak.lock()) {
+      live->displayDecodedFrame(picture);
+    } else {
+      CVPixelBufferRelease(picture);
+    }
+  };
+  const auto streamSize = [weak]() -> std::optional<PixelSize> {
+    const auto live = weak.lock();
+    if (!live || !live->videoH264()) {
+      return std::nullopt;
+    }
+    return streamSizeOf(live->videoH264()->getFrameData(), live->videoH264()->getFrameLen());
+  };
+  tap_ = std::make_shared<PictureTap>(show, streamSize, std::move(shown));
+  view_->h264Decoder()->setDelegate(tap_);
+}
+
+FleetPlayer::~FleetPlayer() {
+  view_->stopVideo();
+}
+
+void FleetPlayer::restart() {
+  view_->restartVdieo();
+}
+
+void FleetPlayer::resize(CGSize size) {
+  view_->setFrame(CGRect{{0, 0}, size});
+  const std::shared_ptr<AAPLEAGLLayer>& layer = view_->playLayer();
+  layer->setFrame(CGRect{{0, 0}, size});
+  layer->resetRenderBuffer();
+  // The new buffer is empty: show the last picture again rather than wait for the next.
+  if (const CVPixelBufferRef last = CVPixelBufferRetain(layer->pixelBuffer())) {
+    layer->setPixelBuffer(last);
+    CVPixelBufferRelease(last);
+  }
+}
+
+bool FleetPlayer::hasReceivedFrames() {
+  // Asked between two ticks of the view's timer, a frame that waits for the next one shows.
+  receivedFrames_ =
+      receivedFrames_ || (view_->videoH264() && view_->videoH264()->getIsFrameReady());
+  return receivedFrames_;
+}
+
+}  // namespace quorvid::app

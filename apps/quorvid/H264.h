@@ -1,0 +1,42 @@
+// H264: the little a diagnostic needs to know of a stream without decoding it. Plain logic; the
+// bytes come from a server and may be anything.
+#ifndef QUORVID_APPS_QUORVID_H264_H
+#define QUORVID_APPS_QUORVID_H264_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "apps/quorvid/Arguments.h"
+
+namespace quorvid::app {
+
+inline constexpr int kUnitSlice = 1;
+inline constexpr int kUnitKeySlice = 5;
+inline constexpr int kUnitSei = 6;
+inline constexpr int kUnitSps = 7;
+inline constexpr int kUnitPps = 8;
+
+// One unit of a frame: where its start code and its header byte lie and where it ends.
+struct H264Unit {
+  int type = 0;
+  std::size_t startCode = 0;
+  std::size_t header = 0;
+  std::size_t end = 0;
+};
+
+// The units of a frame in Annex B form, start codes of 3 or 4 bytes; units without a header byte
+// are left out.
+std::vector<H264Unit> unitsOf(const std::uint8_t* frame, std::size_t length);
+
+// The picture size (cropping taken off) that a sequence parameter set states; `sps` begins at its
+// header byte. Nothing when it is cut short or out of bounds.
+std::optional<PixelSize> sizeOfSps(const std::uint8_t* sps, std::size_t length);
+
+// True when the frame begins with a sequence parameter set (the live view's key frame).
+bool isKeyFrame(const std::uint8_t* frame, std::size_t length);
+
+}  // namespace quorvid::app
+
+#endif

@@ -1,0 +1,52 @@
+#include "apps/quorvid/LogFilter.h"
+
+#include <cstdio>
+#include <mutex>
+#include <string_view>
+
+#include "quorvid/platform/Log.h"
+
+namespace quorvid::app {
+
+struct LogFilter::State {
+  std::mutex mutex;
+  std::uint64_t count = 0;
+  std::string last;
+};
+
+namespace {
+
+bool isPerUnitLine(std::string_view message) {
+  return message.starts_with("=====") || message.starts_with("type:");
+}
+
+}  // namespace
+
+LogFilter::LogFilter(bool verbose) : state_(std::make_shared<State>()) {
+  setLogSink([state = state_, verbose](std::string_view message) {
+    if (verbose) {
+      std::fprintf(stderr, "%.*s\n", static_cast<int>(message.size()), message.data());
+    }
+    if (!isPerUnitLine(message)) {
+      const std::lock_guard lock(state->mutex);
+      ++state->count;
+      state->last = message;
+    }
+  });
+}
+
+LogFilter::~LogFilter() {
+  setLogSink({});
+}
+
+std::uint64_t LogFilter::messageCount() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->count;
+}
+
+std::string LogFilter::lastMessage() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->last;
+}
+
+}  // namespace quorvid::app

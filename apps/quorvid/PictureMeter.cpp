@@ -1,0 +1,26 @@
+#include "apps/quorvid/PictureMeter.h"
+
+namespace quorvid::app {
+
+void PictureMeter::pictureShown(double now, PixelSize size) {
+  if (pictures_ == 0) {
+    first_ = now;
+  }
+  last_ = now;
+  pictureSize_ = size;
+  ++pictures_;
+}
+
+std::optional<double> PictureMeter::timeToFirstPicture() const {
+  if (pictures_ == 0) {
+    return std::nullopt;
+  }
+  return first_ - start_;
+}
+
+double PictureMeter::picturesPerSecond() const {
+  const double span = last_ - first_;
+  return span > 0 ? static_cast<double>(pictures_ - 1) / span : 0;
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,47 @@
+// Player: one stream that draws itself into a view of its own. Main thread.
+#ifndef QUORVID_APPS_QUORVID_PLAYER_H
+#define QUORVID_APPS_QUORVID_PLAYER_H
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "apps/quorvid/Arguments.h"
+#include "quorvid/platform/View.h"
+
+namespace quorvid::app {
+
+// One picture has just been given to the screen.
+struct ShownPicture {
+  PixelSize size;                       // of the decoded picture
+  std::optional<PixelSize> streamSize;  // what the stream states, known at key frames
+};
+
+class Player {
+ public:
+  using PictureHandler = std::function<void(const ShownPicture&)>;
+
+  virtual ~Player() = default;
+
+  // A view with a zero origin, to be put into a container.
+  virtual std::shared_ptr<UIView> view() const = 0;
+  virtual void play() = 0;
+  // Ends the stream and starts it anew; may block for half a second.
+  virtual void restart() = 0;
+  virtual void stop() = 0;
+  // Gives view and picture a new size and draws the last picture in it.
+  virtual void resize(CGSize size) = 0;
+  // True once any frame of the stream has been seen, decodable or not. To be asked often: a frame is
+  // there only until it is decoded.
+  virtual bool hasReceivedFrames() = 0;
+  // What went wrong beyond "no stream", empty when there is nothing to say.
+  virtual std::string trouble() const { return {}; }
+};
+
+// Null when the graphics can't be had. `shown` is called on the main thread for each picture.
+std::unique_ptr<Player> makePlayer(const StreamTarget& target, CGSize size,
+                                   Player::PictureHandler shown);
+
+}  // namespace quorvid::app
+
+#endif

@@ -1,0 +1,95 @@
+#include "apps/quorvid/Reachability.h"
+
+#include <arpa/inet.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "apps/quorvid/Deadline.h"
+
+namespace quorvid::app {
+
+namespace {
+
+struct Resolved {
+  sockaddr_in address{};
+  int error = EAI_AGAIN;
+};
+
+Resolved resolve(const std::string& host) {
+  addrinfo hints{};
+  hints.ai_family = AF_INET;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* list = nullptr;
+  Resolved result;
+  result.error = getaddrinfo(host.c_str(), nullptr, &hints, &list);
+  if (result.error == 0) {
+    std::memcpy(&result.address, list->ai_addr, sizeof result.address);
+    freeaddrinfo(list);
+  }
+  return result;
+}
+
+// 0 when connected, else the error number; ETIMEDOUT when nothing came in time.
+int connectWithin(const sockaddr_in& address, double timeout) {
+  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (fd < 0) {
+    return errno;
+  }
+  int error = 0;
+  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    error = errno;
+  }
+  if (error == EINPROGRESS) {
+    pollfd waited{fd, POLLOUT, 0};
+    error = ETIMEDOUT;
+    if (poll(&waited, 1, static_cast<int>(timeout * 1000)) == 1) {
+      socklen_t size = sizeof error;
+      getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
+    }
+  }
+  close(fd);
+  return error;
+}
+
+}  // namespace
+
+Reachability tryServer(const Endpoint& server, double timeout) {
+  using State = Reachability::State;
+  Reachability result;
+  // The resolver knows no deadline of its own.
+  const auto resolved =
+      callWithin<Resolved>(timeout, [host = server.host] { return resolve(host); });
+  if (!resolved || resolved->error != 0) {
+    result.state = State::Unresolved;
+    result.sentence =
+        "the name " + server.host + " can't be resolved: " +
+        (resolved ? gai_strerror(resolved->error) : "no answer from the name service");
+    return result;
+  }
+  sockaddr_in address = resolved->address;
+  address.sin_port = htons(static_cast<std::uint16_t>(server.port));
+  char dotted[INET_ADDRSTRLEN] = "";
+  inet_ntop(AF_INET, &address.sin_addr, dotted, sizeof dotted);
+  result.address = dotted;
+  const int error = connectWithin(address, timeout);
+  if (error == 0) {
+    result.state = State::Connected;
+    result.sentence = server.text() + " accepts connections";
+  } else if (error == ECONNREFUSED) {
+    result.state = State::Refused;
+    result.sentence = "nothing listens at " + server.text() + " (connection refused)";
+  } else if (error == ETIMEDOUT) {
+    result.sentence = "no answer from " + server.text() + " (address, network or firewall)";
+  } else {
+    result.sentence = server.text() + " can't be reached: " + std::strerror(error);
+  }
+  return result;
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,16 @@
+// Seconds of a clock that never jumps: for durations, deadlines and rates. Any thread.
+#ifndef QUORVID_APPS_QUORVID_STEADY_H
+#define QUORVID_APPS_QUORVID_STEADY_H
+
+#include <chrono>
+
+namespace quorvid::app {
+
+inline double steadySeconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(now).count();
+}
+
+}  // namespace quorvid::app
+
+#endif

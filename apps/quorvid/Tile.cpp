@@ -1,0 +1,75 @@
+#include "apps/quorvid/Tile.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "apps/quorvid/Steady.h"
+
+namespace quorvid::app {
+
+std::unique_ptr<Tile> Tile::make(const StreamTarget& target, UIView& parent, CGRect frame,
+                                 double stallAfter) {
+  std::unique_ptr<Tile> tile(new Tile(target, frame, stallAfter, steadySeconds()));
+  Tile* const self = tile.get();
+  tile->player_ = makePlayer(target, frame.size,
+                             [self](const ShownPicture& picture) { self->pictureShown(picture); });
+  if (!tile->player_) {
+    return nullptr;
+  }
+  tile->container_->addSubview(tile->player_->view());
+  parent.addSubview(tile->container_);
+  return tile;
+}
+
+Tile::Tile(StreamTarget target, CGRect frame, double stallAfter, double now)
+    : target_(std::move(target)),
+      container_(UIView::initWithFrame(frame)),
+      mark_(container_),
+      watch_(stallAfter, now),
+      meter_(now) {}
+
+void Tile::setFrame(CGRect frame) {
+  container_->setFrame(frame);
+  player_->resize(frame.size);
+  mark_.resize();
+}
+
+void Tile::look(double now) {
+  player_->hasReceivedFrames();
+  if (!watch_.restartDue(now)) {
+    return;
+  }
+  mark_.show();
+  noteStall(now);
+  ++restarts_;
+  player_->restart();
+}
+
+void Tile::restartByHand() {
+  ++restarts_;
+  player_->restart();
+  watch_.restartedByHand(steadySeconds());
+}
+
+void Tile::pictureShown(const ShownPicture& picture) {
+  const double now = steadySeconds();
+  if (mark_.isShown()) {
+    std::fprintf(stderr, "quorvid: channel %d: a picture again after %.1f s\n", target_.channel,
+                 watch_.silence(now));
+    mark_.hide();
+  }
+  watch_.pictureArrived(now);
+  meter_.pictureShown(now, picture.size);
+  if (picture.streamSize) {
+    meter_.setStreamSize(*picture.streamSize);
+  }
+}
+
+void Tile::noteStall(double now) const {
+  std::fprintf(stderr,
+               "quorvid: channel %d: no picture for %.1f s, starting the stream again (next try in "
+               "%.0f s)\n",
+               target_.channel, watch_.silence(now), watch_.untilRestart(now));
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,157 @@
+#include <cmath>
+
+#include "apps/quorvid/Commands.h"
+#include "apps/quorvid/LogFilter.h"
+#include "apps/quorvid/Reachability.h"
+#include "apps/quorvid/ReportOutput.h"
+#include "apps/quorvid/Steady.h"
+#include "apps/quorvid/StopSignal.h"
+#include "apps/quorvid/ViewReport.h"
+#include "apps/quorvid/Viewer.h"
+
+namespace quorvid::app {
+
+namespace {
+
+constexpr double kReachTimeout = 2;
+
+// Why a tile has shown nothing, as far as it can be told from outside.
+std::string likelyReason(Tile& tile, const LogFilter& log) {
+  const StreamTarget& target = tile.target();
+  const std::string trouble = tile.player().trouble();
+  if (!trouble.empty()) {
+    return trouble;
+  }
+  const std::string stream =
+      "device " + target.device + ", channel " + std::to_string(target.channel);
+  if (tile.player().hasReceivedFrames()) {
+    const std::string last = log.lastMessage();
+    return "a stream came for " + stream + ", but nothing in it could be decoded" +
+           (last.empty() ? std::string(" (no key frame?)") : " (" + last + ")");
+  }
+  const Reachability reach = tryServer(target.server, kReachTimeout);
+  if (reach.state != Reachability::State::Connected) {
+    return reach.sentence;
+  }
+  return reach.sentence + " but sent no stream for " + stream +
+         " (unknown or off line?); `quorvid probe` shows the exchange";
+}
+
+TileReport reportOf(Tile& tile, const LogFilter& log) {
+  TileReport report;
+  report.channel = tile.target().channel;
+  report.pictures = tile.meter().pictures();
+  report.firstPictureSeconds = tile.meter().timeToFirstPicture();
+  report.framesPerSecond = tile.meter().picturesPerSecond();
+  report.pictureSize = tile.meter().pictureSize();
+  report.streamSize = tile.meter().streamSize();
+  report.restarts = tile.restarts();
+  if (report.pictures == 0) {
+    report.reason = likelyReason(tile, log);
+  }
+  return report;
+}
+
+// The snapshot's name when it was written.
+std::string saveLastPicture(Viewer& viewer, const ViewOptions& options, bool shown, bool& ok) {
+  if (options.snapshot.empty()) {
+    return {};
+  }
+  std::string error = "no snapshot written: there was no picture";
+  if (shown && viewer.saveSnapshot(options.snapshot, error)) {
+    return options.snapshot;
+  }
+  failed(error);
+  ok = false;
+  return {};
+}
+
+int runView(const ViewOptions& options) {
+  catchStopSignals();
+  ReportOutput output(options.verbose);
+  const LogFilter log(options.verbose);
+  std::string error;
+  const std::unique_ptr<Viewer> viewer = Viewer::open(options, error);
+  if (!viewer) {
+    return failed(error + (options.headless ? "" : "; --headless needs no display"));
+  }
+  const double start = steadySeconds();
+  viewer->run();
+
+  ViewReport report;
+  report.target = options.target;
+  report.seconds = steadySeconds() - start;
+  bool ok = true;
+  for (const auto& tile : viewer->tiles()) {
+    report.tiles.push_back(reportOf(*tile, log));
+  }
+  const bool shown = report.pictures() > 0;
+  report.snapshot = saveLastPicture(*viewer, options, shown, ok);
+  ok = output.write(options.json ? report.json() : report.text()) && ok;
+  for (const TileReport& tile : report.tiles) {
+    if (!tile.reason.empty()) {
+      failed("channel " + std::to_string(tile.channel) + ": no picture: " + tile.reason);
+    }
+  }
+  if (shown && log.messageCount() > 0) {
+    std::fprintf(stderr, "quorvid: %llu messages from the library, the last: %s\n",
+                 static_cast<unsigned long long>(log.messageCount()), log.lastMessage().c_str());
+  }
+  return shown && ok ? 0 : 1;
+}
+
+// What the command line says, as text where it has to be checked.
+struct ViewArguments {
+  TargetOptions target;
+  std::string size = "960x720";
+  ViewOptions options;
+
+  ViewOptions checked() const {
+    ViewOptions view = options;
+    view.target = target.target();
+    view.channels = parseChannels(target.channels);
+    view.size = parseSize(size);
+    if (!(view.seconds >= 0 && view.seconds <= 1e6)) {
+      throw UsageError("--seconds must be a number of seconds from 0 (no end) to 1000000");
+    }
+    if (!(view.stallAfter >= 1 && view.stallAfter <= 3600)) {
+      throw UsageError("--stall must be a number of seconds from 1 to 3600");
+    }
+    if (!view.snapshot.empty()) {
+      requireWritable(view.snapshot);
+    }
+    return view;
+  }
+};
+
+}  // namespace
+
+void addViewCommand(CLI::App& program, ChosenCommand& chosen) {
+  CLI::App* command = program.add_subcommand("view", "show live channels of a device");
+  const auto arguments = std::make_shared<ViewArguments>();
+  ViewOptions& options = arguments->options;
+  arguments->target.addTo(*command);
+  command->add_option("--channel", arguments->target.channels, "cameras, 0 to 7: N[,N...]")
+      ->type_name("LIST");
+  command->add_option("--size", arguments->size, "size of the picture area, 960x720 by default")
+      ->type_name("WxH");
+  command->add_flag("--headless", options.headless, "no window; draw off screen");
+  command->add_option("--seconds", options.seconds, "end after so many seconds")->type_name("S");
+  command->add_option("--snapshot", options.snapshot, "write the last picture at the end")
+      ->type_name("FILE.png");
+  command
+      ->add_option("--stall", options.stallAfter,
+                   "mark and restart a stream without pictures for so long (5)")
+      ->type_name("S");
+  command->add_flag("--json", options.json, "report as JSON");
+  command->add_flag("--verbose", options.verbose, "show the library's own lines");
+  command->footer(
+      "Keys: q quits, r restarts, s writes a PNG, f full screen.\n"
+      "Exit status: 0 a picture was shown, 1 none was, 2 wrong arguments.");
+  command->callback([arguments, &chosen] {
+    const ViewOptions checked = arguments->checked();
+    chosen = [checked] { return runView(checked); };
+  });
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,39 @@
+// ViewReport: what `quorvid view` says at its end. Plain values in, text out.
+#ifndef QUORVID_APPS_QUORVID_VIEW_REPORT_H
+#define QUORVID_APPS_QUORVID_VIEW_REPORT_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/quorvid/Arguments.h"
+
+namespace quorvid::app {
+
+struct TileReport {
+  int channel = 0;
+  std::uint64_t pictures = 0;
+  std::optional<double> firstPictureSeconds;
+  double framesPerSecond = 0;
+  PixelSize pictureSize;
+  std::optional<PixelSize> streamSize;
+  unsigned restarts = 0;
+  std::string reason;  // why there is no picture; empty when there is one
+};
+
+struct ViewReport {
+  StreamTarget target;
+  double seconds = 0;  // how long the viewer ran
+  std::vector<TileReport> tiles;
+  std::string snapshot;  // the file written, or empty
+
+  std::uint64_t pictures() const;
+  std::string text() const;
+  // One JSON object: the figures of all tiles together and each tile's own under "tiles".
+  std::string json() const;
+};
+
+}  // namespace quorvid::app
+
+#endif

@@ -1,0 +1,54 @@
+// Viewer: the window of `quorvid view` with one tile a channel. Main thread.
+#ifndef QUORVID_APPS_QUORVID_VIEWER_H
+#define QUORVID_APPS_QUORVID_VIEWER_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "apps/quorvid/Tile.h"
+#include "quorvid/platform/Window.h"
+
+namespace quorvid::app {
+
+struct ViewOptions {
+  StreamTarget target;  // its channel is that of the first tile
+  std::vector<int> channels{0};
+  PixelSize size{960, 720};
+  bool headless = false;
+  double seconds = 0;  // 0: until the window is closed or a signal comes
+  double stallAfter = 5;
+  std::string snapshot;  // empty: none
+  bool json = false;
+  bool verbose = false;
+};
+
+class Viewer {
+ public:
+  // Null, with a sentence in `error`, when there is no window or no graphics.
+  static std::unique_ptr<Viewer> open(const ViewOptions& options, std::string& error);
+  ~Viewer();
+
+  // Plays until the time is up, the window is closed or a signal comes.
+  void run();
+  const std::vector<std::unique_ptr<Tile>>& tiles() const { return tiles_; }
+  // Writes what the window shows now. Before the viewer goes: it takes the pictures along.
+  bool saveSnapshot(const std::string& fileName, std::string& error);
+
+ private:
+  Viewer(const ViewOptions& options, std::unique_ptr<Window> window);
+  bool addTiles(std::string& error);
+  void handle(const WindowEvent& event);
+  void handleKey(char key);
+  void layOut();
+  void showTitle(double now);
+
+  ViewOptions options_;
+  std::unique_ptr<Window> window_;
+  std::vector<std::unique_ptr<Tile>> tiles_;
+  std::string title_;
+};
+
+}  // namespace quorvid::app
+
+#endif

@@ -1,0 +1,51 @@
+// quorvid: shows, lists, records and examines live streams of vehicle cameras.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "apps/quorvid/Commands.h"
+
+namespace {
+
+// A process started without standard descriptors would otherwise get its sockets there.
+void openStandardDescriptors() {
+  int fd = 0;
+  do {
+    fd = open("/dev/null", O_RDWR);
+  } while (fd >= 0 && fd <= STDERR_FILENO);
+  if (fd >= 0) {
+    close(fd);
+  }
+}
+
+int usage(const char* sentence) {
+  std::fprintf(stderr, "quorvid: %s\n", sentence);
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace quorvid::app;
+  openStandardDescriptors();
+  CLI::App program("Live H.264 video from vehicle cameras.", "quorvid");
+  program.require_subcommand(1);
+  ChosenCommand chosen;
+  addViewCommand(program, chosen);
+  try {
+    program.parse(argc, argv);
+    return chosen();
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {
+      return program.exit(error);
+    }
+    return usage(error.what());
+  } catch (const UsageError& error) {
+    return usage(error.what());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quorvid: %s\n", error.what());
+    return 1;
+  }
+}
