@@ -38,7 +38,7 @@ void deliver(std::string_view message) {
   }
 }
 
-void deliverFormatted(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) void deliverFormatted(const char* format, va_list arguments) {
   std::array<char, 512> brief;
   va_list again;
   va_copy(again, arguments);

@@ -1,0 +1,81 @@
+// A session with its real worker against a server on the loopback interface.
+#include <gtest/gtest.h>
+
+#include "quorvid/platform/Clock.h"
+#include "quorvid/session/VehicleVideo.h"
+#include "session/FleetServer.h"
+
+namespace quorvid {
+namespace {
+
+using testing::FleetClient;
+using testing::FleetServer;
+
+template <typename Condition>
+void waitFor(Condition condition) {
+  while (!condition()) {
+    sleepForTimeInterval(0.001);
+  }
+}
+
+TEST(SessionStream, HandsOverFrameAfterFrameAndLeavesWhenCancelled) {
+  std::string request;
+  std::atomic<bool> cancelled{false};
+  std::atomic<bool> left{false};
+  FleetServer server([&](FleetClient& client) {
+    request = client.readRequest();
+    client.sendAnswer();
+    client.sendVideo("first frame");
+    client.sendVideo(std::string(0x20000, 'z'));
+    waitFor([&] { return cancelled.load(); });
+    client.sendVideo("wakes the worker from its read");
+    client.waitForClose();
+    left = true;
+  });
+  auto session = VehicleVideo::initWithVideo("127.0.0.1", server.port(), 80, 3, "acc", "pwd", 2,
+                                             "BUS-17", true);
+  ASSERT_NE(session, nullptr);
+  waitFor([&] { return session->getIsFrameReady(); });
+  EXPECT_EQ(std::string(session->getFrameData(), session->getFrameLen()), "first frame");
+  session->setIsFrameReady(false);
+  waitFor([&] { return session->getIsFrameReady(); });
+  EXPECT_EQ(session->getFrameLen(), 0x20000U);
+  EXPECT_EQ(session->getFrameData()[0x1FFFF], 'z');
+  session->setIsFrameReady(false);
+
+  session->cancelVideoThread();
+  cancelled = true;
+  const std::weak_ptr<VehicleVideo> watch = session;
+  session.reset();
+  waitFor([&] { return watch.expired(); });
+  waitFor([&] { return left.load(); });
+  EXPECT_EQ(request.substr(0, 9), "001BUS-17");
+  EXPECT_EQ(server.clientsSoFar(), 1);
+}
+
+TEST(SessionStream, ABrokenConnectionClearsTheSlotAndTheSessionReconnects) {
+  std::atomic<int> visit{0};
+  std::atomic<bool> seen{false};
+  FleetServer server([&](FleetClient& client) {
+    client.readRequest();
+    client.sendAnswer();
+    client.sendVideo(++visit == 1 ? "before" : "after");
+    if (visit == 1) {
+      waitFor([&] { return seen.load(); });
+      client.send("?");  // an unknown packet kind breaks the connection
+    }
+    client.waitForClose();
+  });
+  auto session = VehicleVideo::initWithVideo("127.0.0.1", server.port(), 80, 0, "acc", "pwd", 2,
+                                             "BUS-17", true);
+  waitFor([&] { return session->getIsFrameReady(); });
+  seen = true;
+  waitFor([&] { return !session->getIsFrameReady(); });  // nobody took it
+  waitFor([&] { return session->getIsFrameReady(); });
+  EXPECT_EQ(std::string(session->getFrameData(), session->getFrameLen()), "after");
+  EXPECT_EQ(server.clientsSoFar(), 2);
+  session->cancelVideoThread();
+}
+
+}  // namespace
+}  // namespace quorvid
