@@ -101,7 +101,7 @@ class QUORVID_API VehicleVideo : public std::enable_shared_from_this<VehicleVide
   std::uint8_t isCancel = 0;
   std::shared_ptr<H264HwDecoderImpl> H264Decoder;  // reserved
   mutable std::uint8_t canGetFrame = 0;
-  std::unique_ptr<char, decltype(&std::free)> FrameData{nullptr, &std::free};
+  std::unique_ptr<char, void (*)(void*)> FrameData{nullptr, &std::free};
   std::uint32_t FrameLen = 0;
 };
 

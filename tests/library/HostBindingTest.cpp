@@ -1,0 +1,70 @@
+// What a host shares with the library and what it does not.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "quorvid/connection/VehicleConnection.h"
+#include "session/FleetServer.h"
+
+namespace {
+std::atomic<int> hostCalls{0};
+}
+
+// Functions that a host may well have itself, in place of the library's.
+extern "C" {
+std::int32_t readn(std::int32_t, void*, std::int32_t) {
+  return ++hostCalls, -1;
+}
+std::int32_t writen(std::int32_t, const void*, std::int32_t) {
+  return ++hostCalls, -1;
+}
+__attribute__((visibility("default"))) void InitRequestStringForFleet() {
+  ++hostCalls;
+}
+__attribute__((visibility("default"))) int ConnectToServer() {
+  return ++hostCalls, -1;
+}
+}
+
+namespace quorvid::testing {
+namespace {
+
+TEST(HostBinding, TheLibraryNeverCallsTheHostsFunctions) {
+  std::uint8_t isCancel = 0;
+  const std::atomic_ref<std::uint8_t> cancel(isCancel);
+  FleetServer server([&](FleetClient& client) {
+    client.readRequest();
+    client.sendAnswer();
+    client.sendVideo("frame");
+    cancel = 1;
+    client.sendVideo("last");
+    client.waitForClose();
+  });
+  std::uint8_t canGetFrame = 0;
+  std::vector<std::uint8_t> frame(0x20000);
+  std::int32_t length = 0;
+  EXPECT_EQ(
+      ThreadVideoSourceForFleet("127.0.0.1", server.port(), 80, 0, nullptr, nullptr, &isCancel,
+                                nullptr, "BUS-17", &canGetFrame, frame.data(), &length),
+      0);
+  EXPECT_GT(length, 0);
+  EXPECT_EQ(hostCalls, 0);
+}
+
+TEST(HostBinding, TheLibraryWritesTheHostsCarCount) {
+  std::uint8_t run = 1;
+  FleetServer server([&](FleetClient& client) {
+    client.readRequest();
+    std::atomic_ref<std::uint8_t>(run) = 0;
+  });
+  carCount = 77;
+  std::int32_t count = 0;
+  std::int32_t done = 0;
+  ThreadGetCarGPS(myDevInfoItemsForGPS, &count, "127.0.0.1", server.port(), 0, "acc", "pwd", "",
+                  &done, &run);
+  EXPECT_EQ(carCount, 0);
+}
+
+}  // namespace
+}  // namespace quorvid::testing

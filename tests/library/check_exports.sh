@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# check_exports.sh NM LIBRARY: the library shows these C names and, beside them, nothing but names of
+# namespace quorvid.
+set -euo pipefail
+nm=$1 library=$2
+
+expected=$(sort <<'NAMES'
+readn
+writen
+ThreadVideoSourceForFleet
+ThreadVideoSourceForCar
+ThreadGetListForCar
+ThreadGetRelayForCar
+ThreadGetCarGPS
+myDevInfoItemsForGPS
+carCount
+shader_vsh
+shader_fsh
+uniforms
+kColorConversion601
+kColorConversion709
+QuorvidVersionNumber
+QuorvidVersionString
+pCodecCtxWidth
+pCodecCtxHeight
+NAMES
+)
+shown=$("$nm" -D --defined-only "$library" | awk '{print $NF}' | sort)
+c_names=$(grep -v '^_Z' <<<"$shown" || true)
+if [[ "$c_names" != "$expected" ]]; then
+  echo "C names differ (< expected, > shown):"
+  diff <(echo "$expected") <(echo "$c_names") || true
+  exit 1
+fi
+
+cxx_names=$(grep '^_Z' <<<"$shown" || true)
+strange=$(grep -vE '^_Z(N|NK|TVN|TIN|TSN|Thn[0-9]+_N)7quorvid' <<<"$cxx_names" || true)
+if [[ -n "$strange" ]]; then
+  echo "not of namespace quorvid: $strange"
+  exit 1
+fi
+for class in UIFleetLiveView VehicleVideo H264HwDecoderImpl H264HwDecoderImplDelegate AAPLEAGLLayer; do
+  if ! grep -qE "^_Z(N|NK|TIN|TVN)7quorvid${#class}$class" <<<"$cxx_names"; then
+    echo "public class $class is missing"
+    exit 1
+  fi
+done
