@@ -1,0 +1,90 @@
+#include "render/TextFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+namespace quorvid {
+namespace {
+
+constexpr std::size_t sizeLimit = 1 << 20;
+
+int hexDigit(char digit) {
+  const std::string_view digits = "0123456789abcdef";
+  const char lower = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit + ('a' - 'A')) : digit;
+  const std::size_t value = digits.find(lower);
+  return value == std::string_view::npos ? -1 : static_cast<int>(value);
+}
+
+std::string pathOf(std::string_view url) {
+  constexpr std::string_view scheme = "file://";
+  if (url.substr(0, scheme.size()) != scheme) {
+    return std::string(url);
+  }
+  const std::size_t begin = url.find('/', scheme.size());  // behind the host, empty or "localhost"
+  std::string path;
+  for (std::size_t at = begin; at < url.size(); ++at) {
+    const bool encoded = url[at] == '%' && at + 2 < url.size() && hexDigit(url[at + 1]) >= 0 &&
+                         hexDigit(url[at + 2]) >= 0;
+    path +=
+        encoded ? static_cast<char>(hexDigit(url[at + 1]) * 16 + hexDigit(url[at + 2])) : url[at];
+    at += encoded ? 2 : 0;
+  }
+  return path;
+}
+
+// Bytes that follow the first one of a UTF-8 sequence, -1 for a byte that begins none.
+int followers(unsigned char first) {
+  if (first < 0x80) {
+    return 0;
+  }
+  if (first < 0xC2 || first > 0xF4) {
+    return -1;
+  }
+  return first < 0xE0 ? 1 : first < 0xF0 ? 2 : 3;
+}
+
+bool isUtf8(std::string_view text) {
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    int more = followers(static_cast<unsigned char>(text[at]));
+    if (more < 0) {
+      return false;
+    }
+    for (; more > 0; --more) {
+      ++at;
+      if (at >= text.size() || (static_cast<unsigned char>(text[at]) & 0xC0) != 0x80) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string readTextFile(const Text& url, std::string& text) {
+  if (url.isMissing()) {
+    return "no file was named";
+  }
+  const std::string path = pathOf(url.c_str());
+  struct Close {
+    void operator()(std::FILE* open) const { std::fclose(open); }
+  };
+  const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "rbe"));
+  if (file == nullptr) {
+    return path + ": " + std::strerror(errno);  // NOLINT(concurrency-mt-unsafe)
+  }
+  text.resize(sizeLimit + 1);
+  text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+  if (std::ferror(file.get()) != 0) {
+    return path + ": it can't be read";
+  }
+  if (text.size() > sizeLimit) {
+    return path + ": it is too large for a shader";
+  }
+  return isUtf8(text) ? "" : path + ": it is not UTF-8 text";
+}
+
+}  // namespace quorvid

@@ -1,0 +1,18 @@
+// Reads a text file that is named by a file URL. Any thread.
+#ifndef QUORVID_RENDER_TEXT_FILE_H
+#define QUORVID_RENDER_TEXT_FILE_H
+
+#include <string>
+
+#include "quorvid/platform/Text.h"
+
+namespace quorvid {
+
+// url: "file://" (also with the host "localhost") and an absolute path, percent-encoded; a plain
+// path is taken as it is. Fills `text` and returns an empty string, or says why it could not: no
+// such file, more than 1 MiB, not UTF-8.
+std::string readTextFile(const Text& url, std::string& text);
+
+}  // namespace quorvid
+
+#endif

@@ -1,0 +1,90 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+
+#include "quorvid/platform/Log.h"
+#include "quorvid/render/AAPLEAGLLayer.h"
+
+namespace quorvid::test {
+namespace {
+
+// The text at a position, as long as the expected one.
+std::string at(const char* text, std::size_t position, const std::string& expected) {
+  return std::string(text).substr(position, expected.size());
+}
+
+TEST(Shader, TextsHaveTheirExactLayout) {
+  ASSERT_EQ(std::strlen(shader_vsh), 492U);
+  ASSERT_EQ(std::strlen(shader_fsh), 412U);
+  EXPECT_EQ(std::strpbrk(shader_vsh, "\r\n"), nullptr);
+  EXPECT_EQ(at(shader_vsh, 114, "main(){    mat4 rota"), "main(){    mat4 rota");
+  const std::string third =
+      "0.0," + std::string(5, '\t') + "    0.0, 1.0, 0.0," + std::string(31, ' ');
+  EXPECT_EQ(at(shader_vsh, 330, third), third);
+  EXPECT_EQ(std::string(shader_vsh).substr(492 - 28), "texCoordVarying = texCoord;}");
+  EXPECT_EQ(at(shader_fsh, 159, "){    mediump vec3 yuv;    lowp"),
+            "){    mediump vec3 yuv;    lowp");
+  EXPECT_EQ(std::string(shader_fsh).substr(412 - 33), "    gl_FragColor = vec4(rgb, 1);}");
+}
+
+TEST(Shader, LayerLinksAProgramAndFillsTheTable) {
+  const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
+  ASSERT_NE(layer, nullptr);
+  ASSERT_NE(layer->program(), 0U);
+  const char* names[] = {"SamplerY", "SamplerUV", "preferredRotation", "colorConversionMatrix"};
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_GE(uniforms[i], 0);
+    EXPECT_EQ(uniforms[i], glGetUniformLocation(layer->program(), names[i]));
+  }
+  EXPECT_EQ(glGetAttribLocation(layer->program(), "position"), 0);
+  EXPECT_EQ(glGetAttribLocation(layer->program(), "texCoord"), 1);
+  GLint attached = -1;
+  glGetProgramiv(layer->program(), GL_ATTACHED_SHADERS, &attached);
+  EXPECT_EQ(attached, 0);
+  GLfloat matrix[9] = {};
+  glGetUniformfv(layer->program(), uniforms[3], matrix);
+  EXPECT_EQ(std::memcmp(matrix, kColorConversion709, sizeof matrix), 0);
+  EXPECT_TRUE(layer->validateProgram(layer->program()));
+}
+
+TEST(Shader, WhatDoesNotCompileIsDeletedAndPrinted) {
+  const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
+  GLuint shader = 0;
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(layer->compileShaderString(&shader, GL_VERTEX_SHADER, "void main() { nonsense }"));
+  EXPECT_EQ(testing::internal::GetCapturedStdout().find("Shader compile log:\n0:1("), 0U);
+  EXPECT_EQ(glIsShader(shader), GL_FALSE);
+  const GLuint empty = glCreateProgram();
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(layer->linkProgram(empty) && layer->validateProgram(empty));
+  testing::internal::GetCapturedStdout();
+  glDeleteProgram(empty);
+}
+
+TEST(Shader, IsReadFromAFileUrl) {
+  const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
+  const std::string folder = testing::TempDir() + "quorvid " + std::to_string(getpid());
+  const std::string good = folder + ".fsh";
+  const std::string bad = folder + ".bad";
+  std::ofstream(good) << shader_fsh;
+  std::ofstream(bad) << "\xff";
+  std::string last;
+  setLogSink([&](std::string_view line) { last = line; });
+  GLuint shader = 0;
+  const std::string url = "file://" + testing::TempDir() + "quorvid%20" + std::to_string(getpid());
+  EXPECT_TRUE(layer->compileShader(&shader, GL_FRAGMENT_SHADER, Text(url + ".fsh")));
+  EXPECT_EQ(glIsShader(shader), GL_TRUE);
+  for (const char* ending : {".bad", ".none"}) {
+    last.clear();
+    EXPECT_FALSE(layer->compileShader(&shader, GL_FRAGMENT_SHADER, Text(url + ending)));
+    EXPECT_EQ(last.find("Failed to load vertex shader: /"), 0U) << last;
+  }
+  setLogSink(nullptr);
+  unlink(good.c_str());
+  unlink(bad.c_str());
+}
+
+}  // namespace
+}  // namespace quorvid::test
