@@ -1,0 +1,228 @@
+#include "support/H264TestStream.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "support/SpsRewriter.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/opt.h>
+}
+
+namespace quorvid::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+constexpr std::size_t kSpsSize = 9;
+constexpr std::size_t kPpsSize = 4;
+constexpr int kQuiet = 64;  // added to the level of every message of the encoder
+
+[[noreturn]] void fail(const char* what) {
+  std::fprintf(stderr, "test stream: %s\n", what);
+  std::abort();
+}
+
+struct FreeContext {
+  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+};
+struct FreeFrame {
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+struct FreePacket {
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+using Context = std::unique_ptr<AVCodecContext, FreeContext>;
+using Frame = std::unique_ptr<AVFrame, FreeFrame>;
+using Packet = std::unique_ptr<AVPacket, FreePacket>;
+
+AVColorSpace colorSpace(TestMatrix matrix) {
+  switch (matrix) {
+    case TestMatrix::Bt601:
+      return AVCOL_SPC_SMPTE170M;
+    case TestMatrix::Bt709:
+      return AVCOL_SPC_BT709;
+    default:
+      return AVCOL_SPC_UNSPECIFIED;
+  }
+}
+
+Context openEncoder(const TestStreamOptions& options) {
+  const AVCodec* const codec = avcodec_find_encoder_by_name("libx264");
+  Context context(codec != nullptr ? avcodec_alloc_context3(codec) : nullptr);
+  if (!context) {
+    fail("libx264 is missing");
+  }
+  context->log_level_offset = kQuiet;
+  context->width = options.width;
+  context->height = options.height;
+  context->pix_fmt = AV_PIX_FMT_YUV420P;
+  context->color_range = options.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+  context->colorspace = colorSpace(options.matrix);
+  context->time_base = {1, 25};
+  context->framerate = {25, 1};
+  context->gop_size = options.keyInterval;
+  context->max_b_frames = 0;
+  context->bit_rate = options.bitRate;
+  context->thread_count = 1;
+  void* const settings = context->priv_data;
+  av_opt_set(settings, "profile", options.mainProfile ? "main" : "baseline", 0);
+  av_opt_set(settings, "preset", "veryfast", 0);
+  av_opt_set(settings, "x264-params",
+             "slices=1:sliced-threads=0:no-psy=1:ref=1:weightp=0:scenecut=0:rc-lookahead=0", 0);
+  if (avcodec_open2(context.get(), codec, nullptr) < 0) {
+    fail("libx264 does not open");
+  }
+  return context;
+}
+
+TestPicture blankPicture(int width, int height) {
+  const auto pixels = static_cast<std::size_t>(width * height);
+  return {width, height, Bytes(pixels), Bytes(pixels / 4), Bytes(pixels / 4)};
+}
+
+void copyPlane(const Bytes& plane, int width, std::uint8_t* to, int toStride) {
+  for (std::size_t row = 0; row * static_cast<std::size_t>(width) < plane.size(); ++row) {
+    const auto from = plane.begin() + static_cast<std::ptrdiff_t>(row) * width;
+    std::copy(from, from + width, to + static_cast<std::ptrdiff_t>(row) * toStride);
+  }
+}
+
+void sendPicture(AVCodecContext* encoder, const TestStreamOptions& options, int index) {
+  const Frame frame(av_frame_alloc());
+  frame->format = encoder->pix_fmt;
+  frame->width = encoder->width;
+  frame->height = encoder->height;
+  frame->pts = index;
+  if (av_frame_get_buffer(frame.get(), 0) < 0) {
+    fail("no memory");
+  }
+  const TestPicture picture = drawnPicture(options, index);
+  copyPlane(picture.y, picture.width, frame->data[0], frame->linesize[0]);
+  copyPlane(picture.u, picture.width / 2, frame->data[1], frame->linesize[1]);
+  copyPlane(picture.v, picture.width / 2, frame->data[2], frame->linesize[2]);
+  if (avcodec_send_frame(encoder, frame.get()) < 0) {
+    fail("the encoder refuses a picture");
+  }
+}
+
+// The units between start codes of 3 or 4 bytes.
+std::vector<Bytes> unitsOf(const AVPacket& packet) {
+  std::vector<Bytes> units;
+  const std::uint8_t* const end = packet.data + packet.size;
+  for (const std::uint8_t* p = packet.data; p < end; ++p) {
+    if (end - p > 3 && p[0] == 0 && p[1] == 0 && p[2] == 1) {
+      units.emplace_back();
+      p += 2;
+    } else if (!units.empty() && !(end - p > 4 && p[0] == 0 && p[1] == 0 && p[2] == 0)) {
+      units.back().push_back(*p);
+    }
+  }
+  return units;
+}
+
+void takePacket(const AVPacket& packet, const TestStreamOptions& options, H264TestStream& stream) {
+  H264TestStream::Frame frame;
+  for (Bytes& unit : unitsOf(packet)) {
+    const int type = unit[0] & 0x1F;
+    if (type == 7) {
+      stream.sps = options.keepVui ? unit : rewriteSps(unit, kSpsSize);
+    } else if (type == 8) {
+      stream.pps = unit;
+    } else if ((type == 1 || type == 5) && frame.slice.empty()) {
+      frame.isKey = type == 5;
+      frame.slice = unit;
+    } else if (type != 6) {
+      fail("an unexpected unit");
+    }
+  }
+  stream.frames.push_back(frame);
+}
+
+void takePackets(AVCodecContext* encoder, const TestStreamOptions& options,
+                 H264TestStream& stream) {
+  const Packet packet(av_packet_alloc());
+  while (avcodec_receive_packet(encoder, packet.get()) == 0) {
+    takePacket(*packet, options, stream);
+    av_packet_unref(packet.get());
+  }
+}
+
+void append(Bytes& to, const Bytes& unit) {
+  const Bytes marked = withStartCode(unit);
+  to.insert(to.end(), marked.begin(), marked.end());
+}
+
+}  // namespace
+
+Bytes withStartCode(const Bytes& unit) {
+  Bytes bytes{0, 0, 0, 1};
+  bytes.insert(bytes.end(), unit.begin(), unit.end());
+  return bytes;
+}
+
+Bytes H264TestStream::frameBytes(std::size_t index, bool withSei) const {
+  Bytes bytes;
+  const Frame& frame = frames.at(index);
+  if (frame.isKey) {
+    append(bytes, sps);
+    append(bytes, pps);
+    if (withSei) {
+      append(bytes, {0x06, 0x06, 0x01, 0x84, 0x80});  // a recovery point at this very picture
+    }
+  }
+  append(bytes, frame.slice);
+  return bytes;
+}
+
+H264TestStream encodeTestStream(const TestStreamOptions& options) {
+  const Context encoder = openEncoder(options);
+  H264TestStream stream;
+  for (int index = 0; index < options.frames; ++index) {
+    sendPicture(encoder.get(), options, index);
+    takePackets(encoder.get(), options, stream);
+  }
+  avcodec_send_frame(encoder.get(), nullptr);
+  takePackets(encoder.get(), options, stream);
+  if (stream.frames.size() != static_cast<std::size_t>(options.frames) ||
+      (!options.keepVui && (stream.sps.size() != kSpsSize || stream.pps.size() != kPpsSize))) {
+    fail("the encoder gave another layout");
+  }
+  return stream;
+}
+
+void drawTestScene(TestPicture& picture, int index) {
+  for (int row = 0; row < picture.height; ++row) {
+    for (int column = 0; column < picture.width; ++column) {
+      const bool square = (column - 8 * index - 32) / 64 == 0 && (row - 64) / 64 == 0;
+      picture.y[static_cast<std::size_t>(row * picture.width + column)] =
+          static_cast<std::uint8_t>(square ? 225 : 30 + 150 * column / picture.width);
+    }
+  }
+  for (int row = 0; row < picture.height / 2; ++row) {
+    for (int column = 0; column < picture.width / 2; ++column) {
+      const auto at = static_cast<std::size_t>(row * (picture.width / 2) + column);
+      picture.u[at] = static_cast<std::uint8_t>(60 + 130 * 2 * row / picture.height);
+      picture.v[at] = static_cast<std::uint8_t>(190 - 130 * 2 * column / picture.width);
+    }
+  }
+}
+
+void fillTestPicture(TestPicture& picture, std::uint8_t y, std::uint8_t u, std::uint8_t v) {
+  std::fill(picture.y.begin(), picture.y.end(), y);
+  std::fill(picture.u.begin(), picture.u.end(), u);
+  std::fill(picture.v.begin(), picture.v.end(), v);
+}
+
+TestPicture drawnPicture(const TestStreamOptions& options, int index) {
+  TestPicture picture = blankPicture(options.width, options.height);
+  if (options.draw) {
+    options.draw(picture, index);
+  } else {
+    drawTestScene(picture, index);
+  }
+  return picture;
+}
+
+}  // namespace quorvid::test
