@@ -32,16 +32,17 @@ namespace {
 
 TEST(HostBinding, TheLibraryNeverCallsTheHostsFunctions) {
   std::uint8_t isCancel = 0;
-  const std::atomic_ref<std::uint8_t> cancel(isCancel);
+  std::uint8_t canGetFrame = 0;
   FleetServer server([&](FleetClient& client) {
     client.readRequest();
     client.sendAnswer();
     client.sendVideo("frame");
-    cancel = 1;
-    client.sendVideo("last");
-    client.waitForClose();
+    while (std::atomic_ref<std::uint8_t>(canGetFrame).load() == 0 && hostCalls == 0) {
+      std::this_thread::yield();
+    }
+    std::atomic_ref<std::uint8_t>(isCancel).store(1);
+    client.send("A");  // wakes the worker from its read; closing ends the packet
   });
-  std::uint8_t canGetFrame = 0;
   std::vector<std::uint8_t> frame(0x20000);
   std::int32_t length = 0;
   EXPECT_EQ(
@@ -56,7 +57,7 @@ TEST(HostBinding, TheLibraryWritesTheHostsCarCount) {
   std::uint8_t run = 1;
   FleetServer server([&](FleetClient& client) {
     client.readRequest();
-    std::atomic_ref<std::uint8_t>(run) = 0;
+    std::atomic_ref<std::uint8_t>{run}.store(0);
   });
   carCount = 77;
   std::int32_t count = 0;
