@@ -1,0 +1,128 @@
+// The fleet worker against a server driven by hand.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "connection/TestServer.h"
+
+namespace quorvid::test {
+namespace {
+
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+using Clock = std::chrono::steady_clock;
+
+const std::string kAnswer = word(0) + std::string(14, 'n');
+
+std::string packet(char kind, const std::string& payload, size_t missing = 0) {
+  return kind + word(static_cast<int64_t>(payload.size() + missing)) + std::string(14, 'n') +
+         payload;
+}
+
+TEST(FleetVideo, DeliversVideoAndDropsTheRest) {
+  CaptureStdout();
+  TestServer server;
+  VideoRun run(ThreadVideoSourceForFleet, server.port);
+  Peer peer = server.acceptRequest(81);
+  EXPECT_EQ(server.request, padded("001car" + zeros(29) + "02L", 81));
+  EXPECT_EQ(get(run.canGetFrame), 0);
+  peer.send(kAnswer + packet('A', std::string(1000, 'V')) + packet('V', "") + packet('V', "one"));
+  EXPECT_EQ(run.take(), "one");
+  const std::string largest(131072, 'L');
+  set(run.canGetFrame, 0xFE);  // clear, as only bit 0 counts
+  peer.send(packet('V', largest));
+  EXPECT_EQ(run.take(), largest);
+  set(run.isCancel, 1);
+  peer.finish();
+  EXPECT_TRUE(peer.seesClose());
+  EXPECT_EQ(run.join(), 0);
+  EXPECT_THAT(GetCapturedStdout(), testing::HasSubstr("Wait to canGetFrame 0\n"));
+}
+
+TEST(FleetVideo, UntakenFrameIsOverwrittenAfterHalfASecond) {
+  TestServer server;
+  VideoRun run(ThreadVideoSourceForFleet, server.port);
+  Peer peer = server.acceptRequest(81);
+  const auto start = Clock::now();
+  peer.send(kAnswer + packet('V', "one") + packet('A', "audio") + packet('V', "second"));
+  EXPECT_TRUE(eventually([&] { return get(run.frameLen) == 6; }));
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(500));
+  EXPECT_EQ(run.take(), "second");
+  peer.finish();
+}
+
+// The worker does not notice an orderly close: it hands over what came and stays, at rest.
+TEST(FleetVideo, OrderlyCloseLeavesItWaiting) {
+  CaptureStdout();
+  TestServer server;
+  VideoRun run(ThreadVideoSourceForFleet, server.port);
+  const auto start = Clock::now();
+  Peer peer = server.acceptRequest(81);
+  peer.send(kAnswer + packet('V', "part", 6));
+  peer.finish();
+  EXPECT_EQ(run.take(), "part");
+  std::this_thread::sleep_for(std::chrono::milliseconds(600));
+  EXPECT_EQ(run.stop(), 0);
+  const auto turns = (Clock::now() - start) / std::chrono::milliseconds(100) + 2;
+  const std::string printed = GetCapturedStdout();
+  EXPECT_LE(std::count(printed.begin(), printed.end(), '\n'), turns);
+}
+
+TEST(FleetVideo, UnreachableServerIsTriedAgain) {
+  CaptureStdout();
+  TestServer server("127.0.0.1", false);
+  const auto start = Clock::now();
+  VideoRun run(ThreadVideoSourceForFleet, server.port);
+  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+  server.listen();
+  Peer peer = server.acceptRequest(81);
+  EXPECT_GE(Clock::now() - start, std::chrono::seconds(3));
+  peer.reset();
+  EXPECT_EQ(run.stop(), 0);
+  EXPECT_EQ(GetCapturedStdout(), "ConnectToHost connect to 127.0.0.1 fail\n");
+}
+
+struct Break {
+  const char* name;
+  std::string sent;
+  enum { kFollowsAtOnce, kByFinish, kByReset } how = kFollowsAtOnce;
+};
+void PrintTo(const Break& broken, std::ostream* out) {
+  *out << broken.name;
+}
+
+class FleetVideoBreak : public testing::TestWithParam<Break> {};
+
+// Each field is acted on as soon as it is there, although more was to come.
+TEST_P(FleetVideoBreak, LeadsToANewConnectionWithANewRequest) {
+  TestServer server;
+  VideoRun run(ThreadVideoSourceForFleet, server.port);
+  Peer peer = server.acceptRequest(81);
+  const auto start = Clock::now();
+  peer.send(GetParam().sent);
+  const bool delivers = GetParam().sent.size() > kAnswer.size();
+  EXPECT_TRUE(!delivers || eventually([&] { return get(run.frameLen) == 5; }));
+  if (GetParam().how == Break::kByFinish) peer.finish();
+  EXPECT_TRUE(GetParam().how == Break::kByReset ? (peer.reset(), true) : peer.seesClose());
+  Peer again = server.acceptRequest(81);
+  EXPECT_EQ(server.request.size(), 81U);
+  EXPECT_GE(Clock::now() - start, std::chrono::seconds(3));
+  EXPECT_EQ(get(run.canGetFrame), 0);
+  again.send(kAnswer + packet('V', "again"));
+  EXPECT_EQ(run.take(), "again");
+  again.finish();
+}
+
+const std::string kFrame = kAnswer + packet('V', "frame");
+
+INSTANTIATE_TEST_SUITE_P(, FleetVideoBreak,
+                         testing::Values(Break{"AnswerNotZero", word(1)},
+                                         Break{"NoAnswer", "", Break::kByFinish},
+                                         Break{"NoHeader", kAnswer, Break::kByFinish},
+                                         Break{"UnknownKind", kFrame + "v"},
+                                         Break{"PayloadNegative", kFrame + "V" + word(-1)},
+                                         Break{"PayloadTooLong", kFrame + "A" + word(131073)},
+                                         Break{"Reset", kFrame + "V", Break::kByReset}),
+                         testing::PrintToStringParamName());
+
+}  // namespace
+}  // namespace quorvid::test

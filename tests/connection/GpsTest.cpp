@@ -1,0 +1,95 @@
+// The GPS poller against a server driven by hand. It polls every 4 s; those pauses are waited for.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "connection/TestServer.h"
+
+namespace quorvid::test {
+namespace {
+
+auto openDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+class GpsRun {
+ public:
+  explicit GpsRun(int32_t port)
+      : thread_([this, port] {
+          result_ = ThreadGetCarGPS(myDevInfoItemsForGPS, &count, "127.0.0.1", port, 0, "a", "p",
+                                    "t", &done, &run);
+        }) {}
+  ~GpsRun() { stop(); }
+  int32_t stop() {
+    set(run, 0xFE);
+    return join();
+  }
+  int32_t join() {
+    if (thread_.joinable()) thread_.join();
+    return result_;
+  }
+  bool awaitPoll() {
+    return eventually([this] { return get(done) == 1; });
+  }
+
+  int32_t count = -7;
+  int32_t done = 5;
+  uint8_t run = 0xFF;
+
+ private:
+  int32_t result_ = -99;
+  std::thread thread_;
+};
+
+TEST(Gps, WrongRepliesLeaveNoConnectionsBehind) {
+  TestServer server;
+  GpsRun gps(server.port);
+  const auto before = openDescriptors() + 1;  // with the one that the poller has open
+  for (int i = 0; i < 1000; ++i) server.acceptRequest(500).send(listHeader(0));
+  Peer peer = server.acceptRequest(500);
+  EXPECT_LE(openDescriptors(), before + 1);
+  EXPECT_EQ(get(gps.count), -7);
+  EXPECT_EQ(get(gps.done), 0);
+
+  // Cleared during the pause behind a poll, run ends the poller once the pause is over.
+  const std::string record = deviceRecord(280, 9);
+  memset(static_cast<void*>(myDevInfoItemsForGPS), 0xFF, sizeof myDevInfoItemsForGPS);
+  peer.send("garbage" + listHeader(1) + record);
+  ASSERT_TRUE(gps.awaitPoll());
+  EXPECT_TRUE(peer.seesClose());
+  EXPECT_EQ(gps.stop(), 0);
+  EXPECT_EQ(gps.done, 1);
+  EXPECT_EQ(gps.count, 1);
+  EXPECT_TRUE(holdsRecord(myDevInfoItemsForGPS[0], record));
+}
+
+TEST(Gps, ShortPollsCountTheirWholeRecords) {
+  TestServer server;
+  GpsRun gps(server.port);
+  const std::string record = deviceRecord(280, 9);
+  Peer first = server.acceptRequest(500);
+  const auto start = std::chrono::steady_clock::now();
+  first.send(listHeader(3) + record + record.substr(0, 200));
+  first.finish();
+  ASSERT_TRUE(gps.awaitPoll());
+  EXPECT_TRUE(eventually([&] { return get(gps.count) == 1; }));  // stored behind done
+  EXPECT_EQ(get(carCount), 1);
+
+  // A record with too many bytes behind it is whole itself, but nothing can follow.
+  Peer peer = server.acceptRequest(500);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+  EXPECT_EQ(get(carCount), 0);
+  EXPECT_EQ(get(gps.count), 1);
+  peer.send(listHeader(3) + record + deviceRecord(2645, 1, 2365) + record);
+  EXPECT_TRUE(eventually([&] { return get(gps.count) == 2; }));
+  EXPECT_EQ(get(carCount), 2);
+  EXPECT_EQ(gps.stop(), 0);
+}
+
+TEST(Gps, UnreachableServerEndsIt) {
+  const TestServer silent("127.0.0.1", false);
+  EXPECT_EQ(GpsRun(silent.port).join(), -1);
+}
+
+}  // namespace
+}  // namespace quorvid::test

@@ -1,0 +1,130 @@
+// Exact reading and writing, and connecting.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "connection/ServerConnection.h"
+#include "connection/TestServer.h"
+
+extern "C" int32_t tableBytesSeenFromC(void);
+
+namespace quorvid::test {
+namespace {
+
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+TEST(Socket, ReadnCountsWhatCame) {
+  int ends[2];
+  char buffer[9] = {};
+  ASSERT_EQ(pipe(ends), 0);
+  EXPECT_EQ(readn(ends[0], buffer, -1), 0);
+  EXPECT_EQ(writen(ends[1], "abc", 3), 3);
+  EXPECT_EQ(writen(ends[1], "abc", -5), -5);
+  ::close(ends[1]);
+  EXPECT_EQ(readn(ends[0], buffer, 8), 3);
+  EXPECT_STREQ(buffer, "abc");
+  ::close(ends[0]);
+  EXPECT_EQ(readn(ends[0], buffer, 8), -1);
+}
+
+std::atomic<int> signalsSeen{0};
+
+// Handled without SA_RESTART, as a profiler's or a timer's signal may be.
+void interruptOften(std::thread& thread) {
+  struct sigaction action {};
+  action.sa_handler = [](int) { ++signalsSeen; };
+  sigaction(SIGUSR1, &action, nullptr);
+  for (int i = 0; i < 20; ++i) {
+    pthread_kill(thread.native_handle(), SIGUSR1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+}
+
+TEST(Socket, ReadnAndWritenGoOnAfterASignal) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const std::string sent(1 << 20, 's');  // more than a pipe holds
+  std::string received(sent.size(), '\0');
+  const auto size = static_cast<int32_t>(sent.size());
+  int32_t read = 0, written = 0;
+  std::thread reader([&] { read = readn(ends[0], received.data(), 8); });
+  interruptOften(reader);
+  std::thread writer([&] { written = writen(ends[1], sent.data(), size); });
+  interruptOften(writer);
+  reader.join();
+  EXPECT_EQ(read, 8);
+  EXPECT_EQ(readn(ends[0], received.data() + 8, size - 8), size - 8);
+  writer.join();
+  EXPECT_EQ(written, size);
+  EXPECT_EQ(received, sent);
+  EXPECT_GT(signalsSeen, 0);
+}
+
+// Writing to a pipe nobody reads causes no signal, and one that the host keeps pending stays.
+TEST(Socket, WritenToALostPeerFailsWithoutASignal) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  ::close(ends[0]);
+  sigset_t sigpipe, pending;
+  sigemptyset(&sigpipe);
+  sigaddset(&sigpipe, SIGPIPE);
+  for (const int hosts : {0, 1}) {
+    if (hosts == 1) {
+      pthread_sigmask(SIG_BLOCK, &sigpipe, nullptr);
+      pthread_kill(pthread_self(), SIGPIPE);
+    }
+    EXPECT_EQ(writen(ends[1], "abc", 3), -1);
+    EXPECT_EQ(errno, EPIPE);
+    sigpending(&pending);
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), hosts);
+  }
+}
+
+TEST(Socket, WritenToAResetConnectionFails) {
+  TestServer server;
+  const Socket socket(ConnectToServer("127.0.0.1", server.port));
+  server.accept().reset();
+  EXPECT_TRUE(eventually([&] { return writen(socket.descriptor(), "abc", 3) == -1; }));
+}
+
+// Only the low 16 bits of a port count, and descriptor 0 would mean "not connected".
+TEST(Socket, ConnectsToADescriptorAboveZero) {
+  TestServer server;
+  const int input = dup(0);
+  ::close(0);
+  const Socket socket(ConnectToServer("127.0.0.1", server.port + 65536));
+  EXPECT_TRUE(socket.isOpen());
+  EXPECT_EQ(fcntl(socket.descriptor(), F_GETFD), FD_CLOEXEC);
+  EXPECT_EQ(fcntl(0, F_GETFD), -1);
+  dup2(input, 0);
+  server.accept().send("ok");
+  char answer[3] = {};
+  EXPECT_EQ(readn(socket.descriptor(), answer, 3), 2);
+}
+
+TEST(Socket, FailureToConnectIsPrinted) {
+  const TestServer silent("127.0.0.1", false);
+  CaptureStdout();
+  EXPECT_EQ(ConnectToServer("127.0.0.1", silent.port), -1);
+  EXPECT_EQ(GetCapturedStdout(), "ConnectToHost connect to 127.0.0.1 fail\n");
+  for (const char* host : {"no..name", static_cast<const char*>(nullptr)}) {
+    CaptureStdout();
+    EXPECT_EQ(ConnectToServer(host, 80), -1);
+    EXPECT_THAT(GetCapturedStdout(),
+                testing::MatchesRegex("[A-Z][a-z]+ [A-Z][a-z]+ [ 0-9]+ [0-9]+:[0-9]+:[0-9]+ "
+                                      "[0-9]+\n Gethostname error\n"));
+  }
+}
+
+TEST(Socket, HeaderServesC) {
+  EXPECT_EQ(tableBytesSeenFromC(), static_cast<int32_t>(200 * sizeof(DevInfoItem)));
+}
+
+}  // namespace
+}  // namespace quorvid::test
