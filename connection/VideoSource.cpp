@@ -13,8 +13,8 @@ uint8_t* allocateFilled(size_t size, int value) {
 }
 
 // A function of its own, so that a leak checker can tell this block from the two that are released.
-[[gnu::noinline]] uint8_t* allocateSpareBuf() {
-  return static_cast<uint8_t*>(calloc(1, kSpareSize));
+[[gnu::noinline]] void allocateSpareBuf(VideoSource* source) {
+  source->spareBuf = static_cast<uint8_t*>(calloc(1, kSpareSize));
 }
 
 }  // namespace
@@ -24,7 +24,7 @@ extern "C" void InitVideoSource(VideoSource* source, const char* host, int32_t m
                                 const char* pwd) {
   source->recvBuf = allocateFilled(kFrameCapacity, 0);
   source->tagWindow = allocateFilled(kTagWindowSize, 0xFF);
-  source->spareBuf = allocateSpareBuf();
+  allocateSpareBuf(source);
   source->host = host;
   source->mediaPort = mediaPort;
   source->cmdPort = cmdPort;
