@@ -27,7 +27,7 @@ __attribute__((visibility("default"))) int ConnectToServer() {
 }
 }
 
-namespace quorvid::testing {
+namespace quorvid::test {
 namespace {
 
 TEST(HostBinding, TheLibraryNeverCallsTheHostsFunctions) {
@@ -68,4 +68,4 @@ TEST(HostBinding, TheLibraryWritesTheHostsCarCount) {
 }
 
 }  // namespace
-}  // namespace quorvid::testing
+}  // namespace quorvid::test

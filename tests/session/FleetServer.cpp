@@ -9,7 +9,7 @@
 #include <array>
 #include <stdexcept>
 
-namespace quorvid::testing {
+namespace quorvid::test {
 
 std::string FleetClient::readRequest() {
   std::string request(81, '\0');
@@ -109,4 +109,4 @@ void FleetServer::serve(int descriptor) {
   --open_;
 }
 
-}  // namespace quorvid::testing
+}  // namespace quorvid::test

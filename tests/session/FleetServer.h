@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace quorvid::testing {
+namespace quorvid::test {
 
 class FleetClient {
  public:
@@ -55,6 +55,6 @@ class FleetServer {
   std::thread acceptor_;
 };
 
-}  // namespace quorvid::testing
+}  // namespace quorvid::test
 
 #endif

@@ -8,8 +8,8 @@
 namespace quorvid {
 namespace {
 
-using testing::FleetClient;
-using testing::FleetServer;
+using test::FleetClient;
+using test::FleetServer;
 
 template <typename Condition>
 void waitFor(Condition condition) {

@@ -3,7 +3,7 @@
 
 #include "view/control/Standins.h"
 
-namespace quorvid::testing {
+namespace quorvid::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -167,4 +167,4 @@ TEST_F(Control, StoppingFromInsideATickIsSafe) {
 }
 
 }  // namespace
-}  // namespace quorvid::testing
+}  // namespace quorvid::test

@@ -4,7 +4,7 @@
 
 #include "quorvid/platform/Clock.h"
 
-namespace quorvid::testing {
+namespace quorvid::test {
 
 Standins standins;
 
@@ -17,13 +17,13 @@ void note(const std::string& entry) {
 char frameMemory[0x20000];
 
 }  // namespace
-}  // namespace quorvid::testing
+}  // namespace quorvid::test
 
 namespace quorvid {
 
-using testing::frameMemory;
-using testing::note;
-using testing::standins;
+using test::frameMemory;
+using test::note;
+using test::standins;
 
 // ---- clock
 

@@ -8,7 +8,7 @@
 
 #include "quorvid/session/UIFleetLiveView.h"
 
-namespace quorvid::testing {
+namespace quorvid::test {
 
 struct Standins {
   std::vector<std::string> journal;
@@ -25,6 +25,6 @@ struct Standins {
 
 extern Standins standins;
 
-}  // namespace quorvid::testing
+}  // namespace quorvid::test
 
 #endif

@@ -1,0 +1,114 @@
+#include <malloc.h>
+
+#include <filesystem>
+#include <limits>
+
+#include "quorvid/platform/Clock.h"
+#include "view/path/LiveViewFixture.h"
+
+namespace quorvid::test {
+namespace {
+
+struct Usage {
+  std::ptrdiff_t threads, descriptors, bytes;
+};
+
+std::ptrdiff_t entriesOf(const char* folder) {
+  return std::distance(std::filesystem::directory_iterator(folder),
+                       std::filesystem::directory_iterator());
+}
+
+Usage usageNow() {
+  const auto heap = mallinfo2();
+  return {entriesOf("/proc/self/task"), entriesOf("/proc/self/fd"),
+          static_cast<std::ptrdiff_t>(heap.uordblks + heap.hblkhd)};
+}
+
+constexpr bool isSanitized() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return true;
+#elif defined(__has_feature)
+  return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+  return false;
+#endif
+}
+
+class Lifetime : public LiveViewFixture {
+ protected:
+  static void stream(FleetClient& client) {
+    static const auto frames = oneColouredFrames(kRust);
+    client.readRequest();
+    client.sendAnswer();
+    for (std::size_t i = 0; client.sendVideo(frames[i % frames.size()]); ++i) {
+      sleepForTimeInterval(0.005);
+    }
+  }
+
+  void play(const std::shared_ptr<UIFleetLiveView>& view, bool untilShown) {
+    view->playVideo();
+    sessions_.emplace_back(view->videoH264());
+    if (untilShown) {
+      refreshUntil([&] { return shows(*view, 32, 24, rgbOf(kRust)); });
+    }
+    view->stopVideo();
+  }
+
+  // Every worker has returned, and the server's threads with them.
+  Usage usageWhenQuiet(std::ptrdiff_t threads) {
+    for (const auto& session : sessions_) {
+      while (!session.expired()) {
+        sleepForTimeInterval(0.01);
+      }
+    }
+    sessions_.clear();
+    while (server_.clientsNow() != 0 || entriesOf("/proc/self/task") > threads) {
+      sleepForTimeInterval(0.01);
+    }
+    return usageNow();
+  }
+
+  // Does it a few times first, for what is made once, then `times` times.
+  void expectNothingLeft(int times, const std::function<void(int)>& once) {
+    for (int i = 0; i < 5; ++i) {
+      once(0);
+    }
+    usageWhenQuiet(std::numeric_limits<std::ptrdiff_t>::max());
+    sleepForTimeInterval(0.1);  // from the last session's end to its thread's
+    const Usage before = usageNow();
+    for (int i = 0; i < times; ++i) {
+      once(i);
+    }
+    const Usage after = usageWhenQuiet(before.threads);
+    EXPECT_EQ(after.descriptors, before.descriptors);
+    // The worker's spare block of 64 bytes and the allocator's 16 beside it; some for the rest.
+    const std::ptrdiff_t allowed = std::ptrdiff_t{80} * times + 16384;
+    if (!isSanitized()) {
+      EXPECT_LE(after.bytes - before.bytes, allowed);
+    }
+    RecordProperty("grown_by_bytes", std::to_string(after.bytes - before.bytes));
+  }
+
+  FleetServer server_{stream};
+  std::vector<std::weak_ptr<VehicleVideo>> sessions_;
+};
+
+TEST_F(Lifetime, TwoHundredSessionsOfOneView) {
+  const auto view = makeView(server_, CGRectMake(0, 0, 64, 48));
+  ASSERT_NE(view, nullptr);
+  expectNothingLeft(200, [&](int i) { play(view, i % 20 == 0); });
+}
+
+TEST_F(Lifetime, FiftyViews) {
+  expectNothingLeft(50, [&](int) {
+    auto view = makeView(server_, CGRectMake(0, 0, 64, 48));
+    ASSERT_NE(view, nullptr);
+    play(view, true);
+    const std::weak_ptr<UIFleetLiveView> watch = view;
+    view.reset();
+    EXPECT_TRUE(watch.expired());
+  });
+}
+
+}  // namespace
+}  // namespace quorvid::test
