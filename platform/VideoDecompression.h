@@ -24,6 +24,7 @@ inline constexpr OSStatus noErr = 0;
 inline constexpr OSStatus kCMFormatDescriptionError_InvalidParameter = -12710;
 inline constexpr OSStatus kCMBlockBufferBadLengthParameterErr = -12704;
 inline constexpr OSStatus kCMSampleBufferError_RequiredParameterMissing = -12731;
+inline constexpr OSStatus kVTPropertyNotSupportedErr = -12900;
 inline constexpr OSStatus kVTParameterErr = -12902;
 inline constexpr OSStatus kVTInvalidSessionErr = -12903;
 inline constexpr OSStatus kVTAllocationFailedErr = -12904;

@@ -1,5 +1,6 @@
 #include "support/H264TestStream.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -15,6 +16,7 @@ namespace quorvid::test {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+constexpr std::size_t kStartCodeSize = 4;
 constexpr std::size_t kSpsSize = 9;
 constexpr std::size_t kPpsSize = 4;
 constexpr int kQuiet = 64;  // added to the level of every message of the encoder
@@ -157,8 +159,9 @@ void append(Bytes& to, const Bytes& unit) {
 }  // namespace
 
 Bytes withStartCode(const Bytes& unit) {
-  Bytes bytes{0, 0, 0, 1};
-  bytes.insert(bytes.end(), unit.begin(), unit.end());
+  Bytes bytes(kStartCodeSize + unit.size());
+  bytes[kStartCodeSize - 1] = 1;
+  std::copy(unit.begin(), unit.end(), bytes.begin() + kStartCodeSize);
   return bytes;
 }
 

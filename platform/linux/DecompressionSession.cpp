@@ -1,0 +1,34 @@
+#include "platform/linux/DecompressionSession.h"
+
+#include "platform/linux/H264Units.h"
+
+namespace quorvid {
+
+OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, void* frameRefCon,
+                                        VTDecodeInfoFlags& infoFlags) {
+  CVPixelBufferRef picture = nullptr;
+  const OSStatus status = makePicture(sample, picture);
+  infoFlags = picture == nullptr ? kVTDecodeInfo_FrameDropped : 0;
+  callback_.callback(callback_.refCon, frameRefCon, status, infoFlags, picture, CMTime{}, CMTime{});
+  CVPixelBufferRelease(picture);
+  return status;
+}
+
+OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sample,
+                                             CVPixelBufferRef& picture) {
+  const H264UnitKind kind = repackH264Sample(sample, packet_);
+  if (kind == H264UnitKind::Nothing) {
+    return noErr;
+  }
+  if (kind == H264UnitKind::Damaged) {
+    return kVTVideoDecoderBadDataErr;
+  }
+  const DecodedPicture decoded = decoder_->decode(packet_);
+  if (decoded.frame == nullptr) {
+    return decoded.status;
+  }
+  picture = converter_.convert(*decoded.frame);
+  return picture != nullptr ? noErr : kVTVideoDecoderMalfunctionErr;
+}
+
+}  // namespace quorvid

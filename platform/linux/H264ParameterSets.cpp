@@ -1,0 +1,42 @@
+#include "platform/linux/H264ParameterSets.h"
+
+#include "platform/linux/H264Pps.h"
+#include "platform/linux/H264Sps.h"
+
+namespace quorvid {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// No set needs more; the lengths below have 16 bits.
+constexpr std::size_t kLargestSet = 4096;
+
+void appendWithLength(Bytes& record, const Bytes& set) {
+  record.push_back(static_cast<std::uint8_t>(set.size() >> 8));
+  record.push_back(static_cast<std::uint8_t>(set.size() & 0xFF));
+  record.insert(record.end(), set.begin(), set.end());
+}
+
+}  // namespace
+
+std::optional<H264ParameterSets> H264ParameterSets::make(std::span<const std::uint8_t> sps,
+                                                         std::span<const std::uint8_t> pps) {
+  if (sps.size() > kLargestSet || pps.size() > kLargestSet) {
+    return std::nullopt;
+  }
+  const auto parsed = parseH264Sps(sps);
+  if (!parsed || !isH264PpsFor(*parsed, pps)) {
+    return std::nullopt;
+  }
+  return H264ParameterSets{Bytes(sps.begin(), sps.end()), Bytes(pps.begin(), pps.end())};
+}
+
+std::vector<std::uint8_t> H264ParameterSets::avcRecord() const {
+  Bytes record{1, sps[1], sps[2], sps[3], 0xFF, 0xE1};
+  appendWithLength(record, sps);
+  record.push_back(1);
+  appendWithLength(record, pps);
+  return record;
+}
+
+}  // namespace quorvid

@@ -1,0 +1,31 @@
+// H264ParameterSets: one SPS and one PPS that hold together, and the record a decoder takes them
+// in.
+//
+// A session lives with its sets for good, so a set that only looks like one would block the picture
+// for ever: both are read strictly, to the last bit.
+#ifndef QUORVID_PLATFORM_LINUX_H264_PARAMETER_SETS_H
+#define QUORVID_PLATFORM_LINUX_H264_PARAMETER_SETS_H
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace quorvid {
+
+struct H264ParameterSets {
+  std::vector<std::uint8_t> sps, pps;  // NAL header first, no start code
+
+  // Copies of two valid sets of which the second refers to the first, else nothing. A stream that
+  // can't reorder pictures is told so in its SPS, so that no decoder ever holds a picture back.
+  static std::optional<H264ParameterSets> make(std::span<const std::uint8_t> sps,
+                                               std::span<const std::uint8_t> pps);
+
+  // 01 | profile, constraints, level | FF: lengths of 4 bytes | E1: one SPS | its length, 2 bytes |
+  // SPS | 01: one PPS | its length, 2 bytes | PPS
+  std::vector<std::uint8_t> avcRecord() const;
+};
+
+}  // namespace quorvid
+
+#endif

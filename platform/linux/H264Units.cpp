@@ -1,0 +1,73 @@
+#include "platform/linux/H264Units.h"
+
+#include <algorithm>
+#include <array>
+
+namespace quorvid {
+namespace {
+
+using Unit = std::span<const std::uint8_t>;
+
+constexpr std::size_t kPrefixSize = 4;
+constexpr std::array<std::uint8_t, 3> kStartCode{0, 0, 1};
+constexpr int kSei = 6;
+
+constexpr bool isSlice(int type) {
+  return type >= 1 && type <= 5;
+}
+
+std::size_t prefixOf(Unit sample) {
+  return static_cast<std::size_t>(sample[0]) << 24 | static_cast<std::size_t>(sample[1]) << 16 |
+         static_cast<std::size_t>(sample[2]) << 8 | sample[3];
+}
+
+// The zeros before a start code are padding.
+Unit withoutPadding(Unit unit) {
+  while (!unit.empty() && unit.back() == 0) {
+    unit = unit.first(unit.size() - 1);
+  }
+  return unit;
+}
+
+void append(Unit unit, std::vector<std::uint8_t>& packet) {
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    packet.push_back(static_cast<std::uint8_t>(unit.size() >> shift & 0xFF));
+  }
+  packet.insert(packet.end(), unit.begin(), unit.end());
+}
+
+H264UnitKind take(Unit unit, std::vector<std::uint8_t>& packet) {
+  if ((unit[0] & 0x80) != 0) {
+    return H264UnitKind::Damaged;
+  }
+  const int type = unit[0] & 0x1F;
+  if (unit.size() >= 2 && (isSlice(type) || type == kSei)) {
+    append(unit, packet);
+  }
+  return isSlice(type) ? H264UnitKind::Picture : H264UnitKind::Nothing;
+}
+
+}  // namespace
+
+H264UnitKind repackH264Sample(Unit sample, std::vector<std::uint8_t>& packet) {
+  packet.clear();
+  if (sample.size() <= kPrefixSize || prefixOf(sample) != sample.size() - kPrefixSize) {
+    return H264UnitKind::Damaged;
+  }
+  H264UnitKind kind = H264UnitKind::Nothing;
+  for (Unit rest = sample.subspan(kPrefixSize); !rest.empty();) {
+    const auto code = std::search(rest.begin(), rest.end(), kStartCode.begin(), kStartCode.end());
+    const auto size = static_cast<std::size_t>(code - rest.begin());
+    const bool last = code == rest.end();
+    const Unit unit = last ? rest : withoutPadding(rest.first(size));
+    rest = last ? Unit{} : rest.subspan(size + kStartCode.size());
+    const H264UnitKind found = unit.empty() ? H264UnitKind::Nothing : take(unit, packet);
+    if (found == H264UnitKind::Damaged) {
+      return found;
+    }
+    kind = found == H264UnitKind::Picture ? found : kind;
+  }
+  return kind;
+}
+
+}  // namespace quorvid

@@ -1,0 +1,27 @@
+// H264Units: from the length-prefixed unit of a caller to what a decoder may see of it.
+#ifndef QUORVID_PLATFORM_LINUX_H264_UNITS_H
+#define QUORVID_PLATFORM_LINUX_H264_UNITS_H
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace quorvid {
+
+enum class H264UnitKind : std::uint8_t {
+  Picture,  // slices to decode
+  Nothing,  // well-formed, but without a slice: no picture is due
+  Damaged,  // a prefix that doesn't fit the size, or a header no encoder writes
+};
+
+// sample: a length of 4 bytes, most significant byte first, and that many bytes. A caller that
+// hands over the rest of an access unit as one has start codes inside, which a single unit can't
+// contain: there the unit is taken apart, so that pictures of several slices come out whole.
+// `packet` gets the slices and SEI units, each with its length in front; parameter sets inside are
+// left out, the session keeps its own.
+H264UnitKind repackH264Sample(std::span<const std::uint8_t> sample,
+                              std::vector<std::uint8_t>& packet);
+
+}  // namespace quorvid
+
+#endif
