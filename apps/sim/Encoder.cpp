@@ -57,18 +57,21 @@ Encoder::Encoder(const EncoderSettings& settings) : settings_(settings), packet_
   }
 }
 
-EncodedFrame Encoder::encode(AVFrame& picture) {
+ByteView Encoder::encodePlain(AVFrame& picture) {
   picture.pts = count_;
   picture.pict_type = count_ % settings_.gop == 0 ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
   ++count_;
+  av_packet_unref(packet_.get());
   int result = avcodec_send_frame(codec_.get(), &picture);
   if (result >= 0) result = avcodec_receive_packet(codec_.get(), packet_.get());
   if (result < 0) throw SimError("the H.264 encoder failed: " + errorText(result));
+  return {packet_->data, static_cast<std::size_t>(packet_->size)};
+}
+
+EncodedFrame Encoder::encode(AVFrame& picture) {
   EncodedFrame frame;
-  frame.bytes =
-      arrangeFrame({packet_->data, static_cast<std::size_t>(packet_->size)}, settings_.sei);
+  frame.bytes = arrangeFrame(encodePlain(picture), settings_.sei);
   frame.key = isKeyFrame(frame.bytes);
-  av_packet_unref(packet_.get());
   return frame;
 }
 

@@ -32,6 +32,9 @@ class Encoder {
   /// @param picture planar 4:2:0 of the encoder's size; its time stamp is set
   /// @throws SimError when encoding fails or the result does not fit the layout
   EncodedFrame encode(AVFrame& picture);
+  /// The picture as the encoder wrote it, before it is put into the layout; borrowed until the next
+  /// call.
+  ByteView encodePlain(AVFrame& picture);
 
  private:
   EncoderSettings settings_;

@@ -123,7 +123,8 @@ std::optional<std::int64_t> FaultPlan::find(Service service, FaultKind kind) con
 }
 
 std::string faultHelp() {
-  std::string text = "Faults, written KIND[:SERVICE[:N]] with SERVICE fleet, list, relay or car:\n";
+  std::string text =
+      "Faults, written KIND[:SERVICE[:N]] with SERVICE fleet, list, relay, car or all:\n";
   for (const Kind& kind : kKinds) {
     std::string name = std::string("  ") + kind.name;
     name.resize(17, ' ');

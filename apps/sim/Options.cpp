@@ -112,7 +112,9 @@ void addTrouble(CLI::App& app, Options& options, Words& words) {
                  "Fall silent in each stream after so many seconds")
       ->check(CLI::Range(0.0, 1e6))
       ->group(group);
-  app.add_option("--fault", words.faults, "Make something go wrong; may be given several times")
+  app.add_option("--fault", words.faults,
+                 "Make something go wrong, see below; may be given several times")
+      ->allow_extra_args(false)
       ->group(group);
   app.add_option("--fault-times", options.faultTimes,
                  "Faults hit only the first N connections of a service (0: all)")

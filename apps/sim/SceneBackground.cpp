@@ -45,12 +45,15 @@ void drawSky(cairo_t* cairo, double width, const Daylight& light) {
 }
 
 void drawCloud(cairo_t* cairo, double x, double y, double size) {
-  setPaint(cairo, {1, 1, 1}, .55);
+  cairo_push_group(cairo);
+  setPaint(cairo, {1, 1, 1});
   for (const auto& [dx, dy, r] : {std::array{-1.5, .25, .55}, std::array{-.7, -.1, .75},
                                   std::array{.2, -.25, .9}, std::array{1.0, .1, .7}}) {
     fillDisc(cairo, x + dx * size, y + dy * size, r * size);
   }
   fillRounded(cairo, x - 2 * size, y + .1 * size, 3.8 * size, .7 * size, .35 * size);
+  cairo_pop_group_to_source(cairo);
+  cairo_paint_with_alpha(cairo, .6);
 }
 
 void drawHills(cairo_t* cairo, double width, const Paint& paint, double height, double phase) {

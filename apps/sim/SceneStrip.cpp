@@ -24,6 +24,8 @@ void write(cairo_t* cairo, double x, double y, const std::string& text, const Pe
   setPaint(cairo, pen.paint);
   cairo_move_to(cairo, x, y);
   cairo_show_text(cairo, text.c_str());
+  // Text leaves a point behind, from which the next path would go on.
+  cairo_new_path(cairo);
 }
 
 double textWidth(cairo_t* cairo, const std::string& text, const Pen& pen) {
@@ -52,14 +54,18 @@ std::string clockText(double seconds) {
 void drawLabels(cairo_t* cairo, double width, const SceneLabels& labels,
                 const SceneMoment& moment) {
   const Pen pen{.size = 18, .bold = true};
-  const std::string name = labels.device + "  CH " + std::to_string(labels.channel);
-  plate(cairo, 12, 10, textWidth(cairo, name, pen) + 20, 28);
-  write(cairo, 22, 30, name, pen);
-
   const std::string clock = clockText(moment.seconds);
   const double wide = textWidth(cairo, clock, pen) + 42;
   plate(cairo, width - 12 - wide, 10, wide, 28);
   write(cairo, width - wide + 20, 30, clock, pen);
+
+  // A long name is written smaller, so that it leaves the clock free.
+  const std::string name = labels.device + "  CH " + std::to_string(labels.channel);
+  const double room = width - wide - 60;
+  const Pen fitting{.size = pen.size * std::min(1.0, room / textWidth(cairo, name, pen)),
+                    .bold = true};
+  plate(cairo, 12, 10, textWidth(cairo, name, fitting) + 20, 28);
+  write(cairo, 22, 30, name, fitting);
   if (std::fmod(moment.seconds, 1) < .5) {
     setPaint(cairo, {.95, .15, .12});
     fillDisc(cairo, width - wide + 3, 24, 6);
@@ -107,7 +113,7 @@ void drawCounter(cairo_t* cairo, double cellWidth, const SceneMoment& moment) {
   const double left = 14 * cellWidth;
   const double room = 8 * cellWidth;
   // Narrow pictures have less room between bars and code.
-  const double size = room / textWidth(cairo, text.data(), {.size = 1, .bold = true});
+  const double size = room / textWidth(cairo, text.data(), {.size = 100, .bold = true}) * 100;
   const Pen digits{.size = std::min(size, 44.0), .bold = true};
   const double used = textWidth(cairo, text.data(), digits);
   write(cairo, left + (room - used) / 2, 450, text.data(), digits);
