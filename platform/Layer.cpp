@@ -17,7 +17,8 @@ void CALayer::addSublayer(const std::shared_ptr<CALayer>& layer) {
       return;
     }
   }
-  const std::shared_ptr<CALayer> added = layer;  // `layer` may lie in the list that changes now
+  // The argument itself may lie in the list that changes now.
+  const std::shared_ptr<CALayer> added = layer->shared_from_this();
   added->removeFromSuperlayer();
   sublayers_.push_back(added);
   added->superlayer_ = self;

@@ -43,7 +43,8 @@ void UIView::addSubview(const std::shared_ptr<UIView>& view) {
       return;
     }
   }
-  const std::shared_ptr<UIView> added = view;  // `view` may lie in the list that changes now
+  // The argument itself may lie in the list that changes now.
+  const std::shared_ptr<UIView> added = view->shared_from_this();
   added->removeFromSuperview();
   subviews_.push_back(added);
   added->superview_ = self;

@@ -23,7 +23,8 @@ TEST(Text, MissingAndEmptyAreDifferent) {
 
 TEST(Text, CopiesKeepTheObject) {
   const Text first(std::string("abc"));
-  const Text copy = first;
+  Text copy;
+  copy = first;
   EXPECT_TRUE(copy.isSameObject(first));
   EXPECT_EQ(copy.c_str(), first.c_str());
   EXPECT_TRUE(Text("abc") == first);
@@ -42,6 +43,7 @@ TEST(Log, SinkGetsWholeMessagesOneAtATime) {
   setLogSink([&](std::string_view message) { messages.emplace_back(message); });
   const std::string longText(5000, 'x');
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       for (int k = 0; k < 200; ++k) {
