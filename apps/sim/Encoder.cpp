@@ -16,7 +16,7 @@ namespace {
 // has 4 bytes. No lookahead, so that every picture comes out as it goes in.
 constexpr const char* kParameters =
     "slices=1:sliced-threads=0:threads=1:no-psy=1:ref=1:weightp=0:bframes=0:scenecut=0:"
-    "rc-lookahead=0:sync-lookahead=0:mbtree=0:force-cfr=1:8x8dct=0:info=0";
+    "rc-lookahead=0:sync-lookahead=0:mbtree=0:force-cfr=1:8x8dct=0";
 
 // The rate control's buffer is a frame's upper bound but for its rounding; a tenth is left for
 // that.

@@ -1,5 +1,7 @@
 #include "sim/FileSource.h"
 
+#include <algorithm>
+
 #include "sim/Error.h"
 
 namespace quorvid::sim {
@@ -42,7 +44,7 @@ FileSource::FileSource(std::string path, int width, int height, std::optional<AV
       upcoming_(newFrame()),
       picture_(newPicture(width, height)) {
   open();
-  if (rate) rate_ = *rate;
+  rate_ = rate.value_or(fileRate_);
   if (!decode(*upcoming_)) fail("no picture in it can be decoded");
   upcomingTime_ = secondsOf(*upcoming_);
   hasUpcoming_ = true;
@@ -71,7 +73,7 @@ void FileSource::open() {
   openDecoder(stream, codec);
   const AVRational guess = av_guess_frame_rate(raw, &stream, nullptr);
   const double perSecond = guess.den > 0 ? av_q2d(guess) : 0;
-  rate_ = perSecond >= 1 && perSecond <= 120 ? guess : AVRational{25, 1};
+  fileRate_ = perSecond >= 1 && perSecond <= 120 ? guess : AVRational{25, 1};
 }
 
 void FileSource::openDecoder(const AVStream& stream, const AVCodec* codec) {
@@ -107,7 +109,7 @@ bool FileSource::decode(AVFrame& into) {
 }
 
 double FileSource::secondsOf(const AVFrame& frame) {
-  double seconds = lastTime_ + av_q2d(av_inv_q(rate_));
+  double seconds = lastTime_ + av_q2d(av_inv_q(fileRate_));
   if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
     const double stamp = static_cast<double>(frame.best_effort_timestamp) *
                          av_q2d(format_->streams[stream_]->time_base);
@@ -130,13 +132,13 @@ void FileSource::advance() {
 
 AVFrame* FileSource::next() {
   const double period = av_q2d(av_inv_q(rate_));
+  const double filePeriod = av_q2d(av_inv_q(fileRate_));
   const double now = static_cast<double>(count_) * period;
-  // Half a period of tolerance: the stamps of a steady file are rounded.
-  while (hasUpcoming_ && (count_ == 0 || upcomingTime_ <= now + period / 2)) {
-    advance();
-    if (count_ == 0) break;
-  }
-  if (!hasUpcoming_ && now > currentTime_ + period / 2) return nullptr;
+  // The stamps of a steady file are rounded.
+  const double tolerance = std::min(period, filePeriod) / 2;
+  if (count_ == 0) advance();
+  while (hasUpcoming_ && upcomingTime_ <= now + tolerance) advance();
+  if (!hasUpcoming_ && now >= currentTime_ + filePeriod - tolerance) return nullptr;
   ++count_;
   scale(*current_);
   return picture_.get();
@@ -144,13 +146,11 @@ AVFrame* FileSource::next() {
 
 void FileSource::rewind() {
   // Opening anew works for everything that can be opened once, seekable or not.
-  const AVRational rate = rate_;
   scaler_.reset();
   scalerFormat_ = -1;
   codec_.reset();
   format_.reset();
   open();
-  rate_ = rate;
   origin_.reset();
   lastTime_ = 0;
   draining_ = false;

@@ -38,7 +38,8 @@ class FileSource final : public PictureSource {
   CodecPtr codec_;
   int stream_ = -1;
   PacketPtr packet_;
-  AVRational rate_{0, 1};
+  AVRational fileRate_{25, 1};
+  AVRational rate_{25, 1};
   // The picture on show and the one after it, with their times since the first.
   FramePtr current_, upcoming_;
   bool hasUpcoming_ = false;

@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include "sim/SimProcess.h"
+#include "sim/WireClient.h"
+
+namespace {
+
+using End = WireClient::End;
+
+TEST(Faults, OfTheFleetStream) {
+  SimProcess answer({"--fault", "answer:fleet:7", "--fault-times", "1"});
+  WireClient refused(answer.port("fleet"), fleetRequest("A1", 0));
+  const WireBytes status = refused.readAll();
+  ASSERT_EQ(status.size(), 18u);
+  EXPECT_EQ(int32At(status, 0), 7);
+  WireClient again(answer.port("fleet"), fleetRequest("A1", 0));
+  EXPECT_EQ(again.read(18), WireBytes(18)) << "only the first connection is hit";
+
+  SimProcess sim({"--fault", "bad-kind:fleet:2", "--fault", "too-large:fleet:3", "--fault",
+                  "negative:fleet:4"});
+  WireClient client(sim.port("fleet"), fleetRequest("A1", 0));
+  client.read(18);
+  ASSERT_TRUE(client.fleetFrame());
+  EXPECT_EQ(client.fleetFrame()->kind, 'X');
+  const WireBytes header = client.read(19);
+  EXPECT_EQ(header[0], 'V');
+  EXPECT_EQ(int32At(header, 1), 131073);
+}
+
+TEST(Faults, EndAfterSoManyBytes) {
+  struct Case {
+    const char* fault;
+    std::size_t bytes;
+    End end;
+  };
+  for (const auto& [fault, bytes, end] :
+       {Case{"close:fleet:5000", 5000, End::order}, Case{"reset:fleet:5000", 5000, End::reset},
+        Case{"stall:fleet:5000", 5000, End::silence}, Case{"short-header:fleet", 9, End::order},
+        Case{"random:fleet:300", 300, End::order}}) {
+    SimProcess sim({"--fault", fault});
+    WireClient client(sim.port("fleet"), fleetRequest("A1", 0));
+    EXPECT_EQ(client.readAll(1).size(), bytes) << fault;
+    EXPECT_EQ(client.end(), end) << fault;
+  }
+}
+
+TEST(Faults, OfTheReplies) {
+  SimProcess sim({"--fault", "wrong-command:list", "--fault", "too-large:list", "--fault",
+                  "short-record:list", "--fault", "negative:relay", "--fault", "wrong-tag:relay",
+                  "--fault", "split-port:relay:300"});
+  WireClient list(sim.port("list"), listRequest());
+  const WireBytes reply = list.readAll();
+  ASSERT_EQ(reply.size(), 124u + 280 + 100);
+  EXPECT_EQ(int32At(reply, 12), 0x8002);
+  EXPECT_EQ(int32At(reply, 404), 1'000'000);
+  WireClient relay(sim.port("relay"), relayRequest("A1", 0));
+  const WireBytes head = relay.read(128);
+  EXPECT_EQ(std::string(head.begin(), head.begin() + 8), "3GAPV199");
+  EXPECT_EQ(int32At(head, 16), -1);
+  EXPECT_EQ(relay.readSome(4).size(), 2u);
+  EXPECT_EQ(relay.readSome(4).size(), 2u);
+}
+
+TEST(Faults, RandomBytesFollowTheSeed) {
+  const auto garbage = [](const char* seed) {
+    SimProcess sim({"--garbage", "64", "--fault", "random:relay:64", "--seed", seed});
+    WireClient list(sim.port("list"), listRequest());
+    WireClient relay(sim.port("relay"), relayRequest("A1", 0));
+    return std::pair{list.read(64), relay.readAll()};
+  };
+  const auto first = garbage("5");
+  EXPECT_EQ(first.second.size(), 64u);
+  EXPECT_EQ(garbage("5"), first);
+  EXPECT_NE(garbage("6"), first);
+}
+
+TEST(Faults, RefusedForATime) {
+  SimProcess sim({"--fault", "refuse:fleet:1"});
+  EXPECT_FALSE(WireClient(sim.port("fleet"), fleetRequest("A1", 0)).connected());
+  EXPECT_TRUE(WireClient(sim.port("car"), carRequest("A1", 0)).connected());
+  bool connected = false;
+  for (int i = 0; i < 100 && !connected; ++i) {
+    usleep(100'000);
+    connected = WireClient(sim.port("fleet"), fleetRequest("A1", 0)).connected();
+  }
+  EXPECT_TRUE(connected);
+}
+
+TEST(Faults, OneByteAtATimeChangesNoByte) {
+  SimProcess sim({"--items", "0", "--fault", "one-byte:list:3000", "--fault", "delay:list:200"});
+  SimProcess plain({"--items", "0"});
+  WireClient slow(sim.port("list"), listRequest());
+  WireBytes pieced;
+  int pieces = 0;
+  for (; slow.end() == End::none; ++pieces) {
+    const WireBytes some = slow.readSome(1000);
+    pieced.insert(pieced.end(), some.begin(), some.end());
+  }
+  EXPECT_GT(pieces, 20);
+  EXPECT_EQ(slow.end(), End::order);
+  WireClient whole(plain.port("list"), listRequest());
+  EXPECT_EQ(pieced, whole.readAll());
+}
+
+TEST(SlowClient, LosesFramesUpToAKeyFrame) {
+  SimProcess sim({"--size", "1280x960", "--bitrate", "20000000", "--fps", "100", "--gop", "50"});
+  WireClient client(sim.port("car"), carRequest("A1", 0));
+  ASSERT_TRUE(sim.says("does not keep up"));
+  std::uint32_t last = 0;
+  bool gap = false;
+  for (int i = 0; i < 2000 && !gap; ++i) {
+    const auto frame = client.carFrame();
+    ASSERT_TRUE(frame);
+    gap = frame->number != last + 1;
+    last = frame->number;
+    EXPECT_TRUE(!gap || frame->key());
+  }
+  EXPECT_TRUE(gap);
+}
+
+}  // namespace
