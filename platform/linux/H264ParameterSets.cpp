@@ -1,6 +1,7 @@
 #include "platform/linux/H264ParameterSets.h"
 
 #include "platform/linux/H264Pps.h"
+#include "platform/linux/H264ReorderLimit.h"
 #include "platform/linux/H264Sps.h"
 
 namespace quorvid {
@@ -28,7 +29,7 @@ std::optional<H264ParameterSets> H264ParameterSets::make(std::span<const std::ui
   if (!parsed || !isH264PpsFor(*parsed, pps)) {
     return std::nullopt;
   }
-  return H264ParameterSets{Bytes(sps.begin(), sps.end()), Bytes(pps.begin(), pps.end())};
+  return H264ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end())};
 }
 
 std::vector<std::uint8_t> H264ParameterSets::avcRecord() const {

@@ -16,8 +16,8 @@ namespace quorvid {
 struct H264ParameterSets {
   std::vector<std::uint8_t> sps, pps;  // NAL header first, no start code
 
-  // Copies of two valid sets of which the second refers to the first, else nothing. A stream that
-  // can't reorder pictures is told so in its SPS, so that no decoder ever holds a picture back.
+  // Copies of two valid sets of which the second refers to the first, else nothing. The SPS
+  // gets a reorder limit (see H264ReorderLimit.h), so that no decoder holds a picture back.
   static std::optional<H264ParameterSets> make(std::span<const std::uint8_t> sps,
                                                std::span<const std::uint8_t> pps);
 

@@ -9,6 +9,7 @@ target_sources(quorvid_platform PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/H264BitReader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264ParameterSets.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264Pps.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/H264ReorderLimit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264Sps.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264Units.cpp
   ${CMAKE_CURRENT_LIST_DIR}/HardwareDecoders.cpp

@@ -1,0 +1,23 @@
+// Tells a decoder, in the SPS that it gets, that pictures leave in the order in which they come.
+//
+// Without that word libavcodec guesses from the picture order counts, and after lost or damaged units
+// (a few streams in a hundred) its guess holds a picture back for the rest of the session.
+#ifndef QUORVID_PLATFORM_LINUX_H264_REORDER_LIMIT_H
+#define QUORVID_PLATFORM_LINUX_H264_REORDER_LIMIT_H
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "platform/linux/H264Sps.h"
+
+namespace quorvid {
+
+// unit: the SPS that `sps` was parsed from. A copy that limits reordering to 0 pictures, or an
+// unchanged one when the stream can reorder and states limits of its own. A live stream with
+// neither is taken to be in order; pictures that come out of it in another order are dropped.
+std::vector<std::uint8_t> withReorderLimit(const H264Sps& sps, std::span<const std::uint8_t> unit);
+
+}  // namespace quorvid
+
+#endif
