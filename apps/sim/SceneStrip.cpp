@@ -99,8 +99,8 @@ void drawCode(cairo_t* cairo, double cellWidth, double cellHeight, const SceneCo
   setPaint(cairo, {1, 1, 1});
   for (std::size_t i = 0; i < cells.size(); ++i) {
     if (!cells[i]) continue;
-    const auto column = static_cast<double>(i % kCodeColumns);
-    const auto row = static_cast<double>(i / kCodeColumns);
+    const std::size_t column = i % kCodeColumns;
+    const std::size_t row = i / kCodeColumns;
     fillBox(cairo, (kCodeLeft + column) * cellWidth, (kCodeTop + row) * cellHeight, cellWidth,
             cellHeight);
   }

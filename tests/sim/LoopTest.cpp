@@ -121,7 +121,7 @@ TEST(FileSource, SaysWhatIsWrongWithAFile) {
   const std::atomic<bool> go{false};
   for (const char* path : {"/nonexistent/film.mp4", "/proc/self/status"}) {
     try {
-      FileSource(path, 640, 480, std::nullopt, go);
+      const FileSource source(path, 640, 480, std::nullopt, go);
       FAIL() << path;
     } catch (const SimError& error) {
       EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();

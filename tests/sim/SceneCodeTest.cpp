@@ -51,9 +51,8 @@ TEST(SceneCode, DamageShows) {
   const PixelView green{pixels.data() + 1, 640, 480, scene.stride(), 4};
   ASSERT_EQ(readSceneCode(green), (SceneCode{513, 1250}));
 
-  for (int y = 408; y < 424; ++y) {  // the first cell, from black to white
-    for (int x = 368; x < 384; ++x)
-      pixels[static_cast<std::size_t>(y * scene.stride() + 4 * x + 1)] = 255;
+  for (std::ptrdiff_t y = 408; y < 424; ++y) {  // the first cell, from black to white
+    for (std::ptrdiff_t x = 368; x < 384; ++x) pixels.data()[y * scene.stride() + 4 * x + 1] = 255;
   }
   EXPECT_EQ(readSceneCode(green), std::nullopt);
   for (const std::uint8_t grey : {std::uint8_t{0}, std::uint8_t{255}}) {

@@ -15,6 +15,7 @@ SimProcess::SimProcess(std::vector<std::string> arguments) : errors_(std::tmpfil
   if (errors_ == nullptr || pipe(out.data()) != 0) throw std::runtime_error("no descriptors");
   arguments.insert(arguments.begin(), QUORVID_SIM);
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   pid_ = fork();

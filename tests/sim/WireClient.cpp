@@ -142,7 +142,7 @@ std::optional<WireFrame> WireClient::carFrame() {
   }
   WireFrame frame;
   frame.number = static_cast<std::uint32_t>(int32At(header, 8));
-  frame.type = static_cast<signed char>(header[33]);
+  frame.type = header[33];
   const auto length = static_cast<std::size_t>(int32At(header, 16));
   if (length > 131072) return std::nullopt;
   frame.payload = read(length);
