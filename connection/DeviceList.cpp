@@ -4,6 +4,7 @@
 #include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
 #include "connection/SharedValue.h"
+#include "connection/Socket.h"
 #include "connection/TagWindow.h"
 #include "connection/VehicleConnection.h"
 

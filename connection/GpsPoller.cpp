@@ -10,6 +10,7 @@
 #include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
 #include "connection/SharedValue.h"
+#include "connection/Socket.h"
 #include "connection/VehicleConnection.h"
 
 namespace quorvid {

@@ -5,6 +5,7 @@
 #include "connection/QueryRequest.h"
 #include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
+#include "connection/Socket.h"
 #include "connection/TagWindow.h"
 #include "connection/VehicleConnection.h"
 

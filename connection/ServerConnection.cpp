@@ -14,6 +14,7 @@
 #include <new>
 
 #include "connection/NowTime.h"
+#include "connection/Socket.h"
 
 namespace quorvid {
 namespace {
@@ -83,16 +84,6 @@ extern "C" int32_t ConnectToServer(const char* host, int32_t port) {
   const int32_t connected = socket.descriptor();
   socket.forget();
   return connected;
-}
-
-void Socket::open(int32_t descriptor) {
-  close();
-  descriptor_ = descriptor;
-}
-
-void Socket::close() {
-  if (isOpen()) ::close(descriptor_);
-  descriptor_ = -1;
 }
 
 }  // namespace quorvid

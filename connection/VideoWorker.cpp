@@ -6,6 +6,7 @@
 #include <new>
 
 #include "connection/Pause.h"
+#include "connection/ServerConnection.h"
 #include "connection/SharedValue.h"
 #include "connection/VehicleConnection.h"
 

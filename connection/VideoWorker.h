@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "connection/ServerConnection.h"
+#include "connection/Socket.h"
 #include "connection/VideoSource.h"
 
 namespace quorvid {

@@ -58,7 +58,7 @@ TEST_F(CarVideo, TagWindowOutlivesAConnectionButNotTheSequence) {
   EXPECT_EQ(run.take(), "new");
 }
 
-class CarVideoLength : public CarVideo, public testing::WithParamInterface<int64_t> {};
+class CarVideoLength : public CarVideo, public testing::WithParamInterface<int32_t> {};
 
 TEST_P(CarVideoLength, OutOfBoundsBreaksTheConnection) {
   EXPECT_EQ(taken(frame(kAnchor, 1, "good")), "good");

@@ -114,15 +114,16 @@ TEST_P(FleetVideoBreak, LeadsToANewConnectionWithANewRequest) {
 
 const std::string kFrame = kAnswer + packet('V', "frame");
 
-INSTANTIATE_TEST_SUITE_P(, FleetVideoBreak,
-                         testing::Values(Break{"AnswerNotZero", word(1)},
-                                         Break{"NoAnswer", "", Break::kByFinish},
-                                         Break{"NoHeader", kAnswer, Break::kByFinish},
-                                         Break{"UnknownKind", kFrame + "v"},
-                                         Break{"PayloadNegative", kFrame + "V" + word(-1)},
-                                         Break{"PayloadTooLong", kFrame + "A" + word(131073)},
-                                         Break{"Reset", kFrame + "V", Break::kByReset}),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(
+    , FleetVideoBreak,
+    testing::Values(Break{"AnswerNotZero", word(1)}, Break{"NoAnswer", "", Break::kByFinish},
+                    Break{"NoHeader", kAnswer, Break::kByFinish},
+                    Break{"UnknownKind", kFrame + "v"},
+                    Break{"PayloadNegative", kFrame + "V" + word(-1)},
+                    Break{"PayloadTooLong", kFrame + "A" + word(131073)},
+                    Break{"ResetInHeader", kFrame + "V", Break::kByReset},
+                    Break{"ResetInPayload", kFrame + packet('V', "cut", 9), Break::kByReset}),
+    testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace quorvid::test

@@ -10,6 +10,7 @@
 
 #include "connection/QueryRequest.h"
 #include "connection/ServerConnection.h"
+#include "connection/Socket.h"
 #include "connection/TestServer.h"
 #include "connection/VideoRequest.h"
 

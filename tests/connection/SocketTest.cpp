@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "connection/ServerConnection.h"
+#include "connection/Socket.h"
 #include "connection/TestServer.h"
 
 extern "C" int32_t tableBytesSeenFromC(void);
@@ -89,6 +90,7 @@ TEST(Socket, WritenToALostPeerFailsWithoutASignal) {
 TEST(Socket, WritenToAResetConnectionFails) {
   TestServer server;
   const Socket socket(ConnectToServer("127.0.0.1", server.port));
+  EXPECT_EQ(fcntl(socket.descriptor(), F_GETFD), FD_CLOEXEC);
   server.accept().reset();
   EXPECT_TRUE(eventually([&] { return writen(socket.descriptor(), "abc", 3) == -1; }));
 }

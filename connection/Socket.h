@@ -1,0 +1,32 @@
+// Socket: the handle that a worker owns its connection by; closed with its owner.
+//
+// Descriptors of 0 and below mean "not connected".
+#ifndef QUORVID_CONNECTION_SOCKET_H
+#define QUORVID_CONNECTION_SOCKET_H
+
+#include <cstdint>
+
+namespace quorvid {
+
+class Socket {
+ public:
+  Socket() = default;
+  explicit Socket(int32_t descriptor) : descriptor_(descriptor) {}
+  ~Socket() { close(); }
+  Socket(const Socket&) = delete;
+  Socket& operator=(const Socket&) = delete;
+
+  int32_t descriptor() const { return descriptor_; }
+  bool isOpen() const { return descriptor_ > 0; }
+  void open(int32_t descriptor);
+  void close();
+  // Lets go without closing: a failed request sender has closed the descriptor already.
+  void forget() { descriptor_ = -1; }
+
+ private:
+  int32_t descriptor_ = -1;
+};
+
+}  // namespace quorvid
+
+#endif
