@@ -14,6 +14,27 @@ constexpr EGLTimeKHR fenceTimeout = 1'000'000'000;  // nanoseconds
 
 std::atomic<std::uint64_t> lastStorage = 0;
 
+// A framebuffer ought to go with its context. Mesa keeps it for the share group, and with it the
+// storage of what is attached: there it is found in any context of the group, and deleted.
+void deleteFramebufferOf(GLuint framebuffer, GLuint renderbuffer) {
+  if (glIsFramebuffer(framebuffer) != GL_TRUE) {
+    return;
+  }
+  GLint type = GL_NONE;
+  GLint name = 0;
+  glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+  glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
+                                        GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE, &type);
+  if (type == GL_RENDERBUFFER) {
+    glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
+                                          GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME, &name);
+  }
+  glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  if (name != 0 && static_cast<GLuint>(name) == renderbuffer) {
+    glDeleteFramebuffers(1, &framebuffer);
+  }
+}
+
 }  // namespace
 
 Drawable::~Drawable() {
@@ -31,6 +52,9 @@ void Drawable::adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t ren
   group->claim(renderbuffer, this);
   group_ = group;
   renderbuffer_ = renderbuffer;
+  GLint bound = 0;
+  glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
+  framebuffer_ = static_cast<std::uint32_t>(bound);
   width_ = width;
   height_ = height;
   storage_ = ++lastStorage;
@@ -43,7 +67,7 @@ void Drawable::lose() {
     group_->disclaim(renderbuffer_, this);
   }
   group_.reset();
-  renderbuffer_ = 0;
+  renderbuffer_ = framebuffer_ = 0;
   width_ = height_ = 0;
   storage_ = version_ = 0;
 }
@@ -53,6 +77,7 @@ void Drawable::drop() {
     return;
   }
   if (const ShareGroup::Scope root(*group_); root) {
+    deleteFramebufferOf(framebuffer_, renderbuffer_);
     glDeleteRenderbuffers(1, &renderbuffer_);
   }
   lose();

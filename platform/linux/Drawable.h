@@ -48,6 +48,8 @@ class Drawable {
 
   std::shared_ptr<ShareGroup> group_;
   std::uint32_t renderbuffer_ = 0;
+  std::uint32_t framebuffer_ =
+      0;  // bound when the storage was allocated: the one that will hold it
   int width_ = 0;
   int height_ = 0;
   std::uint64_t storage_ = 0;

@@ -56,10 +56,19 @@ std::shared_ptr<EAGLContext> EAGLContext::initWithAPI(EAGLRenderingAPI api) {
 
 EAGLContext::EAGLContext(std::unique_ptr<Native> native) : native_(std::move(native)) {}
 
+// Unbinds what is bound in the context first: Mesa would keep a bound renderbuffer for ever.
 EAGLContext::~EAGLContext() {
-  if (eglGetCurrentContext() == native_->handle) {
-    EglBinding{}.restore();
+  EglBinding former = EglBinding::current();
+  if (eglMakeCurrent(native_->group->display(), EGL_NO_SURFACE, EGL_NO_SURFACE, native_->handle) ==
+      EGL_TRUE) {
+    glUseProgram(0);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
   }
+  if (former.context == native_->handle) {
+    former = EglBinding{};
+  }
+  former.restore();
   eglDestroyContext(native_->group->display(), native_->handle);
 }
 
