@@ -2,6 +2,8 @@
 
 #include <libyuv.h>
 
+#include <utility>
+
 #include "platform/linux/SampleRange.h"
 
 extern "C" {
@@ -52,9 +54,15 @@ bool isScaledDirectly(int format) {
   return format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P || format == AV_PIX_FMT_NV12;
 }
 
-void scaleLuma(const AVFrame& frame, const PlaneView& to) {
-  libyuv::ScalePlane(frame.data[0], frame.linesize[0], frame.width, frame.height, to.base,
-                     to.stride, to.width, to.height, libyuv::kFilterBilinear);
+// Room for the samples of a plane.
+std::uint8_t* fit(std::vector<std::uint8_t>& samples, int width, int height) {
+  samples.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  return samples.data();
+}
+
+void scale(const PlaneView& from, const PlaneView& to) {
+  libyuv::ScalePlane(from.base, from.stride, from.width, from.height, to.base, to.stride, to.width,
+                     to.height, libyuv::kFilterBilinear);
 }
 
 // The formats with a J in their name are the same samples with the range in the name.
@@ -67,6 +75,22 @@ AVPixelFormat withoutRange(int format) {
     default:
       return static_cast<AVPixelFormat>(format);
   }
+}
+
+bool isYCbCr(AVPixelFormat format) {
+  const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(format);
+  return description != nullptr && description->nb_components == 3 &&
+         (description->flags & AV_PIX_FMT_FLAG_RGB) == 0;
+}
+
+AvFramePtr planarFrame(int width, int height) {
+  AvFramePtr frame(av_frame_alloc());
+  if (frame) {
+    frame->format = AV_PIX_FMT_YUV420P;
+    frame->width = width;
+    frame->height = height;
+  }
+  return frame && av_frame_get_buffer(frame.get(), 0) == 0 ? std::move(frame) : nullptr;
 }
 
 }  // namespace
@@ -94,11 +118,9 @@ bool PictureConverter::fill(const AVFrame& frame, CVPixelBufferRef picture) {
   }
   const AVFrame& source = direct ? frame : *planar_;
   const PlaneView luma = planeOf(picture, 0);
-  scaleLuma(source, luma);
-  if (!scaleChroma(source, picture)) {
-    return false;
-  }
-  if (direct && isFullRange(frame)) {
+  scale({source.data[0], source.linesize[0], source.width, source.height}, luma);
+  scaleChroma(source, picture);
+  if (isFullRange(frame)) {
     const PlaneView chroma = planeOf(picture, 1);
     lumaToVideoRange(luma.base, luma.stride, luma.width, luma.height);
     chromaToVideoRange(chroma.base, chroma.stride, 2 * chroma.width, chroma.height);
@@ -106,27 +128,30 @@ bool PictureConverter::fill(const AVFrame& frame, CVPixelBufferRef picture) {
   return true;
 }
 
-bool PictureConverter::scaleChroma(const AVFrame& frame, CVPixelBufferRef picture) {
+void PictureConverter::scaleChroma(const AVFrame& frame, CVPixelBufferRef picture) {
   const PlaneView to = planeOf(picture, 1);
   const int width = (frame.width + 1) / 2;
   const int height = (frame.height + 1) / 2;
+  PlaneView u{frame.data[1], frame.linesize[1], width, height};
+  PlaneView v{frame.data[2], frame.linesize[2], width, height};
   if (frame.format == AV_PIX_FMT_NV12) {
-    return libyuv::UVScale(frame.data[1], frame.linesize[1], width, height, to.base, to.stride,
-                           to.width, to.height, libyuv::kFilterBilinear) == 0;
+    u = {fit(split_[0], width, height), width, width, height};
+    v = {fit(split_[1], width, height), width, width, height};
+    libyuv::SplitUVPlane(frame.data[1], frame.linesize[1], u.base, u.stride, v.base, v.stride,
+                         width, height);
   }
-  if (width == to.width && height == to.height) {
-    libyuv::MergeUVPlane(frame.data[1], frame.linesize[1], frame.data[2], frame.linesize[2],
-                         to.base, to.stride, width, height);
-    return true;
+  if (width != to.width || height != to.height) {
+    for (PlaneView* plane : {&u, &v}) {
+      auto& samples = scaled_[plane == &u ? 0 : 1];
+      const PlaneView larger{fit(samples, to.width, to.height), to.width, to.width, to.height};
+      scale(*plane, larger);
+      *plane = larger;
+    }
   }
-  pairs_.resize(static_cast<std::size_t>(2 * width) * static_cast<std::size_t>(height));
-  libyuv::MergeUVPlane(frame.data[1], frame.linesize[1], frame.data[2], frame.linesize[2],
-                       pairs_.data(), 2 * width, width, height);
-  return libyuv::UVScale(pairs_.data(), 2 * width, width, height, to.base, to.stride, to.width,
-                         to.height, libyuv::kFilterBilinear) == 0;
+  libyuv::MergeUVPlane(u.base, u.stride, v.base, v.stride, to.base, to.stride, to.width, to.height);
 }
 
-// At the frame's own size, so that all frames are scaled alike; the range is converted on the way.
+// At the frame's own size and range, so that all frames are scaled alike.
 bool PictureConverter::toPlanar(const AVFrame& frame) {
   if (!prepareConversion(frame)) {
     return false;
@@ -137,29 +162,16 @@ bool PictureConverter::toPlanar(const AVFrame& frame) {
 
 bool PictureConverter::prepareConversion(const AVFrame& frame) {
   const AVPixelFormat format = withoutRange(frame.format);
-  if (sws_isSupportedInput(format) == 0) {
+  if (!isYCbCr(format) || sws_isSupportedInput(format) == 0) {
     return false;
   }
   if (!planar_ || planar_->width != frame.width || planar_->height != frame.height) {
-    planar_.reset(av_frame_alloc());
-    if (!planar_) {
-      return false;
-    }
-    planar_->format = AV_PIX_FMT_YUV420P;
-    planar_->width = frame.width;
-    planar_->height = frame.height;
-    if (av_frame_get_buffer(planar_.get(), 0) < 0) {
-      planar_.reset();
-      return false;
-    }
+    planar_ = planarFrame(frame.width, frame.height);
   }
   scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, format,
                                      frame.width, frame.height, AV_PIX_FMT_YUV420P, SWS_BILINEAR,
                                      nullptr, nullptr, nullptr));
-  const int* const coefficients = sws_getCoefficients(SWS_CS_DEFAULT);
-  return scaler_ &&
-         sws_setColorspaceDetails(scaler_.get(), coefficients, isFullRange(frame) ? 1 : 0,
-                                  coefficients, 0, 0, 1 << 16, 1 << 16) >= 0;
+  return planar_ && scaler_;
 }
 
 }  // namespace quorvid

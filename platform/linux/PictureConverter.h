@@ -1,12 +1,14 @@
 // PictureConverter: from a decoded frame of any size and format to a "420v" picture of one size.
 //
-// Y is scaled straight into the picture; U and V are woven into pairs at their own size and scaled
-// as pairs, bilinear. Pixel formats other than 8-bit 4:2:0 are brought to it first. Full-range
-// samples become video range. Every picture says which matrix its colours need: the stream's own,
-// or ITU-R 601 for frames of at most 576 lines and ITU-R 709 above. One thread.
+// Each plane is scaled bilinearly, Y straight into the picture, U and V beside it and then woven
+// into pairs: scaled as pairs they would lose up to two steps of 255. Pixel formats other than
+// 8-bit 4:2:0 are brought to it first. Full-range samples become video range. Every picture says
+// which matrix its colours need: the stream's own, or ITU-R 601 for frames of at most 576 lines and
+// ITU-R 709 above. One thread.
 #ifndef QUORVID_PLATFORM_LINUX_PICTURE_CONVERTER_H
 #define QUORVID_PLATFORM_LINUX_PICTURE_CONVERTER_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -28,10 +30,11 @@ class PictureConverter {
   bool fill(const AVFrame& frame, CVPixelBufferRef picture);
   bool toPlanar(const AVFrame& frame);
   bool prepareConversion(const AVFrame& frame);
-  bool scaleChroma(const AVFrame& frame, CVPixelBufferRef picture);
+  void scaleChroma(const AVFrame& frame, CVPixelBufferRef picture);
 
   PicturePool pool_;
-  std::vector<std::uint8_t> pairs_;  // chroma woven at the frame's own size
+  // U and V apart: as the frame has them in pairs, and at the picture's size.
+  std::array<std::vector<std::uint8_t>, 2> split_, scaled_;
   SwsContextPtr scaler_;
   AvFramePtr planar_;
 };

@@ -31,7 +31,7 @@ struct TestStreamOptions {
   TestMatrix matrix = TestMatrix::Unspecified;
   int bitRate = 2'000'000;
   // Draws picture `index`; empty: drawTestScene().
-  std::function<void(TestPicture& picture, int index)> draw;
+  std::function<void(TestPicture& picture, int index)> draw = {};
 };
 
 struct H264TestStream {

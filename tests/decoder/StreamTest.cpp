@@ -1,0 +1,196 @@
+// Real H.264 through the decoder and the platform's session.
+#include <gmock/gmock.h>
+
+#include <random>
+
+#include "decoder/DecodedStream.h"
+
+namespace quorvid {
+namespace {
+
+using test::DecodedStream;
+using test::drawnPicture;
+using test::encodeTestStream;
+using test::H264TestStream;
+using test::likeness;
+using test::TestMatrix;
+using test::TestPicture;
+using test::TestStreamOptions;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct StreamCase {
+  int width, height;
+  bool fullRange;
+  TestMatrix matrix;
+  const char* attachment;
+};
+
+class StreamTest : public testing::TestWithParam<StreamCase> {};
+
+// What a full-range sample is in video range.
+void toVideoRange(TestPicture& picture) {
+  const auto convert = [](Bytes& samples, double zero, double newZero, double span) {
+    for (auto& sample : samples) {
+      sample = static_cast<std::uint8_t>(newZero + (sample - zero) * span / 255 + 0.5);
+    }
+  };
+  convert(picture.y, 0, 16, 219);
+  convert(picture.u, 128, 128, 224);
+  convert(picture.v, 128, 128, 224);
+}
+
+TEST_P(StreamTest, EveryPictureIsThereAtOnceAndLikeTheDrawnOne) {
+  const StreamCase& the = GetParam();
+  TestStreamOptions options;
+  options.width = the.width;
+  options.height = the.height;
+  options.keyInterval = 5;
+  options.fullRange = the.fullRange;
+  options.matrix = the.matrix;
+  options.keepVui = the.fullRange || the.matrix != TestMatrix::Unspecified;
+  const H264TestStream stream = encodeTestStream(options);
+  const auto decoded = DecodedStream::make();
+  decoded->feedSets(stream);
+  for (int index = 0; index < options.frames; ++index) {
+    ASSERT_TRUE(decoded->feed(stream.frames[static_cast<std::size_t>(index)].slice)) << index;
+    EXPECT_EQ(CVPixelBufferGetWidth(decoded->picture()), 1280U);
+    EXPECT_EQ(CVPixelBufferGetHeight(decoded->picture()), 960U);
+  }
+  TestPicture drawn = drawnPicture(options, options.frames - 1);
+  if (the.fullRange) {
+    toVideoRange(drawn);
+  }
+  const test::Likeness like = likeness(decoded->picture(), drawn);
+  EXPECT_GT(like.y, 40);
+  EXPECT_GT(like.u, 42);
+  EXPECT_GT(like.v, 42);
+  EXPECT_EQ(decoded->matrix(), the.attachment);
+  EXPECT_THAT(decoded->errors, IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, StreamTest,
+    testing::Values(StreamCase{640, 480, false, TestMatrix::Unspecified, "ITU_R_601_4"},
+                    StreamCase{1280, 720, false, TestMatrix::Unspecified, "ITU_R_709_2"},
+                    StreamCase{352, 288, false, TestMatrix::Unspecified, "ITU_R_601_4"},
+                    StreamCase{704, 576, false, TestMatrix::Bt709, "ITU_R_709_2"},
+                    StreamCase{1280, 960, false, TestMatrix::Bt601, "ITU_R_601_4"},
+                    StreamCase{640, 480, true, TestMatrix::Bt601, "ITU_R_601_4"}));
+
+TEST(DecoderTest, SliceBeforeTheSetsIsRefusedInWords) {
+  const auto decoded = DecodedStream::make();
+  EXPECT_FALSE(decoded->feed(encodeTestStream().frames[0].slice));
+  EXPECT_THAT(decoded->errors, ElementsAre("IOS8VT: reset decoder session failed status=-12710",
+                                           "IOS8VT: decode failed status=-12902"));
+}
+
+TEST(DecoderTest, UnitsWithoutSlicesAreNoErrors) {
+  const H264TestStream stream = encodeTestStream();
+  const auto decoded = DecodedStream::make();
+  decoded->feedSets(stream);
+  EXPECT_FALSE(decoded->feed({0x09, 0xF0}));
+  EXPECT_FALSE(decoded->feed({0x06, 0x06, 0x01, 0x84, 0x80}));
+  EXPECT_THAT(decoded->errors, IsEmpty());
+}
+
+TEST(DecoderTest, RestOfAnAccessUnitMayHoldSeveralUnits) {
+  const H264TestStream stream = encodeTestStream();
+  const auto decoded = DecodedStream::make();
+  decoded->feedSets(stream);
+  Bytes rest{0x06, 0x06, 0x01, 0x84, 0x80};
+  for (const Bytes& unit :
+       {encodeTestStream({.width = 352, .height = 288}).sps, stream.frames[0].slice}) {
+    const Bytes marked = test::withStartCode(unit);
+    rest.insert(rest.end(), marked.begin(), marked.end());
+  }
+  EXPECT_TRUE(decoded->feed(rest));  // and the set of another size inside changed nothing
+  EXPECT_GT(likeness(decoded->picture(), drawnPicture({}, 0)).y, 40);
+  EXPECT_TRUE(decoded->feed(stream.frames[1].slice));
+}
+
+TEST(DecoderTest, LaterSetsOfAnotherSizeNeverReachTheSession) {
+  const H264TestStream stream = encodeTestStream();
+  const auto decoded = DecodedStream::make();
+  decoded->feedSets(stream);
+  ASSERT_TRUE(decoded->feed(stream.frames[0].slice));
+  decoded->feedSets(encodeTestStream({.width = 1280, .height = 720}));
+  ASSERT_TRUE(decoded->feed(stream.frames[1].slice));
+  EXPECT_GT(likeness(decoded->picture(), drawnPicture({}, 1)).y, 40);
+}
+
+TEST(DecoderTest, DamagedPictureIsReportedAndNotShownAndTheNextKeyPictureIsWhole) {
+  const H264TestStream stream = encodeTestStream({.keyInterval = 5});
+  const auto decoded = DecodedStream::make();
+  decoded->feedSets(stream);
+  Bytes half = stream.frames[0].slice;
+  half.resize(half.size() / 2);
+  EXPECT_FALSE(decoded->feed(half));
+  EXPECT_FALSE(decoded->feed({0xE5, 1, 2, 3}));  // the forbidden bit
+  EXPECT_THAT(decoded->errors, ElementsAre("IOS8VT: decode failed status=-12909(Bad data)",
+                                           "IOS8VT: decode failed status=-12909(Bad data)"));
+  EXPECT_TRUE(decoded->feed(stream.frames[5].slice));
+  EXPECT_GT(likeness(decoded->picture(), drawnPicture({}, 5)).y, 40);
+}
+
+// After losses libavcodec by itself would begin to hold pictures back in a few of these streams.
+TEST(DecoderTest, LossesNeverDelayLaterPictures) {
+  for (const bool mainProfile : {false, true}) {
+    const H264TestStream stream = encodeTestStream(
+        {.width = 160, .height = 128, .frames = 75, .keyInterval = 15, .mainProfile = mainProfile});
+    for (unsigned seed = 0; seed < 60; ++seed) {
+      std::mt19937 random(seed);
+      const auto decoded = DecodedStream::make();
+      decoded->feedSets(stream);
+      for (std::size_t index = 0; index < 75; ++index) {
+        Bytes slice = stream.frames[index].slice;
+        const bool lost = index < 60 && random() % 10 == 0;
+        if (index < 60 && random() % 10 == 0) {
+          slice[random() % slice.size()] ^= static_cast<std::uint8_t>(1U << random() % 8);
+        }
+        const bool shown = !lost && decoded->feed(slice);
+        ASSERT_TRUE(index < 60 || shown) << "seed " << seed << " picture " << index;
+      }
+    }
+  }
+}
+
+class HostileKeyFrameTest : public testing::TestWithParam<bool> {};
+
+// The session is made once: no frame of a hostile server may get it made from sets that would lock
+// out the good ones.
+TEST_P(HostileKeyFrameTest, NextGoodKeyFrameShows) {
+  const H264TestStream stream = encodeTestStream({.frames = 1});
+  const Bytes good = stream.frameBytes(0);
+  std::mt19937 random(7);
+  for (const bool withSession : {false, true}) {
+    const auto decoded = DecodedStream::make();
+    if (withSession) {
+      ASSERT_TRUE(decoded->feedFrame(good));
+    }
+    for (std::size_t size = 1; size <= 40; ++size) {
+      for (unsigned first = 0; first < 256; ++first) {
+        Bytes frame(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
+        if (GetParam()) {
+          std::generate(frame.begin(), frame.end(), random);
+        }
+        frame.resize(std::max<std::size_t>(size, 5));
+        frame[4] = static_cast<std::uint8_t>(first);
+        frame.resize(size);
+        decoded->feedFrame(frame);
+      }
+      ASSERT_TRUE(!withSession || decoded->feedFrame(good)) << size;
+    }
+    ASSERT_TRUE(decoded->feedFrame(good));
+    EXPECT_GT(likeness(decoded->picture(), drawnPicture({}, 0)).y, 40);
+    EXPECT_THAT(decoded->errors, Contains(testing::HasSubstr("IOS8VT")));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Contents, HostileKeyFrameTest, testing::Bool());
+
+}  // namespace
+}  // namespace quorvid
