@@ -77,9 +77,8 @@ FleetServer::~FleetServer() {
   ::shutdown(listener_, SHUT_RDWR);
   acceptor_.join();
   ::close(listener_);
-  for (auto& thread : threads_) {
-    thread.join();
-  }
+  std::unique_lock lock(mutex_);
+  scriptEnded_.wait(lock, [this] { return open_ == 0; });
 }
 
 void FleetServer::acceptAll() {
@@ -96,7 +95,7 @@ void FleetServer::acceptAll() {
     ++clients_;
     ++open_;
     descriptors_.push_back(descriptor);
-    threads_.emplace_back([this, descriptor] { serve(descriptor); });
+    std::thread([this, descriptor] { serve(descriptor); }).detach();
   }
 }
 
@@ -107,6 +106,7 @@ void FleetServer::serve(int descriptor) {
   std::erase(descriptors_, descriptor);
   ::close(descriptor);
   --open_;
+  scriptEnded_.notify_all();
 }
 
 }  // namespace quorvid::test

@@ -4,6 +4,7 @@
 #define QUORVID_TESTS_SESSION_FLEET_SERVER_H
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -51,7 +52,7 @@ class FleetServer {
   std::mutex mutex_;
   bool ending_ = false;
   std::vector<int> descriptors_;
-  std::vector<std::thread> threads_;
+  std::condition_variable scriptEnded_;
   std::thread acceptor_;
 };
 
