@@ -1,7 +1,7 @@
 // Tells a decoder, in the SPS that it gets, that pictures leave in the order in which they come.
 //
-// Without that word libavcodec guesses from the picture order counts, and after lost or damaged units
-// (a few streams in a hundred) its guess holds a picture back for the rest of the session.
+// Without that word libavcodec guesses from the picture order counts, and one damaged slice header
+// can make it hold a picture back for the rest of the session.
 #ifndef QUORVID_PLATFORM_LINUX_H264_REORDER_LIMIT_H
 #define QUORVID_PLATFORM_LINUX_H264_REORDER_LIMIT_H
 

@@ -41,7 +41,10 @@ H264UnitKind take(Unit unit, std::vector<std::uint8_t>& packet) {
     return H264UnitKind::Damaged;
   }
   const int type = unit[0] & 0x1F;
-  if (unit.size() >= 2 && (isSlice(type) || type == kSei)) {
+  if (isSlice(type) && unit.size() == 1) {
+    return H264UnitKind::Damaged;
+  }
+  if (isSlice(type) || type == kSei) {
     append(unit, packet);
   }
   return isSlice(type) ? H264UnitKind::Picture : H264UnitKind::Nothing;

@@ -11,7 +11,7 @@ namespace quorvid {
 enum class H264UnitKind : std::uint8_t {
   Picture,  // slices to decode
   Nothing,  // well-formed, but without a slice: no picture is due
-  Damaged,  // a prefix that doesn't fit the size, or a header no encoder writes
+  Damaged,  // a prefix that doesn't fit the size, or a header or slice no encoder writes
 };
 
 // sample: a length of 4 bytes, most significant byte first, and that many bytes. A caller that

@@ -183,6 +183,9 @@ TEST_F(H264HwDecoderTest, EqualSetIsKeptAndADifferentOneReplacesIt) {
   feed("\x67SETS");
   feed("\x65");
   EXPECT_EQ(recording().spsBytes, "\x67SETS");
+  feed("\x67SE");
+  feed("\x65");
+  EXPECT_EQ(recording().spsBytes, "\x67SE");
 }
 
 }  // namespace
