@@ -75,7 +75,7 @@ TEST(FleetService, RefusesWhatItDoesNotServe) {
   SimProcess sim({"--devices", "A1,B2", "--channels", "2"});
   for (const auto& request : {fleetRequest("C3", 0), fleetRequest("A1", 2)}) {
     WireClient client(sim.port("fleet"), request);
-    const WireBytes answer = client.readAll();
+    const WireBytes answer = client.read(19);
     ASSERT_EQ(answer.size(), 18u);
     EXPECT_NE(int32At(answer, 0), 0);
     EXPECT_EQ(client.end(), End::order);
@@ -99,13 +99,13 @@ TEST(FleetService, RefusesMalformedRequestsWithTheReason) {
       {reserved, "reserved bytes"}, {text, "device field"},  {fleetRequest("", 0), "no device"}};
   for (const auto& [request, reason] : cases) {
     WireClient client(sim.port("fleet"), request);
-    EXPECT_TRUE(client.readAll().empty()) << reason;
+    EXPECT_TRUE(client.read(1).empty()) << reason;
     EXPECT_EQ(client.end(), End::order);
     EXPECT_TRUE(sim.says(reason)) << sim.errors();
   }
   WireClient brief(sim.port("fleet"), {'0', '0', '1'});
   brief.finishSending();
-  EXPECT_TRUE(brief.readAll().empty());
+  EXPECT_TRUE(brief.read(1).empty());
   EXPECT_TRUE(sim.says("a request of 3 bytes instead of 81"));
 }
 

@@ -99,6 +99,8 @@ TEST(FileSource, KeepsOrChangesTheRate) {
   EXPECT_EQ(lumaOfAll(own), each);
   FileSource faster(film.path(), 96, 96, AVRational{20, 1}, go);
   EXPECT_EQ(lumaOfAll(faster), (std::vector<int>{100, 100, 101, 101, 102, 102, 103, 103}));
+  FileSource uneven(film.path(), 96, 96, AVRational{7, 1}, go);
+  EXPECT_EQ(lumaOfAll(uneven), (std::vector<int>{100, 101, 103})) << "the nearest picture is taken";
   FileSource slower(film.path(), 96, 96, AVRational{5, 1}, go);
   EXPECT_EQ(lumaOfAll(slower), (std::vector<int>{100, 102}));
 }
