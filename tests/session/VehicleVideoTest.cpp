@@ -152,8 +152,10 @@ TEST(VehicleVideo, CancelSetsTheFlagsAndTheRunningWorkerKeepsTheSession) {
   std::atomic<bool> go{false};
   std::atomic<bool> filled{false};
   std::atomic<bool> cancelled{false};
+  std::uint8_t* slotFlag = nullptr;
   worker = [&](const WorkerCall& call) {
-    std::atomic_ref<std::uint8_t>(*call.canGetFrame).store(1);
+    slotFlag = call.canGetFrame;
+    std::atomic_ref<std::uint8_t>(*slotFlag).store(1);
     filled = true;
     waitFor([&] { return go.load(); });
     cancelled = isSet(call.isCancel);
@@ -165,6 +167,7 @@ TEST(VehicleVideo, CancelSetsTheFlagsAndTheRunningWorkerKeepsTheSession) {
   session->setIsFrameReady(2);  // only the lowest bit counts
   EXPECT_FALSE(session->getIsFrameReady());
   session->setIsFrameReady(0xFF);
+  EXPECT_EQ(std::atomic_ref<std::uint8_t>(*slotFlag).load(), 1);
   EXPECT_TRUE(session->getIsFrameReady());
   session->cancelVideoThread();
   EXPECT_FALSE(session->getIsFrameReady());
