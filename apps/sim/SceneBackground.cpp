@@ -58,7 +58,8 @@ void drawCloud(cairo_t* cairo, double x, double y, double size) {
 
 void drawHills(cairo_t* cairo, double width, const Paint& paint, double height, double phase) {
   cairo_move_to(cairo, 0, kHorizon + 2);
-  for (double x = 0; x <= width + 4; x += 4) {
+  for (int i = 0; i <= width / 4 + 1; ++i) {
+    const double x = 4.0 * i;
     const double ridge = .55 + .25 * std::sin(x * .011 + phase) +
                          .14 * std::sin(x * .031 + 2 * phase) +
                          .06 * std::sin(x * .083 + 3 * phase);

@@ -1,5 +1,7 @@
 #include "sim/SceneCode.h"
 
+#include <algorithm>
+
 namespace quorvid::sim {
 namespace {
 
@@ -29,7 +31,7 @@ int cellValue(const PixelView& picture, double column, double row) {
       sum += picture.pixels[y * picture.stride + static_cast<std::ptrdiff_t>(x) * picture.step];
     }
   }
-  return sum / count;
+  return sum / std::max(count, 1);
 }
 
 }  // namespace

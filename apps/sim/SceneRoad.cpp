@@ -70,9 +70,11 @@ void fillStripe(cairo_t* cairo, const View& view, double left, double right, dou
 /// first.
 template <typename Draw>
 void everySoOften(const View& view, double spacing, double farthest, Draw draw) {
-  const double first = std::ceil((view.travelled() + kNearest) / spacing);
-  const double last = std::floor((view.travelled() + farthest) / spacing);
-  for (double i = last; i >= first; --i) draw(i * spacing - view.travelled(), static_cast<long>(i));
+  const long first = std::lround(std::ceil((view.travelled() + kNearest) / spacing));
+  const long last = std::lround(std::floor((view.travelled() + farthest) / spacing));
+  for (long i = last; i >= first; --i) {
+    draw(static_cast<double>(i) * spacing - view.travelled(), i);
+  }
 }
 
 void drawRoad(cairo_t* cairo, const View& view) {
