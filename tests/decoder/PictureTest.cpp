@@ -1,6 +1,8 @@
 // Pixel buffers, and frames of every format on their way into one.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "platform/linux/PictureConverter.h"
 #include "quorvid/platform/PixelBuffer.h"
 
@@ -53,6 +55,11 @@ struct FrameCase {
   int width, height;
   AVColorRange range;
 };
+
+void PrintTo(const FrameCase& the, std::ostream* out) {
+  *out << av_get_pix_fmt_name(the.format) << ' ' << the.width << 'x' << the.height << ' '
+       << av_color_range_name(the.range);
+}
 
 class ConverterTest : public testing::TestWithParam<FrameCase> {};
 

@@ -1,6 +1,8 @@
 // Real H.264 through the decoder and the platform's session.
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <ostream>
 #include <random>
 
 #include "decoder/DecodedStream.h"
@@ -29,13 +31,19 @@ struct StreamCase {
   const char* attachment;
 };
 
+// Names the case in the runner's list.
+void PrintTo(const StreamCase& the, std::ostream* out) {
+  *out << the.width << 'x' << the.height << (the.fullRange ? " full range " : " ")
+       << the.attachment;
+}
+
 class StreamTest : public testing::TestWithParam<StreamCase> {};
 
 // What a full-range sample is in video range.
 void toVideoRange(TestPicture& picture) {
   const auto convert = [](Bytes& samples, double zero, double newZero, double span) {
     for (auto& sample : samples) {
-      sample = static_cast<std::uint8_t>(newZero + (sample - zero) * span / 255 + 0.5);
+      sample = static_cast<std::uint8_t>(std::lround(newZero + (sample - zero) * span / 255));
     }
   };
   convert(picture.y, 0, 16, 219);

@@ -80,7 +80,7 @@ Context openEncoder(const TestStreamOptions& options) {
 }
 
 TestPicture blankPicture(int width, int height) {
-  const auto pixels = static_cast<std::size_t>(width * height);
+  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
   return {width, height, Bytes(pixels), Bytes(pixels / 4), Bytes(pixels / 4)};
 }
 
@@ -196,18 +196,18 @@ H264TestStream encodeTestStream(const TestStreamOptions& options) {
 }
 
 void drawTestScene(TestPicture& picture, int index) {
+  std::size_t at = 0;
   for (int row = 0; row < picture.height; ++row) {
     for (int column = 0; column < picture.width; ++column) {
       const bool square = (column - 8 * index - 32) / 64 == 0 && (row - 64) / 64 == 0;
-      picture.y[static_cast<std::size_t>(row * picture.width + column)] =
-          static_cast<std::uint8_t>(square ? 225 : 30 + 150 * column / picture.width);
+      picture.y[at++] = static_cast<std::uint8_t>(square ? 225 : 30 + 150 * column / picture.width);
     }
   }
+  at = 0;
   for (int row = 0; row < picture.height / 2; ++row) {
     for (int column = 0; column < picture.width / 2; ++column) {
-      const auto at = static_cast<std::size_t>(row * (picture.width / 2) + column);
       picture.u[at] = static_cast<std::uint8_t>(60 + 130 * 2 * row / picture.height);
-      picture.v[at] = static_cast<std::uint8_t>(190 - 130 * 2 * column / picture.width);
+      picture.v[at++] = static_cast<std::uint8_t>(190 - 130 * 2 * column / picture.width);
     }
   }
 }

@@ -1,0 +1,57 @@
+// Feeds units of any bytes to the decoder, as a hostile server could through the view.
+//
+// Input: first byte odd: a good session (640x480) exists before; then, again and again, a unit's
+// length (2 bytes, least significant first) and that many bytes.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "quorvid/decoder/H264HwDecoderImpl.h"
+#include "quorvid/platform/Log.h"
+
+namespace {
+
+class Releasing : public quorvid::H264HwDecoderImplDelegate {
+ public:
+  void displayDecodedFrame(quorvid::CVPixelBufferRef pixelBuffer) override {
+    quorvid::CVPixelBufferRelease(pixelBuffer);
+  }
+};
+
+// In memory of exactly its size (a frame has at least 5 bytes), so that a read beyond it shows.
+void feed(quorvid::H264HwDecoderImpl& decoder, const std::uint8_t* bytes, std::size_t size) {
+  std::vector<char> unit(std::max<std::size_t>(4 + size, 5));
+  std::copy(bytes, bytes + size, unit.begin() + 4);
+  decoder.decodeNalu(unit.data(), static_cast<std::uint32_t>(4 + size));
+}
+
+void feedText(quorvid::H264HwDecoderImpl& decoder, const std::string& unit) {
+  feed(decoder, reinterpret_cast<const std::uint8_t*>(unit.data()), unit.size());
+}
+
+}  // namespace
+
+// Replaced parameter sets stay allocated, by intention.
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:allocateParameterSet\n";
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  quorvid::setLogSink([](std::string_view) {});
+  const auto decoder = quorvid::H264HwDecoderImpl::init();
+  const auto delegate = std::make_shared<Releasing>();
+  decoder->setDelegate(delegate);
+  if (size > 0 && (data[0] & 1) != 0) {
+    feedText(*decoder, "\x67\x42\xC0\x1E\xDA\x02\x80\xF6\x40");
+    feedText(*decoder, "\x68\xCE\x3C\x80");
+  }
+  for (std::size_t at = 1; at + 2 < size;) {
+    const std::size_t stated = data[at] | static_cast<std::size_t>(data[at + 1]) << 8;
+    const std::size_t unit = std::min(stated, size - at - 2);
+    feed(*decoder, data + at + 2, unit);
+    at += 2 + unit;
+  }
+  return 0;
+}
