@@ -23,8 +23,10 @@ bool canOpen(const char* path) {
 
 bool hasRenderNode() {
   std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator("/dev/dri", error)) {
-    if (entry.path().filename().string().starts_with("render") && canOpen(entry.path().c_str())) {
+  for (std::filesystem::directory_iterator entry("/dev/dri", error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::filesystem::path& path = entry->path();
+    if (path.filename().string().starts_with("render") && canOpen(path.c_str())) {
       return true;
     }
   }

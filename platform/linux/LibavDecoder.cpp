@@ -14,6 +14,8 @@ namespace {
 
 // Added to the level of each message, so that none is severe enough to be printed.
 constexpr int kQuieter = AV_LOG_TRACE + 8;
+// Device frames in our hands while the device works: the latest and the one before.
+constexpr int kFramesHeld = 2;
 constexpr std::int64_t kPixelsOfMacroblock = 256;
 
 OSStatus statusOf(int error) {
@@ -70,6 +72,7 @@ bool LibavDecoder::configure(const LibavDecoderSetup& setup, const H264Parameter
   context_->max_pixels = kLargestPictureInMacroblocks * kPixelsOfMacroblock;
   if (setup.device != nullptr) {
     context_->hw_device_ctx = av_buffer_ref(setup.device);
+    context_->extra_hw_frames = kFramesHeld;
     context_->opaque = this;
     context_->get_format = choosePixels;
   }
