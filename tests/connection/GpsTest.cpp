@@ -1,6 +1,7 @@
 // The GPS poller against a server driven by hand. It polls every 4 s; those pauses are waited for.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 
 #include "connection/TestServer.h"
@@ -83,7 +84,13 @@ TEST(Gps, ShortPollsCountTheirWholeRecords) {
   peer.send(listHeader(3) + record + deviceRecord(2645, 1, 2365) + record);
   EXPECT_TRUE(eventually([&] { return get(gps.count) == 2; }));
   EXPECT_EQ(get(carCount), 2);
-  EXPECT_EQ(gps.stop(), 0);
+
+  // Stopped while it awaits a reply, it says done as well.
+  Peer last = server.acceptRequest(500);
+  set(gps.run, 0);
+  last.send("x");
+  EXPECT_EQ(gps.join(), 0);
+  EXPECT_EQ(gps.done, 1);
 }
 
 TEST(Gps, UnreachableServerEndsIt) {

@@ -33,7 +33,8 @@ ListOutcome listAnsweredWith(const std::string& reply) {
 TEST(List, FillsTheTableFieldByField) {
   const std::string first = deviceRecord(280, 1), second = deviceRecord(-1, 101);
   for (const char* tag : {"3GAPV103", "3GAPV104", "3GAPV105"}) {
-    const ListOutcome got = listAnsweredWith("3GAPV1" + listHeader(2, tag) + first + second);
+    const ListOutcome got =
+        listAnsweredWith(listHeader(2, tag).insert(0, "3GAPV1", 6).append(first).append(second));
     EXPECT_EQ(got.result, 0);
     EXPECT_EQ(got.count, 2);
     EXPECT_EQ(got.done, 1);

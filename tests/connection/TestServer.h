@@ -13,7 +13,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -141,7 +140,7 @@ class VideoRun {
   }
   std::string take() {  // the next frame, "" when none comes
     if (!eventually([this] { return get(canGetFrame) == 1; })) return "";
-    const std::string taken(frame.begin(), frame.begin() + get(frameLen));
+    std::string taken(frame.begin(), frame.begin() + get(frameLen));
     set(canGetFrame, 0);
     return taken;
   }
@@ -180,7 +179,7 @@ inline bool holdsRecord(const DevInfoItem& item, const std::string& wire) {
   place(offsetof(DevInfoItem, numA), 132, 4);
   place(offsetof(DevInfoItem, numB), 136, 4);
   place(offsetof(DevInfoItem, byteA), 140, 140);
-  return memcmp(&item, expected.data(), sizeof item) == 0;
+  return expected == std::string(reinterpret_cast<const char*>(&item), sizeof item);
 }
 
 }  // namespace quorvid::test
