@@ -93,7 +93,13 @@ INSTANTIATE_TEST_SUITE_P(Hosts, Embedding,
                          testing::Values(HostKind{HostDisplay::Surfaceless, HostApi::Gles3},
                                          HostKind{HostDisplay::Surfaceless, HostApi::DesktopCore},
                                          HostKind{HostDisplay::Device, HostApi::Gles3},
-                                         HostKind{HostDisplay::Device, HostApi::DesktopCore}));
+                                         HostKind{HostDisplay::Device, HostApi::DesktopCore}),
+                         [](const testing::TestParamInfo<HostKind>& kind) {
+                           const bool same = kind.param.display == HostDisplay::Surfaceless;
+                           const bool gles = kind.param.api == HostApi::Gles3;
+                           return std::string(gles ? "Gles" : "Desktop") +
+                                  (same ? "OnSurfaceless" : "OnDevice");
+                         });
 
 TEST(EmbeddingPaths, ImageAndCopyGiveTheSamePixels) {
   const Scene scene;

@@ -100,10 +100,14 @@ TEST_P(RenderLayerFit, CentresThePictureBetweenBlackBars) {
 INSTANTIATE_TEST_SUITE_P(Bounds, RenderLayerFit,
                          testing::Values(Fit{320, 480, 1280, 960, 0, 120},  // portrait
                                          Fit{480, 160, 128, 96, 133, 0},    // landscape
-                                         Fit{100, 100, 64, 64, 0, 0},       // the same shape
+                                         Fit{120, 120, 64, 64, 0, 0},       // the same shape
                                          Fit{100, 100, 64, 32, 0, 25},      // square
                                          Fit{101, 77, 64, 48, 0, 0},        // odd
-                                         Fit{77, 301, 64, 48, 0, 121}));
+                                         Fit{77, 301, 64, 48, 0, 121}),
+                         [](const testing::TestParamInfo<Fit>& kind) {
+                           return "Layer" + std::to_string(kind.param.width) + "x" +
+                                  std::to_string(kind.param.height);
+                         });
 
 TEST(RenderLayer, DrawsUprightAndNotMirrored) {
   const Layer layer = makeLayer(64, 64);
