@@ -1,0 +1,211 @@
+// A host that owns its window and its GL context, and shows two live views inside its own drawing.
+//
+//   embed_sdl HOST:PORT DEVICE [--headless] [--seconds N] [--snapshot FILE.bmp]
+//
+// The window shows channels 0 and 1 of the device side by side over a background with a moving bar,
+// which the host draws. --headless runs without a display, --seconds ends by itself, --snapshot
+// writes the last picture of the window.
+#include <SDL.h>
+#include <SDL_opengles2.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quorvid/platform/Embedding.h"
+#include "quorvid/session/UIFleetLiveView.h"
+
+namespace {
+
+struct Options {
+  std::string host, device, snapshot;
+  int port = 0;
+  bool headless = false;
+  double seconds = 0;  // 0: until the window is closed
+};
+
+struct Size {
+  int width, height;
+};
+
+constexpr int gap = 20;  // points around the views
+
+bool parse(int argc, char** argv, Options& options) {
+  const std::string server = argc > 2 ? argv[1] : "";
+  const std::size_t colon = server.rfind(':');
+  if (colon == std::string::npos) {
+    return false;
+  }
+  options.host = server.substr(0, colon);
+  options.port = std::atoi(server.c_str() + colon + 1);  // NOLINT(cert-err34-c): 0 is refused
+  options.device = argv[2];
+  for (int i = 3; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--headless") == 0) {
+      options.headless = true;
+    } else if (std::strcmp(argv[i], "--seconds") == 0 && i + 1 < argc) {
+      options.seconds = std::atof(argv[++i]);  // NOLINT(cert-err34-c)
+    } else if (std::strcmp(argv[i], "--snapshot") == 0 && i + 1 < argc) {
+      options.snapshot = argv[++i];
+    } else {
+      return false;
+    }
+  }
+  // The library ends the process over an identifier of more than 31 bytes.
+  return options.port > 0 && options.port < 65536 && options.device.size() < 32;
+}
+
+// The views need a context that was made with EGL.
+SDL_Window* openWindow(bool headless) {
+  SDL_SetHint(SDL_HINT_VIDEO_X11_FORCE_EGL, "1");
+  if (headless) {
+    SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
+  }
+  if (SDL_Init(SDL_INIT_VIDEO) != 0) {
+    return nullptr;
+  }
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_ES);
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 0);
+  return SDL_CreateWindow("A host of two views", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,
+                          860, 360,
+                          SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI);
+}
+
+std::shared_ptr<quorvid::UIFleetLiveView> addView(quorvid::ViewHost& views, const Options& options,
+                                                  int channel, Size window) {
+  // A container places the view; the view itself begins at zero.
+  const double width = (window.width - 3.0 * gap) / 2;
+  const double height = window.height - 2.0 * gap;
+  auto container = quorvid::UIView::initWithFrame(
+      quorvid::CGRectMake(gap + channel * (width + gap), gap, width, height));
+  auto view = quorvid::UIFleetLiveView::initWithFrame(quorvid::CGRectMake(0, 0, width, height));
+  if (view == nullptr) {
+    return nullptr;
+  }
+  container->addSubview(view);
+  views.contentView()->addSubview(container);
+  view->setConnectionParm(options.host, options.port, channel, "demo", "", options.device);
+  view->playVideo();
+  return view;
+}
+
+// What the host draws by itself: a background and a bar that moves along the lower edge.
+void drawBackground(Size pixels, double seconds) {
+  glViewport(0, 0, pixels.width, pixels.height);
+  glClearColor(0.10F, 0.20F, 0.35F, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+  const double turns = seconds / 4 - static_cast<int>(seconds / 4);
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(static_cast<int>(turns * pixels.width), 0, pixels.width / 8, gap / 2);
+  glClearColor(0.95F, 0.60F, 0.10F, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+  glDisable(GL_SCISSOR_TEST);
+}
+
+bool save(const std::string& path, Size size) {
+  std::vector<Uint32> pixels(static_cast<std::size_t>(size.width) *
+                             static_cast<std::size_t>(size.height));
+  glReadPixels(0, 0, size.width, size.height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+  SDL_Surface* surface =
+      SDL_CreateRGBSurfaceWithFormat(0, size.width, size.height, 32, SDL_PIXELFORMAT_RGBA32);
+  if (surface == nullptr) {
+    return false;
+  }
+  for (int row = 0; row < size.height; ++row) {  // OpenGL counts rows from the bottom
+    std::memcpy(static_cast<char*>(surface->pixels) + row * surface->pitch,
+                pixels.data() + static_cast<std::size_t>(size.height - 1 - row) *
+                                    static_cast<std::size_t>(size.width),
+                static_cast<std::size_t>(size.width) * 4);
+  }
+  const bool saved = SDL_SaveBMP(surface, path.c_str()) == 0;
+  SDL_FreeSurface(surface);
+  return saved;
+}
+
+bool wantsToQuit() {
+  SDL_Event event;
+  bool quit = false;
+  while (SDL_PollEvent(&event) != 0) {
+    quit = quit || event.type == SDL_QUIT;
+  }
+  return quit;
+}
+
+// Sleeps to the next refresh at 60 Hz, and tells how many have gone by since the last call.
+Uint32 waitForRefresh(Uint64& last) {
+  constexpr Uint64 period = 16;  // ms
+  if (const Uint64 now = SDL_GetTicks64(); now < last + period) {
+    SDL_Delay(static_cast<Uint32>(last + period - now));
+  }
+  const Uint64 passed = SDL_GetTicks64() - last;
+  last += passed;
+  return static_cast<Uint32>(passed / period);
+}
+
+int show(SDL_Window* window, const Options& options) {
+  auto views = quorvid::ViewHost::create();
+  Size points{}, pixels{};
+  SDL_GetWindowSize(window, &points.width, &points.height);
+  SDL_GL_GetDrawableSize(window, &pixels.width, &pixels.height);
+  views->resize(points.width, points.height, static_cast<double>(pixels.width) / points.width);
+  std::vector<std::shared_ptr<quorvid::UIFleetLiveView>> live;
+  for (const int channel : {0, 1}) {
+    live.push_back(addView(*views, options, channel, points));
+    if (live.back() == nullptr) {
+      std::fprintf(stderr, "A view can't be made.\n");
+      return 1;
+    }
+  }
+
+  const Uint64 begin = SDL_GetTicks64();
+  Uint64 last = begin;
+  bool running = true;
+  while (running) {
+    views->refresh(waitForRefresh(last));
+    const double seconds = static_cast<double>(last - begin) / 1000;
+    running = !wantsToQuit() && (options.seconds <= 0 || seconds < options.seconds);
+    SDL_GL_GetDrawableSize(window, &pixels.width, &pixels.height);
+    drawBackground(pixels, seconds);
+    views->composite(0, 0, pixels.width, pixels.height);
+    if (!running && !options.snapshot.empty() && !save(options.snapshot, pixels)) {
+      std::fprintf(stderr, "%s can't be written: %s\n", options.snapshot.c_str(), SDL_GetError());
+    }
+    SDL_GL_SwapWindow(window);
+  }
+
+  bool allShown = true;
+  for (const auto& view : live) {
+    allShown = allShown && view->playLayer()->pixelBuffer() != nullptr;
+    view->stopVideo();
+  }
+  views->release();
+  std::fprintf(stderr, "%s\n", allShown ? "Both views showed pictures." : "A view stayed empty.");
+  return allShown ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  if (!parse(argc, argv, options)) {
+    std::fprintf(stderr,
+                 "Usage: %s HOST:PORT DEVICE [--headless] [--seconds N] [--snapshot FILE.bmp]\n",
+                 argv[0]);
+    return 2;
+  }
+  SDL_Window* window = openWindow(options.headless);
+  SDL_GLContext context = window == nullptr ? nullptr : SDL_GL_CreateContext(window);
+  int status = 1;
+  if (context == nullptr) {
+    std::fprintf(stderr, "No window: %s\n", SDL_GetError());
+  } else {
+    status = show(window, options);
+    SDL_GL_DeleteContext(context);
+  }
+  SDL_DestroyWindow(window);
+  SDL_Quit();
+  return status;
+}
