@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/linux/ShareGroup.h"
+
 namespace quorvid {
 namespace {
 
@@ -74,7 +76,8 @@ std::unique_ptr<SdlVideo> SdlVideo::open(bool headless, std::string& error) {
     error = "another window is open already";
     return nullptr;
   }
-  if (state() == State::LeftUp && isOffscreen() != headless) {
+  const bool useless = isOffscreen() != headless || ShareGroup::existing() == nullptr;
+  if (state() == State::LeftUp && useless) {
     shutDown();
     state() = State::Down;
   }

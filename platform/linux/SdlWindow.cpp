@@ -2,6 +2,7 @@
 
 #include <GLES3/gl3.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -17,6 +18,7 @@ SdlWindow::SdlWindow(std::unique_ptr<SdlVideo> video)
     : video_(std::move(video)), contentView_(UIView::initWithFrame(CGRectMake(0, 0, 1, 1))) {}
 
 bool SdlWindow::create(const WindowOptions& options, std::string& error) {
+  headless_ = options.headless;
   const Uint32 visibility = options.headless ? SDL_WINDOW_HIDDEN : SDL_WINDOW_RESIZABLE;
   window_ = SDL_CreateWindow(options.title.c_str(), SDL_WINDOWPOS_UNDEFINED,
                              SDL_WINDOWPOS_UNDEFINED, options.width, options.height,
@@ -51,8 +53,9 @@ void SdlWindow::destroyContext() {
   const EglBinding former = EglBinding::current();
   if (makeCurrent()) {
     compositor_.release();
-    SDL_GL_MakeCurrent(nullptr, nullptr);
   }
+  contentView_.reset();  // views that nobody else holds go before their display does
+  SDL_GL_MakeCurrent(nullptr, nullptr);
   if (former.context != eglContext_) {
     former.restore();
   }
@@ -79,8 +82,7 @@ void SdlWindow::startClock() {
   const bool known = SDL_GetCurrentDisplayMode(SDL_GetWindowDisplayIndex(window_), &mode) == 0 &&
                      mode.refresh_rate > 0;
   double period = 1.0 / (known ? mode.refresh_rate : 60);
-  const bool visible = (SDL_GetWindowFlags(window_) & SDL_WINDOW_HIDDEN) == 0;
-  if (visible && SDL_GL_SetSwapInterval(1) == 0) {
+  if (!headless_ && SDL_GL_SetSwapInterval(1) == 0) {
     const double swap = measureSwap();
     swapBlocks_ = swap > period * 0.7 && swap < period * 1.5;
   }
@@ -117,7 +119,7 @@ void SdlWindow::updateSize() {
   scale_ = width > 0 && pixelWidth_ > 0 ? static_cast<double>(pixelWidth_) / width : 1.0;
   UIScreen::mainScreen().setScale(scale_);
   contentView_->setFrame(CGRectMake(0, 0, width, height));
-  mustDraw_ = true;
+  drawAnew();
 }
 
 void SdlWindow::setTitle(const std::string& title) {
@@ -157,11 +159,20 @@ std::uint32_t SdlWindow::waitForRefresh() {
   return clock_->begin(std::chrono::steady_clock::now(), swapped);
 }
 
+bool SdlWindow::isSeen() const {
+  constexpr Uint32 unseen = SDL_WINDOW_MINIMIZED | SDL_WINDOW_HIDDEN;
+  return headless_ || (SDL_GetWindowFlags(window_) & unseen) == 0;
+}
+
+// More than once: drivers take a new size over with the swap after, and show a frame or two later.
+void SdlWindow::drawAnew() {
+  drawsDue_ = 3;
+}
+
 void SdlWindow::drawIfChanged() {
   CALayer& tree = *contentView_->layer();
   const std::uint64_t version = layerTreeVersion(tree);
-  const bool minimized = (SDL_GetWindowFlags(window_) & SDL_WINDOW_MINIMIZED) != 0;
-  if (minimized || (version == drawnVersion_ && !mustDraw_) || !makeCurrent()) {
+  if (!isSeen() || (version == drawnVersion_ && drawsDue_ == 0) || !makeCurrent()) {
     return;
   }
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
@@ -171,7 +182,7 @@ void SdlWindow::drawIfChanged() {
   SDL_GL_SwapWindow(window_);
   swapped_ = swapBlocks_;
   drawnVersion_ = version;
-  mustDraw_ = false;
+  drawsDue_ = std::max(drawsDue_ - 1, 0);
 }
 
 bool SdlWindow::snapshot(WindowPicture& picture) {

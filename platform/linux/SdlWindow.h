@@ -45,6 +45,8 @@ class SdlWindow final : public Window {
   void deliver(const SDL_WindowEvent& event);
   void deliver(const SDL_KeyboardEvent& event);
   void send(const WindowEvent& event);
+  bool isSeen() const;
+  void drawAnew();
   void drawIfChanged();
 
   std::unique_ptr<SdlVideo> video_;
@@ -58,9 +60,10 @@ class SdlWindow final : public Window {
   std::shared_ptr<UIView> contentView_;
   std::function<void(const WindowEvent&)> handler_;
   std::optional<RefreshClock> clock_;
+  bool headless_ = false;
   bool swapBlocks_ = false;  // the display sets the pace
   bool swapped_ = false;     // since the last refresh, and the swap blocked
-  bool mustDraw_ = true;
+  int drawsDue_ = 0;         // although nothing in the tree has changed
   bool closed_ = false;
   std::uint64_t drawnVersion_ = 0;
   int pixelWidth_ = 0;

@@ -28,7 +28,7 @@ void SdlWindow::deliver(const SDL_WindowEvent& event) {
     case SDL_WINDOWEVENT_EXPOSED:
     case SDL_WINDOWEVENT_SHOWN:
     case SDL_WINDOWEVENT_RESTORED:
-      mustDraw_ = true;
+      drawAnew();
       break;
     case SDL_WINDOWEVENT_CLOSE:
       closed_ = true;
