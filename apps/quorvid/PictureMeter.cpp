@@ -1,10 +1,14 @@
 #include "apps/quorvid/PictureMeter.h"
 
+#include <algorithm>
+
 namespace quorvid::app {
 
 void PictureMeter::pictureShown(double now, PixelSize size) {
   if (pictures_ == 0) {
     first_ = now;
+  } else {
+    longestPause_ = std::max(longestPause_, now - last_);
   }
   last_ = now;
   pictureSize_ = size;

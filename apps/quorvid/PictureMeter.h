@@ -26,11 +26,14 @@ class PictureMeter {
   std::optional<double> timeToFirstPicture() const;
   // Between the first and the last picture; 0 below two pictures.
   double picturesPerSecond() const;
+  // The longest time between two pictures, in seconds.
+  double longestPause() const { return longestPause_; }
 
  private:
   double start_;
   double first_ = 0;
   double last_ = 0;
+  double longestPause_ = 0;
   std::uint64_t pictures_ = 0;
   PixelSize pictureSize_;
   std::optional<PixelSize> streamSize_;

@@ -31,8 +31,8 @@ class Player {
   virtual void stop() = 0;
   // Gives view and picture a new size and draws the last picture in it.
   virtual void resize(CGSize size) = 0;
-  // True once any frame of the stream has been seen, decodable or not. To be asked often: a frame is
-  // there only until it is decoded.
+  // True once any frame of the stream has been seen, decodable or not. To be asked often: a frame
+  // is there only until it is decoded.
   virtual bool hasReceivedFrames() = 0;
   // What went wrong beyond "no stream", empty when there is nothing to say.
   virtual std::string trouble() const { return {}; }

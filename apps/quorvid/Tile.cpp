@@ -36,10 +36,14 @@ void Tile::setFrame(CGRect frame) {
 
 void Tile::look(double now) {
   player_->hasReceivedFrames();
+  if (watch_.isStalled(now) && !mark_.isShown()) {
+    // Drawn before the restart, which blocks the thread for a while.
+    mark_.show();
+    return;
+  }
   if (!watch_.restartDue(now)) {
     return;
   }
-  mark_.show();
   noteStall(now);
   ++restarts_;
   player_->restart();

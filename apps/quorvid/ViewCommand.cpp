@@ -15,8 +15,9 @@ namespace {
 
 constexpr double kReachTimeout = 2;
 
-// Why a tile has shown nothing, as far as it can be told from outside.
-std::string likelyReason(Tile& tile, const LogFilter& log) {
+// Why a tile has shown nothing, as far as it can be told from outside. reach: what a connection to
+// the server found, made when the first tile asks.
+std::string likelyReason(Tile& tile, const LogFilter& log, std::optional<Reachability>& reach) {
   const StreamTarget& target = tile.target();
   const std::string trouble = tile.player().trouble();
   if (!trouble.empty()) {
@@ -29,25 +30,28 @@ std::string likelyReason(Tile& tile, const LogFilter& log) {
     return "a stream came for " + stream + ", but nothing in it could be decoded" +
            (last.empty() ? std::string(" (no key frame?)") : " (" + last + ")");
   }
-  const Reachability reach = tryServer(target.server, kReachTimeout);
-  if (reach.state != Reachability::State::Connected) {
-    return reach.sentence;
+  if (!reach) {
+    reach = tryServer(target.server, kReachTimeout);
   }
-  return reach.sentence + " but sent no stream for " + stream +
+  if (reach->state != Reachability::State::Connected) {
+    return reach->sentence;
+  }
+  return reach->sentence + " but sent no stream for " + stream +
          " (unknown or off line?); `quorvid probe` shows the exchange";
 }
 
-TileReport reportOf(Tile& tile, const LogFilter& log) {
+TileReport reportOf(Tile& tile, const LogFilter& log, std::optional<Reachability>& reach) {
   TileReport report;
   report.channel = tile.target().channel;
   report.pictures = tile.meter().pictures();
   report.firstPictureSeconds = tile.meter().timeToFirstPicture();
   report.framesPerSecond = tile.meter().picturesPerSecond();
+  report.longestPause = tile.meter().longestPause();
   report.pictureSize = tile.meter().pictureSize();
   report.streamSize = tile.meter().streamSize();
   report.restarts = tile.restarts();
   if (report.pictures == 0) {
-    report.reason = likelyReason(tile, log);
+    report.reason = likelyReason(tile, log, reach);
   }
   return report;
 }
@@ -82,8 +86,9 @@ int runView(const ViewOptions& options) {
   report.target = options.target;
   report.seconds = steadySeconds() - start;
   bool ok = true;
+  std::optional<Reachability> reach;
   for (const auto& tile : viewer->tiles()) {
-    report.tiles.push_back(reportOf(*tile, log));
+    report.tiles.push_back(reportOf(*tile, log, reach));
   }
   const bool shown = report.pictures() > 0;
   report.snapshot = saveLastPicture(*viewer, options, shown, ok);

@@ -26,6 +26,7 @@ Json tileJson(const TileReport& tile) {
   json["first_picture_seconds"] =
       tile.firstPictureSeconds ? Json(rounded(*tile.firstPictureSeconds)) : Json();
   json["frames_per_second"] = rounded(tile.framesPerSecond);
+  json["longest_pause_seconds"] = rounded(tile.longestPause);
   json["size"] = tile.pictures > 0 ? sizeJson(tile.pictureSize) : Json();
   json["stream_size"] = tile.streamSize ? sizeJson(*tile.streamSize) : Json();
   json["restarts"] = tile.restarts;
@@ -53,6 +54,11 @@ std::string tileText(const TileReport& tile) {
   std::string text = line;
   if (tile.streamSize) {
     text += " (sent as " + sizeText(*tile.streamSize) + ")";
+  }
+  if (tile.longestPause > 1) {
+    char pause[40];
+    std::snprintf(pause, sizeof pause, ", longest pause %.1f s", tile.longestPause);
+    text += pause;
   }
   if (tile.restarts > 0) {
     text += ", started again " + std::to_string(tile.restarts) +

@@ -16,6 +16,7 @@ struct TileReport {
   std::uint64_t pictures = 0;
   std::optional<double> firstPictureSeconds;
   double framesPerSecond = 0;
+  double longestPause = 0;  // seconds between two pictures
   PixelSize pictureSize;
   std::optional<PixelSize> streamSize;
   unsigned restarts = 0;

@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   openStandardDescriptors();
   CLI::App program("Live H.264 video from vehicle cameras.", "quorvid");
   program.require_subcommand(1);
+  program.set_version_flag("--version", "quorvid " QUORVID_APP_VERSION);
   ChosenCommand chosen;
   addViewCommand(program, chosen);
   try {
