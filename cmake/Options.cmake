@@ -24,6 +24,8 @@ if(QUORVID_SANITIZE)
   add_compile_options(-fsanitize=${QUORVID_SANITIZE} -fno-omit-frame-pointer -g
                       -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${QUORVID_SANITIZE})
+  add_library(quorvid_keep_loaded OBJECT ${CMAKE_CURRENT_LIST_DIR}/KeepLoaded.c)
+  link_libraries($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:quorvid_keep_loaded>>)
 endif()
 
 find_package(Threads REQUIRED)

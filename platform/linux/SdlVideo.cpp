@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/linux/ShareGroup.h"
+#include "quorvid/platform/EAGLContext.h"
 
 namespace quorvid {
 namespace {
@@ -75,6 +76,9 @@ std::unique_ptr<SdlVideo> SdlVideo::open(bool headless, std::string& error) {
   if (state() == State::InUse) {
     error = "another window is open already";
     return nullptr;
+  }
+  if (EAGLContext::currentContext() != nullptr) {
+    EAGLContext::setCurrentContext(nullptr);  // perhaps the last of a view that has gone
   }
   const bool useless = isOffscreen() != headless || ShareGroup::existing() == nullptr;
   if (state() == State::LeftUp && useless) {
