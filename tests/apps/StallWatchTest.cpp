@@ -1,0 +1,48 @@
+#include "apps/quorvid/StallWatch.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace quorvid::app {
+namespace {
+
+// When restarts fall due between two times, looked at every tenth of a second.
+std::vector<int> restarts(StallWatch& watch, double from, double to) {
+  std::vector<int> times;
+  for (int tenth = static_cast<int>(from * 10); tenth < to * 10; ++tenth) {
+    if (watch.restartDue(tenth / 10.0)) times.push_back(tenth / 10);
+  }
+  return times;
+}
+
+TEST(StallWatch, RestartsASilentStreamWithPausesThatDoubleUpToHalfAMinute) {
+  StallWatch watch(5, 0);
+  EXPECT_EQ(restarts(watch, 0, 100), (std::vector{5, 10, 20, 40, 70}));
+}
+
+TEST(StallWatch, APictureEndsTheStallAndBeginsThePausesAnew) {
+  StallWatch watch(5, 100);
+  EXPECT_FALSE(watch.isStalled(104.9));
+  EXPECT_TRUE(watch.isStalled(105));
+  EXPECT_EQ(restarts(watch, 100, 111), (std::vector{105, 110}));
+  watch.pictureArrived(112);
+  EXPECT_FALSE(watch.isStalled(116.9));
+  EXPECT_EQ(restarts(watch, 112, 123), (std::vector{117, 122}));
+}
+
+TEST(StallWatch, ARestartByHandPutsOffTheNextButDoesNotHideTheStall) {
+  StallWatch watch(5, 0);
+  EXPECT_EQ(restarts(watch, 0, 15), (std::vector{5, 10}));
+  watch.restartedByHand(15);
+  EXPECT_TRUE(watch.isStalled(15));
+  EXPECT_EQ(restarts(watch, 15, 26), (std::vector{20, 25}));
+}
+
+TEST(StallWatch, PausesAreNeverShorterThanALongPatience) {
+  StallWatch watch(60, 0);
+  EXPECT_EQ(restarts(watch, 0, 200), (std::vector{60, 120, 180}));
+}
+
+}  // namespace
+}  // namespace quorvid::app

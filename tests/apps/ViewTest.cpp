@@ -1,0 +1,156 @@
+// `quorvid view` against the simulator, without a display.
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <algorithm>
+#include <csignal>
+#include <nlohmann/json.hpp>
+
+#include "apps/Command.h"
+#include "sim/SimProcess.h"
+
+namespace {
+
+struct Picture {
+  unsigned width = 0;
+  unsigned height = 0;
+  std::vector<std::uint8_t> rgb;
+  // Of the channel with the largest range inside the rectangle.
+  int contrast(unsigned left, unsigned top, unsigned right, unsigned bottom) const {
+    int most = 0;
+    for (unsigned channel = 0; channel < 3; ++channel) {
+      int low = 255;
+      int high = 0;
+      for (unsigned y = top; y < bottom; ++y) {
+        for (unsigned x = left; x < right; ++x) {
+          const int value = rgb[(y * width + x) * 3 + channel];
+          low = std::min(low, value);
+          high = std::max(high, value);
+        }
+      }
+      most = std::max(most, high - low);
+    }
+    return most;
+  }
+  bool isRed(unsigned x, unsigned y) const {
+    const std::uint8_t* at = &rgb[(y * width + x) * 3];
+    return at[0] > 180 && at[1] < 60 && at[2] < 60;
+  }
+};
+
+Picture readPng(const std::string& fileName) {
+  Picture picture;
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  if (png_image_begin_read_from_file(&image, fileName.c_str()) == 0) return picture;
+  image.format = PNG_FORMAT_RGB;
+  picture.rgb.resize(PNG_IMAGE_SIZE(image));
+  png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr);
+  picture.width = image.width;
+  picture.height = image.height;
+  return picture;
+}
+
+std::vector<std::string> view(int port, std::vector<std::string> more) {
+  std::vector<std::string> arguments{"view", at(port), "--device", "TRUCK-7", "--headless"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+TEST(View, ShowsReportsAndSavesAPicture) {
+  SimProcess sim({"--size", "704x576"});
+  const std::string file = freshFile("view.png");
+  Command command(view(sim.port("fleet"),
+                       {"--seconds", "3", "--json", "--size", "800x600", "--snapshot", file}));
+  ASSERT_EQ(command.wait(), 0) << command.errors();
+  EXPECT_EQ(command.errors(), "");
+
+  const auto report = nlohmann::json::parse(command.output());
+  EXPECT_GT(report["pictures"], 5);
+  EXPECT_GT(report["frames_per_second"], 1);
+  EXPECT_GT(report["first_picture_seconds"], 0);
+  EXPECT_EQ(report["size"]["width"], 1280);
+  EXPECT_EQ(report["tiles"][0]["stream_size"]["height"], 576);
+  EXPECT_EQ(report["snapshot"], file);
+
+  const Picture picture = readPng(file);
+  EXPECT_EQ(picture.width, 800U);
+  EXPECT_EQ(picture.height, 600U);
+  ASSERT_FALSE(picture.rgb.empty());
+  EXPECT_GT(picture.contrast(0, 0, 400, 300), 100);
+  EXPECT_GT(picture.contrast(400, 300, 800, 600), 100);
+}
+
+TEST(View, TilesSeveralChannelsAndReportsEach) {
+  SimProcess sim({"--channels", "2"});
+  const std::string file = freshFile("tiles.png");
+  Command command(view(sim.port("fleet"), {"--channel", "0,1,5", "--size", "640x480", "--seconds",
+                                           "4", "--json", "--snapshot", file}));
+  ASSERT_EQ(command.wait(), 0) << command.errors();
+  const auto tiles = nlohmann::json::parse(command.output())["tiles"];
+  ASSERT_EQ(tiles.size(), 3U);
+  EXPECT_GT(tiles[0]["pictures"], 0);
+  EXPECT_GT(tiles[1]["pictures"], 0);
+  EXPECT_EQ(tiles[2]["channel"], 5);
+  EXPECT_EQ(tiles[2]["pictures"], 0);
+  EXPECT_NE(command.errors().find("channel 5: no picture"), std::string::npos) << command.errors();
+  const Picture picture = readPng(file);
+  ASSERT_EQ(picture.width, 640U);
+  EXPECT_GT(picture.contrast(0, 0, 318, 238), 100);
+  EXPECT_GT(picture.contrast(322, 0, 640, 238), 100);
+  EXPECT_EQ(picture.contrast(340, 260, 620, 460), 0) << "only three tiles";
+}
+
+TEST(View, EndsInOrderOnASignal) {
+  SimProcess sim({});
+  const std::string file = freshFile("signal.png");
+  Command command(view(sim.port("fleet"), {"--snapshot", file, "--verbose"}));
+  ASSERT_TRUE(command.says("type:1,")) << command.errors();
+  command.signal(SIGTERM);
+  EXPECT_EQ(command.wait(), 0);
+  EXPECT_EQ(command.output().find("channel 0: "), 0U) << command.output();
+  EXPECT_EQ(readPng(file).width, 960U);
+}
+
+TEST(View, MarksAStalledStreamAndStartsItAgain) {
+  SimProcess sim({"--stall-after", "1"});
+  const std::string file = freshFile("stall.png");
+  Command command(
+      view(sim.port("fleet"), {"--stall", "2", "--json", "--size", "640x480", "--snapshot", file}));
+  ASSERT_TRUE(command.says("a picture again")) << command.errors();
+  sim.signal(SIGSTOP);
+  // Two restarts in a row: the stream has been silent since the first.
+  ASSERT_TRUE(command.says("next try in 4 s")) << command.errors();
+  command.signal(SIGINT);
+  EXPECT_EQ(command.wait(), 0);
+  EXPECT_GE(nlohmann::json::parse(command.output())["tiles"][0]["restarts"], 3);
+  const Picture picture = readPng(file);
+  ASSERT_EQ(picture.height, 480U);
+  EXPECT_TRUE(picture.isRed(2, 240) && picture.isRed(320, 2) && picture.isRed(637, 477));
+  sim.signal(SIGCONT);
+}
+
+TEST(View, SaysWhyThereIsNoPicture) {
+  const std::vector<std::string> once{"--seconds", "2"};
+  int gone = 0;
+  {
+    SimProcess sim({"--devices", "OTHER"});
+    gone = sim.port("fleet");
+    Command unknown(view(gone, once));
+    EXPECT_EQ(unknown.wait(), 1);
+    EXPECT_NE(unknown.errors().find("sent no stream for device TRUCK-7"), std::string::npos)
+        << unknown.errors();
+  }
+  Command refused(view(gone, {"--seconds", "1", "--snapshot", freshFile("none.png")}));
+  EXPECT_EQ(refused.wait(), 1);
+  EXPECT_NE(refused.errors().find("nothing listens at " + at(gone)), std::string::npos);
+  EXPECT_NE(refused.errors().find("no snapshot written"), std::string::npos);
+
+  SimProcess noise({"--fault", "noise:fleet:1"});
+  Command undecodable(view(noise.port("fleet"), once));
+  EXPECT_EQ(undecodable.wait(), 1);
+  EXPECT_NE(undecodable.errors().find("nothing in it could be decoded"), std::string::npos)
+      << undecodable.errors();
+}
+
+}  // namespace
