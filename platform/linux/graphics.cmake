@@ -21,6 +21,7 @@ target_sources(quorvid_platform PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/SdlVideo.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SdlWindow.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SdlWindowEvents.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/SdlWindowTurn.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ShareGroup.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TextureCache.cpp
   ${CMAKE_CURRENT_LIST_DIR}/TexturePool.cpp
