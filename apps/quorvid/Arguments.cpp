@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <optional>
@@ -148,6 +149,18 @@ void requireFits(const StreamTarget& target) {
               fleet ? kLongestFleetDevice : kLongestCarDevice);
   requireFits(fleet ? "the account" : "the account for this path", target.account,
               fleet ? kLongestText : kLongestCarAccount);
+}
+
+void requireFits(const AccountTarget& target) {
+  requireFits("the account", target.account, kLongestText);
+}
+
+void requireWithin(const std::string& option, double value, double least, double most) {
+  if (!(value >= least && value <= most)) {
+    char bounds[60];
+    std::snprintf(bounds, sizeof bounds, "from %g to %g", least, most);
+    throw UsageError(option + " must be a number " + bounds);
+  }
 }
 
 void requireWritable(const std::string& fileName) {

@@ -43,6 +43,13 @@ struct StreamTarget {
   std::string password;
 };
 
+// An account on a server, for the queries.
+struct AccountTarget {
+  Endpoint server;
+  std::string account;
+  std::string password;
+};
+
 // "HOST:PORT": a name or dotted IPv4 address and a port of 1 to 65535.
 Endpoint parseEndpoint(const std::string& text);
 // "N[,N...]": channels of 0 to 7, each once.
@@ -56,6 +63,9 @@ std::string readPassword(const std::string& fileName);
 void requireFits(const std::string& what, const std::string& text, std::size_t most);
 // Refuses a target whose texts do not fit the records of its path.
 void requireFits(const StreamTarget& target);
+void requireFits(const AccountTarget& target);
+// Refuses a number that is not within the bounds; `option` names it in the sentence.
+void requireWithin(const std::string& option, double value, double least, double most);
 // Refuses a file that could not be written: a folder, a missing folder, no permission.
 void requireWritable(const std::string& fileName);
 

@@ -42,6 +42,13 @@ void AccountOptions::addTo(CLI::App& command) {
       ->type_name("FILE");
 }
 
+AccountTarget AccountOptions::target() const {
+  AccountTarget target{parseEndpoint(server), account, {}};
+  requireFits(target);
+  target.password = readPassword(passwordFile);
+  return target;
+}
+
 int failed(const std::string& sentence) {
   std::fprintf(stderr, "quorvid: %s\n", sentence.c_str());
   return 1;

@@ -37,9 +37,12 @@ struct AccountOptions {
   std::string passwordFile;
 
   void addTo(CLI::App& command);
+  AccountTarget target() const;  // checked
 };
 
 void addViewCommand(CLI::App& program, ChosenCommand& chosen);
+void addListCommand(CLI::App& program, ChosenCommand& chosen);
+void addGpsCommand(CLI::App& program, ChosenCommand& chosen);
 
 // Prints "quorvid: <sentence>" on standard error and returns 1.
 int failed(const std::string& sentence);

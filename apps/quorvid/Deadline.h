@@ -6,7 +6,10 @@
 #ifndef QUORVID_APPS_QUORVID_DEADLINE_H
 #define QUORVID_APPS_QUORVID_DEADLINE_H
 
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <future>
 #include <memory>
@@ -36,6 +39,13 @@ class Abandonable {
  private:
   std::future<Result> result_;
 };
+
+// Ends the process at once, with what was written flushed: the way out while a thread that was left
+// behind may still be inside the library.
+[[noreturn]] inline void leaveThreadsBehind(int status) {
+  std::fflush(nullptr);
+  _exit(status);
+}
 
 // Nothing when the body did not return in time.
 template <typename Result>

@@ -116,12 +116,8 @@ struct ViewArguments {
     view.target = target.target();
     view.channels = parseChannels(target.channels);
     view.size = parseSize(size);
-    if (!(view.seconds >= 0 && view.seconds <= 1e6)) {
-      throw UsageError("--seconds must be a number of seconds from 0 (no end) to 1000000");
-    }
-    if (!(view.stallAfter >= 1 && view.stallAfter <= 3600)) {
-      throw UsageError("--stall must be a number of seconds from 1 to 3600");
-    }
+    requireWithin("--seconds", view.seconds, 0, 1e6);
+    requireWithin("--stall", view.stallAfter, 1, 3600);
     if (!view.snapshot.empty()) {
       requireWritable(view.snapshot);
     }

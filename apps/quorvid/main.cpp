@@ -35,6 +35,8 @@ int main(int argc, char** argv) {
   program.set_version_flag("--version", "quorvid " QUORVID_APP_VERSION);
   ChosenCommand chosen;
   addViewCommand(program, chosen);
+  addListCommand(program, chosen);
+  addGpsCommand(program, chosen);
   try {
     program.parse(argc, argv);
     return chosen();
