@@ -47,7 +47,8 @@ struct WindowPicture {
 
 class QUORVID_API Window {
  public:
-  // Null when no window or no OpenGL ES context can be had; `error`, when not null, then says why.
+  // Null when no window or no OpenGL ES context can be had, or one is open already; `error`, when
+  // not null, then says why. The window's GL context is current on the thread afterwards.
   static std::unique_ptr<Window> open(const WindowOptions& options, std::string* error = nullptr);
   virtual ~Window();
 

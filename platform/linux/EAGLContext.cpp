@@ -16,10 +16,20 @@ namespace quorvid {
 namespace {
 
 // The context that the thread made current last. It counts as current only while EGL agrees: a host
-// may have bound its own since.
-std::shared_ptr<EAGLContext>& threadContext() {
-  thread_local std::shared_ptr<EAGLContext> context;
-  return context;
+// may have bound its own since. Null once the thread's own objects have gone: a view that lies in
+// static storage is destroyed after them.
+std::shared_ptr<EAGLContext>* threadContext() {
+  thread_local bool ended = false;
+  struct Holder {
+    std::shared_ptr<EAGLContext> context;
+    bool* end = &ended;
+    ~Holder() { *end = true; }
+  };
+  if (ended) {
+    return nullptr;
+  }
+  thread_local Holder holder;
+  return &holder.context;
 }
 
 // A length in points as pixels of a renderbuffer; what is not a sensible length counts as none.
@@ -75,7 +85,7 @@ EAGLContext::~EAGLContext() {
 bool EAGLContext::setCurrentContext(const std::shared_ptr<EAGLContext>& context) {
   if (context == nullptr) {
     EglBinding{}.restore();
-    threadContext().reset();
+    forgetThreadContext();
     return true;
   }
   const Native& native = *context->native_;
@@ -83,14 +93,18 @@ bool EAGLContext::setCurrentContext(const std::shared_ptr<EAGLContext>& context)
       EGL_TRUE) {
     return false;
   }
-  const std::shared_ptr<EAGLContext> former = std::exchange(threadContext(), context);
+  std::shared_ptr<EAGLContext> former = context;
+  if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) {
+    former.swap(*kept);
+  }
   return true;
 }
 
 std::shared_ptr<EAGLContext> EAGLContext::currentContext() {
-  const std::shared_ptr<EAGLContext>& context = threadContext();
-  const bool agreed = context != nullptr && eglGetCurrentContext() == context->native_->handle;
-  return agreed ? context : nullptr;
+  const std::shared_ptr<EAGLContext>* kept = threadContext();
+  const bool agreed =
+      kept != nullptr && *kept != nullptr && eglGetCurrentContext() == (*kept)->native_->handle;
+  return agreed ? *kept : nullptr;
 }
 
 bool EAGLContext::renderbufferStorage(std::uint32_t target, CAEAGLLayer* layer) {
@@ -130,7 +144,10 @@ bool EAGLContext::presentRenderbuffer(std::uint32_t target) {
 }
 
 void forgetThreadContext() {
-  const std::shared_ptr<EAGLContext> former = std::exchange(threadContext(), nullptr);
+  std::shared_ptr<EAGLContext> former;
+  if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) {
+    former.swap(*kept);
+  }
 }
 
 }  // namespace quorvid

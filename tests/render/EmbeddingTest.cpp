@@ -47,6 +47,11 @@ struct HostKind {
   HostApi api;
 };
 
+std::ostream& operator<<(std::ostream& out, const HostKind& kind) {
+  return out << (kind.api == HostApi::Gles3 ? "Gles" : "Desktop")
+             << (kind.display == HostDisplay::Surfaceless ? "OnSurfaceless" : "OnDevice");
+}
+
 class Embedding : public testing::TestWithParam<HostKind> {};
 
 TEST_P(Embedding, DrawsAndLeavesTheHostsStateAsItWas) {
@@ -94,12 +99,7 @@ INSTANTIATE_TEST_SUITE_P(Hosts, Embedding,
                                          HostKind{HostDisplay::Surfaceless, HostApi::DesktopCore},
                                          HostKind{HostDisplay::Device, HostApi::Gles3},
                                          HostKind{HostDisplay::Device, HostApi::DesktopCore}),
-                         [](const testing::TestParamInfo<HostKind>& kind) {
-                           const bool same = kind.param.display == HostDisplay::Surfaceless;
-                           const bool gles = kind.param.api == HostApi::Gles3;
-                           return std::string(gles ? "Gles" : "Desktop") +
-                                  (same ? "OnSurfaceless" : "OnDevice");
-                         });
+                         testing::PrintToStringParamName());
 
 TEST(EmbeddingPaths, ImageAndCopyGiveTheSamePixels) {
   const Scene scene;

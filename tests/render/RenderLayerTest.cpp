@@ -77,6 +77,10 @@ struct Fit {
   int barX, barY;  // black at the left and right, at the top and bottom
 };
 
+std::ostream& operator<<(std::ostream& out, const Fit& fit) {
+  return out << "Layer" << fit.width << "x" << fit.height;
+}
+
 class RenderLayerFit : public testing::TestWithParam<Fit> {};
 
 TEST_P(RenderLayerFit, CentresThePictureBetweenBlackBars) {
@@ -104,10 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Bounds, RenderLayerFit,
                                          Fit{100, 100, 64, 32, 0, 25},      // square
                                          Fit{101, 77, 64, 48, 0, 0},        // odd
                                          Fit{77, 301, 64, 48, 0, 121}),
-                         [](const testing::TestParamInfo<Fit>& kind) {
-                           return "Layer" + std::to_string(kind.param.width) + "x" +
-                                  std::to_string(kind.param.height);
-                         });
+                         testing::PrintToStringParamName());
 
 TEST(RenderLayer, DrawsUprightAndNotMirrored) {
   const Layer layer = makeLayer(64, 64);
