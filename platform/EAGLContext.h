@@ -51,7 +51,7 @@ class QUORVID_API EAGLContext : public std::enable_shared_from_this<EAGLContext>
   Native& native() { return *native_; }
 
  private:
-  explicit EAGLContext(std::unique_ptr<Native> native);
+  QUORVID_LOCAL explicit EAGLContext(std::unique_ptr<Native> native);
 
   std::unique_ptr<Native> native_;
 };

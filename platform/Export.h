@@ -3,5 +3,7 @@
 #define QUORVID_PLATFORM_EXPORT_H
 
 #define QUORVID_API __attribute__((visibility("default")))
+// Members of an offered class that are the library's own.
+#define QUORVID_LOCAL __attribute__((visibility("hidden")))
 
 #endif

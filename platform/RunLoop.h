@@ -68,8 +68,8 @@ class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayL
 
  private:
   friend class RunLoop;
-  explicit CADisplayLink(std::function<void()> callback);
-  void tick(std::uint32_t refreshes);
+  QUORVID_LOCAL explicit CADisplayLink(std::function<void()> callback);
+  QUORVID_LOCAL void tick(std::uint32_t refreshes);
 
   std::shared_ptr<std::function<void()>> callback_;
   std::weak_ptr<RunLoop> loop_;

@@ -73,11 +73,12 @@ class QUORVID_API AAPLEAGLLayer : public CAEAGLLayer {
   AAPLEAGLLayer() = default;
 
  private:
-  bool makeCurrent() const;
-  void loadTexture(const CVOpenGLESTextureCacheRef& cache, CVPixelBufferRef pixelBuffer,
-                   std::size_t plane, std::uint32_t width, std::uint32_t height,
-                   CVOpenGLESTextureRef& texture);
-  void drawQuad(std::uint32_t width, std::uint32_t height);
+  QUORVID_LOCAL bool makeCurrent() const;
+  QUORVID_LOCAL void loadTexture(const CVOpenGLESTextureCacheRef& cache,
+                                 CVPixelBufferRef pixelBuffer, std::size_t plane,
+                                 std::uint32_t width, std::uint32_t height,
+                                 CVOpenGLESTextureRef& texture);
+  QUORVID_LOCAL void drawQuad(std::uint32_t width, std::uint32_t height);
 
   GLint _backingWidth = 0;
   GLint _backingHeight = 0;

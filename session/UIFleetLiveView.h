@@ -73,9 +73,10 @@ class QUORVID_API UIFleetLiveView : public UIView, public H264HwDecoderImplDeleg
   const std::shared_ptr<AAPLEAGLLayer>& playLayer() const { return playLayer_; }
 
  private:
-  explicit UIFleetLiveView(CGRect frame);
-  bool setUp(CGRect frame);
-  static void feedKeyFrame(H264HwDecoderImpl& decoder, char* frame, std::uint32_t length);
+  QUORVID_LOCAL explicit UIFleetLiveView(CGRect frame);
+  QUORVID_LOCAL bool setUp(CGRect frame);
+  QUORVID_LOCAL static void feedKeyFrame(H264HwDecoderImpl& decoder, char* frame,
+                                         std::uint32_t length);
 
   Text Host;
   std::int32_t Port = 0;

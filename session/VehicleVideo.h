@@ -75,9 +75,9 @@ class QUORVID_API VehicleVideo : public std::enable_shared_from_this<VehicleVide
 
  private:
   VehicleVideo() = default;
-  bool setUp();
-  void startThread();
-  Text makeTimestamp() const;
+  QUORVID_LOCAL bool setUp();
+  QUORVID_LOCAL void startThread();
+  QUORVID_LOCAL Text makeTimestamp() const;
 
   [[maybe_unused]] std::int32_t videoStream = 0;           // reserved
   [[maybe_unused]] SwsContext* img_convert_ctx = nullptr;  // reserved
