@@ -45,14 +45,7 @@ void FleetPlayer::restart() {
 
 void FleetPlayer::resize(CGSize size) {
   view_->setFrame(CGRect{{0, 0}, size});
-  const std::shared_ptr<AAPLEAGLLayer>& layer = view_->playLayer();
-  layer->setFrame(CGRect{{0, 0}, size});
-  layer->resetRenderBuffer();
-  // The new buffer is empty: show the last picture again rather than wait for the next.
-  if (const CVPixelBufferRef last = CVPixelBufferRetain(layer->pixelBuffer())) {
-    layer->setPixelBuffer(last);
-    CVPixelBufferRelease(last);
-  }
+  resizeLayer(*view_->playLayer(), size);
 }
 
 bool FleetPlayer::hasReceivedFrames() {

@@ -8,6 +8,7 @@
 
 #include "apps/quorvid/Arguments.h"
 #include "quorvid/platform/View.h"
+#include "quorvid/render/AAPLEAGLLayer.h"
 
 namespace quorvid::app {
 
@@ -37,6 +38,9 @@ class Player {
   // What went wrong beyond "no stream", empty when there is nothing to say.
   virtual std::string trouble() const { return {}; }
 };
+
+// Gives a player's layer a new size and draws its last picture in it.
+void resizeLayer(AAPLEAGLLayer& layer, CGSize size);
 
 // Null when the graphics can't be had. `shown` is called on the main thread for each picture.
 std::unique_ptr<Player> makePlayer(const StreamTarget& target, CGSize size,

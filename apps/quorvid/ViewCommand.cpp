@@ -19,10 +19,6 @@ constexpr double kReachTimeout = 2;
 // the server found, made when the first tile asks.
 std::string likelyReason(Tile& tile, const LogFilter& log, std::optional<Reachability>& reach) {
   const StreamTarget& target = tile.target();
-  const std::string trouble = tile.player().trouble();
-  if (!trouble.empty()) {
-    return trouble;
-  }
   const std::string stream =
       "device " + target.device + ", channel " + std::to_string(target.channel);
   if (tile.player().hasReceivedFrames()) {
@@ -35,6 +31,10 @@ std::string likelyReason(Tile& tile, const LogFilter& log, std::optional<Reachab
   }
   if (reach->state != Reachability::State::Connected) {
     return reach->sentence;
+  }
+  const std::string trouble = tile.player().trouble();
+  if (!trouble.empty()) {
+    return trouble;
   }
   return reach->sentence + " but sent no stream for " + stream +
          " (unknown or off line?); `quorvid probe` shows the exchange";

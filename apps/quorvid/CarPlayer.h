@@ -1,0 +1,51 @@
+// CarPlayer: a stream of the car or relay path, drawn by decoder and layer without the live view:
+// what a host writes that drives those by itself.
+//
+// The worker of a StreamReceiver fills the slot; a display link looks into it on the main thread at
+// every second refresh, decodes what it finds and gives the slot back; the decoder hands the
+// picture to the tap before it returns, and the tap to the layer.
+#ifndef QUORVID_APPS_QUORVID_CAR_PLAYER_H
+#define QUORVID_APPS_QUORVID_CAR_PLAYER_H
+
+#include "apps/quorvid/PictureTap.h"
+#include "apps/quorvid/Player.h"
+#include "apps/quorvid/StreamReceiver.h"
+#include "quorvid/platform/RunLoop.h"
+#include "quorvid/render/AAPLEAGLLayer.h"
+
+namespace quorvid::app {
+
+class CarPlayer : public Player {
+ public:
+  static std::unique_ptr<CarPlayer> make(const StreamTarget& target, CGSize size,
+                                         PictureHandler shown);
+  ~CarPlayer() override;
+
+  std::shared_ptr<UIView> view() const override { return view_; }
+  void play() override;
+  void restart() override { play(); }
+  void stop() override;
+  void resize(CGSize size) override;
+  bool hasReceivedFrames() override { return receivedFrames_; }
+  std::string trouble() const override;
+
+ private:
+  CarPlayer(const StreamTarget& target, std::shared_ptr<AAPLEAGLLayer> layer, PictureHandler shown);
+  void tick();
+  void decode(StreamReceiver::Frame frame);
+
+  StreamTarget target_;
+  std::shared_ptr<UIView> view_;
+  std::shared_ptr<AAPLEAGLLayer> layer_;
+  std::shared_ptr<H264HwDecoderImpl> decoder_;
+  std::shared_ptr<PictureTap> tap_;
+  std::shared_ptr<CADisplayLink> link_;
+  std::unique_ptr<StreamReceiver> receiver_;
+  std::optional<PixelSize> streamSize_;
+  bool receivedFrames_ = false;
+  bool lookupFailed_ = false;
+};
+
+}  // namespace quorvid::app
+
+#endif

@@ -1,0 +1,56 @@
+// StreamReceiver: an exported video worker on a thread of its own, and the slot it fills: how a
+// host takes a stream without the live view.
+//
+// The worker blocks until it is cancelled, and may take seconds to notice (a read waits up to 10
+// s). Nobody waits for it: slot and texts are shared with its thread and go with the last of the
+// two.
+//
+//   frame   131072 bytes   written by the worker, read by us while `ready` is set
+//   length  32 bits        written by the worker after the bytes
+//   ready   1 byte         set by the worker last; cleared by us when we are done with the bytes
+//   cancel  1 byte         set by us; read by the worker once a turn
+//
+// One thread makes, asks and destroys a receiver.
+#ifndef QUORVID_APPS_QUORVID_STREAM_RECEIVER_H
+#define QUORVID_APPS_QUORVID_STREAM_RECEIVER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "apps/quorvid/Arguments.h"
+
+namespace quorvid::app {
+
+class StreamReceiver {
+ public:
+  // A frame in the slot; the bytes may be changed in place. They are the worker's again after
+  // release(), and half a second after they came in any case.
+  struct Frame {
+    std::uint8_t* bytes = nullptr;
+    std::size_t length = 0;
+  };
+
+  // Starts the worker of the target's path.
+  explicit StreamReceiver(const StreamTarget& target);
+  // Asks the worker to end.
+  ~StreamReceiver();
+  StreamReceiver(const StreamReceiver&) = delete;
+  StreamReceiver& operator=(const StreamReceiver&) = delete;
+
+  // The frame that waits, if any.
+  std::optional<Frame> frame();
+  // Gives the slot back to the worker.
+  void release();
+  // True when the worker ended by itself: a relay lookup that failed, or no memory.
+  bool hasFailed() const;
+
+ private:
+  struct Slot;
+  std::shared_ptr<Slot> slot_;
+};
+
+}  // namespace quorvid::app
+
+#endif
