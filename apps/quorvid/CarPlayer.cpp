@@ -85,12 +85,4 @@ void CarPlayer::resize(CGSize size) {
   resizeLayer(*layer_, size);
 }
 
-std::string CarPlayer::trouble() const {
-  if (!lookupFailed_) {
-    return {};
-  }
-  return target_.server.text() + " named no relay for device " + target_.device +
-         " (unknown device, account, or no lookup server?)";
-}
-
 }  // namespace quorvid::app

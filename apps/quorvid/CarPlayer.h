@@ -27,7 +27,7 @@ class CarPlayer : public Player {
   void stop() override;
   void resize(CGSize size) override;
   bool hasReceivedFrames() override { return receivedFrames_; }
-  std::string trouble() const override;
+  bool lookupFailed() const override { return lookupFailed_; }
 
  private:
   CarPlayer(const StreamTarget& target, std::shared_ptr<AAPLEAGLLayer> layer, PictureHandler shown);

@@ -31,6 +31,12 @@ StreamTarget TargetOptions::target() const {
   return target;
 }
 
+void requireOneChannel(const TargetOptions& options) {
+  if (parseChannels(options.channels).size() > 1) {
+    throw UsageError("this command takes one channel, not " + options.channels);
+  }
+}
+
 void AccountOptions::addTo(CLI::App& command) {
   command.add_option("server", server, "the server as HOST:PORT")
       ->required()

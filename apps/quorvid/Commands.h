@@ -30,6 +30,9 @@ struct TargetOptions {
   StreamTarget target() const;
 };
 
+// Refuses more than one channel.
+void requireOneChannel(const TargetOptions& options);
+
 // The options of a query: server and account.
 struct AccountOptions {
   std::string server;
@@ -43,6 +46,7 @@ struct AccountOptions {
 void addViewCommand(CLI::App& program, ChosenCommand& chosen);
 void addListCommand(CLI::App& program, ChosenCommand& chosen);
 void addGpsCommand(CLI::App& program, ChosenCommand& chosen);
+void addRecordCommand(CLI::App& program, ChosenCommand& chosen);
 
 // Prints "quorvid: <sentence>" on standard error and returns 1.
 int failed(const std::string& sentence);

@@ -35,8 +35,8 @@ class Player {
   // True once any frame of the stream has been seen, decodable or not. To be asked often: a frame
   // is there only until it is decoded.
   virtual bool hasReceivedFrames() = 0;
-  // What went wrong beyond "no stream", empty when there is nothing to say.
-  virtual std::string trouble() const { return {}; }
+  // True once the server has named no relay.
+  virtual bool lookupFailed() const { return false; }
 };
 
 // Gives a player's layer a new size and draws its last picture in it.

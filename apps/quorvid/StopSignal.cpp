@@ -24,6 +24,7 @@ void catchStopSignals() {
   action.sa_handler = SIG_IGN;
   action.sa_flags = 0;
   sigaction(SIGPIPE, &action, nullptr);
+  sigaction(SIGXFSZ, &action, nullptr);
 }
 
 bool stopRequested() {

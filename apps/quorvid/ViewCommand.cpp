@@ -2,7 +2,7 @@
 
 #include "apps/quorvid/Commands.h"
 #include "apps/quorvid/LogFilter.h"
-#include "apps/quorvid/Reachability.h"
+#include "apps/quorvid/NoStream.h"
 #include "apps/quorvid/ReportOutput.h"
 #include "apps/quorvid/Steady.h"
 #include "apps/quorvid/StopSignal.h"
@@ -19,25 +19,15 @@ constexpr double kReachTimeout = 2;
 // the server found, made when the first tile asks.
 std::string likelyReason(Tile& tile, const LogFilter& log, std::optional<Reachability>& reach) {
   const StreamTarget& target = tile.target();
-  const std::string stream =
-      "device " + target.device + ", channel " + std::to_string(target.channel);
   if (tile.player().hasReceivedFrames()) {
     const std::string last = log.lastMessage();
-    return "a stream came for " + stream + ", but nothing in it could be decoded" +
+    return "a stream came, but nothing in it could be decoded" +
            (last.empty() ? std::string(" (no key frame?)") : " (" + last + ")");
   }
   if (!reach) {
     reach = tryServer(target.server, kReachTimeout);
   }
-  if (reach->state != Reachability::State::Connected) {
-    return reach->sentence;
-  }
-  const std::string trouble = tile.player().trouble();
-  if (!trouble.empty()) {
-    return trouble;
-  }
-  return reach->sentence + " but sent no stream for " + stream +
-         " (unknown or off line?); `quorvid probe` shows the exchange";
+  return whyNoStream(target, *reach, tile.player().lookupFailed());
 }
 
 TileReport reportOf(Tile& tile, const LogFilter& log, std::optional<Reachability>& reach) {

@@ -37,6 +37,7 @@ int main(int argc, char** argv) {
   addViewCommand(program, chosen);
   addListCommand(program, chosen);
   addGpsCommand(program, chosen);
+  addRecordCommand(program, chosen);
   try {
     program.parse(argc, argv);
     return chosen();
