@@ -31,7 +31,7 @@ CarPlayer::CarPlayer(const StreamTarget& target, std::shared_ptr<AAPLEAGLLayer> 
 }
 
 CarPlayer::~CarPlayer() {
-  stop();
+  CarPlayer::stop();
 }
 
 void CarPlayer::play() {

@@ -18,7 +18,9 @@ void addBar(UIView& mark, CGRect frame, const UIColor& color) {
 
 void addStripes(UIView& mark, CGSize size) {
   const CGFloat step = std::max<CGFloat>(8, std::round(size.height / 24));
-  for (CGFloat y = step; y < size.height; y += 2 * step) {
+  const int stripes = static_cast<int>(std::ceil((size.height - step) / (2 * step)));
+  for (int stripe = 0; stripe < stripes; ++stripe) {
+    const CGFloat y = (2 * stripe + 1) * step;
     addBar(mark, CGRectMake(0, y, size.width, std::min(step, size.height - y)), kStripeColor);
   }
 }

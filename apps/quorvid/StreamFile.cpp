@@ -38,7 +38,7 @@ std::string textOf(int error) {
 
 struct StreamFile::Muxer {
   struct FreePacket {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVPacket* freed) const { av_packet_free(&freed); }
   };
 
   AVFormatContext* context = nullptr;
