@@ -47,6 +47,7 @@ void addViewCommand(CLI::App& program, ChosenCommand& chosen);
 void addListCommand(CLI::App& program, ChosenCommand& chosen);
 void addGpsCommand(CLI::App& program, ChosenCommand& chosen);
 void addRecordCommand(CLI::App& program, ChosenCommand& chosen);
+void addProbeCommand(CLI::App& program, ChosenCommand& chosen);
 
 // Prints "quorvid: <sentence>" on standard error and returns 1.
 int failed(const std::string& sentence);

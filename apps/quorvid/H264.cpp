@@ -177,6 +177,37 @@ std::optional<PixelSize> sizeOfSps(const std::uint8_t* sps, std::size_t length) 
   return PixelSize{static_cast<int>(width), static_cast<int>(height)};
 }
 
+bool hasFixedKeyLayout(const std::vector<H264Unit>& units) {
+  const auto lies = [&units](std::size_t i, int type, std::size_t from, std::size_t to) {
+    return i < units.size() && units[i].type == type && units[i].startCode == from &&
+           units[i].header == from + 4 && (to == 0 || units[i].end == to);
+  };
+  if (!lies(0, kUnitSps, 0, 13) || !lies(1, kUnitPps, 13, 21)) {
+    return false;
+  }
+  return lies(2, kUnitKeySlice, 21, 0) ||
+         (lies(2, kUnitSei, 21, 30) && lies(3, kUnitKeySlice, 30, 0));
+}
+
+std::string describeUnits(const std::vector<H264Unit>& units) {
+  std::string text;
+  for (const H264Unit& unit : units) {
+    const char* name = unit.type == kUnitSps        ? "SPS "
+                       : unit.type == kUnitPps      ? "PPS "
+                       : unit.type == kUnitSei      ? "SEI "
+                       : unit.type == kUnitKeySlice ? "key slice "
+                       : unit.type == kUnitSlice    ? "slice "
+                                                    : nullptr;
+    text += text.empty() ? "" : ", ";
+    text += name != nullptr ? name : "type " + std::to_string(unit.type) + " ";
+    text += std::to_string(unit.end - unit.header);
+    if (text.size() > 120) {
+      return text + ", ...";
+    }
+  }
+  return text.empty() ? "no H.264 unit" : text + " bytes";
+}
+
 bool isKeyFrame(const std::uint8_t* frame, std::size_t length) {
   return length > 4 && (frame[4] & 0x1F) == kUnitSps;
 }

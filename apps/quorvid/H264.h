@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "apps/quorvid/Arguments.h"
@@ -33,6 +34,13 @@ std::vector<H264Unit> unitsOf(const std::uint8_t* frame, std::size_t length);
 // The picture size (cropping taken off) that a sequence parameter set states; `sps` begins at its
 // header byte. Nothing when it is cut short or out of bounds.
 std::optional<PixelSize> sizeOfSps(const std::uint8_t* sps, std::size_t length);
+
+// True for the key frame that the live view relies on: start codes of 4 bytes, a parameter set of 9
+// bytes, one of 4, perhaps an SEI unit of 5, then the key picture.
+bool hasFixedKeyLayout(const std::vector<H264Unit>& units);
+
+// For people: "SPS 9, PPS 4, key slice 12034 bytes".
+std::string describeUnits(const std::vector<H264Unit>& units);
 
 // True when the frame begins with a sequence parameter set (the live view's key frame).
 bool isKeyFrame(const std::uint8_t* frame, std::size_t length);

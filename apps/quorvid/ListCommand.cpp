@@ -61,8 +61,11 @@ std::string whyItFailed(const ListOptions& options, std::size_t arrived) {
 
 bool print(ReportOutput& output, const ListOptions& options,
            const std::vector<DevInfoItem>& devices, bool complete) {
+  if (!options.json && devices.empty()) {
+    return !complete || output.write("no devices\n");
+  }
   if (!options.json) {
-    return devices.empty() || output.write(deviceTable(devices, options.raw));
+    return output.write(deviceTable(devices, options.raw));
   }
   nlohmann::ordered_json json;
   json["server"] = options.target.server.text();

@@ -59,30 +59,39 @@ int connectWithin(const sockaddr_in& address, double timeout) {
 
 }  // namespace
 
-Reachability tryServer(const Endpoint& server, double timeout) {
-  using State = Reachability::State;
+Reachability resolveServer(const Endpoint& server, double timeout) {
   Reachability result;
   // The resolver knows no deadline of its own.
   const auto resolved =
       callWithin<Resolved>(timeout, [host = server.host] { return resolve(host); });
   if (!resolved || resolved->error != 0) {
-    result.state = State::Unresolved;
+    result.state = Reachability::State::Unresolved;
     result.sentence =
         "the name " + server.host + " can't be resolved: " +
         (resolved ? gai_strerror(resolved->error) : "no answer from the name service");
     return result;
   }
-  sockaddr_in address = resolved->address;
-  address.sin_port = htons(static_cast<std::uint16_t>(server.port));
   char dotted[INET_ADDRSTRLEN] = "";
-  inet_ntop(AF_INET, &address.sin_addr, dotted, sizeof dotted);
+  inet_ntop(AF_INET, &resolved->address.sin_addr, dotted, sizeof dotted);
   result.address = dotted;
+  return result;
+}
+
+Reachability tryServer(const Endpoint& server, double timeout) {
+  Reachability result = resolveServer(server, timeout);
+  if (result.address.empty()) {
+    return result;
+  }
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(server.port));
+  inet_pton(AF_INET, result.address.c_str(), &address.sin_addr);
   const int error = connectWithin(address, timeout);
   if (error == 0) {
-    result.state = State::Connected;
+    result.state = Reachability::State::Connected;
     result.sentence = server.text() + " accepts connections";
   } else if (error == ECONNREFUSED) {
-    result.state = State::Refused;
+    result.state = Reachability::State::Refused;
     result.sentence = "nothing listens at " + server.text() + " (connection refused)";
   } else if (error == ETIMEDOUT) {
     result.sentence = "no answer from " + server.text() + " (address, network or firewall)";

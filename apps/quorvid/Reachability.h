@@ -16,6 +16,9 @@ struct Reachability {
   std::string sentence;  // what was found, for a person
 };
 
+// Only resolves the name: `address` is empty when that failed.
+Reachability resolveServer(const Endpoint& server, double timeout);
+
 // Resolves the name and opens a connection of its own, which it closes at once. Takes at most
 // `timeout` seconds; any thread.
 Reachability tryServer(const Endpoint& server, double timeout);

@@ -13,13 +13,12 @@ namespace {
 
 constexpr int kCommandPort = 80;  // the workers keep it without using it
 
-// The account, a hyphen and the last 8 digits of the time: tells one session from the next.
+}  // namespace
+
 std::string sessionToken(const std::string& account) {
   const std::string seconds = std::to_string(std::time(nullptr));
   return account + "-" + (seconds.size() > 8 ? seconds.substr(seconds.size() - 8) : seconds);
 }
-
-}  // namespace
 
 struct StreamReceiver::Slot {
   StreamTarget target;

@@ -23,6 +23,9 @@
 
 namespace quorvid::app {
 
+// The account, a hyphen and the last 8 digits of the time: tells one session from the next.
+std::string sessionToken(const std::string& account);
+
 class StreamReceiver {
  public:
   // A frame in the slot; the bytes may be changed in place. They are the worker's again after

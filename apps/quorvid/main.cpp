@@ -25,11 +25,8 @@ int usage(const char* sentence) {
   return 2;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   using namespace quorvid::app;
-  openStandardDescriptors();
   CLI::App program("Live H.264 video from vehicle cameras.", "quorvid");
   program.require_subcommand(1);
   program.set_version_flag("--version", "quorvid " QUORVID_APP_VERSION);
@@ -38,18 +35,29 @@ int main(int argc, char** argv) {
   addListCommand(program, chosen);
   addGpsCommand(program, chosen);
   addRecordCommand(program, chosen);
+  addProbeCommand(program, chosen);
   try {
     program.parse(argc, argv);
     return chosen();
+  } catch (const CLI::Success& wish) {  // help or version
+    return program.exit(wish);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) {
-      return program.exit(error);
-    }
     return usage(error.what());
   } catch (const UsageError& error) {
     return usage(error.what());
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    openStandardDescriptors();
+    return run(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "quorvid: %s\n", error.what());
-    return 1;
+  } catch (...) {
+    std::fputs("quorvid: an error of unknown kind\n", stderr);
   }
+  return 1;
 }
