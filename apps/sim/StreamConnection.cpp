@@ -116,12 +116,13 @@ void StreamConnection::tick() {
     if (!joined_) due_ = Clock::now() + kEncoderPause;
     return wait();
   }
-  for (int i = 0; i < burst_; ++i) {
+  for (; burstSent_ < burst_; ++burstSent_) {
     if (!step()) {
       due_ = Clock::now() + kEncoderPause;
       return wait();
     }
   }
+  burstSent_ = 0;
   due_ += burst_ * period();
   // After a pause of the whole process the frames go on from here, instead of all at once.
   if (due_ + std::chrono::seconds(1) < Clock::now()) due_ = Clock::now();

@@ -41,6 +41,7 @@ class StreamConnection final : public Connection {
   asio::steady_timer limit_;
   Clock::time_point due_;
   int burst_ = 1;
+  int burstSent_ = 0;  // of the burst under way, while the encoder is not far enough
   std::uint32_t number_ = 0;
   std::size_t maxWaiting_ = 0;
   bool joined_ = false;
