@@ -28,6 +28,7 @@ class FrameRecorder {
 
   std::uint64_t frames() const { return frames_; }
   double seconds() const { return lastTime_; }  // from the first frame to the last
+  double elapsed(double now) const { return file_ ? now - start_ : 0; }  // since the first frame
   std::int64_t bytes() const { return file_ ? file_->bytes() : 0; }
   PixelSize size() const { return size_; }
   std::uint64_t unusable() const { return unusable_; }  // frames without any unit, left out

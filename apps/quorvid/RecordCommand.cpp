@@ -19,7 +19,7 @@ namespace {
 
 constexpr double kReachTimeout = 2;
 constexpr double kStallAfter = 5;
-constexpr double kPatienceForTheFirstFrame = 10;
+constexpr double kPatience = 10;  // how much longer than asked for it may take
 constexpr unsigned kLookMicroseconds = 1000;
 
 struct RecordOptions {
@@ -52,7 +52,10 @@ class RecordCommand {
     if (!ok) {
       return failed(error + "; what was written whole before stays readable");
     }
-    return output_.write(report()) ? 0 : 1;
+    if (!output_.write(report())) {
+      return 1;
+    }
+    return isComplete() || stopRequested() ? 0 : failed("the stream broke off before its time");
   }
 
  private:
@@ -60,9 +63,13 @@ class RecordCommand {
     if (options_.seconds <= 0) {
       return false;
     }
-    return recorder_.frames() > 0
-               ? recorder_.seconds() >= options_.seconds
-               : steadySeconds() - start_ >= options_.seconds + kPatienceForTheFirstFrame;
+    const double now = steadySeconds();
+    const double waited = recorder_.frames() > 0 ? recorder_.elapsed(now) : now - start_;
+    return isComplete() || waited >= options_.seconds + kPatience;
+  }
+
+  bool isComplete() const {
+    return recorder_.frames() > 0 && recorder_.seconds() >= options_.seconds;
   }
 
   // Takes a frame, or waits a little for one.
@@ -156,7 +163,9 @@ void addRecordCommand(CLI::App& program, ChosenCommand& chosen) {
   command->add_option("-o,--output", options->fileName, "file: .h264, .mp4 or .mkv")
       ->required()
       ->type_name("FILE");
-  command->add_option("--seconds", options->seconds, "end after so many seconds of video")
+  command
+      ->add_option("--seconds", options->seconds,
+                   "end after so many seconds of video, or 10 s later without it")
       ->type_name("S");
   command->callback([options, &chosen] {
     options->target = options->text.target();

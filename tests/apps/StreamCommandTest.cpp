@@ -81,6 +81,19 @@ TEST(Record, ClosesTheFileOnASignal) {
   std::remove(file.c_str());
 }
 
+TEST(Record, EndsWhenTheStreamDoesNotComeBack) {
+  SimProcess sim({"--fps", "5"});
+  const std::string file = freshFile("broken.h264");
+  Command command(stream("record", sim.port("fleet"), {"-o", file, "--seconds", "8"}));
+  for (int i = 0; i < 3000 && readRecording(file).frames < 5; ++i) usleep(10'000);
+  sim.signal(SIGSTOP);
+  EXPECT_EQ(command.wait(), 1);
+  EXPECT_NE(command.errors().find("broke off"), std::string::npos) << command.errors();
+  EXPECT_GE(readRecording(file).frames, 5);
+  sim.signal(SIGCONT);
+  std::remove(file.c_str());
+}
+
 TEST(Record, KeepsWhatFittedWhenTheFileCanNotGrow) {
   SimProcess sim({});
   const std::string file = freshFile("full.mkv");
