@@ -1,5 +1,7 @@
 #include "apps/quorvid/ProbeDialect.h"
 
+#include <algorithm>
+
 #include "connection/QueryRequest.h"
 #include "connection/VideoRequest.h"
 
@@ -84,6 +86,8 @@ class CarDialect : public ProbeDialect {
   ProbeFrame nextFrame(ProbeSocket& socket) override {
     ProbeFrame frame;
     frame.garbage = socket.findTag({"3GTSV100"}, "a frame's tag");
+    frame.garbage -= std::min(frame.garbage, unread_);
+    unread_ = 0;
     const std::int32_t number = socket.readInt32("a frame's number");
     socket.skip(4, "a frame's header");
     const std::int32_t length = socket.readInt32("a frame's length");
@@ -91,8 +95,12 @@ class CarDialect : public ProbeDialect {
     socket.read(info, sizeof info, "a frame's header");
     const auto expected = static_cast<std::int32_t>(static_cast<std::uint32_t>(lastNumber_) + 1);
     frame.isLeftOut = info[13] == 3 && number != expected;
+    if (frame.isLeftOut) {
+      unread_ = static_cast<std::size_t>(std::clamp(length, 0, kLongestFrame));
+      return frame;
+    }
     frame.bytes = readPayload(socket, length);
-    lastNumber_ = frame.isLeftOut ? lastNumber_ : number;
+    lastNumber_ = number;
     return frame;
   }
 
@@ -100,6 +108,8 @@ class CarDialect : public ProbeDialect {
   StreamTarget target_;
   std::string token_;
   std::int32_t lastNumber_ = 0;
+  // Of the frame left out before: the library does not trust its length but looks for the next tag.
+  std::size_t unread_ = 0;
 };
 
 }  // namespace
