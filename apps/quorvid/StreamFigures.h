@@ -29,7 +29,6 @@ class StreamFigures {
   double seconds() const { return last_ - first_; }
   double framesPerSecond() const;
   double bitsPerSecond() const;
-  double longestPause() const { return longestPause_; }
 
   // One line for each group of figures: {name, text}.
   struct Line {

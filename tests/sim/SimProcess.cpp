@@ -1,43 +1,19 @@
 #include "sim/SimProcess.h"
 
-#include <sys/wait.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
-#include <csignal>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
-SimProcess::SimProcess(std::vector<std::string> arguments) : errors_(std::tmpfile()) {
+SimProcess::SimProcess(std::vector<std::string> arguments) {
   std::array<int, 2> out{};
-  if (errors_ == nullptr || pipe(out.data()) != 0) throw std::runtime_error("no descriptors");
-  arguments.insert(arguments.begin(), QUORVID_SIM);
-  std::vector<char*> argv;
-  argv.reserve(arguments.size() + 1);
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-  pid_ = fork();
-  if (pid_ == 0) {
-    dup2(out[1], STDOUT_FILENO);
-    dup2(fileno(errors_), STDERR_FILENO);
-    close(out[0]);
-    close(out[1]);
-    execv(QUORVID_SIM, argv.data());
-    _exit(127);
-  }
+  if (pipe2(out.data(), O_CLOEXEC) != 0) throw std::runtime_error("no descriptors");
+  process_.emplace(QUORVID_SIM, std::move(arguments), out[1], errors_.descriptor());
   close(out[1]);
   readLines(out[0]);
   close(out[0]);
-}
-
-SimProcess::~SimProcess() {
-  if (pid_ > 0) {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
-  std::fclose(errors_);
 }
 
 /// Four lines "service port", one JSON object, or the end.
@@ -59,28 +35,6 @@ void SimProcess::readLines(int descriptor) {
   }
 }
 
-void SimProcess::signal(int number) const {
-  kill(pid_, number);
-}
-
-int SimProcess::wait() {
-  int status = 0;
-  waitpid(pid_, &status, 0);
-  pid_ = -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-std::string SimProcess::errors() const {
-  std::string text(100'000, '\0');
-  const ssize_t count = pread(fileno(errors_), text.data(), text.size(), 0);
-  text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-  return text;
-}
-
 bool SimProcess::says(const std::string& text) const {
-  for (int i = 0; i < 1000; ++i) {
-    if (errors().find(text) != std::string::npos) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
+  return comesTrue([&] { return errors().find(text) != std::string::npos; });
 }
