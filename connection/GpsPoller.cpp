@@ -10,8 +10,8 @@
 #include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
 #include "connection/SharedValue.h"
-#include "connection/Socket.h"
 #include "connection/VehicleConnection.h"
+#include "connection/WatchedSocket.h"
 
 namespace quorvid {
 namespace {
@@ -31,7 +31,7 @@ struct GpsCall {
 
 class GpsPoller {
  public:
-  explicit GpsPoller(const GpsCall& call) : call_(call) {}
+  explicit GpsPoller(const GpsCall& call) : call_(call), socket_(call.run) {}
   int32_t run();
 
  private:
@@ -42,7 +42,7 @@ class GpsPoller {
   State readRecords();
 
   const GpsCall call_;
-  Socket socket_;
+  WatchedSocket socket_;
   State state_ = State::kFindReply;
   int32_t itemCount_ = 0;
   // Its first 8 bytes are the tag window, which outlives a connection.
@@ -62,13 +62,11 @@ int32_t GpsPoller::run() {
 
 bool GpsPoller::connect() {
   publish(&carCount, 0);
-  socket_.open(ConnectToServer(call_.host, call_.port));
-  if (!socket_.isOpen()) return false;
-  if (SendRequestGetListForCar(socket_.descriptor(), call_.acc, call_.pwd, call_.text3) != -1) {
-    return true;
-  }
-  socket_.forget();
-  return false;
+  const int32_t connected = ConnectToServer(call_.host, call_.port);
+  if (connected == -1) return false;
+  if (SendRequestGetListForCar(connected, call_.acc, call_.pwd, call_.text3) == -1) return false;
+  socket_.adopt(connected);
+  return true;
 }
 
 // One byte a turn; a reply that fails is asked for again at once, on a new connection.

@@ -5,9 +5,9 @@
 #include "connection/QueryRequest.h"
 #include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
-#include "connection/Socket.h"
 #include "connection/TagWindow.h"
 #include "connection/VehicleConnection.h"
+#include "connection/WatchedSocket.h"
 
 namespace quorvid {
 namespace {
@@ -37,13 +37,12 @@ bool readReply(int32_t fd, Relay& relay) {
 }
 
 bool lookUp(const char* host, int32_t port, int32_t channel, const char* acc, const char* pwd,
-            const char* timestamp, const char* carId, Relay& relay) {
-  Socket socket(ConnectToServer(host, port));
-  if (!socket.isOpen()) return false;
-  if (SendRequestGetRelayForCar(socket.descriptor(), channel, acc, pwd, timestamp, carId) == -1) {
-    socket.forget();
-    return false;
-  }
+            const uint8_t* isCancel, const char* timestamp, const char* carId, Relay& relay) {
+  WatchedSocket socket(isCancel);
+  const int32_t connected = ConnectToServer(host, port);
+  if (connected == -1) return false;
+  if (SendRequestGetRelayForCar(connected, channel, acc, pwd, timestamp, carId) == -1) return false;
+  socket.adopt(connected);
   return readReply(socket.descriptor(), relay);
 }
 
@@ -55,7 +54,7 @@ int32_t ThreadGetRelayForCar(const char* host, int32_t port, int32_t cmdPort, in
                              const char* timestamp, const char* carId, uint8_t* canGetFrame,
                              uint8_t* frameData, int32_t* frameLen) {
   quorvid::Relay relay;
-  if (!quorvid::lookUp(host, port, channel, acc, pwd, timestamp, carId, relay)) return -1;
+  if (!quorvid::lookUp(host, port, channel, acc, pwd, isCancel, timestamp, carId, relay)) return -1;
   ThreadVideoSourceForCar(relay.address.data(), relay.port, cmdPort, channel, acc, pwd, isCancel,
                           timestamp, carId, canGetFrame, frameData, frameLen);
   return 0;

@@ -1,4 +1,4 @@
-// Socket: the handle that a worker owns its connection by; closed with its owner.
+// Socket: the handle that a call owns its connection by; closed with its owner.
 //
 // Descriptors of 0 and below mean "not connected".
 #ifndef QUORVID_CONNECTION_SOCKET_H
@@ -18,7 +18,6 @@ class Socket {
 
   int32_t descriptor() const { return descriptor_; }
   bool isOpen() const { return descriptor_ > 0; }
-  void open(int32_t descriptor);
   void close();
   // Lets go without closing: a failed request sender has closed the descriptor already.
   void forget() { descriptor_ = -1; }

@@ -40,14 +40,15 @@ QUORVID_CONNECTION_API int32_t writen(int32_t fd, const void* buf, int32_t n);
 //
 // Blocks its thread. Reconnects 3 s after any failure, for ever; a peer that closed in order is
 // not noticed, so a host restarts a stream that stands still. Setting isCancel ends the call after
-// the blocking step under way (a read: at most 10 s without data; a pause: 3 s; a connect: as long
-// as the system tries).
+// the blocking step under way (a read: 10 s after the last byte, so a server that sends a byte now
+// and then holds it for as long as it likes; a pause: 3 s; a connect: as long as the system tries).
+// CancelVideoSource ends the read as well.
 //
 //   host, mediaPort   server; only the low 16 bits of the port count
 //   cmdPort           kept, not used
 //   channel           0-based camera channel, two characters at most in decimal
 //   acc, pwd, timestamp  not part of the fleet request; may be null
-//   isCancel          set by the caller to end the session
+//   isCancel          set by the caller to end the session; stays set until the call has returned
 //   carId             device identifier
 //   canGetFrame       1: a frame waits in the slot; the consumer clears it once done with the
 //   bytes.
@@ -148,8 +149,9 @@ QUORVID_CONNECTION_API int32_t ThreadGetListForCar(DevInfoItem* items, int32_t* 
 
 // Asks host:port which relay serves a device, then streams from it as ThreadVideoSourceForCar.
 //
-// Blocks its thread; isCancel is looked at only once the stream runs. Returns 0 when the stream was
-// cancelled, -1 when the lookup failed (it is not repeated). carId goes into the lookup only beside
+// Blocks its thread; isCancel is looked at only once the stream runs, but CancelVideoSource ends a
+// lookup under way, too. Returns 0 when the stream was cancelled, -1 when the lookup failed (it is
+// not repeated). carId goes into the lookup only beside
 // a timestamp that is not null.
 //
 // Relay request, 500 bytes:
@@ -177,6 +179,19 @@ QUORVID_CONNECTION_API int32_t ThreadGetCarGPS(DevInfoItem* items, int32_t* coun
                                                int32_t port, int32_t port2, const char* acc,
                                                const char* pwd, const char* text3, int32_t* done,
                                                uint8_t* run);
+
+// Sets bit 0 of isCancel and shuts down the connection of every video worker or relay lookup that
+// is running with this very isCancel, so that the read under way ends and the call returns.
+//
+// Any thread, but not a signal handler; never waits. Safe at any time while isCancel is valid, also
+// before the worker's thread has begun, and again. Nothing that was read after it is delivered. It
+// leaves name look-up, connecting and the pauses (3 s, 0.5 s) to end by themselves. A relay lookup
+// that begins only later isn't ended: look at isCancel first, or call this again.
+QUORVID_CONNECTION_API void CancelVideoSource(uint8_t* isCancel);
+
+// Clears bit 0 of run and ends the read of every ThreadGetCarGPS that is running with this very
+// run, as CancelVideoSource does. A list that is cut counts as a poll of the records that came.
+QUORVID_CONNECTION_API void StopCarGPS(uint8_t* run);
 
 #ifdef __cplusplus
 }

@@ -19,7 +19,7 @@ constexpr std::chrono::milliseconds kEndOfStreamPause(100);
 }  // namespace
 
 VideoWorker::VideoWorker(const VideoCall& call)
-    : call_(call), source_(new (std::nothrow) VideoSource{}) {
+    : call_(call), source_(new (std::nothrow) VideoSource{}), socket_(call.isCancel) {
   if (source_ == nullptr) return;
   InitVideoSource(source_.get(), call.host, call.mediaPort, call.cmdPort, call.channel, call.acc,
                   call.pwd);
@@ -45,11 +45,10 @@ int32_t VideoWorker::run() {
 
 bool VideoWorker::connect() {
   source_->state = beginConnection();
-  socket_.open(ConnectToServer(source_->host, source_->mediaPort));
-  if (!socket_.isOpen()) return false;
-  if (sendRequest(socket_.descriptor()) != -1) return true;
-  socket_.forget();
-  return false;
+  const int32_t connected = ConnectToServer(source_->host, source_->mediaPort);
+  if (connected == -1 || sendRequest(connected) == -1) return false;
+  socket_.adopt(connected);
+  return true;
 }
 
 void VideoWorker::takeTurn() {
@@ -90,7 +89,7 @@ int32_t VideoWorker::receivePayload(int32_t payloadLen) {
 }
 
 void VideoWorker::deliver(int32_t count) {
-  if (count < 1 || count > kFrameCapacity) return;
+  if (count < 1 || count > kFrameCapacity || socket_.wasInterrupted()) return;
   memcpy(call_.frameData, source_->recvBuf, static_cast<size_t>(count));
   publish(call_.frameLen, count);
   publish(call_.canGetFrame, 1);

@@ -12,8 +12,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "connection/Socket.h"
 #include "connection/VideoSource.h"
+#include "connection/WatchedSocket.h"
 
 namespace quorvid {
 
@@ -62,7 +62,8 @@ class VideoWorker {
   int32_t receiveByte(uint8_t& byte);
   // Reads a payload of a length within bounds; its count, negative on an error.
   int32_t receivePayload(int32_t payloadLen);
-  // Hands over the first count bytes of the last payload; a count of 0 delivers nothing.
+  // Hands over the first count bytes of the last payload; a count of 0 delivers nothing, and nor
+  // does one that was read after the connection was shut down.
   void deliver(int32_t count);
 
   static bool isPayloadLength(int32_t length) { return length >= 0 && length <= kFrameCapacity; }
@@ -82,7 +83,7 @@ class VideoWorker {
 
   const VideoCall call_;
   std::unique_ptr<VideoSource, ReleaseSource> source_;
-  Socket socket_;
+  WatchedSocket socket_;
   std::array<uint8_t, 50> scratch_{};  // what discarded fields are read into
   bool sawEnd_ = false;                // this turn: a read found the end of the stream
   bool sawMore_ = false;               // this turn: a read found anything else

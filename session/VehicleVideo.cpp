@@ -107,7 +107,7 @@ void VehicleVideo::cancelVideoThread() {
   if (myVideoThread == nullptr || !myVideoThread->isExecuting()) {
     return;
   }
-  storeFlag(isCancel, 1);
+  CancelVideoSource(&isCancel);
   myVideoThread->cancel();
   myVideoThread.reset();
   storeFlag(canGetFrame, 0);

@@ -50,8 +50,9 @@ class QUORVID_API VehicleVideo : public std::enable_shared_from_this<VehicleVide
 
   // The body of the session's thread; not for callers.
   void myMethod_VideoSource();
-  // Asks the worker to end and returns at once; it ends when its present read or pause is over. No
-  // effect when the thread was cancelled before or has ended.
+  // Asks the worker to end, ends its connection and returns at once; the worker ends by itself when
+  // a connect or pause under way (3 s at most) is over. No effect when the thread was cancelled
+  // before or has ended.
   void cancelVideoThread();
 
   // The consumer's order: getIsFrameReady, getFrameData and getFrameLen, use the bytes, then

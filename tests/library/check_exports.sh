@@ -12,6 +12,8 @@ ThreadVideoSourceForCar
 ThreadGetListForCar
 ThreadGetRelayForCar
 ThreadGetCarGPS
+CancelVideoSource
+StopCarGPS
 myDevInfoItemsForGPS
 carCount
 shader_vsh

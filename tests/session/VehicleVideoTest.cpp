@@ -59,6 +59,9 @@ extern "C" std::int32_t ThreadVideoSourceForFleet(const char* host, std::int32_t
   worker(call);
   return 0;
 }
+extern "C" void CancelVideoSource(std::uint8_t* isCancel) {
+  std::atomic_ref<std::uint8_t>(*isCancel).store(1);
+}
 
 namespace quorvid {
 namespace {
