@@ -1,6 +1,9 @@
 #include "quorvid/platform/Thread.h"
 
+#include <pthread.h>
+
 #include <atomic>
+#include <csignal>
 #include <exception>
 #include <thread>
 #include <utility>
@@ -8,6 +11,30 @@
 #include "quorvid/platform/Log.h"
 
 namespace quorvid {
+namespace {
+
+// Keeps the process's signals from threads that are made while it lives: they start with the mask
+// of their maker, so there is no moment at which one of them could be chosen to handle a signal.
+// Those that a fault of the thread itself raises stay, and the profiler's.
+class SignalsKeptAway {
+ public:
+  SignalsKeptAway() {
+    sigset_t blocked;
+    sigfillset(&blocked);
+    for (const int own : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT, SIGPROF}) {
+      sigdelset(&blocked, own);
+    }
+    pthread_sigmask(SIG_BLOCK, &blocked, &before_);
+  }
+  ~SignalsKeptAway() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsKeptAway(const SignalsKeptAway&) = delete;
+  SignalsKeptAway& operator=(const SignalsKeptAway&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+}  // namespace
 
 struct Thread::State {
   std::function<void()> body;
@@ -37,6 +64,7 @@ void Thread::start() {
   try {
     // The state outlives this object, which the body's own captures may take with them.
     const std::shared_ptr<State> state = state_;
+    const SignalsKeptAway signals;
     std::thread([state] {
       state->run();
       state->executing = false;

@@ -2,7 +2,8 @@
 //
 // Made and controlled by one thread. The body (and whatever it captured) is let go on the new
 // thread as soon as it has returned, so a session captured by its own body ends with the last of
-// thread and host, on whichever thread that is.
+// thread and host, on whichever thread that is. No signal is handled on the thread but SIGPROF and
+// those of its own faults.
 #ifndef QUORVID_PLATFORM_THREAD_H
 #define QUORVID_PLATFORM_THREAD_H
 

@@ -4,7 +4,9 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <csignal>
 #include <future>
+#include <set>
 #include <thread>
 
 #include "quorvid/platform/Clock.h"
@@ -50,6 +52,38 @@ TEST(Thread, TheBodysCapturesGoWithItOnItsOwnThread) {
   owner.reset();
   go.set_value();
   EXPECT_TRUE(end.get() != std::this_thread::get_id());
+}
+
+// The system's own (32, 33) and the two that can't be blocked are left out.
+TEST(Thread, HandlesNoSignalButItsOwnFaults) {
+  const auto blockedHere = [] {
+    sigset_t mask;
+    std::set<int> numbers;
+    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+      if (sigismember(&mask, number) == 1) {
+        numbers.insert(number);
+      }
+    }
+    return numbers;
+  };
+  std::set<int> expected;
+  for (int number = 1; number <= SIGRTMAX; ++number) {
+    if (number < 32 || number >= SIGRTMIN) {
+      expected.insert(number);
+    }
+  }
+  for (const int open :
+       {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT, SIGPROF, SIGKILL, SIGSTOP}) {
+    expected.erase(open);
+  }
+  const std::set<int> before = blockedHere();
+  std::promise<std::set<int>> seen;
+  Thread thread([&] { seen.set_value(blockedHere()); });
+  thread.start();
+  EXPECT_EQ(seen.get_future().get(), expected);
+  EXPECT_EQ(blockedHere(), before);
+  waitUntilEnded(thread);
 }
 
 // A default stack larger than the address space: no thread can be made.
