@@ -6,7 +6,8 @@
 
 namespace quorvid {
 
-// Blocks the calling thread for the whole time; signals do not shorten it.
+// Blocks the calling thread for the whole time; signals neither shorten nor
+// stretch it.
 void pauseFor(std::chrono::milliseconds time);
 
 }  // namespace quorvid

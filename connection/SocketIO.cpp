@@ -1,10 +1,15 @@
 #include "connection/SocketIO.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <ctime>
 
@@ -50,6 +55,39 @@ ssize_t writeShielded(int32_t fd, const void* data, size_t size) {
   return written;
 }
 
+using Clock = std::chrono::steady_clock;
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+
+// Zero for a descriptor without one: a pipe, a file, a socket that waits for ever or not at all.
+microseconds receiveTimeout(int32_t fd) {
+  constexpr time_t kElevenDays = 1000000;  // in milliseconds, an int holds it
+  timeval time{};
+  socklen_t size = sizeof time;
+  if ((::fcntl(fd, F_GETFL) & O_NONBLOCK) != 0) return {};
+  if (::getsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &time, &size) != 0) return {};
+  return std::chrono::seconds(std::min(time.tv_sec, kElevenDays)) + microseconds(time.tv_usec);
+}
+
+// Waits for what is left of the receive time-out after a signal, because a read starts it anew each
+// time. False, with errno set, once it is used up.
+bool mayReadOn(int32_t fd, Clock::time_point lastByte) {
+  const microseconds timeout = receiveTimeout(fd);
+  if (timeout == microseconds::zero()) return true;
+  pollfd readable{fd, POLLIN, 0};
+  for (;;) {
+    const auto left = std::chrono::ceil<milliseconds>(lastByte + timeout - Clock::now());
+    const int wait = static_cast<int>(std::max(left.count(), milliseconds::rep{0}));
+    const int count = ::poll(&readable, 1, wait);
+    if (count > 0) return true;
+    if (count < 0 && errno != EINTR) return false;
+    if (count == 0 || wait == 0) {
+      errno = EAGAIN;
+      return false;
+    }
+  }
+}
+
 }  // namespace
 
 ssize_t writeOnce(int32_t fd, const void* data, size_t size) {
@@ -62,13 +100,15 @@ ssize_t writeOnce(int32_t fd, const void* data, size_t size) {
 int32_t readn(int32_t fd, void* buf, int32_t n) {
   int32_t remaining = n;
   auto* position = static_cast<uint8_t*>(buf);
+  auto lastByte = quorvid::Clock::now();
   while (remaining > 0) {
     const ssize_t count = ::read(fd, position, static_cast<size_t>(remaining));
     if (count == 0) break;
     if (count < 0) {
-      if (errno != EINTR) return -1;
+      if (errno != EINTR || !quorvid::mayReadOn(fd, lastByte)) return -1;
       continue;
     }
+    lastByte = quorvid::Clock::now();
     remaining -= static_cast<int32_t>(count);
     position += count;
   }

@@ -9,6 +9,10 @@
 // process with abort() after one line on standard error. The fields hold 31 characters, carId on
 // the car and relay paths 63. Check texts before the call.
 //
+// Block signals on the threads that run the car stream, the queries and the poller: their search
+// for a tag reads byte by byte, and a signal there breaks the connection (also one whose handler
+// was installed with SA_RESTART). Everything else goes on after a signal as if there had been none.
+//
 // Flags are single bytes of which only bit 0 counts. Read and write them as atomics (acquire and
 // release): no lock guards them.
 //
@@ -27,7 +31,8 @@ extern "C" {
 // Reads exactly n bytes from fd into buf, resuming after signals.
 //
 // Any thread. Returns n, fewer when the stream ended first, 0 for n <= 0, or -1 on an error
-// (a receive timeout is one; bytes read before it are lost).
+// (a receive timeout is one, with EAGAIN in errno, counted from the last byte whatever signals
+// come; bytes read before it are lost).
 QUORVID_CONNECTION_API int32_t readn(int32_t fd, void* buf, int32_t n);
 
 // Writes exactly n bytes of buf to fd (socket, pipe or file), resuming after signals.
@@ -172,9 +177,16 @@ QUORVID_CONNECTION_API int32_t ThreadGetRelayForCar(const char* host, int32_t po
 // Fetches the device list again and again, 4 s after each poll, while bit 0 of run is set.
 //
 // Blocks its thread. items, host, port, port2, acc, pwd and text3 as for the list. done is 0 while
-// a reply is awaited and 1 after each poll, when count gets the number of records; records beyond
-// it are those of earlier polls. A wrong reply is asked for again at once. Returns 0 once run was
+// a reply is searched for. A wrong reply is asked for again at once, without a pause: also one with
+// no records, so a server that has none is asked as fast as it answers. Returns 0 once run was
 // cleared (done is 1 then), -1 when the server can't be reached.
+//
+// A poll ends in this order: the last record and carCount, then done = 1, then count = the number
+// of records, then the 4 s. So count may be the last poll's for a moment after done has become 1,
+// and whoever has read the new count sees its records, too. The poller never reads either of them:
+// store -1 in count before the call and each time that you have copied the records; once count is 0
+// or more, a new poll is complete. Its records stay for the 4 s at least, those beyond count are of
+// earlier polls. A done that has become 0 meanwhile says that they may be overwritten.
 QUORVID_CONNECTION_API int32_t ThreadGetCarGPS(DevInfoItem* items, int32_t* count, const char* host,
                                                int32_t port, int32_t port2, const char* acc,
                                                const char* pwd, const char* text3, int32_t* done,

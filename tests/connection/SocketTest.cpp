@@ -37,10 +37,14 @@ TEST(Socket, ReadnCountsWhatCame) {
 std::atomic<int> signalsSeen{0};
 
 // Handled without SA_RESTART, as a profiler's or a timer's signal may be.
-void interruptOften(std::thread& thread) {
+void countSignals() {
   struct sigaction action {};
   action.sa_handler = [](int) { ++signalsSeen; };
   sigaction(SIGUSR1, &action, nullptr);
+}
+
+void interruptOften(std::thread& thread) {
+  countSignals();
   for (int i = 0; i < 20; ++i) {
     pthread_kill(thread.native_handle(), SIGUSR1);
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
@@ -65,6 +69,45 @@ TEST(Socket, ReadnAndWritenGoOnAfterASignal) {
   EXPECT_EQ(written, size);
   EXPECT_EQ(received, sent);
   EXPECT_GT(signalsSeen, 0);
+}
+
+// The wait of a read starts anew after each signal; the time-out must not, but does with a byte.
+TEST(Socket, SignalsDoNotStretchTheReceiveTimeout) {
+  using std::chrono::milliseconds, std::chrono::steady_clock;
+  countSignals();
+  for (const milliseconds every : {milliseconds(1), milliseconds(200)}) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    const timeval second{1, 0};
+    setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &second, sizeof second);
+    int32_t result = 0, error = 0;
+    std::atomic<bool> ended{false};
+    const auto start = steady_clock::now();
+    std::thread reader([&] {
+      char buffer[8];
+      result = readn(ends[0], buffer, sizeof buffer);
+      error = errno;
+      ended = true;
+    });
+    auto sent = start;
+    while (!ended && steady_clock::now() < start + std::chrono::seconds(15)) {
+      std::this_thread::sleep_for(every);
+      pthread_kill(reader.native_handle(), SIGUSR1);
+      if (sent == start && steady_clock::now() > start + milliseconds(600)) {
+        sent = steady_clock::now();
+        writen(ends[1], "x", 1);
+      }
+    }
+    EXPECT_TRUE(ended) << "with a signal every " << every.count() << " ms";
+    ::close(ends[1]);
+    reader.join();
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(error, EAGAIN);
+    if (sent < start + milliseconds(900)) {
+      EXPECT_GE(steady_clock::now() - sent, std::chrono::seconds(1));
+    }
+    ::close(ends[0]);
+  }
 }
 
 // Writing to a pipe nobody reads causes no signal, and one that the host keeps pending stays.
