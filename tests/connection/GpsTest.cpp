@@ -3,16 +3,11 @@
 #include <malloc.h>
 
 #include <cstring>
-#include <filesystem>
 
 #include "connection/TestServer.h"
 
 namespace quorvid::test {
 namespace {
-
-auto openDescriptors() {
-  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
 
 // Of the whole process. A sanitizer's allocator reports nothing here; it finds leaks by itself.
 size_t allocatedBytes() {
@@ -105,6 +100,35 @@ TEST(Gps, ShortPollsCountTheirWholeRecords) {
   last.send("x");
   EXPECT_EQ(gps.join(), 0);
   EXPECT_EQ(gps.done, 1);
+}
+
+TEST(Gps, AStopEndsItsRead) {
+  TestServer server;
+  GpsRun gps(server.port);
+  Peer silent = server.acceptRequest(500);
+  const auto start = std::chrono::steady_clock::now();
+  StopCarGPS(&gps.run);
+  EXPECT_EQ(gps.join(), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_EQ(gps.run, 0xFE);
+  EXPECT_EQ(gps.done, 1);
+}
+
+// Both in one place, the later one stays.
+TEST(Gps, TheCountIsPublishedBehindDone) {
+  TestServer server;
+  int32_t doneAndCount = 0;
+  uint8_t run = 1;
+  std::thread poller([&] {
+    ThreadGetCarGPS(myDevInfoItemsForGPS, &doneAndCount, "127.0.0.1", server.port, 0, "a", "p", "t",
+                    &doneAndCount, &run);
+  });
+  Peer peer = server.acceptRequest(500);
+  peer.send(listHeader(2) + deviceRecord(280, 9) + deviceRecord(280, 9));
+  EXPECT_TRUE(peer.seesClose());
+  EXPECT_EQ(get(doneAndCount), 2);
+  set(run, 0);
+  poller.join();
 }
 
 TEST(Gps, UnreachableServerEndsIt) {

@@ -13,6 +13,8 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -38,6 +40,10 @@ T get(T& shared) {
 template <class T>
 void set(T& shared, int value) {
   std::atomic_ref<T>(shared).store(static_cast<T>(value), std::memory_order_release);
+}
+
+inline auto openDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 inline std::string zeros(size_t count) {
@@ -104,7 +110,7 @@ class TestServer : Descriptor {
     port = ntohs(own.sin_port);
     if (listening) listen();
   }
-  void listen() { ::listen(fd_, 8); }
+  void listen(int backlog = 8) { ::listen(fd_, backlog); }
   Peer accept() {
     const int fd = ::accept(fd_, nullptr, nullptr);
     if (fd < 0) throw std::runtime_error("nobody connected");
@@ -132,6 +138,10 @@ class VideoRun {
   ~VideoRun() { stop(); }
   int32_t stop() {
     set(isCancel, 1);
+    return join();
+  }
+  int32_t cancel() {
+    CancelVideoSource(&isCancel);
     return join();
   }
   int32_t join() {

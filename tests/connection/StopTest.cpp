@@ -1,0 +1,113 @@
+// CancelVideoSource against servers that never let a read end. A worker that isn't reached stays
+// for 10 s at least.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "connection/ServerConnection.h"
+#include "connection/Socket.h"
+#include "connection/TestServer.h"
+
+namespace quorvid::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::seconds kFarTooLong(5);
+
+const std::string kFleetPacket = zeros(18) + "V" + word(9000) + zeros(14) + "cut";
+const std::string kCarFrame = "3GTSV100" + word(1) + zeros(4) + word(9000) + zeros(16) + "cut";
+
+struct Case {
+  const char* name;
+  decltype(&ThreadVideoSourceForFleet) worker;
+  size_t requestSize;
+  std::string sent;
+  bool trickles;
+  int32_t result;
+};
+void PrintTo(const Case& stopped, std::ostream* out) {
+  *out << stopped.name;
+}
+
+class StoppedRead : public testing::TestWithParam<Case> {};
+
+TEST_P(StoppedRead, EndsAndDeliversNothing) {
+  TestServer server;
+  VideoRun run(GetParam().worker, server.port);
+  Peer peer = server.acceptRequest(GetParam().requestSize);
+  peer.send(GetParam().sent);
+  std::atomic<bool> ended{false};
+  std::thread trickle([&] {
+    for (int i = 0; i < 100 && !ended; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      if (GetParam().trickles) peer.send("x");
+    }
+    peer.finish();
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(250));  // it reads by now, as a rule
+  const auto start = Clock::now();
+  EXPECT_EQ(run.cancel(), GetParam().result);
+  EXPECT_LT(Clock::now() - start, kFarTooLong);
+  EXPECT_EQ(run.frameLen, 0);
+  ended = true;
+  trickle.join();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , StoppedRead,
+    testing::Values(Case{"FleetSilent", ThreadVideoSourceForFleet, 81, kFleetPacket, false, 0},
+                    Case{"FleetTrickle", ThreadVideoSourceForFleet, 81, kFleetPacket, true, 0},
+                    Case{"CarSearch", ThreadVideoSourceForCar, 500, "3GTSV", false, 0},
+                    Case{"CarTrickle", ThreadVideoSourceForCar, 500, kCarFrame, true, 0},
+                    Case{"LookupTrickle", ThreadGetRelayForCar, 500,
+                         listHeader(0, "3GAPV105", 0x8001, 500), true, -1}),
+    testing::PrintToStringParamName());
+
+TEST(Stop, LeavesOtherWorkersAloneAndNothingBehind) {
+  TestServer server;
+  server.listen(60);
+  VideoRun other(ThreadVideoSourceForFleet, server.port);
+  Peer peer = server.acceptRequest(81);
+  const auto before = openDescriptors();
+  peer.send(zeros(18));
+  for (int i = 0; i < 60; ++i) {
+    peer.send("A" + word(1) + zeros(15));  // so that it doesn't take us for silent
+    VideoRun run(ThreadVideoSourceForFleet, server.port);
+    if (i >= 10) {
+      EXPECT_EQ(run.cancel(), 0);  // in any stage of its start
+    } else {
+      const Peer accepted = server.accept();
+      EXPECT_EQ(run.cancel(), 0);
+    }
+  }
+  EXPECT_LE(openDescriptors(), before);
+  peer.send("V" + word(5) + zeros(14) + "frame");
+  EXPECT_EQ(other.take(), "frame");
+  EXPECT_EQ(other.cancel(), 0);
+}
+
+// Whether a connection to a loopback port waits to be let in.
+bool isConnecting(int32_t port) {
+  char end[16];
+  snprintf(end, sizeof end, ":%04X 02 ", static_cast<unsigned>(port));
+  std::ifstream table("/proc/self/net/tcp");
+  return std::string(std::istreambuf_iterator<char>(table), {}).find(end) != std::string::npos;
+}
+
+// The queue of a server that accepts nobody holds one connection.
+TEST(Stop, ReachesALookupThatIsStillConnecting) {
+  TestServer server("127.0.0.1", false);
+  server.listen(0);
+  const Socket filling(ConnectToServer("127.0.0.1", server.port));
+  VideoRun lookup(ThreadGetRelayForCar, server.port);
+  ASSERT_TRUE(eventually([&] { return isConnecting(server.port); }));
+  CancelVideoSource(&lookup.isCancel);
+  const Peer first = server.accept(), silent = server.acceptRequest(500);
+  const auto start = Clock::now();
+  EXPECT_EQ(lookup.join(), -1);
+  EXPECT_LT(Clock::now() - start, kFarTooLong);
+}
+
+}  // namespace
+}  // namespace quorvid::test
