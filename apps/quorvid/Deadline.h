@@ -2,20 +2,27 @@
 //
 // The library's query workers and the resolver can't be interrupted. They run on a detached thread;
 // when the time is up the caller goes on and the thread is left behind. Whatever the body uses must
-// therefore be owned by the body (captured by value or by shared_ptr).
+// therefore be owned by the body (captured by value or by shared_ptr). A thread that the system
+// refuses is a std::runtime_error whose text is a sentence for the user.
 #ifndef QUORVID_APPS_QUORVID_DEADLINE_H
 #define QUORVID_APPS_QUORVID_DEADLINE_H
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <functional>
 #include <future>
 #include <memory>
 #include <optional>
-#include <thread>
+#include <stdexcept>
+#include <string>
 #include <utility>
+
+#include "apps/quorvid/Steady.h"
+#include "apps/quorvid/StopSignal.h"
+#include "apps/quorvid/WorkerThread.h"
 
 namespace quorvid::app {
 
@@ -26,7 +33,11 @@ class Abandonable {
   explicit Abandonable(std::function<Result()> body) {
     auto promise = std::make_shared<std::promise<Result>>();
     result_ = promise->get_future();
-    std::thread([promise, body = std::move(body)] { promise->set_value(body()); }).detach();
+    const std::string refusal =
+        startWorkerThread([promise, body = std::move(body)] { promise->set_value(body()); });
+    if (!refusal.empty()) {
+      throw std::runtime_error(refusal);
+    }
   }
 
   // Waits for at most that long; true when the body has returned.
@@ -47,12 +58,19 @@ class Abandonable {
   _exit(status);
 }
 
-// Nothing when the body did not return in time.
+// Nothing when the body did not return in time: `seconds`, or half a second of them where the
+// command has been asked to end.
 template <typename Result>
 std::optional<Result> callWithin(double seconds, std::function<Result()> body) {
+  constexpr double lookInterval = 0.05;
+  constexpr double whenStopping = 0.5;
+  const double start = steadySeconds();
   Abandonable<Result> call(std::move(body));
-  if (!call.waitFor(seconds)) {
-    return std::nullopt;
+  while (!call.waitFor(std::min(seconds, lookInterval))) {
+    const double longest = stopRequested() ? std::min(seconds, whenStopping) : seconds;
+    if (steadySeconds() - start >= longest) {
+      return std::nullopt;
+    }
   }
   return call.get();
 }

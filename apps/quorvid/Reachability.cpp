@@ -86,7 +86,9 @@ Reachability tryServer(const Endpoint& server, double timeout) {
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<std::uint16_t>(server.port));
   inet_pton(AF_INET, result.address.c_str(), &address.sin_addr);
-  const int error = connectWithin(address, timeout);
+  const int error = callWithin<int>(timeout + 1, [address, timeout] {
+                      return connectWithin(address, timeout);
+                    }).value_or(ETIMEDOUT);
   if (error == 0) {
     result.state = Reachability::State::Connected;
     result.sentence = server.text() + " accepts connections";

@@ -74,6 +74,10 @@ class RecordCommand {
 
   // Takes a frame, or waits a little for one.
   bool look(std::string& error) {
+    if (!receiver_->startError().empty()) {
+      error = receiver_->startError();
+      return false;
+    }
     const auto frame = receiver_->frame();
     const double now = steadySeconds();
     if (!frame) {

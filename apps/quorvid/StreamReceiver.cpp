@@ -3,8 +3,8 @@
 #include <array>
 #include <atomic>
 #include <ctime>
-#include <thread>
 
+#include "apps/quorvid/WorkerThread.h"
 #include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid::app {
@@ -29,8 +29,11 @@ struct StreamReceiver::Slot {
   std::uint8_t cancel = 0;
   std::atomic<bool> failed = false;
 
-  // The worker's thread.
+  // The worker's thread. A relay lookup, which can't be cancelled, is not begun in vain.
   void run() {
+    if (std::atomic_ref(cancel).load(std::memory_order_acquire) != 0) {
+      return;
+    }
     const auto worker = target.path == StreamPath::Car     ? ThreadVideoSourceForCar
                         : target.path == StreamPath::Relay ? ThreadGetRelayForCar
                                                            : ThreadVideoSourceForFleet;
@@ -45,11 +48,11 @@ struct StreamReceiver::Slot {
 StreamReceiver::StreamReceiver(const StreamTarget& target) : slot_(std::make_shared<Slot>()) {
   slot_->target = target;
   slot_->token = sessionToken(target.account);
-  std::thread([slot = slot_] { slot->run(); }).detach();
+  startError_ = startWorkerThread([slot = slot_] { slot->run(); });
 }
 
 StreamReceiver::~StreamReceiver() {
-  std::atomic_ref(slot_->cancel).store(1, std::memory_order_release);
+  CancelVideoSource(&slot_->cancel);
 }
 
 std::optional<StreamReceiver::Frame> StreamReceiver::frame() {

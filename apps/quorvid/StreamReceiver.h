@@ -1,9 +1,9 @@
 // StreamReceiver: an exported video worker on a thread of its own, and the slot it fills: how a
 // host takes a stream without the live view.
 //
-// The worker blocks until it is cancelled, and may take seconds to notice (a read waits up to 10
-// s). Nobody waits for it: slot and texts are shared with its thread and go with the last of the
-// two.
+// The worker blocks until it is cancelled, which ends a read under way but no look-up, connection
+// attempt or pause. Nobody waits for it: slot and texts are shared with its thread and go with the
+// last of the two.
 //
 //   frame   131072 bytes   written by the worker, read by us while `ready` is set
 //   length  32 bits        written by the worker after the bytes
@@ -35,7 +35,7 @@ class StreamReceiver {
     std::size_t length = 0;
   };
 
-  // Starts the worker of the target's path.
+  // Starts the worker of the target's path; startError() says whether it could.
   explicit StreamReceiver(const StreamTarget& target);
   // Asks the worker to end.
   ~StreamReceiver();
@@ -48,10 +48,13 @@ class StreamReceiver {
   void release();
   // True when the worker ended by itself: a relay lookup that failed, or no memory.
   bool hasFailed() const;
+  // Why there is no thread for the worker; empty when there is one.
+  const std::string& startError() const { return startError_; }
 
  private:
   struct Slot;
   std::shared_ptr<Slot> slot_;
+  std::string startError_;
 };
 
 }  // namespace quorvid::app
