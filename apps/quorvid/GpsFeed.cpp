@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <atomic>
-#include <thread>
 
 namespace quorvid::app {
 
+namespace {
+constexpr std::int32_t kNoPollYet = -1;
+}
+
 struct GpsFeed::Shared {
   AccountTarget target;
-  std::int32_t count = 0;
+  std::int32_t count = kNoPollYet;
   std::int32_t done = 0;
   std::uint8_t run = 1;
 };
@@ -24,22 +27,22 @@ GpsFeed::GpsFeed(const AccountTarget& target) : shared_(std::make_shared<Shared>
 }
 
 GpsFeed::~GpsFeed() {
-  std::atomic_ref(shared_->run).store(0, std::memory_order_release);
+  StopCarGPS(&shared_->run);
 }
 
 std::optional<std::vector<DevInfoItem>> GpsFeed::newPoll() {
-  std::atomic_ref done(shared_->done);
-  if (done.load(std::memory_order_acquire) != 1) {
+  const std::atomic_ref done(shared_->done);
+  const std::atomic_ref count(shared_->count);
+  const std::int32_t records = count.load(std::memory_order_acquire);
+  if (records == kNoPollYet || done.load(std::memory_order_acquire) != 1) {
     return std::nullopt;
   }
-  // The count is stored right after the flag.
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  const std::int32_t count = std::atomic_ref(shared_->count).load(std::memory_order_acquire);
   const DevInfoItem* const table = myDevInfoItemsForGPS;
-  std::vector<DevInfoItem> devices(table, table + std::clamp(count, 0, 200));
-  done.store(0, std::memory_order_relaxed);
+  std::vector<DevInfoItem> devices(table, table + std::clamp(records, 0, 200));
+  const bool whole = done.fetch_add(0, std::memory_order_acq_rel) == 1;  // after the copy
+  count.store(kNoPollYet, std::memory_order_relaxed);
   std::atomic_ref(shared_->run).store(1, std::memory_order_release);
-  return devices;
+  return whole ? std::optional(std::move(devices)) : std::nullopt;
 }
 
 }  // namespace quorvid::app
