@@ -15,17 +15,13 @@ std::unique_ptr<CarPlayer> CarPlayer::make(const StreamTarget& target, CGSize si
 
 CarPlayer::CarPlayer(const StreamTarget& target, std::shared_ptr<AAPLEAGLLayer> layer,
                      PictureHandler shown)
-    : target_(target),
-      view_(UIView::initWithFrame(layer->frame())),
-      layer_(std::move(layer)),
-      decoder_(H264HwDecoderImpl::init()) {
+    : target_(target), view_(UIView::initWithFrame(layer->frame())), layer_(std::move(layer)) {
   const auto show = [this](CVPixelBufferRef picture) {
     layer_->setPixelBuffer(picture);
     CVPixelBufferRelease(picture);
   };
   tap_ = std::make_shared<PictureTap>(
       show, [this] { return streamSize_; }, std::move(shown));
-  decoder_->setDelegate(tap_);
   layer_->setBackgroundColor(UIColor::blackColor().CGColor());
   view_->layer()->addSublayer(layer_);
 }
@@ -35,7 +31,8 @@ CarPlayer::~CarPlayer() {
 }
 
 void CarPlayer::play() {
-  stop();
+  decoder_ = H264HwDecoderImpl::init();
+  decoder_->setDelegate(tap_);
   receiver_ = std::make_unique<StreamReceiver>(target_);
   link_ = CADisplayLink::displayLinkWithTarget([this] { tick(); });
   link_->setFrameInterval(2);

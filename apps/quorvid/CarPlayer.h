@@ -23,8 +23,8 @@ class CarPlayer : public Player {
 
   std::shared_ptr<UIView> view() const override { return view_; }
   void play() override;
-  void restart() override { play(); }
   void stop() override;
+  std::string startError() const override { return receiver_ ? receiver_->startError() : ""; }
   void resize(CGSize size) override;
   bool hasReceivedFrames() override { return receivedFrames_; }
   bool lookupFailed() const override { return lookupFailed_; }

@@ -32,15 +32,23 @@ FleetPlayer::FleetPlayer(std::shared_ptr<UIFleetLiveView> view, PictureHandler s
     return streamSizeOf(live->videoH264()->getFrameData(), live->videoH264()->getFrameLen());
   };
   tap_ = std::make_shared<PictureTap>(show, streamSize, std::move(shown));
-  view_->h264Decoder()->setDelegate(tap_);
 }
 
 FleetPlayer::~FleetPlayer() {
   view_->stopVideo();
 }
 
-void FleetPlayer::restart() {
-  view_->restartVdieo();
+void FleetPlayer::play() {
+  const std::shared_ptr<H264HwDecoderImpl> decoder = H264HwDecoderImpl::init();
+  decoder->setDelegate(tap_);
+  view_->setH264Decoder(decoder);
+  view_->playVideo();
+}
+
+// The view takes its layer away.
+void FleetPlayer::stop() {
+  view_->stopVideo();
+  view_->layer()->addSublayer(view_->playLayer());
 }
 
 void FleetPlayer::resize(CGSize size) {

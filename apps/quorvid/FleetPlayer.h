@@ -15,9 +15,8 @@ class FleetPlayer : public Player {
   ~FleetPlayer() override;
 
   std::shared_ptr<UIView> view() const override { return view_; }
-  void play() override { view_->playVideo(); }
-  void restart() override;
-  void stop() override { view_->stopVideo(); }
+  void play() override;
+  void stop() override;
   void resize(CGSize size) override;
   bool hasReceivedFrames() override;
 

@@ -22,9 +22,13 @@ std::optional<double> PictureMeter::timeToFirstPicture() const {
   return first_ - start_;
 }
 
-double PictureMeter::picturesPerSecond() const {
-  const double span = last_ - first_;
-  return span > 0 ? static_cast<double>(pictures_ - 1) / span : 0;
+double PictureMeter::picturesPerSecond(double now) const {
+  const double span = now - first_;
+  return pictures_ > 1 && span > 0 ? static_cast<double>(pictures_ - 1) / span : 0;
+}
+
+double PictureMeter::longestPause(double now) const {
+  return std::max(longestPause_, silence(now));
 }
 
 }  // namespace quorvid::app

@@ -24,10 +24,12 @@ class PictureMeter {
   const std::optional<PixelSize>& streamSize() const { return streamSize_; }
   // Seconds from the start to the first picture.
   std::optional<double> timeToFirstPicture() const;
-  // Between the first and the last picture; 0 below two pictures.
-  double picturesPerSecond() const;
-  // The longest time between two pictures, in seconds.
-  double longestPause() const { return longestPause_; }
+  // Seconds since the last picture, or since the start.
+  double silence(double now) const { return now - (pictures_ > 0 ? last_ : start_); }
+  // From the first picture to now, pauses included; 0 below two pictures.
+  double picturesPerSecond(double now) const;
+  // The longest time without a picture after the first (or the start), in seconds.
+  double longestPause(double now) const;
 
  private:
   double start_;

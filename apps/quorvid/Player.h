@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "apps/quorvid/Arguments.h"
 #include "quorvid/platform/View.h"
@@ -26,10 +27,13 @@ class Player {
 
   // A view with a zero origin, to be put into a container.
   virtual std::shared_ptr<UIView> view() const = 0;
+  // Starts the stream, with a decoder of its own: one serves a single picture size. Not while one
+  // plays.
   virtual void play() = 0;
-  // Ends the stream and starts it anew; may block for half a second.
-  virtual void restart() = 0;
+  // Ends the stream at once and leaves the last picture standing.
   virtual void stop() = 0;
+  // Why the last play() got no thread, as far as the library's log does not tell; else empty.
+  virtual std::string startError() const { return {}; }
   // Gives view and picture a new size and draws the last picture in it.
   virtual void resize(CGSize size) = 0;
   // True once any frame of the stream has been seen, decodable or not. To be asked often: a frame

@@ -1,11 +1,16 @@
 #include "apps/quorvid/Tile.h"
 
 #include <cstdio>
+#include <limits>
 #include <utility>
 
 #include "apps/quorvid/Steady.h"
 
 namespace quorvid::app {
+
+namespace {
+constexpr double kPauseBetweenStreams = 0.5;  // seconds; lets the cancelled worker leave
+}
 
 std::unique_ptr<Tile> Tile::make(const StreamTarget& target, UIView& parent, CGRect frame,
                                  double stallAfter) {
@@ -26,7 +31,8 @@ Tile::Tile(StreamTarget target, CGRect frame, double stallAfter, double now)
       container_(UIView::initWithFrame(frame)),
       mark_(container_),
       watch_(stallAfter, now),
-      meter_(now) {}
+      meter_(now),
+      playDue_(now) {}
 
 void Tile::setFrame(CGRect frame) {
   container_->setFrame(frame);
@@ -34,25 +40,40 @@ void Tile::setFrame(CGRect frame) {
   mark_.resize();
 }
 
+void Tile::play(LogFilter& log) {
+  playDue_ = std::numeric_limits<double>::infinity();
+  player_->play();
+  const std::string refusal = log.takeThreadRefusal();
+  startError_ = refusal.empty() ? player_->startError() : refusal;
+  if (!startError_.empty()) {
+    std::fprintf(stderr, "quorvid: channel %d: %s\n", target_.channel, startError_.c_str());
+  }
+}
+
 void Tile::look(double now) {
   player_->hasReceivedFrames();
-  if (watch_.isStalled(now) && !mark_.isShown()) {
-    // Drawn before the restart, which blocks the thread for a while.
+  if (watch_.isStalled(now)) {
     mark_.show();
-    return;
   }
-  if (!watch_.restartDue(now)) {
-    return;
+  if (watch_.restartDue(now)) {
+    noteStall(now);
+    stopForRestart(now);
   }
-  noteStall(now);
-  ++restarts_;
-  player_->restart();
 }
 
 void Tile::restartByHand() {
-  ++restarts_;
-  player_->restart();
-  watch_.restartedByHand(steadySeconds());
+  const double now = steadySeconds();
+  watch_.restartedByHand(now);
+  stopForRestart(now);
+}
+
+// Nothing for a tile that waits to play already.
+void Tile::stopForRestart(double now) {
+  if (playDue_ > now + kPauseBetweenStreams) {
+    ++restarts_;
+    player_->stop();
+    playDue_ = now + kPauseBetweenStreams;
+  }
 }
 
 void Tile::pictureShown(const ShownPicture& picture) {

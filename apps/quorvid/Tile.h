@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "apps/quorvid/LogFilter.h"
 #include "apps/quorvid/PictureMeter.h"
 #include "apps/quorvid/Player.h"
 #include "apps/quorvid/StallMark.h"
@@ -25,16 +26,21 @@ class Tile {
   bool isStalled() const { return mark_.isShown(); }
   double silence(double now) const { return watch_.silence(now); }
 
-  void play() { player_->play(); }
-  void stop() { player_->stop(); }
+  // When play() is to be called; infinite while the stream plays.
+  double playDue() const { return playDue_; }
+  // log: knows why the library could not start.
+  void play(LogFilter& log);
+  // Why the last play() could not start; empty when it did.
+  const std::string& startError() const { return startError_; }
   void setFrame(CGRect frame);
-  // Marks a stalled stream and starts it anew when that is due.
+  // Marks a stalled stream, and stops it when it is to be started anew: see playDue().
   void look(double now);
   void restartByHand();
 
  private:
   Tile(StreamTarget target, CGRect frame, double stallAfter, double now);
   void pictureShown(const ShownPicture& picture);
+  void stopForRestart(double now);
   void noteStall(double now) const;
 
   StreamTarget target_;
@@ -43,6 +49,8 @@ class Tile {
   StallWatch watch_;
   PictureMeter meter_;
   unsigned restarts_ = 0;
+  double playDue_;
+  std::string startError_;
   std::unique_ptr<Player> player_;  // last: it calls pictureShown()
 };
 

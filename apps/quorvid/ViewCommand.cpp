@@ -1,4 +1,5 @@
 #include <cmath>
+#include <stdexcept>
 
 #include "apps/quorvid/Commands.h"
 #include "apps/quorvid/LogFilter.h"
@@ -24,23 +25,30 @@ std::string likelyReason(Tile& tile, const LogFilter& log, std::optional<Reachab
     return "a stream came, but nothing in it could be decoded" +
            (last.empty() ? std::string(" (no key frame?)") : " (" + last + ")");
   }
-  if (!reach) {
-    reach = tryServer(target.server, kReachTimeout);
+  try {
+    if (!reach) {
+      reach = tryServer(target.server, kReachTimeout);
+    }
+  } catch (const std::runtime_error& error) {  // no thread for the look-up
+    return error.what();
   }
   return whyNoStream(target, *reach, tile.player().lookupFailed());
 }
 
-TileReport reportOf(Tile& tile, const LogFilter& log, std::optional<Reachability>& reach) {
+TileReport reportOf(Tile& tile, double now, const LogFilter& log,
+                    std::optional<Reachability>& reach) {
   TileReport report;
   report.channel = tile.target().channel;
   report.pictures = tile.meter().pictures();
   report.firstPictureSeconds = tile.meter().timeToFirstPicture();
-  report.framesPerSecond = tile.meter().picturesPerSecond();
-  report.longestPause = tile.meter().longestPause();
+  report.framesPerSecond = tile.meter().picturesPerSecond(now);
+  report.longestPause = tile.meter().longestPause(now);
+  report.silence = tile.meter().silence(now);
   report.pictureSize = tile.meter().pictureSize();
   report.streamSize = tile.meter().streamSize();
   report.restarts = tile.restarts();
-  if (report.pictures == 0) {
+  report.reason = tile.startError();
+  if (report.pictures == 0 && report.reason.empty()) {
     report.reason = likelyReason(tile, log, reach);
   }
   return report;
@@ -63,9 +71,9 @@ std::string saveLastPicture(Viewer& viewer, const ViewOptions& options, bool sho
 int runView(const ViewOptions& options) {
   catchStopSignals();
   ReportOutput output(options.verbose);
-  const LogFilter log(options.verbose);
+  LogFilter log(options.verbose);
   std::string error;
-  const std::unique_ptr<Viewer> viewer = Viewer::open(options, error);
+  const std::unique_ptr<Viewer> viewer = Viewer::open(options, log, error);
   if (!viewer) {
     return failed(error + (options.headless ? "" : "; --headless needs no display"));
   }
@@ -74,18 +82,20 @@ int runView(const ViewOptions& options) {
 
   ViewReport report;
   report.target = options.target;
-  report.seconds = steadySeconds() - start;
+  const double end = steadySeconds();
+  report.seconds = end - start;
   bool ok = true;
   std::optional<Reachability> reach;
   for (const auto& tile : viewer->tiles()) {
-    report.tiles.push_back(reportOf(*tile, log, reach));
+    report.tiles.push_back(reportOf(*tile, end, log, reach));
   }
   const bool shown = report.pictures() > 0;
   report.snapshot = saveLastPicture(*viewer, options, shown, ok);
   ok = output.write(options.json ? report.json() : report.text()) && ok;
   for (const TileReport& tile : report.tiles) {
     if (!tile.reason.empty()) {
-      failed("channel " + std::to_string(tile.channel) + ": no picture: " + tile.reason);
+      failed("channel " + std::to_string(tile.channel) +
+             (tile.pictures == 0 ? ": no picture: " : ": no picture any more: ") + tile.reason);
     }
   }
   if (shown && log.messageCount() > 0) {
@@ -138,6 +148,7 @@ void addViewCommand(CLI::App& program, ChosenCommand& chosen) {
   command->add_flag("--verbose", options.verbose, "show the library's own lines");
   command->footer(
       "Keys: q quits, r restarts, s writes a PNG, f full screen.\n"
+      "Frames/s count from the first picture to the end, pauses included.\n"
       "Exit status: 0 a picture was shown, 1 none was, 2 wrong arguments.");
   command->callback([arguments, &chosen] {
     const ViewOptions checked = arguments->checked();

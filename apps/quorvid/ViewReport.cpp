@@ -27,6 +27,7 @@ Json tileJson(const TileReport& tile) {
       tile.firstPictureSeconds ? Json(rounded(*tile.firstPictureSeconds)) : Json();
   json["frames_per_second"] = rounded(tile.framesPerSecond);
   json["longest_pause_seconds"] = rounded(tile.longestPause);
+  json["silent_seconds"] = rounded(tile.silence);
   json["size"] = tile.pictures > 0 ? sizeJson(tile.pictureSize) : Json();
   json["stream_size"] = tile.streamSize ? sizeJson(*tile.streamSize) : Json();
   json["restarts"] = tile.restarts;
@@ -38,6 +39,15 @@ Json tileJson(const TileReport& tile) {
 
 std::string sizeText(PixelSize size) {
   return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
+// Nothing up to a second.
+std::string secondsText(const char* what, double seconds) {
+  char text[80] = "";
+  if (seconds > 1) {
+    std::snprintf(text, sizeof text, "%s %.1f s", what, seconds);
+  }
+  return text;
 }
 
 std::string tileText(const TileReport& tile) {
@@ -55,10 +65,9 @@ std::string tileText(const TileReport& tile) {
   if (tile.streamSize) {
     text += " (sent as " + sizeText(*tile.streamSize) + ")";
   }
-  if (tile.longestPause > 1) {
-    char pause[40];
-    std::snprintf(pause, sizeof pause, ", longest pause %.1f s", tile.longestPause);
-    text += pause;
+  if (tile.pictures > 0) {
+    text += secondsText(", longest pause", tile.longestPause);
+    text += secondsText(", no picture for the last", tile.silence);
   }
   if (tile.restarts > 0) {
     text += ", started again " + std::to_string(tile.restarts) +
@@ -97,10 +106,12 @@ std::string ViewReport::text() const {
 
 std::string ViewReport::json() const {
   double rate = 0;
+  double silence = 0;
   PixelSize size;
   Json list = Json::array();
   for (const TileReport& tile : tiles) {
     rate += tile.framesPerSecond;
+    silence = std::max(silence, tile.silence);
     size = tile.pictures > 0 ? tile.pictureSize : size;
     list.push_back(tileJson(tile));
   }
@@ -113,6 +124,7 @@ std::string ViewReport::json() const {
   json["pictures"] = pictures();
   json["first_picture_seconds"] = first ? Json(rounded(*first)) : Json();
   json["frames_per_second"] = rounded(rate);
+  json["silent_seconds"] = rounded(silence);  // the longest of the tiles'
   json["size"] = pictures() > 0 ? sizeJson(size) : Json();
   json["snapshot"] = snapshot.empty() ? Json() : Json(snapshot);
   json["tiles"] = std::move(list);

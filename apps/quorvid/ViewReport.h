@@ -15,12 +15,13 @@ struct TileReport {
   int channel = 0;
   std::uint64_t pictures = 0;
   std::optional<double> firstPictureSeconds;
-  double framesPerSecond = 0;
-  double longestPause = 0;  // seconds between two pictures
+  double framesPerSecond = 0;  // from the first picture to the end, pauses included
+  double longestPause = 0;     // seconds without a picture, the end included
+  double silence = 0;          // seconds from the last picture (or the start) to the end
   PixelSize pictureSize;
   std::optional<PixelSize> streamSize;
   unsigned restarts = 0;
-  std::string reason;  // why there is no picture; empty when there is one
+  std::string reason;  // why there is no picture (any more), if that is known or there was none
 };
 
 struct ViewReport {

@@ -1,5 +1,6 @@
 #include "apps/quorvid/Viewer.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "apps/quorvid/PngFile.h"
@@ -16,7 +17,8 @@ constexpr char kEscape = 27;
 
 }  // namespace
 
-std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, std::string& error) {
+std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, LogFilter& log,
+                                     std::string& error) {
   WindowOptions wanted;
   wanted.title = "Quorvid";
   wanted.width = options.size.width;
@@ -27,12 +29,12 @@ std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, std::string& er
     error = "can't open a window: " + error;
     return nullptr;
   }
-  std::unique_ptr<Viewer> viewer(new Viewer(options, std::move(window)));
+  std::unique_ptr<Viewer> viewer(new Viewer(options, log, std::move(window)));
   return viewer->addTiles(error) ? std::move(viewer) : nullptr;
 }
 
-Viewer::Viewer(const ViewOptions& options, std::unique_ptr<Window> window)
-    : options_(options), window_(std::move(window)) {
+Viewer::Viewer(const ViewOptions& options, LogFilter& log, std::unique_ptr<Window> window)
+    : options_(options), log_(log), window_(std::move(window)) {
   window_->contentView()->setBackgroundColor(kGapColor);
   window_->setEventHandler([this](const WindowEvent& event) { handle(event); });
 }
@@ -60,9 +62,7 @@ bool Viewer::addTiles(std::string& error) {
 
 void Viewer::run() {
   const double start = steadySeconds();
-  for (const auto& tile : tiles_) {
-    tile->play();
-  }
+  playNext(start);
   while (!stopRequested() && window_->runTurn()) {
     const double now = steadySeconds();
     if (options_.seconds > 0 && now - start >= options_.seconds) {
@@ -71,7 +71,18 @@ void Viewer::run() {
     for (const auto& tile : tiles_) {
       tile->look(now);
     }
+    playNext(now);
     showTitle(now);
+  }
+}
+
+// One tile a turn, the one that waits longest: the pictures of the others go on.
+void Viewer::playNext(double now) {
+  const auto next = std::min_element(
+      tiles_.begin(), tiles_.end(),
+      [](const auto& one, const auto& other) { return one->playDue() < other->playDue(); });
+  if ((*next)->playDue() <= now) {
+    (*next)->play(log_);
   }
 }
 

@@ -25,8 +25,9 @@ struct ViewOptions {
 
 class Viewer {
  public:
-  // Null, with a sentence in `error`, when there is no window or no graphics.
-  static std::unique_ptr<Viewer> open(const ViewOptions& options, std::string& error);
+  // Null, with a sentence in `error`, when there is no window or no graphics. log: outlives it.
+  static std::unique_ptr<Viewer> open(const ViewOptions& options, LogFilter& log,
+                                      std::string& error);
   ~Viewer();
 
   // Plays until the time is up, the window is closed or a signal comes.
@@ -36,14 +37,16 @@ class Viewer {
   bool saveSnapshot(const std::string& fileName, std::string& error);
 
  private:
-  Viewer(const ViewOptions& options, std::unique_ptr<Window> window);
+  Viewer(const ViewOptions& options, LogFilter& log, std::unique_ptr<Window> window);
   bool addTiles(std::string& error);
+  void playNext(double now);
   void handle(const WindowEvent& event);
   void handleKey(char key);
   void layOut();
   void showTitle(double now);
 
   ViewOptions options_;
+  LogFilter& log_;
   std::unique_ptr<Window> window_;
   std::vector<std::unique_ptr<Tile>> tiles_;
   std::string title_;

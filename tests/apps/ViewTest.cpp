@@ -123,11 +123,48 @@ TEST(View, MarksAStalledStreamAndStartsItAgain) {
   ASSERT_TRUE(command.says("next try in 4 s")) << command.errors();
   command.signal(SIGINT);
   EXPECT_EQ(command.wait(), 0);
-  EXPECT_GE(nlohmann::json::parse(command.output())["tiles"][0]["restarts"], 3);
+  const auto tile = nlohmann::json::parse(command.output())["tiles"][0];
+  EXPECT_GE(tile["restarts"], 3);
+  EXPECT_GE(tile["silent_seconds"], 4);
+  EXPECT_GE(tile["longest_pause_seconds"], tile["silent_seconds"]);
+  EXPECT_LT(tile["frames_per_second"], 12.5) << "25 while it lived";
   const Picture picture = readPng(file);
   ASSERT_EQ(picture.height, 480U);
   EXPECT_TRUE(picture.isRed(2, 240) && picture.isRed(320, 2) && picture.isRed(637, 477));
   sim.signal(SIGCONT);
+}
+
+TEST(View, ShowsPicturesOfAnotherSizeAfterARestart) {
+  for (const std::string path : {"fleet", "car"}) {
+    const std::string file = freshFile("size.png");
+    auto sim = std::make_unique<SimProcess>(std::vector<std::string>{"--fps", "10"});
+    const int port = sim->port(path);
+    Command command(view(port, {"--path", path, "--stall", "3", "--json", "--verbose", "--size",
+                                "640x480", "--snapshot", file}));
+    ASSERT_TRUE(command.says("type:1,")) << command.errors();
+    sim.reset();
+    sim = std::make_unique<SimProcess>(std::vector<std::string>{
+        path == "car" ? "--car-port" : "--port", std::to_string(port), "--size", "704x576"});
+    ASSERT_TRUE(command.says("a picture again")) << path << command.errors().substr(0, 2000);
+    command.signal(SIGTERM);
+    EXPECT_EQ(command.wait(), 0);
+    const auto tile = nlohmann::json::parse(command.output())["tiles"][0];
+    EXPECT_EQ(tile["stream_size"]["width"], 704) << path;
+    const Picture picture = readPng(file);
+    ASSERT_EQ(picture.width, 640U);
+    EXPECT_GT(picture.contrast(0, 240, 640, 480), 100);
+  }
+}
+
+TEST(View, ATileThatLivesIsNotHeldUpByTheDeadOnes) {
+  SimProcess sim({"--channels", "1", "--fps", "5"});
+  Command command(view(sim.port("fleet"), {"--channel", "0,1,2,3,4,5,6,7", "--size", "320x240",
+                                           "--stall", "1", "--seconds", "6", "--json"}));
+  EXPECT_EQ(command.wait(), 0) << command.errors();
+  const auto tiles = nlohmann::json::parse(command.output())["tiles"];
+  ASSERT_EQ(tiles.size(), 8U);
+  for (int dead = 1; dead < 8; ++dead) EXPECT_GE(tiles[dead]["restarts"], 1);
+  EXPECT_GT(tiles[0]["frames_per_second"], 3);
 }
 
 TEST(View, SaysWhyThereIsNoPicture) {
