@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "apps/Command.h"

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <optional>
 
 #include "apps/Command.h"
 #include "sim/SimProcess.h"

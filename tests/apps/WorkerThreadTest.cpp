@@ -1,4 +1,4 @@
-// Threads of the tools: their signals, and what happens when the system refuses them.
+// The signals of the tools' threads.
 #include "apps/quorvid/WorkerThread.h"
 
 #include <gtest/gtest.h>
