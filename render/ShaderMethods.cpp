@@ -39,6 +39,7 @@ bool AAPLEAGLLayer::loadShaders() {
   }
   if (!compileShaderString(&fragShader, GL_FRAGMENT_SHADER, shader_fsh)) {
     logMessage("Failed to compile fragment shader");
+    deleteShader(vertShader);  // not attached to the program: nothing else would ever delete it
     return false;
   }
   glAttachShader(_program, vertShader);

@@ -63,6 +63,26 @@ TEST(Shader, WhatDoesNotCompileIsDeletedAndPrinted) {
   glDeleteProgram(empty);
 }
 
+// Shaders and programs of all layers share one set of names, given in rising order.
+TEST(Shader, ALayerWhoseFragmentShaderFailsKeepsItsProgramAlone) {
+  const auto good = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
+  const char* const text = shader_fsh;
+  shader_fsh = "void main() { nonsense }";
+  std::string last;
+  setLogSink([&](std::string_view line) { last = line; });
+  testing::internal::CaptureStdout();
+  const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
+  testing::internal::GetCapturedStdout();
+  setLogSink(nullptr);
+  shader_fsh = text;
+  EXPECT_EQ(last, "Failed to compile fragment shader");
+  ASSERT_NE(layer, nullptr);
+  EXPECT_EQ(glIsProgram(layer->program()), GL_TRUE);
+  for (GLuint name = good->program(); name < good->program() + 100; ++name) {
+    EXPECT_EQ(glIsShader(name), GL_FALSE) << name;
+  }
+}
+
 TEST(Shader, IsReadFromAFileUrl) {
   const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
   const std::string folder = testing::TempDir() + "quorvid " + std::to_string(getpid());
