@@ -11,6 +11,8 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # The library and the programs lie at the top of the build folder.
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+# Programs look for the library relative to themselves.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
                     $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)

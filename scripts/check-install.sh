@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs a build as the README says and uses it as a stranger would: check-install.sh BUILD_FOLDER
+set -euo pipefail
+build=$(realpath "${1:?usage: check-install.sh BUILD_FOLDER}")
+source=$(realpath "$(dirname "$0")/..")
+work=$(mktemp -d)
+simulator=
+trap '[[ -z $simulator ]] || kill "$simulator" 2>/dev/null || true; rm -rf "$work"' EXIT
+fail() { echo "check-install: $1" >&2; exit 1; }
+
+# A directory whose files have the libraries' names, which no program may take for them.
+mkdir "$work/trap"
+cd "$work/trap"
+ldd "$build/quorvid" | awk '{ print $1 }' | grep '^lib' | xargs touch
+runs() { "$@" --version >/dev/null || fail "does not run: $*"; }
+runs "$build/quorvid"
+
+# The README's block, as it stands.
+mkdir "$work/readme"
+ln -s "$build" "$work/readme/build"
+ln -s "$source/examples" "$work/readme/examples"
+sed -n '/^prefix=/,/^```/{/^```/!p}' "$source/README.md" >"$work/block"
+[[ $(wc -l <"$work/block") -eq 3 ]] || fail "the README has no install and compile lines"
+(cd "$work/readme" && HOME=$work/home bash -euo pipefail "$work/block" >/dev/null)
+prefix=$work/home/.local
+ldd "$work/readme/live_view" | grep "libquorvid.so.* => $prefix/" >/dev/null ||
+  fail "live_view takes another library"
+set +e
+"$work/readme/live_view" 2>"$work/usage"
+[[ $? -eq 2 ]] && grep -q usage "$work/usage" || fail "live_view does not start"
+set -e
+
+# A relative prefix, a staged one, and a tree that was moved.
+(cd "$work" && cmake --install "$build" --prefix relative >/dev/null)
+DESTDIR=$work/stage cmake --install "$build" --prefix /opt/quorvid >/dev/null
+mv "$prefix" "$work/moved"
+for tree in "$work/moved" "$work/relative" "$work/stage/opt/quorvid"; do
+  runs "$tree/bin/quorvid"
+  runs "$tree/bin/quorvid-sim"
+  "$source/scripts/check-binaries.sh" "$tree" >"$work/report" || { cat "$work/report"; exit 1; }
+done
+
+# A picture through the installed programs alone.
+"$work/moved/bin/quorvid-sim" --port 0 >"$work/ports" 2>/dev/null &
+simulator=$!
+for _ in $(seq 300); do
+  port=$(awk '$1 == "fleet" { print $2; exit }' "$work/ports")
+  [[ -n $port ]] && break
+  sleep 0.1
+done
+"$work/moved/bin/quorvid" view "127.0.0.1:$port" --device TRUCK-7 --channel 0 --headless --seconds 4 \
+  --snapshot "$work/picture.png" >/dev/null 2>"$work/log" || { cat "$work/log"; fail "no live picture"; }
+[[ -s $work/picture.png ]] || fail "no picture file"
+echo "$build: installs and runs"
