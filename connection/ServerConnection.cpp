@@ -1,7 +1,6 @@
 #include "connection/ServerConnection.h"
 
 #include <fcntl.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -9,35 +8,13 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <memory>
-#include <new>
 
+#include "connection/HostAddress.h"
 #include "connection/NowTime.h"
 #include "connection/Socket.h"
 
 namespace quorvid {
 namespace {
-
-// gethostbyname keeps the resolver's order (getaddrinfo re-sorts), and the order decides: only the
-// first address is ever tried.
-bool resolveFirstAddress(const char* host, in_addr& address) {
-  constexpr size_t kMostWork = 1 << 20;
-  if (host == nullptr) return false;
-  for (size_t size = 2048; size <= kMostWork; size *= 2) {
-    const std::unique_ptr<char[]> work(new (std::nothrow) char[size]);
-    hostent entry{};
-    hostent* found = nullptr;
-    int resolverError = 0;
-    if (work == nullptr) return false;
-    const int status = gethostbyname_r(host, &entry, work.get(), size, &found, &resolverError);
-    if (status == ERANGE) continue;
-    if (status != 0 || found == nullptr || found->h_addr_list[0] == nullptr) return false;
-    memcpy(&address, found->h_addr_list[0], sizeof address);
-    return true;
-  }
-  return false;
-}
 
 // Descriptor 0 means "not connected" to the workers, so a socket that comes back as 0 (a host that
 // closed its standard input) is moved to a higher one.
@@ -70,7 +47,7 @@ bool connectTo(int32_t descriptor, const sockaddr_in& peer) {
 
 extern "C" int32_t ConnectToServer(const char* host, int32_t port) {
   sockaddr_in peer{};
-  if (!resolveFirstAddress(host, peer.sin_addr)) {
+  if (resolveFirstAddress(host, peer.sin_addr) != 0) {
     printf("%s Gethostname error\n", getNowTime());
     return -1;
   }

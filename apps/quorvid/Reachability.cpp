@@ -11,28 +11,35 @@
 #include <cstring>
 
 #include "apps/quorvid/Deadline.h"
+#include "connection/HostAddress.h"
 
 namespace quorvid::app {
 
 namespace {
 
 struct Resolved {
-  sockaddr_in address{};
-  int error = EAI_AGAIN;
+  in_addr address{};
+  int error = NETDB_INTERNAL;
 };
 
+// As the library does it, so that both try the same address.
 Resolved resolve(const std::string& host) {
-  addrinfo hints{};
-  hints.ai_family = AF_INET;
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* list = nullptr;
   Resolved result;
-  result.error = getaddrinfo(host.c_str(), nullptr, &hints, &list);
-  if (result.error == 0) {
-    std::memcpy(&result.address, list->ai_addr, sizeof result.address);
-    freeaddrinfo(list);
-  }
+  result.error = resolveFirstAddress(host.c_str(), result.address);
   return result;
+}
+
+const char* reasonOf(int error) {
+  switch (error) {
+    case HOST_NOT_FOUND:
+      return "no such name is known";
+    case NO_DATA:
+      return "it has no IPv4 address";
+    case TRY_AGAIN:
+      return "no answer from the name service";
+    default:
+      return "the name service failed";
+  }
 }
 
 // 0 when connected, else the error number; ETIMEDOUT when nothing came in time.
@@ -66,13 +73,12 @@ Reachability resolveServer(const Endpoint& server, double timeout) {
       callWithin<Resolved>(timeout, [host = server.host] { return resolve(host); });
   if (!resolved || resolved->error != 0) {
     result.state = Reachability::State::Unresolved;
-    result.sentence =
-        "the name " + server.host + " can't be resolved: " +
-        (resolved ? gai_strerror(resolved->error) : "no answer from the name service");
+    result.sentence = "the name " + server.host +
+                      " can't be resolved: " + reasonOf(resolved ? resolved->error : TRY_AGAIN);
     return result;
   }
   char dotted[INET_ADDRSTRLEN] = "";
-  inet_ntop(AF_INET, &resolved->address.sin_addr, dotted, sizeof dotted);
+  inet_ntop(AF_INET, &resolved->address, dotted, sizeof dotted);
   result.address = dotted;
   return result;
 }
