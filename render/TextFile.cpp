@@ -6,6 +6,8 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/Utf8.h"
+
 namespace quorvid {
 namespace {
 
@@ -35,29 +37,13 @@ std::string pathOf(std::string_view url) {
   return path;
 }
 
-// Bytes that follow the first one of a UTF-8 sequence, -1 for a byte that begins none.
-int followers(unsigned char first) {
-  if (first < 0x80) {
-    return 0;
-  }
-  if (first < 0xC2 || first > 0xF4) {
-    return -1;
-  }
-  return first < 0xE0 ? 1 : first < 0xF0 ? 2 : 3;
-}
-
 bool isUtf8(std::string_view text) {
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    int more = followers(static_cast<unsigned char>(text[at]));
-    if (more < 0) {
+  while (!text.empty()) {
+    const std::size_t size = utf8CharacterAt(text).size;
+    if (size == 0) {
       return false;
     }
-    for (; more > 0; --more) {
-      ++at;
-      if (at >= text.size() || (static_cast<unsigned char>(text[at]) & 0xC0) != 0x80) {
-        return false;
-      }
-    }
+    text.remove_prefix(size);
   }
   return true;
 }

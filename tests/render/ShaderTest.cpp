@@ -89,7 +89,7 @@ TEST(Shader, IsReadFromAFileUrl) {
   const std::string good = folder + ".fsh";
   const std::string bad = folder + ".bad";
   std::ofstream(good) << shader_fsh;
-  std::ofstream(bad) << "\xff";
+  std::ofstream(bad) << "// \xE0\x80\xAF: a longer form than needed\n" << shader_fsh;
   std::string last;
   setLogSink([&](std::string_view line) { last = line; });
   GLuint shader = 0;
