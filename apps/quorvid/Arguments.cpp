@@ -8,8 +8,9 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <optional>
+
+#include "apps/quorvid/TerminalText.h"
 
 namespace quorvid::app {
 
@@ -62,6 +63,9 @@ Endpoint parseEndpoint(const std::string& text) {
     throw UsageError("only names and IPv4 addresses can be reached, not " + quoted(endpoint.host));
   }
   requireFits("the host name", endpoint.host, kLongestHost);
+  if (visibleText(endpoint.host) != endpoint.host) {
+    throw UsageError("the host name has characters that no name has: " + quoted(endpoint.host));
+  }
   const std::string digits = text.substr(colon + 1);
   const std::optional<int> port = number(digits, 1, 65535);
   if (!port) {
@@ -103,6 +107,25 @@ PixelSize parseSize(const std::string& text) {
                    quoted(text));
 }
 
+std::int64_t parseFileLimit(const std::string& text) {
+  constexpr std::int64_t kLeast = 64 << 10;
+  constexpr std::int64_t kMost = std::int64_t{1} << 50;
+  std::int64_t value = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  const std::string letters = "KMGkmg";
+  const std::size_t letter = stop + 1 == end ? letters.find(*stop) : std::string::npos;
+  const std::size_t shift = letter != std::string::npos ? 10 * (letter % 3 + 1) : 0;
+  const bool isSize = error == std::errc() && (stop == end || shift > 0);
+  if (!isSize || value < (kLeast >> shift) || value > (kMost >> shift)) {
+    throw UsageError(
+        "--limit must be a size such as 500M or 2G (K, M, G: powers of 1024), at least "
+        "64K, not " +
+        quoted(text));
+  }
+  return value << shift;
+}
+
 StreamPath parsePath(const std::string& text) {
   for (const StreamPath path : {StreamPath::Fleet, StreamPath::Car, StreamPath::Relay}) {
     if (text == nameOf(path)) {
@@ -110,24 +133,6 @@ StreamPath parsePath(const std::string& text) {
     }
   }
   throw UsageError("the path must be fleet, car or relay, not " + quoted(text));
-}
-
-std::string readPassword(const std::string& fileName) {
-  if (fileName.empty()) {
-    return {};
-  }
-  std::ifstream file(fileName, std::ios::binary);
-  std::string line;
-  std::getline(file, line);
-  if (!file.is_open() || file.bad() || (file.fail() && !file.eof())) {
-    throw UsageError("can't read the password file " + quoted(fileName) + ": " +
-                     std::strerror(errno));
-  }
-  if (!line.empty() && line.back() == '\r') {
-    line.pop_back();
-  }
-  requireFits("the password", line, kLongestText);
-  return line;
 }
 
 void requireFits(const std::string& what, const std::string& text, std::size_t most) {

@@ -56,9 +56,9 @@ Endpoint parseEndpoint(const std::string& text);
 std::vector<int> parseChannels(const std::string& text);
 // "WxH": 16 to 8192 pixels each.
 PixelSize parseSize(const std::string& text);
+// "N", "NK", "NM", "NG": bytes, the letters standing for powers of 1024; 64K to 1048576G.
+std::int64_t parseFileLimit(const std::string& text);
 StreamPath parsePath(const std::string& text);
-// The first line of the file, at most 31 bytes; an empty file name gives an empty password.
-std::string readPassword(const std::string& fileName);
 // Refuses a text of more than `most` bytes; `what` names it in the sentence.
 void requireFits(const std::string& what, const std::string& text, std::size_t most);
 // Refuses a target whose texts do not fit the records of its path.

@@ -2,7 +2,22 @@
 
 #include <cstdio>
 
+#include "apps/quorvid/PasswordFile.h"
+#include "apps/quorvid/TerminalText.h"
+
 namespace quorvid::app {
+
+namespace {
+
+void addPasswordFile(CLI::App& command, std::string& fileName) {
+  command
+      .add_option("--password-file", fileName,
+                  "file whose first line is the password, open to its owner alone (chmod 600), or "
+                  "a pipe: <(pass show truck)")
+      ->type_name("FILE");
+}
+
+}  // namespace
 
 void TargetOptions::addTo(CLI::App& command) {
   command.add_option("server", server, "the server as HOST:PORT")
@@ -13,8 +28,7 @@ void TargetOptions::addTo(CLI::App& command) {
       ->type_name("ID");
   command.add_option("--account", account, "account, at most 31 bytes (car paths: 22)")
       ->type_name("NAME");
-  command.add_option("--password-file", passwordFile, "file whose first line is the password")
-      ->type_name("FILE");
+  addPasswordFile(command, passwordFile);
   command.add_option("--path", path, "fleet (the default), car, or relay (a lookup server)")
       ->type_name("PATH");
 }
@@ -44,8 +58,7 @@ void AccountOptions::addTo(CLI::App& command) {
   command.add_option("--account", account, "account, at most 31 bytes")
       ->required()
       ->type_name("NAME");
-  command.add_option("--password-file", passwordFile, "file whose first line is the password")
-      ->type_name("FILE");
+  addPasswordFile(command, passwordFile);
 }
 
 AccountTarget AccountOptions::target() const {
@@ -55,8 +68,12 @@ AccountTarget AccountOptions::target() const {
   return target;
 }
 
+void note(const std::string& sentence) {
+  std::fprintf(stderr, "quorvid: %s\n", visibleText(sentence).c_str());
+}
+
 int failed(const std::string& sentence) {
-  std::fprintf(stderr, "quorvid: %s\n", sentence.c_str());
+  note(sentence);
   return 1;
 }
 

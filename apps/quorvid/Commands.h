@@ -49,7 +49,9 @@ void addGpsCommand(CLI::App& program, ChosenCommand& chosen);
 void addRecordCommand(CLI::App& program, ChosenCommand& chosen);
 void addProbeCommand(CLI::App& program, ChosenCommand& chosen);
 
-// Prints "quorvid: <sentence>" on standard error and returns 1.
+// Prints "quorvid: <sentence>" on standard error, with nothing in it that steers a terminal.
+void note(const std::string& sentence);
+// The same, and returns 1.
 int failed(const std::string& sentence);
 
 }  // namespace quorvid::app

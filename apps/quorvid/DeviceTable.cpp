@@ -6,6 +6,8 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
+#include "apps/quorvid/TerminalText.h"
+
 namespace quorvid::app {
 
 namespace {
@@ -27,31 +29,6 @@ std::array<Block, 5> blocksOf(const DevInfoItem& device) {
 // The wire value lies in the low half of a long.
 std::int32_t wireValue(long number) {
   return static_cast<std::int32_t>(number);
-}
-
-// Bytes of the printable character at the front, 0 when there is none.
-std::size_t printableAt(const std::uint8_t* text, std::size_t left) {
-  const std::uint8_t first = text[0];
-  if (first < 0x80) {
-    return first >= 0x20 && first != 0x7F ? 1 : 0;
-  }
-  const std::size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-  if (first < 0xC2 || first > 0xF4 || size > left) {
-    return 0;
-  }
-  std::uint32_t code = first & (0x7FU >> size);
-  for (std::size_t i = 1; i < size; ++i) {
-    if ((text[i] & 0xC0) != 0x80) {
-      return 0;
-    }
-    code = code << 6 | (text[i] & 0x3FU);
-  }
-  static constexpr std::uint32_t kLeast[] = {0, 0, 0xA0, 0x800, 0x10000};
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  // Marks that turn the direction of writing around would garble the rest of the line.
-  const bool direction = (code >= 0x200E && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E) ||
-                         (code >= 0x2066 && code <= 0x2069);
-  return code >= kLeast[size] && code <= 0x10FFFF && !surrogate && !direction ? size : 0;
 }
 
 std::string hex(const Block& block) {
@@ -120,19 +97,8 @@ std::string rawLines(const DevInfoItem& device) {
 }  // namespace
 
 std::string printableText(const std::uint8_t* block, std::size_t size) {
-  size = strnlen(reinterpret_cast<const char*>(block), size);
-  std::string text;
-  for (std::size_t at = 0; at < size;) {
-    const std::size_t length = printableAt(block + at, size - at);
-    if (length == 0) {
-      text += '.';
-      ++at;
-    } else {
-      text.append(reinterpret_cast<const char*>(block + at), length);
-      at += length;
-    }
-  }
-  return text;
+  const char* const text = reinterpret_cast<const char*>(block);
+  return visibleText({text, strnlen(text, size)}, Unseen::Dotted);
 }
 
 std::string deviceTable(const std::vector<DevInfoItem>& devices, bool raw) {

@@ -2,7 +2,7 @@
 //
 // The fields go by the names they have in DevInfoItem: what they mean is between the server and
 // whoever reads them. Blocks are shown as text up to their first zero byte, with a dot for each
-// byte that is no printable UTF-8 (a server must not be able to steer the terminal).
+// byte of what visibleText() would replace (a server must not be able to steer the terminal).
 #ifndef QUORVID_APPS_QUORVID_DEVICE_TABLE_H
 #define QUORVID_APPS_QUORVID_DEVICE_TABLE_H
 

@@ -101,8 +101,9 @@ class GpsCommand {
 
   void pauseBeforeNextTry() {
     const Reachability reach = tryServer(options_.target.server, kReachTimeout);
-    std::fprintf(stderr, "quorvid: the poller has ended (%s); again in %.0f s\n",
-                 reach.sentence.c_str(), pause_);
+    char again[40];
+    std::snprintf(again, sizeof again, "); again in %.0f s", pause_);
+    note("the poller has ended (" + reach.sentence + again);
     const double end = steadySeconds() + pause_;
     while (!stopRequested() && steadySeconds() < end) {
       usleep(50'000);

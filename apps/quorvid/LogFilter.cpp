@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "apps/quorvid/TerminalText.h"
 #include "quorvid/platform/Log.h"
 
 namespace quorvid::app {
@@ -29,7 +30,7 @@ bool isPerUnitLine(std::string_view message) {
 LogFilter::LogFilter(bool verbose) : state_(std::make_shared<State>()) {
   setLogSink([state = state_, verbose](std::string_view message) {
     if (verbose) {
-      std::fprintf(stderr, "%.*s\n", static_cast<int>(message.size()), message.data());
+      std::fprintf(stderr, "%s\n", visibleText(message).c_str());
     }
     if (!isPerUnitLine(message)) {
       const std::lock_guard lock(state->mutex);

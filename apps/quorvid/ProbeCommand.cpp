@@ -10,6 +10,7 @@
 #include "apps/quorvid/StopSignal.h"
 #include "apps/quorvid/StreamFigures.h"
 #include "apps/quorvid/StreamReceiver.h"
+#include "apps/quorvid/TerminalText.h"
 
 namespace quorvid::app {
 
@@ -62,7 +63,7 @@ class ProbeCommand {
   void say(const std::string& step, const std::string& text) {
     char start[48];
     std::snprintf(start, sizeof start, "%7.3f s  %-10s ", steadySeconds() - start_, step.c_str());
-    output_.write(start + text + "\n");
+    output_.write(start + visibleText(text) + "\n");
   }
 
   std::string resolve(const std::string& host) {
@@ -167,8 +168,8 @@ class ProbeCommand {
     for (std::size_t i = 0; i < problems.size(); ++i) {
       text += (i == 0 ? ": " : "; ") + problems[i];
     }
-    const bool written = output_.write(std::string("verdict: ") + word + ": " + text + " (" +
-                                       timeOfDay() + ", quorvid " QUORVID_APP_VERSION ")\n");
+    const bool written = output_.write(std::string("verdict: ") + word + ": " + visibleText(text) +
+                                       " (" + timeOfDay() + ", quorvid " QUORVID_APP_VERSION ")\n");
     return problems.empty() && figures_.frames() > 0 && written ? 0 : 1;
   }
 

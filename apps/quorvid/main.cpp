@@ -20,9 +20,24 @@ void openStandardDescriptors() {
   }
 }
 
-int usage(const char* sentence) {
-  std::fprintf(stderr, "quorvid: %s\n", sentence);
+int usage(const std::string& sentence) {
+  quorvid::app::note(sentence);
   return 2;
+}
+
+// What was not expected, without the value that came with it: it may be a password.
+std::string unexpected(const std::vector<std::string>& arguments) {
+  for (const std::string& argument : arguments) {
+    if (argument.starts_with("--") && argument.size() > 2) {
+      return "there is no option " + argument.substr(0, argument.find('='));
+    }
+  }
+  for (const std::string& argument : arguments) {
+    if (argument.starts_with("-") && argument.size() > 1) {
+      return "there is no option " + argument.substr(0, 2);
+    }
+  }
+  return "an argument too many: only the server stands without an option";
 }
 
 int run(int argc, char** argv) {
@@ -41,6 +56,8 @@ int run(int argc, char** argv) {
     return chosen();
   } catch (const CLI::Success& wish) {  // help or version
     return program.exit(wish);
+  } catch (const CLI::ExtrasError&) {
+    return usage(unexpected(program.remaining(true)));
   } catch (const CLI::ParseError& error) {
     return usage(error.what());
   } catch (const UsageError& error) {
@@ -55,7 +72,7 @@ int main(int argc, char** argv) {
     openStandardDescriptors();
     return run(argc, argv);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "quorvid: %s\n", error.what());
+    quorvid::app::note(error.what());
   } catch (...) {
     std::fputs("quorvid: an error of unknown kind\n", stderr);
   }

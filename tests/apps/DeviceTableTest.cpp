@@ -5,6 +5,8 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
+#include "apps/quorvid/TerminalText.h"
+
 namespace quorvid::app {
 namespace {
 
@@ -24,7 +26,17 @@ TEST(DeviceTable, ShowsTextButNothingThatSteersATerminal) {
                   "b"),
             "a...b")
       << "writing from right to left";
+  EXPECT_EQ(shown("a\xD8\x9C\xE2\x80\x8B\xEF\xBB\xBF\xF3\xA0\x81\x81\xC2\xAD"), "a..............")
+      << "characters that draw nothing";
   EXPECT_EQ(shown("\xC0\xAF\xED\xA0\x80\xF5\xE4\xBA"), "........") << "no valid UTF-8";
+}
+
+TEST(VisibleText, SpellsOutWhatATerminalWouldActOnOrHide) {
+  EXPECT_EQ(visibleText("K\xC3\xB6ln \\ \xF0\x9F\x9A\x9A"), "K\xC3\xB6ln \\ \xF0\x9F\x9A\x9A");
+  EXPECT_EQ(visibleText("\033[2J\n\x7F\xC2\x9B"), "\\x1b[2J\\x0a\\x7f\\x9b");
+  EXPECT_EQ(visibleText("\xE2\x80\xAE\xD8\x9C\xC2\xAD\xF3\xA0\x81\x81"),
+            "\\u202e\\u061c\\u00ad\\U000e0041");
+  EXPECT_EQ(visibleText("\xE0\x80\xAF\xFF\xC3"), "\\xe0\\x80\\xaf\\xff\\xc3") << "no UTF-8";
 }
 
 TEST(DeviceTable, GivesSignedNumbersAndColumnsThatStandUnderEachOther) {
