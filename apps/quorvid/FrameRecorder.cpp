@@ -2,9 +2,14 @@
 
 #include <algorithm>
 
+#include "apps/quorvid/DiskSpace.h"
+
 namespace quorvid::app {
 
 namespace {
+
+constexpr std::int64_t kDiskLook = 1 << 20;  // bytes from one look at the disk to the next
+constexpr std::int64_t kFirstExtra = 4096;   // a file's header at most, without the sets
 
 bool holds(const std::vector<H264Unit>& units, int type) {
   return std::any_of(units.begin(), units.end(),
@@ -22,21 +27,26 @@ bool FrameRecorder::take(const std::uint8_t* frame, std::size_t length, double n
   }
   keepParameterSets(frame, units);
   const bool isKey = holds(units, kUnitKeySlice);
-  if (waitingForKey_ && (!isKey || sps_.empty() || pps_.empty())) {
+  if (!judgeParameterSets()) {
+    waitingForKey_ = true;
+    refused_ += isKey && !sps_.empty() && !pps_.empty() ? 1 : 0;
+    return true;
+  }
+  if (waitingForKey_ && !isKey) {
+    return true;
+  }
+  std::vector<std::uint8_t> whole;
+  if (waitingForKey_ && !holds(units, kUnitSps)) {
+    // The sets came in frames of their own, before this picture.
+    whole = parameterSets();
+  }
+  whole.insert(whole.end(), frame, frame + length);
+  if (!hasRoom(whole)) {
     return true;
   }
   waitingForKey_ = false;
-  if (!file_ && !begin(now, error)) {
-    return false;
-  }
-  std::vector<std::uint8_t> whole;
-  if (frames_ == 0 && !holds(units, kUnitSps)) {
-    // The sets came in frames of their own, before the first key picture.
-    whole = sps_;
-    whole.insert(whole.end(), pps_.begin(), pps_.end());
-  }
-  whole.insert(whole.end(), frame, frame + length);
-  if (!file_->write(whole.data(), whole.size(), now - start_, isKey, error)) {
+  if ((!file_ && !begin(now, error)) ||
+      !file_->write(whole.data(), whole.size(), now - start_, isKey, error)) {
     return false;
   }
   lastTime_ = now - start_;
@@ -52,18 +62,55 @@ void FrameRecorder::keepParameterSets(const std::uint8_t* frame,
     }
     std::vector<std::uint8_t> set(frame + unit.startCode, frame + unit.end);
     std::vector<std::uint8_t>& kept = unit.type == kUnitSps ? sps_ : pps_;
-    changes_ += file_ && set != kept ? 1 : 0;
+    if (set == kept) {
+      continue;
+    }
+    changes_ += file_ ? 1 : 0;
+    setsChanged_ = true;
     kept = std::move(set);
     if (unit.type == kUnitSps) {
-      size_ = sizeOfSps(frame + unit.header, unit.end - unit.header).value_or(size_);
+      spsSize_ = sizeOfSps(frame + unit.header, unit.end - unit.header);
     }
   }
 }
 
-bool FrameRecorder::begin(double now, std::string& error) {
+// True when a file can begin with the sets that were seen last.
+bool FrameRecorder::judgeParameterSets() {
+  if (setsChanged_) {
+    setsChanged_ = false;
+    setsUsable_ =
+        spsSize_ && !pps_.empty() && StreamFile::canBegin(fileName_, parameterSets(), *spsSize_);
+  }
+  return setsUsable_;
+}
+
+std::vector<std::uint8_t> FrameRecorder::parameterSets() const {
   std::vector<std::uint8_t> sets = sps_;
   sets.insert(sets.end(), pps_.begin(), pps_.end());
-  file_ = StreamFile::create(fileName_, sets, size_, error);
+  return sets;
+}
+
+bool FrameRecorder::hasRoom(const std::vector<std::uint8_t>& frame) {
+  const auto size = static_cast<std::int64_t>(frame.size());
+  const auto sets = static_cast<std::int64_t>(sps_.size() + pps_.size());
+  // Start codes become lengths, which makes a frame longer by a third at most.
+  const std::int64_t most = file_ ? file_->bytesAtMostWith(frame.data(), frame.size())
+                                  : size + size / 3 + sets + kFirstExtra;
+  if (limit_ > 0 && most > limit_) {
+    full_ = Full::Limit;
+    return false;
+  }
+  if (diskRoom_ < size) {
+    diskRoom_ = std::min(roomOnDisk(fileName_), kDiskLook);
+    full_ = diskRoom_ < size ? Full::Disk : Full::No;
+  }
+  diskRoom_ -= size;
+  return full_ == Full::No;
+}
+
+bool FrameRecorder::begin(double now, std::string& error) {
+  size_ = spsSize_.value_or(PixelSize{});
+  file_ = StreamFile::create(fileName_, parameterSets(), size_, error);
   start_ = now;
   return file_ != nullptr;
 }

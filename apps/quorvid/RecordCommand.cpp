@@ -4,14 +4,15 @@
 #include <cstdio>
 
 #include "apps/quorvid/Commands.h"
-#include "apps/quorvid/FrameRecorder.h"
 #include "apps/quorvid/NoStream.h"
 #include "apps/quorvid/ProgressLine.h"
+#include "apps/quorvid/RecordReport.h"
 #include "apps/quorvid/ReportOutput.h"
 #include "apps/quorvid/StallWatch.h"
 #include "apps/quorvid/Steady.h"
 #include "apps/quorvid/StopSignal.h"
 #include "apps/quorvid/StreamReceiver.h"
+#include "apps/quorvid/TerminalText.h"
 
 namespace quorvid::app {
 
@@ -20,6 +21,7 @@ namespace {
 constexpr double kReachTimeout = 2;
 constexpr double kStallAfter = 5;
 constexpr double kPatience = 10;  // how much longer than asked for it may take
+constexpr int kLimitReached = 3;  // exit status
 constexpr unsigned kLookMicroseconds = 1000;
 
 struct RecordOptions {
@@ -27,20 +29,22 @@ struct RecordOptions {
   StreamTarget target;
   std::string fileName;
   double seconds = 0;  // 0: until interrupted
+  std::string limitText;
+  std::int64_t limit = 0;  // 0: none but the disk's
 };
 
 class RecordCommand {
  public:
   explicit RecordCommand(const RecordOptions& options)
       : options_(options),
-        recorder_(options.fileName),
+        recorder_(options.fileName, options.limit),
         watch_(kStallAfter, start_),
         receiver_(std::make_unique<StreamReceiver>(options.target)) {}
 
   int run() {
     std::string error;
     bool ok = true;
-    while (ok && !stopRequested() && !isLongEnough()) {
+    while (ok && !stopRequested() && !isLongEnough() && !isFull()) {
       ok = look(error);
     }
     progress_.clear();
@@ -48,14 +52,16 @@ class RecordCommand {
     if (recorder_.frames() == 0) {
       return failed(ok ? "nothing was recorded: " + whyNothingCame() : error);
     }
-    noteOddities();
+    for (const std::string& sentence : odditiesOf(recorder_)) {
+      note(sentence);
+    }
     if (!ok) {
       return failed(error + "; what was written whole before stays readable");
     }
-    if (!output_.write(report())) {
+    if (!output_.write(visibleText(options_.fileName) + ": " + figuresOf(recorder_) + "\n")) {
       return 1;
     }
-    return isComplete() || stopRequested() ? 0 : failed("the stream broke off before its time");
+    return ending();
   }
 
  private:
@@ -69,7 +75,23 @@ class RecordCommand {
   }
 
   bool isComplete() const {
-    return recorder_.frames() > 0 && recorder_.seconds() >= options_.seconds;
+    return options_.seconds > 0 && recorder_.frames() > 0 &&
+           recorder_.seconds() >= options_.seconds;
+  }
+
+  bool isFull() const { return recorder_.full() != FrameRecorder::Full::No; }
+
+  // Says why the recording ended before its time, and yields the exit status.
+  int ending() const {
+    if (isComplete() || (stopRequested() && !isFull())) {
+      return 0;
+    }
+    if (recorder_.full() == FrameRecorder::Full::Limit) {
+      note("the recording ends here: the file has reached its limit of " + options_.limitText);
+      return kLimitReached;
+    }
+    return failed(isFull() ? "the recording ends here: the disk is nearly full"
+                           : "the stream broke off before its time");
   }
 
   // Takes a frame, or waits a little for one.
@@ -88,8 +110,13 @@ class RecordCommand {
     }
     frameSeen_ = true;
     watch_.pictureArrived(now);
+    const bool wasRefused = recorder_.refused() > 0;
     const bool taken = recorder_.take(frame->bytes, frame->length, now, error);
     receiver_->release();
+    if (!wasRefused && recorder_.refused() > 0) {
+      progress_.clear();
+      note("no file can begin with the parameter sets that came; waiting for others");
+    }
     return taken;
   }
 
@@ -99,8 +126,10 @@ class RecordCommand {
       return;
     }
     progress_.clear();
-    std::fprintf(stderr, "quorvid: no frame for %.1f s, starting the stream again\n",
-                 watch_.silence(now));
+    char text[80];
+    std::snprintf(text, sizeof text, "no frame for %.1f s, starting the stream again",
+                  watch_.silence(now));
+    note(text);
     receiver_ = std::make_unique<StreamReceiver>(options_.target);
     recorder_.streamRestarted();
   }
@@ -113,32 +142,11 @@ class RecordCommand {
     progress_.show(text);
   }
 
-  std::string report() const {
-    char text[200];
-    std::snprintf(text, sizeof text, ": %llu frames, %.2f s, %.2f MB, %dx%d\n",
-                  static_cast<unsigned long long>(recorder_.frames()), recorder_.seconds(),
-                  static_cast<double>(recorder_.bytes()) / 1e6, recorder_.size().width,
-                  recorder_.size().height);
-    return options_.fileName + text;
-  }
-
   std::string whyNothingCame() const {
-    if (frameSeen_) {
-      return "frames came, but no key frame with its parameter sets";
-    }
-    return whyNoStream(options_.target, tryServer(options_.target.server, kReachTimeout),
-                       lookupFailed_);
-  }
-
-  void noteOddities() const {
-    if (recorder_.unusable() > 0) {
-      std::fprintf(stderr, "quorvid: %llu frames were no H.264 and were left out\n",
-                   static_cast<unsigned long long>(recorder_.unusable()));
-    }
-    if (recorder_.changes() > 0) {
-      std::fprintf(stderr,
-                   "quorvid: the stream changed its parameter sets; some players stop there\n");
-    }
+    return frameSeen_
+               ? whyNothingWasWritten(recorder_, options_.limitText)
+               : whyNoStream(options_.target, tryServer(options_.target.server, kReachTimeout),
+                             lookupFailed_);
   }
 
   const RecordOptions& options_;
@@ -171,10 +179,21 @@ void addRecordCommand(CLI::App& program, ChosenCommand& chosen) {
       ->add_option("--seconds", options->seconds,
                    "end after so many seconds of video, or 10 s later without it")
       ->type_name("S");
+  command
+      ->add_option("--limit", options->limitText,
+                   "end before the file gets larger than this: 500M, 2G (K, M, G: powers of 1024)")
+      ->type_name("SIZE");
+  command->footer(
+      "At its limit the file is finished in order and holds every frame that fitted. In any case "
+      "the\n"
+      "recording ends before it fills the disk: a twentieth is left free, at most 256 MiB.\n"
+      "Exit status: 0 recorded up to --seconds or a signal, 1 less than that or nothing, 2 wrong\n"
+      "arguments, 3 ended by --limit.");
   command->callback([options, &chosen] {
     options->target = options->text.target();
     requireOneChannel(options->text);
     requireWithin("--seconds", options->seconds, 0, 1e6);
+    options->limit = options->limitText.empty() ? 0 : parseFileLimit(options->limitText);
     if (!StreamFile::canWrite(options->fileName)) {
       throw UsageError("the file name must end in .h264, .mp4 or .mkv");
     }

@@ -28,6 +28,22 @@ const char* formatOf(const std::string& fileName) {
   return nullptr;
 }
 
+// What the muxers add, rounded up: to each frame, for each part in the index, and once (the header
+// and the index of the last part).
+constexpr std::int64_t kFrameExtra = 48;
+constexpr std::int64_t kPartExtra = 64;
+constexpr std::int64_t kLastExtra = 1024;
+
+// How much a frame takes in the file at most: its start codes, of three bytes or more, become
+// lengths of four.
+std::int64_t mostMuxed(const std::uint8_t* frame, std::size_t length) {
+  std::int64_t bytes = static_cast<std::int64_t>(length) + kFrameExtra;
+  for (std::size_t i = 0; i + 2 < length; ++i) {
+    bytes += frame[i] == 0 && frame[i + 1] == 0 && frame[i + 2] == 1 ? 1 : 0;
+  }
+  return bytes;
+}
+
 std::string textOf(int error) {
   char text[AV_ERROR_MAX_STRING_SIZE] = "";
   av_strerror(error, text, sizeof text);
@@ -88,6 +104,23 @@ struct StreamFile::Muxer {
   }
 };
 
+bool StreamFile::canBegin(const std::string& fileName,
+                          const std::vector<std::uint8_t>& parameterSets, PixelSize size) {
+  av_log_set_level(AV_LOG_FATAL);
+  Muxer trial;
+  int result = avformat_alloc_output_context2(&trial.context, nullptr, formatOf(fileName), nullptr);
+  result = result < 0 ? result : trial.describe(parameterSets, size);
+  result = result < 0 ? result : avio_open_dyn_buf(&trial.context->pb);
+  if (result >= 0) {
+    result = trial.writeHeader();
+    std::uint8_t* header = nullptr;
+    avio_close_dyn_buf(trial.context->pb, &header);
+    av_free(header);
+    trial.context->pb = nullptr;
+  }
+  return result >= 0;
+}
+
 bool StreamFile::canWrite(const std::string& fileName) {
   return formatOf(fileName) != nullptr;
 }
@@ -143,7 +176,20 @@ bool StreamFile::write(const std::uint8_t* frame, std::size_t length, double sec
     result = av_write_frame(muxer_->context, packet);
     av_packet_unref(packet);
   }
-  return noteWritten(result, error);
+  const std::int64_t wholeBefore = wholeBytes_;
+  if (!noteWritten(result, error)) {
+    return false;
+  }
+  const bool grew = wholeBytes_ > wholeBefore;  // by what was held; this frame may be held now
+  if (!fileName_.ends_with(".h264")) {
+    parts_ += (grew ? 1 : 0) + (isKey ? 1 : 0);
+  }
+  pendingBytes_ = mostMuxed(frame, length) + (grew ? 0 : pendingBytes_);
+  return true;
+}
+
+std::int64_t StreamFile::bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const {
+  return wholeBytes_ + pendingBytes_ + mostMuxed(frame, length) + kPartExtra * parts_ + kLastExtra;
 }
 
 bool StreamFile::close(std::string& error) {

@@ -22,6 +22,11 @@ class StreamFile {
   // True for names with an ending that can be written.
   static bool canWrite(const std::string& fileName);
 
+  // True when a file of that name can begin with these sets: its header can be made. Writes
+  // nothing.
+  static bool canBegin(const std::string& fileName, const std::vector<std::uint8_t>& parameterSets,
+                       PixelSize size);
+
   // parameterSets: the stream's SPS and PPS with start codes; size: what they state. Null, with a
   // sentence in `error`, when the file can't be made.
   static std::unique_ptr<StreamFile> create(const std::string& fileName,
@@ -39,6 +44,8 @@ class StreamFile {
   // Finishes the file. False when something of it could not be written.
   bool close(std::string& error);
   std::int64_t bytes() const { return wholeBytes_; }
+  // How large the file can become at most when this frame is written too and the file is finished.
+  std::int64_t bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const;
 
  private:
   struct Muxer;
@@ -49,8 +56,10 @@ class StreamFile {
 
   std::string fileName_;
   std::unique_ptr<Muxer> muxer_;
-  std::int64_t lastTime_ = -1;   // in the stream's time base
-  std::int64_t wholeBytes_ = 0;  // up to the end of the last part that was written whole
+  std::int64_t lastTime_ = -1;     // in the stream's time base
+  std::int64_t pendingBytes_ = 0;  // at most, of frames that the muxer still holds
+  std::int64_t parts_ = 0;         // parts and key frames that the index names, at most
+  std::int64_t wholeBytes_ = 0;    // up to the end of the last part that was written whole
   bool failed_ = false;
 };
 

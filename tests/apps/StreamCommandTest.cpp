@@ -4,46 +4,14 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "apps/Command.h"
+#include "apps/Recording.h"
 #include "sim/SimProcess.h"
 
-extern "C" {
-#include <libavformat/avformat.h>
-}
-
 namespace {
-
-struct Recording {
-  int frames = 0;
-  double seconds = 0;  // from the first frame to the last
-  int width = 0;
-  bool beginsWithKey = false;
-};
-
-Recording readRecording(const std::string& fileName) {
-  Recording recording;
-  av_log_set_level(AV_LOG_QUIET);  // the file may just be growing
-  AVFormatContext* context = nullptr;
-  if (avformat_open_input(&context, fileName.c_str(), nullptr, nullptr) < 0) return recording;
-  avformat_find_stream_info(context, nullptr);
-  AVPacket* packet = av_packet_alloc();
-  std::int64_t first = 0;
-  const AVStream* stream = context->streams[0];
-  while (av_read_frame(context, packet) >= 0) {
-    if (recording.frames++ == 0) {
-      first = packet->pts;
-      recording.beginsWithKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
-    }
-    recording.seconds = static_cast<double>(packet->pts - first) * av_q2d(stream->time_base);
-    av_packet_unref(packet);
-  }
-  recording.width = stream->codecpar->width;
-  av_packet_free(&packet);
-  avformat_close_input(&context);
-  return recording;
-}
 
 std::vector<std::string> stream(const char* name, int port, std::vector<std::string> more) {
   std::vector<std::string> arguments{name, at(port), "--device", "TRUCK-7"};
@@ -108,6 +76,17 @@ TEST(Record, KeepsWhatFittedWhenTheFileCanNotGrow) {
   EXPECT_EQ(command.wait(), 1);
   EXPECT_NE(command.errors().find("File too large"), std::string::npos) << command.errors();
   EXPECT_GE(readRecording(file).frames, 25);
+  std::remove(file.c_str());
+}
+
+TEST(Record, EndsAtItsLimitWithAFileThatPlays) {
+  SimProcess sim({});
+  const std::string file = freshFile("limit.mp4");
+  Command command(stream("record", sim.port("fleet"), {"-o", file, "--limit", "64K"}));
+  EXPECT_EQ(command.wait(), 3) << command.errors();
+  EXPECT_NE(command.errors().find("limit of 64K"), std::string::npos) << command.errors();
+  EXPECT_LE(std::filesystem::file_size(file), 65536U);
+  EXPECT_GT(readRecording(file).frames, 3);
   std::remove(file.c_str());
 }
 
