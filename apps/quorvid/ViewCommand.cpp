@@ -99,8 +99,8 @@ int runView(const ViewOptions& options) {
     }
   }
   if (shown && log.messageCount() > 0) {
-    std::fprintf(stderr, "quorvid: %llu messages from the library, the last: %s\n",
-                 static_cast<unsigned long long>(log.messageCount()), log.lastMessage().c_str());
+    note(std::to_string(log.messageCount()) +
+         " messages from the library, the last: " + log.lastMessage());
   }
   return shown && ok ? 0 : 1;
 }

@@ -1,8 +1,8 @@
 #include "apps/quorvid/Viewer.h"
 
 #include <algorithm>
-#include <cstdio>
 
+#include "apps/quorvid/Commands.h"
 #include "apps/quorvid/PngFile.h"
 #include "apps/quorvid/Steady.h"
 #include "apps/quorvid/StopSignal.h"
@@ -107,7 +107,7 @@ void Viewer::handleKey(char key) {
     const std::string name = freeSnapshotName();
     std::string error;
     const bool saved = saveSnapshot(name, error);
-    std::fprintf(stderr, "quorvid: %s\n", saved ? ("wrote " + name).c_str() : error.c_str());
+    note(saved ? "wrote " + name : error);
   }
 }
 
