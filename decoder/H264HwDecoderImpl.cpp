@@ -24,24 +24,18 @@ void writeBigEndian(char* bytes, std::uint32_t value) {
   }
 }
 
-// A function of its own, so that a leak checker can tell replaced sets, which stay allocated, from
-// everything else.
-[[gnu::noinline]] void allocateParameterSet(std::size_t size, char** set) {
-  *set = static_cast<char*>(std::malloc(size));
-}
-
 void storeParameterSet(char*& set, std::ptrdiff_t& setSize, const char* bytes, std::size_t size) {
   if (set != nullptr && static_cast<std::size_t>(setSize) == size &&
       std::memcmp(set, bytes, size) == 0) {
     return;
   }
-  char* copy = nullptr;
-  allocateParameterSet(size, &copy);
+  auto* const copy = static_cast<char*>(std::malloc(size));
   if (copy == nullptr) {
     logMessage("no memory for a parameter set of %zu bytes", size);
     return;
   }
   std::memcpy(copy, bytes, size);
+  std::free(set);
   set = copy;
   setSize = static_cast<std::ptrdiff_t>(size);
 }

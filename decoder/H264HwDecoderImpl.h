@@ -8,9 +8,8 @@
 // changes its size needs a new decoder. Pictures are 1280 by 960 "420v" whatever the stream's size.
 // Errors are logged and swallowed.
 //
-// Memory: the current parameter sets, the format description and the session go with the decoder. A
-// stored set that a different one replaces is not released (a few bytes for each change of sets); a
-// set equal to the stored one is not stored again.
+// Memory: at most one parameter set of each kind is held, each of up to 131068 bytes; a set that a
+// different one replaces is released. Sets, format description and session go with the decoder.
 #ifndef QUORVID_DECODER_H264_HW_DECODER_IMPL_H
 #define QUORVID_DECODER_H264_HW_DECODER_IMPL_H
 

@@ -33,11 +33,6 @@ void feedText(quorvid::H264HwDecoderImpl& decoder, const std::string& unit) {
 
 }  // namespace
 
-// Replaced parameter sets stay allocated, by intention.
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:allocateParameterSet\n";
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   quorvid::setLogSink([](std::string_view) {});
   const auto decoder = quorvid::H264HwDecoderImpl::init();

@@ -6,36 +6,37 @@ namespace quorvid {
 
 std::unique_ptr<DecoderChain> DecoderChain::open(DecoderCandidates candidates,
                                                  H264ParameterSets sets) {
-  std::unique_ptr<DecoderChain> chain(new DecoderChain(std::move(candidates), std::move(sets)));
-  return chain->openFrom(0) ? std::move(chain) : nullptr;
-}
-
-bool DecoderChain::openFrom(std::size_t position) {
-  for (; position < candidates_.size(); ++position) {
-    if (auto decoder = candidates_[position].open(sets_)) {
-      position_ = position;
-      current_ = std::move(decoder);
-      return true;
+  for (auto candidate = candidates.begin(); candidate != candidates.end(); ++candidate) {
+    if (auto decoder = candidate->open(sets)) {
+      std::unique_ptr<DecoderChain> chain(new DecoderChain);
+      chain->name_ = candidate->name;
+      chain->current_ = std::move(decoder);
+      chain->later_.assign(candidate + 1, candidates.end());
+      chain->sets_ = std::move(sets);
+      return chain;
     }
   }
-  return false;
+  return nullptr;
 }
 
 DecodedPicture DecoderChain::decode(std::span<const std::uint8_t> packet) {
   const DecodedPicture picture = current_->decode(packet);
   if (picture.frame != nullptr) {
+    fallback_.reset();
+    triedFallback_ = false;
     return picture;
   }
-  for (std::size_t next = position_ + 1; next < candidates_.size(); ++next) {
-    auto decoder = candidates_[next].open(sets_);
-    const DecodedPicture retried = decoder ? decoder->decode(packet) : DecodedPicture{};
-    if (retried.frame != nullptr) {
-      position_ = next;
-      current_ = std::move(decoder);
-      return retried;
-    }
+  if (!triedFallback_) {
+    fallback_ = open(later_, sets_);
+    triedFallback_ = true;
   }
-  return picture;
+  const DecodedPicture retried = fallback_ ? fallback_->decode(packet) : DecodedPicture{};
+  if (retried.frame == nullptr) {
+    return picture;
+  }
+  const std::unique_ptr<DecoderChain> successor = std::move(fallback_);
+  *this = std::move(*successor);
+  return retried;
 }
 
 }  // namespace quorvid

@@ -2,13 +2,13 @@
 //
 // A decoder that opened is not yet believed: when it gives no picture for a unit, the ones after it
 // are tried with that same unit, and the first that gives a picture takes over for good. When none
-// does, the unit is to blame and the decoder stays. That holds for the first unit as for any later
-// one, so a device that fails in the middle of a stream is replaced at the next key frame at the
-// latest. One thread.
+// does, the unit is to blame and the decoder stays; those after it stay open and try each further
+// unit, until the decoder gives a picture again or one of them does. That holds for the first unit
+// as for any later one, so a device that fails in the middle of a stream is replaced at the next key
+// frame at the latest, and none of them is opened for each of many units. One thread.
 #ifndef QUORVID_PLATFORM_LINUX_DECODER_CHAIN_H
 #define QUORVID_PLATFORM_LINUX_DECODER_CHAIN_H
 
-#include <cstddef>
 #include <memory>
 
 #include "platform/linux/PictureDecoder.h"
@@ -22,17 +22,18 @@ class DecoderChain {
 
   // The picture lasts until the next call.
   DecodedPicture decode(std::span<const std::uint8_t> packet);
-  const std::string& name() const { return candidates_[position_].name; }
+  const std::string& name() const { return name_; }
 
  private:
-  DecoderChain(DecoderCandidates candidates, H264ParameterSets sets)
-      : candidates_(std::move(candidates)), sets_(std::move(sets)) {}
-  bool openFrom(std::size_t position);
+  DecoderChain() = default;
 
-  DecoderCandidates candidates_;
-  H264ParameterSets sets_;
-  std::size_t position_ = 0;
+  std::string name_;
   std::unique_ptr<PictureDecoder> current_;
+  DecoderCandidates later_;
+  H264ParameterSets sets_;
+  // Of the later candidates, while the current decoder gives no picture; null, too, when none opens.
+  std::unique_ptr<DecoderChain> fallback_;
+  bool triedFallback_ = false;
 };
 
 }  // namespace quorvid

@@ -16,7 +16,7 @@ OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, vo
 
 OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sample,
                                              CVPixelBufferRef& picture) {
-  const H264UnitKind kind = repackH264Sample(sample, packet_);
+  const H264UnitKind kind = repackH264Sample(sample, stream_, packet_);
   if (kind == H264UnitKind::Nothing) {
     return noErr;
   }

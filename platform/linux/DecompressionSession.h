@@ -16,10 +16,14 @@ namespace quorvid {
 
 class VTDecompressionSession {
  public:
-  // width, height: of every picture.
-  VTDecompressionSession(std::unique_ptr<DecoderChain> decoder, std::size_t width,
-                         std::size_t height, const VTDecompressionOutputCallbackRecord& callback)
-      : decoder_(std::move(decoder)), converter_(width, height), callback_(callback) {}
+  // stream: what the decoder's SPS says. width, height: of every picture.
+  VTDecompressionSession(std::unique_ptr<DecoderChain> decoder, const H264Sps& stream,
+                         std::size_t width, std::size_t height,
+                         const VTDecompressionOutputCallbackRecord& callback)
+      : decoder_(std::move(decoder)),
+        stream_(stream),
+        converter_(width, height),
+        callback_(callback) {}
 
   // Calls the callback once, with or without a picture, and returns the status that it got.
   OSStatus decode(std::span<const std::uint8_t> sample, void* frameRefCon,
@@ -29,6 +33,7 @@ class VTDecompressionSession {
   OSStatus makePicture(std::span<const std::uint8_t> sample, CVPixelBufferRef& picture);
 
   std::unique_ptr<DecoderChain> decoder_;
+  H264Sps stream_;
   PictureConverter converter_;
   VTDecompressionOutputCallbackRecord callback_;
   std::vector<std::uint8_t> packet_;

@@ -24,6 +24,13 @@ std::optional<std::vector<std::uint8_t>> h264Payload(std::span<const std::uint8_
   return payload;
 }
 
+std::span<const std::uint8_t> h264WithoutPadding(std::span<const std::uint8_t> unit) {
+  while (!unit.empty() && unit.back() == 0) {
+    unit = unit.first(unit.size() - 1);
+  }
+  return unit;
+}
+
 std::uint32_t H264BitReader::bits(int count) {
   if (failed_ || payload_.size() * 8 - position_ < static_cast<std::size_t>(count)) {
     failed_ = true;

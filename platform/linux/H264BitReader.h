@@ -18,6 +18,9 @@ namespace quorvid {
 // with another byte than 00 to 03 behind it.
 std::optional<std::vector<std::uint8_t>> h264Payload(std::span<const std::uint8_t> unit);
 
+// The unit without the zero bytes behind it, which fill a place or announce a start code.
+std::span<const std::uint8_t> h264WithoutPadding(std::span<const std::uint8_t> unit);
+
 class H264BitReader {
  public:
   // The payload must outlive the reader.

@@ -1,15 +1,15 @@
 #include "platform/linux/H264ParameterSets.h"
 
+#include "platform/linux/H264BitReader.h"
 #include "platform/linux/H264Pps.h"
 #include "platform/linux/H264ReorderLimit.h"
-#include "platform/linux/H264Sps.h"
 
 namespace quorvid {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// No set needs more; the lengths below have 16 bits.
+// No set needs more, padding included; the lengths below have 16 bits.
 constexpr std::size_t kLargestSet = 4096;
 
 void appendWithLength(Bytes& record, const Bytes& set) {
@@ -25,11 +25,13 @@ std::optional<H264ParameterSets> H264ParameterSets::make(std::span<const std::ui
   if (sps.size() > kLargestSet || pps.size() > kLargestSet) {
     return std::nullopt;
   }
+  sps = h264WithoutPadding(sps);
+  pps = h264WithoutPadding(pps);
   const auto parsed = parseH264Sps(sps);
   if (!parsed || !isH264PpsFor(*parsed, pps)) {
     return std::nullopt;
   }
-  return H264ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end())};
+  return H264ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end()), *parsed};
 }
 
 std::vector<std::uint8_t> H264ParameterSets::avcRecord() const {

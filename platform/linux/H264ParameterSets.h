@@ -11,13 +11,17 @@
 #include <span>
 #include <vector>
 
+#include "platform/linux/H264Sps.h"
+
 namespace quorvid {
 
 struct H264ParameterSets {
-  std::vector<std::uint8_t> sps, pps;  // NAL header first, no start code
+  std::vector<std::uint8_t> sps, pps;  // NAL header first, no start code, no padding behind
+  H264Sps stream;                      // what the SPS says
 
-  // Copies of two valid sets of which the second refers to the first, else nothing. The SPS
-  // gets a reorder limit (see H264ReorderLimit.h), so that no decoder holds a picture back.
+  // Copies of two valid sets of which the second refers to the first, else nothing. Zero bytes
+  // behind a set, which fill its place in a frame of fixed layout, are cut off. The SPS gets a
+  // reorder limit (see H264ReorderLimit.h), so that no decoder holds a picture back.
   static std::optional<H264ParameterSets> make(std::span<const std::uint8_t> sps,
                                                std::span<const std::uint8_t> pps);
 

@@ -62,9 +62,9 @@ void readOrderCount(H264BitReader& reader, H264Sps& sps) {
 }
 
 // Cropping is counted in chroma samples (and field lines); something must be left of the picture.
-void readCropping(H264BitReader& reader, const H264Sps& sps, bool framesOnly) {
+void readCropping(H264BitReader& reader, const H264Sps& sps) {
   const std::uint32_t unitX = sps.chromaFormat == 1 || sps.chromaFormat == 2 ? 2 : 1;
-  const std::uint32_t unitY = (sps.chromaFormat == 1 ? 2 : 1) * (framesOnly ? 1 : 2);
+  const std::uint32_t unitY = (sps.chromaFormat == 1 ? 2 : 1) * (sps.framesOnly ? 1 : 2);
   const std::uint32_t left = reader.golomb(0xFFFF);
   const std::uint32_t right = reader.golomb(0xFFFF);
   const std::uint32_t top = reader.golomb(0xFFFF);
@@ -76,16 +76,17 @@ void readCropping(H264BitReader& reader, const H264Sps& sps, bool framesOnly) {
 void readSize(H264BitReader& reader, H264Sps& sps) {
   sps.widthInMacroblocks = 1 + reader.golomb(kLongestSideInMacroblocks - 1);
   sps.heightInMacroblocks = 1 + reader.golomb(kLongestSideInMacroblocks - 1);
-  const bool framesOnly = reader.flag();
-  if (!framesOnly) {
+  sps.framesOnly = reader.flag();
+  if (!sps.framesOnly) {
     sps.heightInMacroblocks *= 2;
-    reader.flag();
+    sps.pairsInFrames = reader.flag();
   }
   const bool inference8x8 = reader.flag();
-  reader.require(framesOnly || inference8x8);
-  reader.require(sps.widthInMacroblocks * sps.heightInMacroblocks <= kLargestPictureInMacroblocks);
+  reader.require(sps.framesOnly || inference8x8);
+  reader.require(sps.macroblocks() <= kLargestPictureInMacroblocks);
+  reader.require(sps.referenceFrames * sps.macroblocks() <= kKeptPicturesInMacroblocks);
   if (reader.flag()) {
-    readCropping(reader, sps, framesOnly);
+    readCropping(reader, sps);
   }
 }
 
@@ -100,13 +101,14 @@ void readBufferModel(H264BitReader& reader) {
   reader.bits(20);
 }
 
-void readLimits(H264BitReader& reader) {
+void readLimits(H264BitReader& reader, const H264Sps& sps) {
   reader.flag();
   for (int i = 0; i < 4; ++i) {
     reader.golomb(16);
   }
   const std::uint32_t reordered = reader.golomb(16);
-  reader.require(reordered <= reader.golomb(16));
+  const std::uint32_t kept = reader.golomb(16);
+  reader.require(reordered <= kept && kept * sps.macroblocks() <= kKeptPicturesInMacroblocks);
 }
 
 void readColours(H264BitReader& reader) {
@@ -149,7 +151,7 @@ void readUsability(H264BitReader& reader, H264Sps& sps) {
   sps.limitsFlagAt = reader.position();
   sps.hasLimits = reader.flag();
   if (sps.hasLimits) {
-    readLimits(reader);
+    readLimits(reader, sps);
   }
 }
 
@@ -168,7 +170,7 @@ std::optional<H264Sps> parseH264Sps(std::span<const std::uint8_t> unit) {
   H264Sps sps;
   readHeader(reader, sps);
   readSampleFormat(reader, sps);
-  reader.golomb(12);  // length of the frame number
+  sps.frameNumberBits = 4 + static_cast<int>(reader.golomb(12));
   readOrderCount(reader, sps);
   sps.referenceFrames = reader.golomb(16);
   reader.flag();

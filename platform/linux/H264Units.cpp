@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/linux/H264BitReader.h"
+#include "platform/linux/H264WorkBounds.h"
+
 namespace quorvid {
 namespace {
 
@@ -13,20 +16,17 @@ constexpr std::array<std::uint8_t, 3> kStartCode{0, 0, 1};
 constexpr int kSei = 6;
 
 constexpr bool isSlice(int type) {
-  return type >= 1 && type <= 5;
+  return type == 1 || type == 5;
+}
+
+// A slice in three units: nothing decodes it.
+constexpr bool isPartition(int type) {
+  return type >= 2 && type <= 4;
 }
 
 std::size_t prefixOf(Unit sample) {
   return static_cast<std::size_t>(sample[0]) << 24 | static_cast<std::size_t>(sample[1]) << 16 |
          static_cast<std::size_t>(sample[2]) << 8 | sample[3];
-}
-
-// The zeros before a start code are padding.
-Unit withoutPadding(Unit unit) {
-  while (!unit.empty() && unit.back() == 0) {
-    unit = unit.first(unit.size() - 1);
-  }
-  return unit;
 }
 
 void append(Unit unit, std::vector<std::uint8_t>& packet) {
@@ -36,35 +36,51 @@ void append(Unit unit, std::vector<std::uint8_t>& packet) {
   packet.insert(packet.end(), unit.begin(), unit.end());
 }
 
-H264UnitKind take(Unit unit, std::vector<std::uint8_t>& packet) {
-  if ((unit[0] & 0x80) != 0) {
-    return H264UnitKind::Damaged;
+// Takes the units of one sample.
+class Repacker {
+ public:
+  Repacker(const H264Sps& stream, std::vector<std::uint8_t>& packet)
+      : stream_(stream), bounds_(stream), packet_(packet) {}
+
+  H264UnitKind take(Unit unit) {
+    const int type = unit[0] & 0x1F;
+    if ((unit[0] & 0x80) != 0 || isPartition(type) || (isSlice(type) && !isWithinBounds(unit))) {
+      return H264UnitKind::Damaged;
+    }
+    if (isSlice(type) || type == kSei) {
+      append(unit, packet_);
+    }
+    return isSlice(type) ? H264UnitKind::Picture : H264UnitKind::Nothing;
   }
-  const int type = unit[0] & 0x1F;
-  if (isSlice(type) && unit.size() == 1) {
-    return H264UnitKind::Damaged;
+
+ private:
+  bool isWithinBounds(Unit slice) {
+    const auto header = parseH264SliceHeader(stream_, slice);
+    return header && bounds_.take(*header, slice.size());
   }
-  if (isSlice(type) || type == kSei) {
-    append(unit, packet);
-  }
-  return isSlice(type) ? H264UnitKind::Picture : H264UnitKind::Nothing;
-}
+
+  const H264Sps& stream_;
+  H264WorkBounds bounds_;
+  std::vector<std::uint8_t>& packet_;
+};
 
 }  // namespace
 
-H264UnitKind repackH264Sample(Unit sample, std::vector<std::uint8_t>& packet) {
+H264UnitKind repackH264Sample(Unit sample, const H264Sps& stream,
+                              std::vector<std::uint8_t>& packet) {
   packet.clear();
   if (sample.size() <= kPrefixSize || prefixOf(sample) != sample.size() - kPrefixSize) {
     return H264UnitKind::Damaged;
   }
+  Repacker repacker(stream, packet);
   H264UnitKind kind = H264UnitKind::Nothing;
   for (Unit rest = sample.subspan(kPrefixSize); !rest.empty();) {
     const auto code = std::search(rest.begin(), rest.end(), kStartCode.begin(), kStartCode.end());
     const auto size = static_cast<std::size_t>(code - rest.begin());
     const bool last = code == rest.end();
-    const Unit unit = last ? rest : withoutPadding(rest.first(size));
+    const Unit unit = last ? rest : h264WithoutPadding(rest.first(size));
     rest = last ? Unit{} : rest.subspan(size + kStartCode.size());
-    const H264UnitKind found = unit.empty() ? H264UnitKind::Nothing : take(unit, packet);
+    const H264UnitKind found = unit.empty() ? H264UnitKind::Nothing : repacker.take(unit);
     if (found == H264UnitKind::Damaged) {
       return found;
     }

@@ -6,12 +6,15 @@
 #include <span>
 #include <vector>
 
+#include "platform/linux/H264Sps.h"
+
 namespace quorvid {
 
 enum class H264UnitKind : std::uint8_t {
   Picture,  // slices to decode
   Nothing,  // well-formed, but without a slice: no picture is due
-  Damaged,  // a prefix that doesn't fit the size, or a header or slice no encoder writes
+  Damaged,  // a prefix that doesn't fit the size, a header or slice no encoder writes, or slices
+            // beyond the bounds of H264WorkBounds.h
 };
 
 // sample: a length of 4 bytes, most significant byte first, and that many bytes. A caller that
@@ -19,7 +22,7 @@ enum class H264UnitKind : std::uint8_t {
 // contain: there the unit is taken apart, so that pictures of several slices come out whole.
 // `packet` gets the slices and SEI units, each with its length in front; parameter sets inside are
 // left out, the session keeps its own.
-H264UnitKind repackH264Sample(std::span<const std::uint8_t> sample,
+H264UnitKind repackH264Sample(std::span<const std::uint8_t> sample, const H264Sps& stream,
                               std::vector<std::uint8_t>& packet);
 
 }  // namespace quorvid

@@ -113,8 +113,8 @@ OSStatus VTDecompressionSessionCreate(CFAllocator /*allocator*/,
   if (!decoder) {
     return kVTCouldNotFindVideoDecoderErr;
   }
-  auto session = std::make_unique<VTDecompressionSession>(std::move(decoder), size->width,
-                                                          size->height, callback);
+  auto session = std::make_unique<VTDecompressionSession>(
+      std::move(decoder), formatDescription->sets.stream, size->width, size->height, callback);
   *out = session.release();
   return noErr;
 }

@@ -10,8 +10,10 @@ target_sources(quorvid_platform PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/H264ParameterSets.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264Pps.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264ReorderLimit.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/H264SliceHeader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264Sps.cpp
   ${CMAKE_CURRENT_LIST_DIR}/H264Units.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/H264WorkBounds.cpp
   ${CMAKE_CURRENT_LIST_DIR}/HardwareDecoders.cpp
   ${CMAKE_CURRENT_LIST_DIR}/LibavDecoder.cpp
   ${CMAKE_CURRENT_LIST_DIR}/PictureConverter.cpp
