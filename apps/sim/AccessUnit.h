@@ -18,7 +18,8 @@ inline unsigned unitType(ByteView unit) {
 
 /// Puts what an encoder made of one picture into the layout in which recorders send it.
 ///
-///   key frame   bytes 0-12   00 00 00 01, sequence parameter set of 9 bytes
+///   key frame   bytes 0-12   00 00 00 01, sequence parameter set of 9 bytes, zeros at its end
+///   included
 ///               bytes 13-20  00 00 00 01, picture parameter set of 4 bytes
 ///               bytes 21-29  00 00 00 01, supplemental information of 5 bytes (only with `sei`)
 ///               then         00 00 00 01, the key picture's one slice

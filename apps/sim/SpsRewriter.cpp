@@ -1,8 +1,5 @@
 #include "sim/SpsRewriter.h"
 
-#include <array>
-#include <utility>
-
 #include "sim/BitStream.h"
 #include "sim/Error.h"
 
@@ -82,39 +79,19 @@ Bytes write(const Sps& sps) {
   return addEmulationPrevention(out.bytes());
 }
 
-/// The lowest level, not below the given one, whose picture memory holds that many reference
-/// frames.
-std::uint32_t levelFor(const Sps& sps) {
-  constexpr std::array<std::pair<std::uint32_t, std::uint32_t>, 10> memory{{{10, 396},
-                                                                            {11, 900},
-                                                                            {12, 2376},
-                                                                            {21, 4752},
-                                                                            {22, 8100},
-                                                                            {31, 18000},
-                                                                            {32, 20480},
-                                                                            {40, 32768},
-                                                                            {50, 110400},
-                                                                            {51, 184320}}};
-  const std::uint32_t needed = (sps.widthMinus1 + 1) * (sps.heightMinus1 + 1) * sps.references;
-  for (const auto& [level, macroblocks] : memory) {
-    if (macroblocks >= needed) return std::max(level, sps.level);
-  }
-  return sps.level;
-}
-
 }  // namespace
 
 Bytes rewriteSps(ByteView unit) {
-  Sps sps = parse(unit);
-  for (; sps.references <= 16; ++sps.references) {
-    sps.level = levelFor(sps);
-    Bytes rewritten = write(sps);
-    if (rewritten.size() == kSpsBytes) return rewritten;
+  const Sps sps = parse(unit);
+  Bytes rewritten = write(sps);
+  if (rewritten.size() > kSpsBytes) {
+    throw SimError("pictures of " + std::to_string((sps.widthMinus1 + 1) * 16) + "x" +
+                   std::to_string((sps.heightMinus1 + 1) * 16) +
+                   " can't have a sequence parameter set of at most 9 bytes, which the key-frame "
+                   "layout needs");
   }
-  throw SimError(
-      "pictures of " + std::to_string((sps.widthMinus1 + 1) * 16) + "x" +
-      std::to_string((sps.heightMinus1 + 1) * 16) +
-      " can't have a sequence parameter set of exactly 9 bytes, which the key-frame layout needs");
+  rewritten.resize(kSpsBytes);
+  return rewritten;
 }
 
 }  // namespace quorvid::sim

@@ -4,8 +4,8 @@
 // are tried with that same unit, and the first that gives a picture takes over for good. When none
 // does, the unit is to blame and the decoder stays; those after it stay open and try each further
 // unit, until the decoder gives a picture again or one of them does. That holds for the first unit
-// as for any later one, so a device that fails in the middle of a stream is replaced at the next key
-// frame at the latest, and none of them is opened for each of many units. One thread.
+// as for any later one, so a device that fails in the middle of a stream is replaced at the next
+// key frame at the latest, and none of them is opened for each of many units. One thread.
 #ifndef QUORVID_PLATFORM_LINUX_DECODER_CHAIN_H
 #define QUORVID_PLATFORM_LINUX_DECODER_CHAIN_H
 
@@ -31,7 +31,8 @@ class DecoderChain {
   std::unique_ptr<PictureDecoder> current_;
   DecoderCandidates later_;
   H264ParameterSets sets_;
-  // Of the later candidates, while the current decoder gives no picture; null, too, when none opens.
+  // Of the later candidates, while the current decoder gives no picture; null, too, when none
+  // opens.
   std::unique_ptr<DecoderChain> fallback_;
   bool triedFallback_ = false;
 };

@@ -22,7 +22,7 @@ struct H264Sps {
   std::uint32_t orderCountType = 0;
   std::uint32_t referenceFrames = 0;
   std::uint32_t widthInMacroblocks = 0, heightInMacroblocks = 0;  // of a frame
-  bool framesOnly = true;      // else a picture may be a field
+  bool framesOnly = true;                                         // else a picture may be a field
   bool pairsInFrames = false;  // macroblocks of a frame come in pairs, one above the other (MBAFF)
   // Bit positions in the payload: of the flag that says whether usability information follows, and,
   // where it does, of the flag that says whether reordering limits follow (the last of all fields).

@@ -10,6 +10,7 @@
 #include "platform/linux/LibavDecoder.h"
 
 extern "C" {
+#include <libavutil/dict.h>
 #include <libavutil/hwcontext.h>
 }
 
@@ -47,11 +48,14 @@ bool isPlausible(AVHWDeviceType type) {
 AvBufferPtr openDevice(AVHWDeviceType type) {
   static std::atomic<std::uint32_t> failed{0};  // one bit for each kind
   const std::uint32_t bit = 1U << (static_cast<unsigned>(type) % 32);
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "connection_type", "drm", 0);  // no display; other kinds don't look at it
   AVBufferRef* device = nullptr;
   if ((failed.load(std::memory_order_relaxed) & bit) == 0 &&
-      av_hwdevice_ctx_create(&device, type, nullptr, nullptr, 0) < 0) {
+      av_hwdevice_ctx_create(&device, type, nullptr, options, 0) < 0) {
     failed.fetch_or(bit, std::memory_order_relaxed);
   }
+  av_dict_free(&options);
   return AvBufferPtr(device);
 }
 

@@ -106,6 +106,18 @@ TEST_F(DecoderChainTest, DamagedUnitIsNotBlamedOnTheDevice) {
   EXPECT_EQ(chain->name(), "first");
 }
 
+TEST_F(DecoderChainTest, UnitsWithoutPicturesOpenNoDecoderEach) {
+  Device first, second;
+  const auto chain = this->chain(first, second);
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_FALSE(decode(*chain, 1));  // of no use before a key frame
+  }
+  EXPECT_THAT(tried_, ElementsAre("first", "second"));
+  EXPECT_EQ(chain->name(), "first");
+  EXPECT_TRUE(decode(*chain, 5));
+  EXPECT_EQ(chain->name(), "software");
+}
+
 TEST_F(DecoderChainTest, SoftwareIsTheLastCandidateAndNoneIsNoChain) {
   EXPECT_EQ(decoderCandidates().back().name, "software");
   const auto sets = *H264ParameterSets::make(stream_.sps, stream_.pps);

@@ -37,8 +37,8 @@ Bytes withoutEscapes(Bytes bytes) {
 TEST(ParameterSetsTest, SetsOfRealEncodersAreTaken) {
   EXPECT_TRUE(accepted(kSps, kPps));
   EXPECT_TRUE(accepted(kSps, {0x68, 0xCE, 0x01, 0xAF, 0x20}));  // the lowest quantiser
-  // 3072 by 3072 pixels, the largest picture there is
-  EXPECT_TRUE(accepted({0x67, 0x42, 0xC0, 0x33, 0xDA, 0x00, 0xC0, 0x01, 0x81, 0x90}, kPps));
+  // 3072 by 3072 pixels, the largest picture there is, and as many for reference as it may have
+  EXPECT_TRUE(accepted({0x67, 0x42, 0xC0, 0x33, 0xD9, 0x80, 0x30, 0x00, 0x60, 0x64}, kPps));
   EXPECT_TRUE(accepted(changed(kSps, 0, 0x27), changed(kPps, 0, 0x28)));
   EXPECT_TRUE(accepted(kHigh, {0x68, 0xEB, 0xE3, 0xCB, 0x22, 0xC0}));
   for (const auto matrix : {test::TestMatrix::Bt601, test::TestMatrix::Bt709}) {
@@ -46,6 +46,20 @@ TEST(ParameterSetsTest, SetsOfRealEncodersAreTaken) {
         {.frames = 1, .mainProfile = true, .keepVui = true, .fullRange = true, .matrix = matrix});
     EXPECT_TRUE(accepted(stream.sps, stream.pps));
   }
+}
+
+TEST(ParameterSetsTest, ZerosThatFillThePlaceAreCutOff) {
+  for (const std::size_t zeros : {1U, 3U, 4000U}) {
+    Bytes sps = kSps, pps = kPps;
+    sps.resize(sps.size() + zeros);
+    pps.resize(pps.size() + zeros);
+    const auto padded = H264ParameterSets::make(sps, pps);
+    ASSERT_TRUE(padded) << zeros;
+    EXPECT_EQ(padded->avcRecord(), H264ParameterSets::make(kSps, kPps)->avcRecord());
+  }
+  Bytes sps = kSps;
+  sps.resize(4097);
+  EXPECT_FALSE(accepted(sps, kPps));
 }
 
 TEST(ParameterSetsTest, RecordHoldsBothSetsAndForbidsReordering) {
@@ -74,11 +88,14 @@ TEST(ParameterSetsTest, EachFaultIsFound) {
       {"reserved bits", changed(kSps, 2, 0xC1)},
       {"unknown level", changed(kSps, 3, 0x1F + 2)},
       {"cut short", Bytes(kSps.begin(), kSps.end() - 1)},
-      {"leftover byte", {0x67, 0x42, 0xC0, 0x1E, 0xDA, 0x02, 0x80, 0xF6, 0x40, 0x00}},
+      {"leftover byte", {0x67, 0x42, 0xC0, 0x1E, 0xDA, 0x02, 0x80, 0xF6, 0x40, 0x80}},
       {"closing bit missing", changed(kSps, 8, 0x00)},
       {"bits after the closing one", changed(kSps, 8, 0x41)},
       {"order count type 5", {0x67, 0x42, 0xC0, 0x1E, 0xCC, 0x80}},
       {"4096 by 4096 pixels", {0x67, 0x42, 0xC0, 0x33, 0xDA, 0x00, 0x40, 0x00, 0x20, 0x19}},
+      // 3072 by 3072 pixels as above, but 6 of them kept for reference
+      {"more reference than level 5.1",
+       {0x67, 0x42, 0xC0, 0x33, 0xD9, 0xC0, 0x30, 0x00, 0x60, 0x64}},
       {"start code inside", withoutEscapes(kHigh)}};
   for (const auto& [fault, sps] : faultySps) {
     EXPECT_FALSE(accepted(sps, kPps)) << fault;
@@ -89,7 +106,8 @@ TEST(ParameterSetsTest, EachFaultIsFound) {
       {"refers to another SPS", {0x68, 0xA3, 0x8F, 0x20}},
       {"two slice groups", {0x68, 0xC5, 0x8F, 0x20}},
       {"cut short", {0x68, 0xCE}},
-      {"leftover byte", {0x68, 0xCE, 0x3C, 0x80, 0x00}},
+      {"leftover byte", {0x68, 0xCE, 0x3C, 0x80, 0x80}},
+      {"nothing but padding", {0, 0, 0, 0}},
       {"quantiser out of range", {0x68, 0xCE, 0x01, 0xBF, 0x20}}};
   for (const auto& [fault, pps] : faultyPps) {
     EXPECT_FALSE(accepted(kSps, pps)) << fault;

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <ctime>
 #include <ostream>
 #include <random>
 
@@ -84,6 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
     Sizes, StreamTest,
     testing::Values(StreamCase{640, 480, false, TestMatrix::Unspecified, "ITU_R_601_4"},
                     StreamCase{1280, 720, false, TestMatrix::Unspecified, "ITU_R_709_2"},
+                    StreamCase{352, 288, false, TestMatrix::Unspecified, "ITU_R_601_4"},
                     StreamCase{352, 288, false, TestMatrix::Bt709, "ITU_R_709_2"},
                     StreamCase{704, 576, false, TestMatrix::Unspecified, "ITU_R_601_4"},
                     StreamCase{1280, 960, false, TestMatrix::Bt601, "ITU_R_601_4"},
@@ -120,6 +122,79 @@ TEST(DecoderTest, RestOfAnAccessUnitMayHoldSeveralUnits) {
   EXPECT_TRUE(decoded->feed(stream.frames[1].slice));
 }
 
+// Several slices a picture, macroblocks in pairs, a slice a packet.
+TEST(DecoderTest, PicturesOfSeveralSlicesShow) {
+  for (const char* const encoder :
+       {"slices=8", "slice-max-size=1200", "tff=1:slices=4", "bff=1:slice-max-mbs=40"}) {
+    const H264TestStream stream = encodeTestStream(
+        {.mainProfile = true, .keepVui = true, .bitRate = 20'000'000, .encoder = encoder});
+    const auto decoded = DecodedStream::make();
+    decoded->feedSets(stream);
+    for (std::size_t index = 0; index < stream.frames.size(); ++index) {
+      EXPECT_TRUE(decoded->feed(stream.frames[index].slice)) << encoder << ' ' << index;
+    }
+    EXPECT_GT(likeness(decoded->picture(), drawnPicture({}, 9)).y, 38) << encoder;
+    EXPECT_THAT(decoded->errors, IsEmpty());
+  }
+}
+
+// A unit of the bits after its header, closed with a 1.
+Bytes unitOf(std::uint8_t header, std::string bits) {
+  bits += '1';
+  bits.resize((bits.size() + 7) / 8 * 8, '0');
+  Bytes unit{header};
+  for (std::size_t at = 0; at < bits.size(); at += 8) {
+    unit.push_back(static_cast<std::uint8_t>(std::stoi(bits.substr(at, 8), nullptr, 2)));
+  }
+  return unit;
+}
+
+double processorSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+TEST(DecoderTest, ThousandSlicesOverTheWholePictureCostNothing) {
+  const auto decoded = DecodedStream::make();
+  decoded->feed({0x67, 0x42, 0xC0, 0x33, 0xDA, 0x00, 0xC0, 0x01, 0x81, 0x90});  // 3072x3072
+  decoded->feed({0x68, 0xCE, 0x3C, 0x80});
+  std::string grey =
+      "1"
+      "011"
+      "1"
+      "0000"
+      "1"
+      "00"
+      "1"
+      "010";  // a key slice from macroblock 0
+  for (int i = 0; i < 36864; ++i) {
+    grey += "00100111";
+  }
+  ASSERT_TRUE(decoded->feed(unitOf(0x65, grey)));
+  // From macroblock 1, skipping 36863.
+  const Bytes slice = unitOf(0x41,
+                             "010"
+                             "1"
+                             "1"
+                             "0001"
+                             "0"
+                             "0"
+                             "0"
+                             "1"
+                             "010"
+                             "0000000000000001001000000000000");
+  Bytes unit = slice;
+  for (int i = 1; i < 1000; ++i) {
+    const Bytes next = test::withStartCode(slice);
+    unit.insert(unit.end(), next.begin(), next.end());
+  }
+  const double before = processorSeconds();
+  EXPECT_FALSE(decoded->feed(unit));
+  EXPECT_LT(processorSeconds() - before, 0.5);
+  EXPECT_TRUE(decoded->feed(unitOf(0x65, grey)));
+}
+
 TEST(DecoderTest, LaterSetsOfAnotherSizeNeverReachTheSession) {
   const H264TestStream stream = encodeTestStream();
   const auto decoded = DecodedStream::make();
@@ -142,6 +217,28 @@ TEST(DecoderTest, DamagedPictureIsReportedAndNotShownAndTheNextKeyPictureIsWhole
                                            "IOS8VT: decode failed status=-12909(Bad data)"));
   EXPECT_TRUE(decoded->feed(stream.frames[5].slice));
   EXPECT_GT(likeness(decoded->picture(), drawnPicture({}, 5)).y, 40);
+}
+
+// The terminal is the host's: libavcodec has messages that no log level of a decoder holds back.
+TEST(DecoderTest, HostileUnitsPutNothingOnTheTerminal) {
+  std::mt19937 random(5);
+  testing::internal::CaptureStderr();
+  for (const char* const encoder : {"", "tff=1"}) {
+    const H264TestStream stream =
+        encodeTestStream({.frames = 2, .mainProfile = true, .keepVui = true, .encoder = encoder});
+    const auto decoded = DecodedStream::make();
+    decoded->feedSets(stream);
+    Bytes twice = stream.frames[0].slice;
+    const Bytes again = test::withStartCode(twice);
+    twice.insert(twice.end(), again.begin(), again.end());
+    decoded->feed(twice);
+    for (int i = 0; i < 200; ++i) {
+      Bytes damaged = stream.frames[static_cast<std::size_t>(i % 2)].slice;
+      damaged[random() % 30 + 1] = static_cast<std::uint8_t>(random());
+      decoded->feed(damaged);
+    }
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 // The scene with a patch at the lower right whose brightness tells pictures of a group apart.

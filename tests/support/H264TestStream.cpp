@@ -71,8 +71,9 @@ Context openEncoder(const TestStreamOptions& options) {
   void* const settings = context->priv_data;
   av_opt_set(settings, "profile", options.mainProfile ? "main" : "baseline", 0);
   av_opt_set(settings, "preset", "veryfast", 0);
-  av_opt_set(settings, "x264-params",
-             "slices=1:sliced-threads=0:no-psy=1:ref=1:weightp=0:scenecut=0:rc-lookahead=0", 0);
+  const std::string parameters =
+      "slices=1:sliced-threads=0:no-psy=1:ref=1:weightp=0:scenecut=0:rc-lookahead=0:";
+  av_opt_set(settings, "x264-params", (parameters + options.encoder).c_str(), 0);
   if (avcodec_open2(context.get(), codec, nullptr) < 0) {
     fail("libx264 does not open");
   }
@@ -132,9 +133,10 @@ void takePacket(const AVPacket& packet, const TestStreamOptions& options, H264Te
       stream.sps = options.keepVui ? unit : rewriteSps(unit, kSpsSize);
     } else if (type == 8) {
       stream.pps = unit;
-    } else if ((type == 1 || type == 5) && frame.slice.empty()) {
+    } else if (type == 1 || type == 5) {
       frame.isKey = type == 5;
-      frame.slice = unit;
+      const Bytes part = frame.slice.empty() ? unit : withStartCode(unit);
+      frame.slice.insert(frame.slice.end(), part.begin(), part.end());
     } else if (type != 6) {
       fail("an unexpected unit");
     }

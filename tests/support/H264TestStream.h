@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace quorvid::test {
@@ -30,6 +31,7 @@ struct TestStreamOptions {
   bool fullRange = false;
   TestMatrix matrix = TestMatrix::Unspecified;
   int bitRate = 2'000'000;
+  std::string encoder = {};  // further settings of libx264, "name=value:..."; may ask for slices
   // Draws picture `index`; empty: drawTestScene().
   std::function<void(TestPicture& picture, int index)> draw = {};
 };
@@ -37,7 +39,8 @@ struct TestStreamOptions {
 struct H264TestStream {
   struct Frame {
     bool isKey = false;
-    std::vector<std::uint8_t> slice;  // NAL header first, no start code
+    // NAL header first, no start code; further slices of the picture follow with theirs.
+    std::vector<std::uint8_t> slice;
   };
   std::vector<std::uint8_t> sps, pps;  // the same
   std::vector<Frame> frames;

@@ -1,5 +1,7 @@
 #include "support/SpsRewriter.h"
 
+#include <algorithm>
+
 namespace quorvid::test {
 namespace {
 
@@ -85,7 +87,7 @@ Bytes unitOf(std::uint8_t header, Bits bits) {
 // Fields in order: profile, constraints, level (24 bits), id, frame number length, order count type
 // (0: and its length), reference frames, gaps allowed, width, height, frames only, 8x8 inference,
 // cropping, VUI.
-Bytes withoutVui(const Bytes& sps, unsigned extraReferences) {
+Bytes withoutVui(const Bytes& sps) {
   Copier copier(bitsOfPayload(sps));
   copier.fixed(24);
   copier.golomb();
@@ -93,7 +95,7 @@ Bytes withoutVui(const Bytes& sps, unsigned extraReferences) {
   if (copier.golomb() == 0) {
     copier.golomb();
   }
-  copier.writeGolomb(copier.readGolomb() + extraReferences);
+  copier.golomb();
   copier.fixed(1);
   copier.golomb();
   copier.golomb();
@@ -105,13 +107,9 @@ Bytes withoutVui(const Bytes& sps, unsigned extraReferences) {
 }  // namespace
 
 Bytes rewriteSps(const Bytes& sps, std::size_t size) {
-  for (unsigned extra = 0; extra < 15; ++extra) {
-    Bytes rewritten = withoutVui(sps, extra);
-    if (rewritten.size() == size) {
-      return rewritten;
-    }
-  }
-  return {};
+  Bytes rewritten = withoutVui(sps);
+  rewritten.resize(std::max(rewritten.size(), size));
+  return rewritten;
 }
 
 }  // namespace quorvid::test

@@ -7,8 +7,8 @@
 
 namespace quorvid::test {
 
-// sps: NAL header included, no start code, no cropping. Drops the VUI and raises the number of
-// reference frames until the unit has `size` bytes; empty when no number does.
+// sps: NAL header included, no start code, no cropping. Drops the VUI; zeros fill the unit up to
+// `size` bytes.
 std::vector<std::uint8_t> rewriteSps(const std::vector<std::uint8_t>& sps, std::size_t size);
 
 }  // namespace quorvid::test
