@@ -11,12 +11,12 @@ constexpr std::uint32_t kMostSlices = 128;
 // In skipped macroblocks of a P slice with samples of 8 bits, two chroma samples for four of luma:
 // about 0.4 microseconds each.
 constexpr std::uint64_t kMostWork = 600'000;
-// One with sixteen motion vectors takes four times as long, and at least two bits.
-constexpr std::uint64_t kVectorsWork = 3;
+// One with sixteen motion vectors takes five times as long, and at least two bits.
+constexpr std::uint64_t kVectorsWork = 4;
 constexpr std::uint64_t kMostVectorsInAByte = 4;
 constexpr std::uint64_t kIntraWork = 2;
 // Skipped ones of a B slice already have up to 32 vectors.
-constexpr std::uint64_t kBothWaysWork = 8;
+constexpr std::uint64_t kBothWaysWork = 10;
 
 }  // namespace
 

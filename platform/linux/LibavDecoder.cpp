@@ -69,6 +69,9 @@ bool LibavDecoder::configure(const LibavDecoderSetup& setup, const H264Parameter
   context_->log_level_offset = kQuieter;
   context_->thread_count = 1;
   context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
+  // Lost macroblocks are taken from the picture before, and mark the picture as damaged. Guessing
+  // their motion costs up to five times the decoding of the picture, which isn't shown.
+  context_->error_concealment = FF_EC_FAVOR_INTER;
   context_->max_pixels = kLargestPictureInMacroblocks * kPixelsOfMacroblock;
   if (setup.device != nullptr) {
     context_->hw_device_ctx = av_buffer_ref(setup.device);

@@ -2,6 +2,7 @@
 #include "quorvid/decoder/H264HwDecoderImpl.h"
 
 #include <gmock/gmock.h>
+#include <malloc.h>
 
 #include "decoder/RecordingDecompression.h"
 
@@ -186,6 +187,20 @@ TEST_F(H264HwDecoderTest, EqualSetIsKeptAndADifferentOneReplacesIt) {
   feed("\x67SE");
   feed("\x65");
   EXPECT_EQ(recording().spsBytes, "\x67SE");
+}
+
+TEST_F(H264HwDecoderTest, SetsThatReplaceOneAnotherTakeNoFurtherMemory) {
+  const auto held = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+  const std::size_t before = held();
+  for (int i = 0; i < 400; ++i) {
+    for (const char header : {'\x67', '\x68'}) {
+      std::string set(static_cast<std::size_t>(131068 - i % 7), static_cast<char>(i));
+      set[0] = header;
+      feed(set);
+      recording().log.clear();
+    }
+  }
+  EXPECT_LT(held(), before + 400'000);  // 2 sets, against 800
 }
 
 }  // namespace

@@ -33,18 +33,19 @@ std::uint32_t taken(const H264Sps& sps, H264SliceType type, std::uint32_t step, 
 TEST(WorkBoundsTest, PicturesOfHonestEncodersAreTaken) {
   EXPECT_EQ(taken(stream(192, 192), B, 36864, 131'000), 1U);  // one slice, whatever it holds
   EXPECT_EQ(taken(stream(120, 68), I, 120, 1'500), 68U);      // one a row of 1080 lines
-  EXPECT_EQ(taken(stream(120, 68), P, 120, 300), 68U);
+  EXPECT_EQ(taken(stream(120, 68), P, 120, 250), 68U);
   EXPECT_EQ(taken(stream(80, 60), I, 44, 1'200), 110U);  // cut for network packets
-  EXPECT_EQ(taken(stream(80, 60), P, 80, 1'200), 60U);
+  EXPECT_EQ(taken(stream(80, 60), P, 120, 1'200), 40U);
   EXPECT_EQ(taken(stream(40, 135), P, 40, 100), 135U);  // one a row, and more than 128
 }
 
 TEST(WorkBoundsTest, NoMoreWorkThanAQuarterOfASecondIsTaken) {
   EXPECT_EQ(taken(stream(40, 30), P, 1, 10), 128U);
   EXPECT_EQ(taken(stream(192, 192), P, 1, 10), 16U);
-  EXPECT_EQ(taken(stream(192, 192), P, 1, 10'000), 4U);
+  EXPECT_EQ(taken(stream(192, 192), P, 1, 10'000), 3U);
   EXPECT_EQ(taken(stream(192, 192), I, 1, 10), 8U);
-  EXPECT_EQ(taken(stream(192, 192), B, 1, 10), 2U);
+  EXPECT_EQ(taken(stream(192, 192), B, 1, 10), 1U);
+  EXPECT_EQ(taken(stream(80, 60), B, 1, 10), 12U);
   H264Sps deep = stream(192, 192);
   deep.bitDepth = 10;
   EXPECT_EQ(taken(deep, P, 1, 10), 8U);
