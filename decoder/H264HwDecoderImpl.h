@@ -6,7 +6,9 @@
 // The first unit that is no parameter set builds the decompression session from the sets stored by
 // then. That session stays for good: later sets are stored and never reach it, so a stream that
 // changes its size needs a new decoder. Pictures are 1280 by 960 "420v" whatever the stream's size.
-// Errors are logged and swallowed.
+// Errors are logged and swallowed. Zeros that fill the place of a shorter parameter set are taken.
+// A unit whose slices could hold the thread for longer than about a quarter of a second, or a set
+// whose pictures or reference pictures are larger than level 5.1 allows, is refused.
 //
 // Memory: at most one parameter set of each kind is held, each of up to 131068 bytes; a set that a
 // different one replaces is released. Sets, format description and session go with the decoder.
