@@ -1,5 +1,7 @@
 #include "quorvid/platform/PixelBuffer.h"
 
+#include <sys/mman.h>
+
 #include <array>
 #include <atomic>
 #include <cstdlib>
@@ -15,18 +17,34 @@ namespace {
 constexpr std::size_t kAlignment = 64;
 constexpr std::size_t kLargestSide = 16384;
 constexpr std::size_t kLongestRow = 4 * kLargestSide;
+constexpr std::size_t kMappedFrom = 1 << 20;
 
 constexpr std::size_t roundUp(std::size_t bytes) {
   return (bytes + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 struct FreeBytes {
-  void operator()(std::uint8_t* bytes) const { std::free(bytes); }
+  std::size_t mapped = 0;  // 0: from the heap
+  void operator()(std::uint8_t* bytes) const {
+    if (mapped != 0) {
+      ::munmap(bytes, mapped);
+    } else {
+      std::free(bytes);
+    }
+  }
 };
 using PictureBytes = std::unique_ptr<std::uint8_t[], FreeBytes>;
 
+// Large pictures are mapped: the allocator stops doing that by itself once a first one was freed,
+// and from then on their memory would stay with the heap, as holes among small blocks.
 PictureBytes allocateBytes(std::size_t size) {
-  return PictureBytes(static_cast<std::uint8_t*>(std::aligned_alloc(kAlignment, roundUp(size))));
+  if (size < kMappedFrom) {
+    return PictureBytes(static_cast<std::uint8_t*>(std::aligned_alloc(kAlignment, roundUp(size))));
+  }
+  void* const bytes =
+      ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return bytes == MAP_FAILED ? PictureBytes()
+                             : PictureBytes(static_cast<std::uint8_t*>(bytes), FreeBytes{size});
 }
 
 struct Plane {

@@ -1,7 +1,13 @@
 // Pixel buffers, and frames of every format on their way into one.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstring>
+#include <fstream>
+#include <memory>
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include "platform/linux/PictureConverter.h"
 #include "quorvid/platform/PixelBuffer.h"
@@ -48,6 +54,31 @@ TEST(PixelBufferTest, ImpossiblePicturesAreRefused) {
     EXPECT_EQ(CVPixelBufferCreate(width, height, format, row, &buffer), kCVReturnInvalidArgument);
     EXPECT_EQ(buffer, nullptr);
   }
+}
+
+std::size_t residentBytes() {
+  std::size_t whole = 0;
+  std::size_t resident = 0;
+  std::ifstream("/proc/self/statm") >> whole >> resident;
+  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// With a small block behind each, which stays: the heap would keep what lies between those.
+TEST(PixelBufferTest, LargePicturesGoBackToTheSystem) {
+  constexpr std::size_t kBytes = 1280 * 960 * 3 / 2;
+  std::vector<std::unique_ptr<std::string>> small;
+  std::vector<CVPixelBufferRef> buffers(20);
+  const std::size_t before = residentBytes();
+  for (int round = 0; round < 2; ++round) {
+    for (CVPixelBufferRef& buffer : buffers) {
+      ASSERT_EQ(CVPixelBufferCreate(1280, 960, k420v, 0, &buffer), kCVReturnSuccess);
+      std::memset(CVPixelBufferGetBaseAddressOfPlane(buffer, 0), 1, kBytes);
+      small.push_back(std::make_unique<std::string>(100, ' '));
+    }
+    EXPECT_GT(residentBytes(), before + 19 * kBytes);
+    for (CVPixelBufferRef buffer : buffers) CVPixelBufferRelease(buffer);
+  }
+  EXPECT_LT(residentBytes(), before + 2 * kBytes);
 }
 
 struct FrameCase {
