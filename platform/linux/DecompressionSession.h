@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/linux/DecoderChain.h"
+#include "platform/linux/H264WorkBounds.h"
 #include "platform/linux/PictureConverter.h"
 #include "quorvid/platform/VideoDecompression.h"
 
@@ -31,9 +32,11 @@ class VTDecompressionSession {
 
  private:
   OSStatus makePicture(std::span<const std::uint8_t> sample, CVPixelBufferRef& picture);
+  DecodedPicture decodeTimed();
 
   std::unique_ptr<DecoderChain> decoder_;
   H264Sps stream_;
+  std::uint64_t mostWork_ = kWorkOfHonestUnits;  // until a unit took too long
   PictureConverter converter_;
   VTDecompressionOutputCallbackRecord callback_;
   std::vector<std::uint8_t> packet_;

@@ -39,8 +39,8 @@ void append(Unit unit, std::vector<std::uint8_t>& packet) {
 // Takes the units of one sample.
 class Repacker {
  public:
-  Repacker(const H264Sps& stream, std::vector<std::uint8_t>& packet)
-      : stream_(stream), bounds_(stream), packet_(packet) {}
+  Repacker(const H264Sps& stream, std::uint64_t mostWork, std::vector<std::uint8_t>& packet)
+      : stream_(stream), bounds_(stream, mostWork), packet_(packet) {}
 
   H264UnitKind take(Unit unit) {
     const int type = unit[0] & 0x1F;
@@ -66,13 +66,13 @@ class Repacker {
 
 }  // namespace
 
-H264UnitKind repackH264Sample(Unit sample, const H264Sps& stream,
+H264UnitKind repackH264Sample(Unit sample, const H264Sps& stream, std::uint64_t mostWork,
                               std::vector<std::uint8_t>& packet) {
   packet.clear();
   if (sample.size() <= kPrefixSize || prefixOf(sample) != sample.size() - kPrefixSize) {
     return H264UnitKind::Damaged;
   }
-  Repacker repacker(stream, packet);
+  Repacker repacker(stream, mostWork, packet);
   H264UnitKind kind = H264UnitKind::Nothing;
   for (Unit rest = sample.subspan(kPrefixSize); !rest.empty();) {
     const auto code = std::search(rest.begin(), rest.end(), kStartCode.begin(), kStartCode.end());

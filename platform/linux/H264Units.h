@@ -21,9 +21,9 @@ enum class H264UnitKind : std::uint8_t {
 // hands over the rest of an access unit as one has start codes inside, which a single unit can't
 // contain: there the unit is taken apart, so that pictures of several slices come out whole.
 // `packet` gets the slices and SEI units, each with its length in front; parameter sets inside are
-// left out, the session keeps its own.
+// left out, the session keeps its own. mostWork: see H264WorkBounds.h.
 H264UnitKind repackH264Sample(std::span<const std::uint8_t> sample, const H264Sps& stream,
-                              std::vector<std::uint8_t>& packet);
+                              std::uint64_t mostWork, std::vector<std::uint8_t>& packet);
 
 }  // namespace quorvid
 

@@ -8,10 +8,8 @@ namespace {
 // Encoders that cut slices at the size of a network packet come to about 110 of them in the largest
 // unit.
 constexpr std::uint32_t kMostSlices = 128;
-// In skipped macroblocks of a P slice with samples of 8 bits, two chroma samples for four of luma:
-// about 0.4 microseconds each.
-constexpr std::uint64_t kMostWork = 600'000;
-// One with sixteen motion vectors takes five times as long, and at least two bits.
+constexpr std::uint64_t kMostMacroblocks = 1'500'000;
+// One with sixteen motion vectors takes five times as long as a skipped one, and at least two bits.
 constexpr std::uint64_t kVectorsWork = 4;
 constexpr std::uint64_t kMostVectorsInAByte = 4;
 constexpr std::uint64_t kIntraWork = 2;
@@ -57,9 +55,10 @@ bool H264WorkBounds::take(const H264SliceHeader& slice, std::size_t size) {
     return false;
   }
   last_ = slice;
+  macroblocks_ += end - first;
   work_ += workOf(slice.type, end - first, size);
   return ++slices_ <= std::max(kMostSlices, stream_.heightInMacroblocks) &&
-         (slices_ == 1 || work_ <= kMostWork);
+         (slices_ == 1 || (work_ <= mostWork_ && macroblocks_ <= kMostMacroblocks));
 }
 
 }  // namespace quorvid
