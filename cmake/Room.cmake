@@ -1,18 +1,13 @@
-# A room is a static library of position-independent objects. The shared library links every room
-# whole; tests link the archives, so that a test may stand in for a whole platform module.
+# A room is a static library of position-independent objects. The shared libraries take whole rooms;
+# tests link the archives, so that a test may stand in for one source file of a room.
 #
-#   quorvid_room(NAME SOURCES a.cpp ... [PUBLIC_HEADERS X.h ...] [INSTALL_AS platform])
+#   quorvid_room(NAME SOURCES a.cpp ... [LINKS library ...])
+#
+# What is public is a place, not a list: include/quorvid.
 function(quorvid_room name)
-  cmake_parse_arguments(ROOM "" "INSTALL_AS" "SOURCES;PUBLIC_HEADERS" ${ARGN})
+  cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS" ${ARGN})
   add_library(quorvid_${name} STATIC ${ROOM_SOURCES})
   target_include_directories(quorvid_${name} PUBLIC ${PROJECT_SOURCE_DIR}/include
                                                     ${PROJECT_SOURCE_DIR})
-  if(ROOM_PUBLIC_HEADERS)
-    set(folder ${name})
-    if(ROOM_INSTALL_AS)
-      set(folder ${ROOM_INSTALL_AS})
-    endif()
-    install(FILES ${ROOM_PUBLIC_HEADERS}
-            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quorvid/${folder})
-  endif()
+  target_link_libraries(quorvid_${name} PUBLIC ${ROOM_LINKS})
 endfunction()

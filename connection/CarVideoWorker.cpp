@@ -4,10 +4,10 @@
 
 #include "connection/Pause.h"
 #include "connection/TagWindow.h"
-#include "connection/VehicleConnection.h"
 #include "connection/VideoRequest.h"
 #include "connection/VideoWorker.h"
 #include "connection/WireRecord.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

@@ -6,7 +6,7 @@
 #include "connection/SharedValue.h"
 #include "connection/Socket.h"
 #include "connection/TagWindow.h"
-#include "connection/VehicleConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

@@ -4,14 +4,13 @@
 //  | itemLen | blk64 | blkA32 | blkB32 | numA | numB | byteA | byteB | byteC | blk9 | blk128 | more
 //
 // itemLen counts the whole record. From 284 on, itemLen - 280 more bytes follow, which are skipped.
-#ifndef QUORVID_CONNECTION_DEVICERECORD_H
-#define QUORVID_CONNECTION_DEVICERECORD_H
+#pragma once
 
 #include <array>
 #include <cstdint>
 
 #include "connection/ReplyHeader.h"
-#include "connection/VehicleConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 
@@ -28,5 +27,3 @@ bool readDeviceRecord(int32_t fd, DevInfoItem& item);
 bool skipExtraBytes(int32_t fd, const DevInfoItem& item, DeviceScratch& scratch);
 
 }  // namespace quorvid
-
-#endif

@@ -1,5 +1,5 @@
 // The table and the count that a host and its GPS poller share.
-#include "connection/VehicleConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 DevInfoItem myDevInfoItemsForGPS[200];
 int32_t carCount;

@@ -2,8 +2,7 @@
 //
 // Half an account or device name would ask for somebody else's stream, so a text that does not fit
 // ends the process (abort) after one line on standard error.
-#ifndef QUORVID_CONNECTION_FIXEDTEXT_H
-#define QUORVID_CONNECTION_FIXEDTEXT_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -22,5 +21,3 @@ void copyText(char (&field)[Width], const char* text, const char* name) {
 void formatChannel(char (&digits)[2], int32_t channel);
 
 }  // namespace quorvid
-
-#endif

@@ -3,9 +3,9 @@
 #include <cstdio>
 
 #include "connection/Pause.h"
-#include "connection/VehicleConnection.h"
 #include "connection/VideoRequest.h"
 #include "connection/VideoWorker.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

@@ -10,8 +10,8 @@
 #include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
 #include "connection/SharedValue.h"
-#include "connection/VehicleConnection.h"
 #include "connection/WatchedSocket.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

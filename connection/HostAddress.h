@@ -1,7 +1,6 @@
 // HostAddress: the address that a host name stands for. Any thread; may block for as long as the
 // name service does.
-#ifndef QUORVID_CONNECTION_HOSTADDRESS_H
-#define QUORVID_CONNECTION_HOSTADDRESS_H
+#pragma once
 
 #include <netinet/in.h>
 
@@ -12,5 +11,3 @@ namespace quorvid {
 int resolveFirstAddress(const char* host, in_addr& address);
 
 }  // namespace quorvid
-
-#endif

@@ -1,6 +1,5 @@
 // NowTime: the time text of a diagnostic.
-#ifndef QUORVID_CONNECTION_NOWTIME_H
-#define QUORVID_CONNECTION_NOWTIME_H
+#pragma once
 
 namespace quorvid {
 
@@ -9,5 +8,3 @@ namespace quorvid {
 extern "C" char* getNowTime(void);
 
 }  // namespace quorvid
-
-#endif

@@ -1,6 +1,5 @@
 // Pause: the fixed pauses of the workers.
-#ifndef QUORVID_CONNECTION_PAUSE_H
-#define QUORVID_CONNECTION_PAUSE_H
+#pragma once
 
 #include <chrono>
 
@@ -11,5 +10,3 @@ namespace quorvid {
 void pauseFor(std::chrono::milliseconds time);
 
 }  // namespace quorvid
-
-#endif

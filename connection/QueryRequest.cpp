@@ -6,8 +6,8 @@
 
 #include "connection/FixedText.h"
 #include "connection/RequestProfile.h"
-#include "connection/VehicleConnection.h"
 #include "connection/WireRecord.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

@@ -3,8 +3,7 @@
 // Any thread; nothing is kept. Builders fill len bytes at out, senders use a connected socket once,
 // right after connecting. Mind the order: the relay sender takes timestamp before carId, its
 // builder carId first.
-#ifndef QUORVID_CONNECTION_QUERYREQUEST_H
-#define QUORVID_CONNECTION_QUERYREQUEST_H
+#pragma once
 
 #include <cstdint>
 
@@ -30,5 +29,3 @@ int32_t SendRequestGetRelayForCar(int32_t socket, int32_t channel, const char* a
 }  // extern "C"
 
 }  // namespace quorvid
-
-#endif

@@ -6,8 +6,8 @@
 #include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
 #include "connection/TagWindow.h"
-#include "connection/VehicleConnection.h"
 #include "connection/WatchedSocket.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

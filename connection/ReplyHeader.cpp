@@ -6,7 +6,7 @@
 #include <array>
 
 #include "connection/TagWindow.h"
-#include "connection/VehicleConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

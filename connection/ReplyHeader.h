@@ -5,8 +5,7 @@
 //
 // Every field is acted on as soon as it is read; one that is wrong or does not arrive whole fails.
 // A relay's reply has no itemCount: its last 104 bytes are all skipped.
-#ifndef QUORVID_CONNECTION_REPLYHEADER_H
-#define QUORVID_CONNECTION_REPLYHEADER_H
+#pragma once
 
 #include <cstdint>
 
@@ -34,5 +33,3 @@ bool readReplyStart(int32_t fd, int32_t& replyLen);
 bool readListHeader(int32_t fd, int32_t& itemCount);
 
 }  // namespace quorvid
-
-#endif

@@ -1,6 +1,5 @@
 // RequestProfile: the socket options that every request is sent under.
-#ifndef QUORVID_CONNECTION_REQUESTPROFILE_H
-#define QUORVID_CONNECTION_REQUESTPROFILE_H
+#pragma once
 
 #include <cstdint>
 
@@ -12,5 +11,3 @@ namespace quorvid {
 void applyRequestProfile(int32_t socket);
 
 }  // namespace quorvid
-
-#endif

@@ -1,6 +1,5 @@
 // ServerConnection: opening a TCP connection to a server.
-#ifndef QUORVID_CONNECTION_SERVERCONNECTION_H
-#define QUORVID_CONNECTION_SERVERCONNECTION_H
+#pragma once
 
 #include <cstdint>
 
@@ -12,5 +11,3 @@ namespace quorvid {
 extern "C" int32_t ConnectToServer(const char* host, int32_t port);
 
 }  // namespace quorvid
-
-#endif

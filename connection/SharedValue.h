@@ -1,8 +1,7 @@
 // SharedValue: flags and numbers that a worker and its host share without a lock.
 //
 // The writer's last store releases what it wrote before; a reader that acquires it sees all of it.
-#ifndef QUORVID_CONNECTION_SHAREDVALUE_H
-#define QUORVID_CONNECTION_SHAREDVALUE_H
+#pragma once
 
 #include <atomic>
 #include <cstdint>
@@ -21,5 +20,3 @@ void publish(T* place, std::type_identity_t<T> value) {
 }
 
 }  // namespace quorvid
-
-#endif

@@ -1,8 +1,7 @@
 // Socket: the handle that a call owns its connection by; closed with its owner.
 //
 // Descriptors of 0 and below mean "not connected".
-#ifndef QUORVID_CONNECTION_SOCKET_H
-#define QUORVID_CONNECTION_SOCKET_H
+#pragma once
 
 #include <cstdint>
 
@@ -27,5 +26,3 @@ class Socket {
 };
 
 }  // namespace quorvid
-
-#endif

@@ -13,7 +13,7 @@
 #include <csignal>
 #include <ctime>
 
-#include "connection/VehicleConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

@@ -1,6 +1,5 @@
 // SocketIO: the two ways of writing that never raise SIGPIPE. readn and writen are public.
-#ifndef QUORVID_CONNECTION_SOCKETIO_H
-#define QUORVID_CONNECTION_SOCKETIO_H
+#pragma once
 
 #include <sys/types.h>
 
@@ -13,5 +12,3 @@ namespace quorvid {
 ssize_t writeOnce(int32_t fd, const void* data, size_t size);
 
 }  // namespace quorvid
-
-#endif

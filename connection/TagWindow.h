@@ -2,8 +2,7 @@
 // for.
 //
 // A search reads byte by byte, so a tag is found behind any garbage, also inside it.
-#ifndef QUORVID_CONNECTION_TAGWINDOW_H
-#define QUORVID_CONNECTION_TAGWINDOW_H
+#pragma once
 
 #include <cstdint>
 
@@ -18,5 +17,3 @@ void shiftIntoWindow(uint8_t* window, uint8_t byte);
 bool windowHolds(const uint8_t* window, const char* tag);
 
 }  // namespace quorvid
-
-#endif

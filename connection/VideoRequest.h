@@ -3,8 +3,7 @@
 // Any thread; nothing is kept. Builders fill len bytes at out, senders use a connected socket once,
 // right after connecting. Mind the order: senders take timestamp before carId, builders carId
 // first.
-#ifndef QUORVID_CONNECTION_VIDEOREQUEST_H
-#define QUORVID_CONNECTION_VIDEOREQUEST_H
+#pragma once
 
 #include <cstdint>
 
@@ -31,5 +30,3 @@ int32_t SendRequestForCar(int32_t socket, int32_t channel, const char* acc, cons
 }  // extern "C"
 
 }  // namespace quorvid
-
-#endif

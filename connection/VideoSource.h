@@ -1,8 +1,7 @@
 // VideoSource: the context record of one call of a video worker.
 //
 // Touched by the worker's thread only. Texts are borrowed from the caller of the worker.
-#ifndef QUORVID_CONNECTION_VIDEOSOURCE_H
-#define QUORVID_CONNECTION_VIDEOSOURCE_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -40,5 +39,3 @@ void FreeVideoSource(VideoSource* source);
 }  // extern "C"
 
 }  // namespace quorvid
-
-#endif

@@ -8,7 +8,7 @@
 #include "connection/Pause.h"
 #include "connection/ServerConnection.h"
 #include "connection/SharedValue.h"
-#include "connection/VehicleConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

@@ -4,8 +4,7 @@
 // One object a call, on the calling thread. Frames go through a slot for one: a consumer that does
 // not take a frame within half a second loses it to the next. A peer that closed in order is not
 // told apart from one that sends nothing; such turns only pause, so that they cost nothing.
-#ifndef QUORVID_CONNECTION_VIDEOWORKER_H
-#define QUORVID_CONNECTION_VIDEOWORKER_H
+#pragma once
 
 #include <array>
 #include <chrono>
@@ -90,5 +89,3 @@ class VideoWorker {
 };
 
 }  // namespace quorvid
-
-#endif

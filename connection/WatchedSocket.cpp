@@ -6,7 +6,7 @@
 #include <mutex>
 #include <utility>
 
-#include "connection/VehicleConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {

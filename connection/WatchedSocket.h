@@ -6,8 +6,7 @@
 // this room: without it a shutdown could hit a descriptor that the worker has closed meanwhile and
 // somebody else has opened. It is held for steps that never wait, and by the worker only where a
 // connection begins or ends.
-#ifndef QUORVID_CONNECTION_WATCHEDSOCKET_H
-#define QUORVID_CONNECTION_WATCHEDSOCKET_H
+#pragma once
 
 #include <atomic>
 #include <cstdint>
@@ -46,5 +45,3 @@ class WatchedSocket {
 };
 
 }  // namespace quorvid
-
-#endif

@@ -2,8 +2,7 @@
 //
 // Integers are read and written straight from and into host integers, so the host must be
 // little-endian as the wire is.
-#ifndef QUORVID_CONNECTION_WIRERECORD_H
-#define QUORVID_CONNECTION_WIRERECORD_H
+#pragma once
 
 #include <algorithm>
 #include <bit>
@@ -31,5 +30,3 @@ inline int32_t following(int32_t number) {
 }
 
 }  // namespace quorvid
-
-#endif

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "quorvid/platform/Log.h"
-#include "quorvid/platform/VideoDecompression.h"
+#include "port/VideoDecompression.h"
+#include "quorvid/base/Log.h"
 
 namespace quorvid {
 namespace {

@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "quorvid/platform/Embedding.h"
 #include "quorvid/session/UIFleetLiveView.h"
+#include "quorvid/view/ViewHost.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "quorvid/platform/Window.h"
 #include "quorvid/session/UIFleetLiveView.h"
+#include "quorvid/view/Window.h"
 
 int main(int argc, char** argv) {
   if (argc != 5) return std::cerr << "usage: live_view HOST PORT DEVICE CHANNEL\n", 2;

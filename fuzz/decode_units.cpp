@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "quorvid/base/Log.h"
 #include "quorvid/decoder/H264HwDecoderImpl.h"
-#include "quorvid/platform/Log.h"
 
 namespace {
 

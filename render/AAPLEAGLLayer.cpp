@@ -5,9 +5,11 @@
 #include <array>
 #include <cstring>
 
-#include "quorvid/platform/HostContext.h"
-#include "quorvid/platform/Log.h"
-#include "quorvid/platform/Screen.h"
+#include "port/EAGLContext.h"
+#include "port/HostContext.h"
+#include "port/TextureCache.h"
+#include "quorvid/base/Log.h"
+#include "quorvid/view/Screen.h"
 
 namespace quorvid {
 namespace {

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "quorvid/platform/Log.h"
+#include "quorvid/base/Log.h"
 #include "quorvid/render/AAPLEAGLLayer.h"
 #include "render/TextFile.h"
 

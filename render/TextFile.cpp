@@ -6,7 +6,7 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/Utf8.h"
+#include "base/Utf8.h"
 
 namespace quorvid {
 namespace {

@@ -1,10 +1,9 @@
 // Reads a text file that is named by a file URL. Any thread.
-#ifndef QUORVID_RENDER_TEXT_FILE_H
-#define QUORVID_RENDER_TEXT_FILE_H
+#pragma once
 
 #include <string>
 
-#include "quorvid/platform/Text.h"
+#include "quorvid/base/Text.h"
 
 namespace quorvid {
 
@@ -14,5 +13,3 @@ namespace quorvid {
 std::string readTextFile(const Text& url, std::string& text);
 
 }  // namespace quorvid
-
-#endif

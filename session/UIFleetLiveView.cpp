@@ -3,8 +3,8 @@
 #include <exception>
 #include <utility>
 
-#include "quorvid/platform/Clock.h"
-#include "quorvid/platform/Log.h"
+#include "base/Clock.h"
+#include "quorvid/base/Log.h"
 
 namespace quorvid {
 namespace {

@@ -5,11 +5,11 @@
 #include <string>
 #include <utility>
 
+#include "base/Clock.h"
+#include "base/Exception.h"
+#include "base/Thread.h"
+#include "quorvid/base/Log.h"
 #include "quorvid/connection/VehicleConnection.h"
-#include "quorvid/platform/Clock.h"
-#include "quorvid/platform/Exception.h"
-#include "quorvid/platform/Log.h"
-#include "quorvid/platform/Thread.h"
 
 namespace quorvid {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "apps/quorvid/Commands.h"
+#include "apps/common/Commands.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "sim/Encoder.h"
 #include "sim/Faults.h"
+#include "sim/media/Encoder.h"
 
 namespace quorvid::sim {
 

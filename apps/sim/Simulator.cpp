@@ -3,8 +3,8 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 
-#include "sim/QueryConnection.h"
-#include "sim/StreamConnection.h"
+#include "sim/net/QueryConnection.h"
+#include "sim/net/StreamConnection.h"
 
 namespace quorvid::sim {
 

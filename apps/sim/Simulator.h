@@ -4,8 +4,8 @@
 #include <asio/signal_set.hpp>
 #include <string>
 
-#include "sim/Listener.h"
-#include "sim/LoopStore.h"
+#include "sim/media/LoopStore.h"
+#include "sim/net/Listener.h"
 
 namespace quorvid::sim {
 

@@ -1,11 +1,11 @@
-#include "apps/quorvid/DeviceTable.h"
+#include "apps/quorvid/query/DeviceTable.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "apps/quorvid/TerminalText.h"
+#include "apps/common/TerminalText.h"
 
 namespace quorvid::app {
 namespace {

@@ -1,5 +1,5 @@
 // What a recording does with parameter sets that no file can begin with, and at its limits.
-#include "apps/quorvid/FrameRecorder.h"
+#include "apps/quorvid/record/FrameRecorder.h"
 
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>

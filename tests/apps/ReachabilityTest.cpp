@@ -1,5 +1,5 @@
 // Names as the library resolves them, with a name service of the test's own.
-#include "apps/quorvid/Reachability.h"
+#include "apps/common/Reachability.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "apps/quorvid/StallWatch.h"
+#include "apps/quorvid/view/StallWatch.h"
 
 #include <gtest/gtest.h>
 

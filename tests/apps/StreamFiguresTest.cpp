@@ -1,4 +1,4 @@
-#include "apps/quorvid/StreamFigures.h"
+#include "apps/quorvid/probe/StreamFigures.h"
 
 #include <gtest/gtest.h>
 

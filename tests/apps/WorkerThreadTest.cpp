@@ -1,5 +1,5 @@
 // The signals of the tools' threads.
-#include "apps/quorvid/WorkerThread.h"
+#include "apps/common/WorkerThread.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
 // A server on loopback that a test drives by hand, the consumer's side of a video worker, and the
 // bytes of replies.
-#ifndef QUORVID_TESTS_CONNECTION_TESTSERVER_H
-#define QUORVID_TESTS_CONNECTION_TESTSERVER_H
+#pragma once
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -193,5 +192,3 @@ inline bool holdsRecord(const DevInfoItem& item, const std::string& wire) {
 }
 
 }  // namespace quorvid::test
-
-#endif

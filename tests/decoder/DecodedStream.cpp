@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "quorvid/platform/Log.h"
+#include "quorvid/base/Log.h"
 
 namespace quorvid::test {
 namespace {

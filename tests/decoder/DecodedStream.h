@@ -1,6 +1,5 @@
 // The decoder with a delegate that keeps the latest picture, and ways to compare it.
-#ifndef QUORVID_TESTS_DECODER_DECODED_STREAM_H
-#define QUORVID_TESTS_DECODER_DECODED_STREAM_H
+#pragma once
 
 #include <memory>
 #include <string>
@@ -46,5 +45,3 @@ struct Likeness {
 Likeness likeness(CVPixelBufferRef decoded, const TestPicture& drawn);
 
 }  // namespace quorvid::test
-
-#endif

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "quorvid/platform/Log.h"
+#include "quorvid/base/Log.h"
 
 namespace quorvid {
 

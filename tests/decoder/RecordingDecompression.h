@@ -1,11 +1,10 @@
 // A stand-in for the platform's decompression that records every call with its arguments.
-#ifndef QUORVID_TESTS_DECODER_RECORDING_DECOMPRESSION_H
-#define QUORVID_TESTS_DECODER_RECORDING_DECOMPRESSION_H
+#pragma once
 
 #include <string>
 #include <vector>
 
-#include "quorvid/platform/VideoDecompression.h"
+#include "port/VideoDecompression.h"
 
 namespace quorvid::test {
 
@@ -27,5 +26,3 @@ Recording& recording();
 void resetRecording();
 
 }  // namespace quorvid::test
-
-#endif

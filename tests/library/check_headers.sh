@@ -10,7 +10,7 @@ cd "$prefix/$includedir"
 
 for header in session/UIFleetLiveView.h session/VehicleVideo.h session/QuorvidVersion.h \
               connection/VehicleConnection.h decoder/H264HwDecoderImpl.h render/AAPLEAGLLayer.h \
-              platform/Window.h platform/RunLoop.h platform/Log.h; do
+              view/Window.h view/RunLoop.h base/Log.h; do
   [[ -f quorvid/$header ]] || { echo "not installed: quorvid/$header"; exit 1; }
 done
 for header in $(find quorvid -name '*.h' | sort); do

@@ -5,10 +5,10 @@
 #include <cmath>
 #include <vector>
 
-#include "quorvid/platform/Log.h"
-#include "quorvid/platform/Screen.h"
+#include "quorvid/base/Log.h"
 #include "quorvid/render/AAPLEAGLLayer.h"
-#include "render/Picture.h"
+#include "quorvid/view/Screen.h"
+#include "view/Picture.h"
 
 namespace quorvid::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "quorvid/platform/Log.h"
+#include "quorvid/base/Log.h"
 #include "quorvid/render/AAPLEAGLLayer.h"
 
 namespace quorvid::test {

@@ -1,7 +1,6 @@
 // A fleet server on a free port of the loopback interface; each client gets a thread that runs the
 // given script.
-#ifndef QUORVID_TESTS_SESSION_FLEET_SERVER_H
-#define QUORVID_TESTS_SESSION_FLEET_SERVER_H
+#pragma once
 
 #include <atomic>
 #include <condition_variable>
@@ -57,5 +56,3 @@ class FleetServer {
 };
 
 }  // namespace quorvid::test
-
-#endif

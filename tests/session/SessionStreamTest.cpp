@@ -1,7 +1,7 @@
 // A session with its real worker against a server on the loopback interface.
 #include <gtest/gtest.h>
 
-#include "quorvid/platform/Clock.h"
+#include "base/Clock.h"
 #include "quorvid/session/VehicleVideo.h"
 #include "session/FleetServer.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <thread>
 
+#include "base/Clock.h"
+#include "quorvid/base/Log.h"
 #include "quorvid/connection/VehicleConnection.h"
-#include "quorvid/platform/Clock.h"
-#include "quorvid/platform/Log.h"
 
 namespace {
 

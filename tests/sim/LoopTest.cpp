@@ -5,10 +5,10 @@
 #include <fstream>
 #include <random>
 
-#include "sim/AccessUnit.h"
 #include "sim/Error.h"
-#include "sim/FileSource.h"
-#include "sim/MediaLoop.h"
+#include "sim/media/AccessUnit.h"
+#include "sim/media/FileSource.h"
+#include "sim/media/MediaLoop.h"
 
 namespace quorvid::sim {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "sim/Av.h"
-#include "sim/Bytes.h"
+#include "sim/media/Av.h"
+#include "sim/wire/Bytes.h"
 
 namespace quorvid::sim {
 

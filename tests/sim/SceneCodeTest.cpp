@@ -1,10 +1,10 @@
-#include "sim/SceneCode.h"
+#include "sim/media/SceneCode.h"
 
 #include <gtest/gtest.h>
 
-#include "sim/DrawnSource.h"
-#include "sim/MediaLoop.h"
 #include "sim/PictureDecoder.h"
+#include "sim/media/DrawnSource.h"
+#include "sim/media/MediaLoop.h"
 
 namespace quorvid::sim {
 namespace {

@@ -1,12 +1,12 @@
-#include "sim/SpsRewriter.h"
+#include "sim/media/SpsRewriter.h"
 
 #include <gtest/gtest.h>
 
-#include "sim/AccessUnit.h"
-#include "sim/DrawnSource.h"
-#include "sim/Encoder.h"
 #include "sim/Error.h"
 #include "sim/PictureDecoder.h"
+#include "sim/media/AccessUnit.h"
+#include "sim/media/DrawnSource.h"
+#include "sim/media/Encoder.h"
 
 namespace quorvid::sim {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "apps/quorvid/Steady.h"
+#include "apps/common/Steady.h"
 
 using quorvid::app::StallWatch;
 using quorvid::app::steadySeconds;

@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "apps/quorvid/StallWatch.h"
+#include "apps/quorvid/view/StallWatch.h"
 #include "quorvid/session/UIFleetLiveView.h"
 
 /// What all tiles of a run share.

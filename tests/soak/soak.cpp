@@ -17,9 +17,9 @@
 #include <string_view>
 #include <vector>
 
-#include "apps/quorvid/Steady.h"
-#include "quorvid/platform/Log.h"
-#include "quorvid/platform/Window.h"
+#include "apps/common/Steady.h"
+#include "quorvid/base/Log.h"
+#include "quorvid/view/Window.h"
 #include "soak/Tile.h"
 #include "soak/Usage.h"
 

@@ -3,8 +3,7 @@
 //   key frame    00 00 00 01 | SPS, 9 bytes | 00 00 00 01 | PPS, 4 bytes |
 //                [00 00 00 01 | SEI, 5 bytes |] 00 00 00 01 | slice
 //   other frame  00 00 00 01 | slice
-#ifndef QUORVID_TESTS_SUPPORT_H264_TEST_STREAM_H
-#define QUORVID_TESTS_SUPPORT_H264_TEST_STREAM_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -63,5 +62,3 @@ TestPicture drawnPicture(const TestStreamOptions& options, int index);
 std::vector<std::uint8_t> withStartCode(const std::vector<std::uint8_t>& unit);
 
 }  // namespace quorvid::test
-
-#endif

@@ -1,6 +1,5 @@
 // Rewrites the SPS of a baseline or main profile stream into the 9 bytes that recorders send.
-#ifndef QUORVID_TESTS_SUPPORT_SPS_REWRITER_H
-#define QUORVID_TESTS_SUPPORT_SPS_REWRITER_H
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -12,5 +11,3 @@ namespace quorvid::test {
 std::vector<std::uint8_t> rewriteSps(const std::vector<std::uint8_t>& sps, std::size_t size);
 
 }  // namespace quorvid::test
-
-#endif

@@ -1,0 +1,95 @@
+#include "apps/common/StopSignal.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <string_view>
+
+#include "apps/common/WorkerThread.h"
+
+namespace quorvid::app {
+
+namespace {
+
+#ifdef QUORVID_SLOW_BUILD
+constexpr int kLongestEnd = 18000;  // ms; a sanitizer's own work at the end counts, too
+#else
+constexpr int kLongestEnd = 1800;
+#endif
+constexpr unsigned kLongestEndByAlarm = 2;  // s
+
+std::atomic<int> stopSeen = 0;  // the first signal's number
+static_assert(std::atomic<int>::is_always_lock_free);
+std::atomic<bool> hasWatcher = true;
+
+// The second signal strikes when the handler has returned.
+void noteStop(int number) {
+  int none = 0;
+  if (!stopSeen.compare_exchange_strong(none, number)) {
+    std::signal(number, SIG_DFL);
+    raise(number);
+  } else if (!hasWatcher) {
+    alarm(kLongestEndByAlarm);
+  }
+}
+
+sigset_t stopSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGINT);
+  sigaddset(&set, SIGTERM);
+  return set;
+}
+
+// Not through stdio, whose lock the main thread may hold, nor into a pipe that is full.
+void tell(std::string_view line) {
+  pollfd error{STDERR_FILENO, POLLOUT, 0};
+  if (poll(&error, 1, 0) == 1 && (error.revents & POLLOUT) != 0) {
+    [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, line.data(), line.size());
+  }
+}
+
+// The thread that takes the signals: by handlers rather than sigwait(), for debuggers see those.
+void watch() {
+  sigset_t taken;
+  pthread_sigmask(SIG_SETMASK, nullptr, &taken);
+  sigdelset(&taken, SIGINT);
+  sigdelset(&taken, SIGTERM);
+  while (!stopRequested()) {
+    sigsuspend(&taken);
+  }
+  pthread_sigmask(SIG_SETMASK, &taken, nullptr);
+  poll(nullptr, 0, kLongestEnd);
+  tell("quorvid: could not end in order soon after the signal\n");
+  _exit(128 + stopSeen);
+}
+
+}  // namespace
+
+void catchStopSignals() {
+  struct sigaction action {};
+  action.sa_handler = noteStop;
+  action.sa_flags = SA_RESTART;
+  action.sa_mask = stopSignals();
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+  action.sa_handler = SIG_IGN;
+  action.sa_flags = 0;
+  sigaction(SIGPIPE, &action, nullptr);
+  sigaction(SIGXFSZ, &action, nullptr);
+
+  const sigset_t stops = stopSignals();
+  pthread_sigmask(SIG_BLOCK, &stops, nullptr);
+  if (!startWorkerThread(watch).empty()) {
+    hasWatcher = false;
+    pthread_sigmask(SIG_UNBLOCK, &stops, nullptr);
+  }
+}
+
+bool stopRequested() {
+  return stopSeen != 0;
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,120 @@
+#include "apps/common/TerminalText.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <sstream>
+
+#include "base/Utf8.h"
+
+namespace quorvid::app {
+
+namespace {
+
+// Characters that draw nothing of their own, or turn the direction of writing around.
+constexpr std::uint32_t kInvisible[][2] = {
+    {0x00AD, 0x00AD},    // soft hyphen
+    {0x034F, 0x034F},    // grapheme joiner
+    {0x061C, 0x061C},    // Arabic letter mark
+    {0x115F, 0x1160},    // Hangul fillers
+    {0x17B4, 0x17B5},    // Khmer inherent vowels
+    {0x180B, 0x180F},    // Mongolian selectors and separator
+    {0x200B, 0x200F},    // spaces without width, joiners, direction marks
+    {0x2028, 0x202E},    // line and paragraph separator, embeddings, overrides
+    {0x2060, 0x206F},    // word joiner, invisible operators, isolates
+    {0x3164, 0x3164},    // Hangul filler
+    {0xFE00, 0xFE0F},    // variation selectors
+    {0xFEFF, 0xFEFF},    // byte order mark
+    {0xFFA0, 0xFFA0},    // Hangul filler
+    {0xFFF0, 0xFFFB},    // annotation marks
+    {0x1BCA0, 0x1BCA3},  // shorthand controls
+    {0x1D173, 0x1D17A},  // musical controls
+    {0xE0000, 0xE0FFF},  // tags, more variation selectors
+};
+
+bool isControl(std::uint32_t code) {
+  return code < 0x20 || (code >= 0x7F && code < 0xA0);
+}
+
+bool isInvisible(std::uint32_t code) {
+  return std::any_of(std::begin(kInvisible), std::end(kInvisible),
+                     [code](const auto& range) { return code >= range[0] && code <= range[1]; });
+}
+
+std::string escapeOf(std::uint32_t code, bool isInvisible) {
+  const char* const form = !isInvisible ? "\\x%02x" : code < 0x10000 ? "\\u%04x" : "\\U%08x";
+  char text[12];
+  std::snprintf(text, sizeof text, form, code);
+  return text;
+}
+
+std::string cutLine(const std::string& line, std::size_t columns) {
+  std::size_t characters = 0;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const bool startsCharacter = (line[i] & 0xC0) != 0x80;
+    if (startsCharacter && characters++ == columns) {
+      return line.substr(0, i);
+    }
+  }
+  return line;
+}
+
+winsize terminalSize() {
+  winsize size{};
+  for (const int fd : {STDERR_FILENO, STDIN_FILENO}) {
+    if (ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_row > 2 && size.ws_col > 0) {
+      return size;
+    }
+  }
+  size.ws_row = 24;
+  size.ws_col = 80;
+  return size;
+}
+
+}  // namespace
+
+std::string visibleText(std::string_view utf8, Unseen style) {
+  std::string text;
+  while (!utf8.empty()) {
+    const Utf8Character character = utf8CharacterAt(utf8);
+    const std::size_t size = std::max<std::size_t>(character.size, 1);
+    const std::uint32_t code =
+        character.size > 0 ? character.code : static_cast<std::uint8_t>(utf8.front());
+    const bool invisible = character.size > 0 && isInvisible(code);
+    if (character.size > 0 && !isControl(code) && !invisible) {
+      text += utf8.substr(0, size);
+    } else if (style == Unseen::Dotted) {
+      text.append(size, '.');
+    } else {
+      text += escapeOf(code, invisible);
+    }
+    utf8.remove_prefix(size);
+  }
+  return text;
+}
+
+std::string cutTo(const std::string& text, std::size_t rows, std::size_t columns) {
+  std::string result;
+  std::istringstream lines(text);
+  std::size_t shown = 0;
+  std::size_t left = 0;
+  for (std::string line; std::getline(lines, line);) {
+    if (shown + 1 < rows) {
+      result += cutLine(line, columns) + "\n";
+      ++shown;
+    } else {
+      ++left;
+    }
+  }
+  return left > 0 ? result + "... and " + std::to_string(left) + " more" : result;
+}
+
+std::string redrawn(const std::string& text) {
+  const winsize size = terminalSize();
+  return "\033[H\033[2J" + cutTo(text, size.ws_row, size.ws_col);
+}
+
+}  // namespace quorvid::app

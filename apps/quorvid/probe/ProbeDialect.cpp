@@ -1,0 +1,157 @@
+#include "apps/quorvid/probe/ProbeDialect.h"
+
+#include <algorithm>
+
+#include "connection/QueryRequest.h"
+#include "connection/VideoRequest.h"
+
+namespace quorvid::app {
+
+namespace {
+
+constexpr std::int32_t kLongestFrame = 131072;
+constexpr std::int32_t kReplySucceeded = 0x8001;
+constexpr std::int32_t kMostRelayExtra = 500;
+
+std::vector<std::uint8_t> readPayload(ProbeSocket& socket, std::int32_t length) {
+  if (length < 0 || length > kLongestFrame) {
+    throw ProbeFailure("a frame states a length of " + std::to_string(length) + " bytes; at most " +
+                       std::to_string(kLongestFrame) + " are taken");
+  }
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
+  socket.read(bytes.data(), bytes.size(), "a frame");
+  return bytes;
+}
+
+//  answer   +0 status  +4 skipped[14]
+//  packet   +0 kind 'V' or 'A'  +1 length  +5 skipped[14]  +19 payload
+class FleetDialect : public ProbeDialect {
+ public:
+  explicit FleetDialect(const StreamTarget& target) : target_(target) {}
+
+  std::vector<std::uint8_t> request() const override {
+    std::vector<std::uint8_t> record(kFleetRequestSize);
+    InitRequestStringForFleet(record.data(), kFleetRequestSize, target_.channel, "", "",
+                              target_.device.c_str(), "");
+    return record;
+  }
+  const char* requestName() const override { return "fleet video request"; }
+
+  std::string readAnswer(ProbeSocket& socket) override {
+    const std::int32_t status = socket.readInt32("the answer");
+    if (status != 0) {
+      throw ProbeFailure("the server refuses the stream: answer status " + std::to_string(status));
+    }
+    socket.skip(14, "the answer");
+    return "accepted (status 0)";
+  }
+
+  ProbeFrame nextFrame(ProbeSocket& socket) override {
+    char kind = 0;
+    socket.read(&kind, 1, "a packet");
+    if (kind != 'V' && kind != 'A') {
+      throw ProbeFailure("a packet is of an unknown kind: " +
+                         std::to_string(static_cast<unsigned char>(kind)));
+    }
+    const std::int32_t length = socket.readInt32("a packet's length");
+    socket.skip(14, "a packet's header");
+    ProbeFrame frame;
+    frame.isAudio = kind == 'A';
+    frame.bytes = readPayload(socket, length);
+    return frame;
+  }
+
+ private:
+  StreamTarget target_;
+};
+
+//  frame   +0 "3GTSV100"  +8 number  +12 skipped[4]  +16 length  +20 info[16]  +36 payload
+//  info    +13 type: 3 needs the frame before it
+class CarDialect : public ProbeDialect {
+ public:
+  CarDialect(const StreamTarget& target, std::string token)
+      : target_(target), token_(std::move(token)) {}
+
+  std::vector<std::uint8_t> request() const override {
+    std::vector<std::uint8_t> record(kCarRequestSize);
+    InitRequestStringForCar(record.data(), kCarRequestSize, target_.channel,
+                            target_.account.c_str(), target_.password.c_str(),
+                            target_.device.c_str(), token_.c_str());
+    return record;
+  }
+  const char* requestName() const override { return "car video request"; }
+
+  std::string readAnswer(ProbeSocket&) override { return "none on this path: frames follow"; }
+
+  ProbeFrame nextFrame(ProbeSocket& socket) override {
+    ProbeFrame frame;
+    frame.garbage = socket.findTag({"3GTSV100"}, "a frame's tag");
+    frame.garbage -= std::min(frame.garbage, unread_);
+    unread_ = 0;
+    const std::int32_t number = socket.readInt32("a frame's number");
+    socket.skip(4, "a frame's header");
+    const std::int32_t length = socket.readInt32("a frame's length");
+    std::int8_t info[16];
+    socket.read(info, sizeof info, "a frame's header");
+    const auto expected = static_cast<std::int32_t>(static_cast<std::uint32_t>(lastNumber_) + 1);
+    frame.isLeftOut = info[13] == 3 && number != expected;
+    if (frame.isLeftOut) {
+      unread_ = static_cast<std::size_t>(std::clamp(length, 0, kLongestFrame));
+      return frame;
+    }
+    frame.bytes = readPayload(socket, length);
+    lastNumber_ = number;
+    return frame;
+  }
+
+ private:
+  StreamTarget target_;
+  std::string token_;
+  std::int32_t lastNumber_ = 0;
+  // Of the frame left out before: the library does not trust its length but looks for the next tag.
+  std::size_t unread_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<ProbeDialect> fleetDialect(const StreamTarget& target) {
+  return std::make_unique<FleetDialect>(target);
+}
+
+std::unique_ptr<ProbeDialect> carDialect(const StreamTarget& target, const std::string& token) {
+  return std::make_unique<CarDialect>(target, token);
+}
+
+std::vector<std::uint8_t> relayRequest(const StreamTarget& target, const std::string& token) {
+  std::vector<std::uint8_t> record(kQueryRequestSize);
+  InitRequestStringGetRelayForCar(record.data(), kQueryRequestSize, target.channel,
+                                  target.account.c_str(), target.password.c_str(),
+                                  target.device.c_str(), token.c_str());
+  return record;
+}
+
+//  +0 tag  +8 skipped[4]  +12 command  +16 length  +20 skipped[104]  then length - 8 bytes skipped,
+//  4 bytes of the address, the port
+RelayAnswer readRelayAnswer(ProbeSocket& socket) {
+  socket.findTag({"3GAPV103", "3GAPV104", "3GAPV105"}, "the reply's tag");
+  socket.skip(4, "the reply");
+  const std::int32_t command = socket.readInt32("the reply");
+  if (command != kReplySucceeded) {
+    throw ProbeFailure("the lookup was refused: reply command " + std::to_string(command));
+  }
+  const std::int32_t length = socket.readInt32("the reply");
+  if (length < 8 || length - 8 > kMostRelayExtra) {
+    throw ProbeFailure("the reply states a length of " + std::to_string(length) + " bytes");
+  }
+  socket.skip(104 + static_cast<std::size_t>(length - 8), "the reply");
+  std::uint8_t quad[4];
+  socket.read(quad, sizeof quad, "the relay's address");
+  RelayAnswer relay;
+  for (const std::uint8_t part : quad) {
+    relay.address += (relay.address.empty() ? "" : ".") + std::to_string(part);
+  }
+  relay.port = socket.readInt32AtOnce("the relay's port");
+  return relay;
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,63 @@
+// ProbeSocket: a connection that says exactly how it fails, with a deadline for every step.
+//
+// Unlike the library's workers, which reconnect without a word, it throws ProbeFailure with a
+// sentence. One thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "apps/common/Arguments.h"
+
+namespace quorvid::app {
+
+class ProbeFailure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// The user does not want to wait any longer.
+class ProbeInterrupted : public ProbeFailure {
+ public:
+  ProbeInterrupted() : ProbeFailure("interrupted") {}
+};
+
+class ProbeSocket {
+ public:
+  // Connects to a dotted IPv4 address. timeout: seconds for this and for every later step, however
+  // many bytes it takes.
+  ProbeSocket(const std::string& address, int port, double timeout);
+  ~ProbeSocket();
+  ProbeSocket(const ProbeSocket&) = delete;
+  ProbeSocket& operator=(const ProbeSocket&) = delete;
+
+  // The time for what follows starts anew.
+  void beginStep();
+  void send(const std::vector<std::uint8_t>& record);
+  // Reads exactly `size` bytes; `what` names them in the sentence of a failure.
+  void read(void* out, std::size_t size, const char* what);
+  std::int32_t readInt32(const char* what);
+  // As the library reads a relay's port: fails when the four bytes do not come in one piece.
+  std::int32_t readInt32AtOnce(const char* what);
+  void skip(std::size_t size, const char* what);
+  // Reads byte by byte up to the end of one of the 8-byte tags. Returns the bytes before it; gives
+  // up after a mebibyte.
+  std::size_t findTag(const std::vector<std::string>& tags, const char* what);
+
+ private:
+  void waitFor(short events, const std::string& what) const;
+  void refill(const std::string& what, std::size_t missing);
+
+  int fd_ = -1;
+  double timeout_;
+  double deadline_ = 0;
+  bool stepHasBytes_ = false;
+  std::vector<std::uint8_t> buffer_;
+  std::size_t at_ = 0;
+  std::size_t filled_ = 0;
+};
+
+}  // namespace quorvid::app

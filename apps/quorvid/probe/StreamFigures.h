@@ -1,0 +1,66 @@
+// StreamFigures: what can be counted in a stream without decoding it, and what it means for the
+// live view. Plain logic; times are seconds of any steady clock.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/common/H264.h"
+
+namespace quorvid::app {
+
+class StreamFigures {
+ public:
+  // A frame that the library would hand on.
+  void add(const std::vector<std::uint8_t>& frame, double now);
+  // The other things that come.
+  void addAudio() { ++audioPackets_; }
+  void addLeftOut(double now);
+  void addGarbage(std::size_t bytes) { garbage_ += bytes; }
+
+  std::uint64_t frames() const { return frames_; }
+  std::uint64_t keyFrames() const { return keyFrames_; }
+  const std::optional<PixelSize>& size() const { return size_; }
+  // Between the first and the last frame.
+  double seconds() const { return last_ - first_; }
+  double framesPerSecond() const;
+  double bitsPerSecond() const;
+
+  // One line for each group of figures: {name, text}.
+  struct Line {
+    std::string name;
+    std::string text;
+  };
+  std::vector<Line> lines() const;
+  // What will trouble the live view, a sentence each; empty when nothing will.
+  std::vector<std::string> problems() const;
+
+ private:
+  void addKeyFrame(const std::vector<std::uint8_t>& frame, const std::vector<H264Unit>& units,
+                   double now);
+  void noteTime(double now);
+
+  double first_ = 0;
+  double last_ = 0;
+  double lastKey_ = 0;
+  double longestPause_ = 0;
+  double longestKeyPause_ = 0;
+  double firstKey_ = 0;
+  std::uint64_t frames_ = 0;
+  std::uint64_t keyFrames_ = 0;
+  std::uint64_t bytes_ = 0;
+  std::size_t largest_ = 0;
+  std::uint64_t unusable_ = 0;  // frames without a start code at their front
+  std::uint64_t audioPackets_ = 0;
+  std::uint64_t leftOut_ = 0;
+  std::uint64_t garbage_ = 0;
+  std::uint64_t sizeChanges_ = 0;
+  std::uint64_t layoutKept_ = 0;  // key frames
+  std::string layoutBroken_;      // what the first other one looks like
+  std::optional<PixelSize> size_;
+};
+
+}  // namespace quorvid::app

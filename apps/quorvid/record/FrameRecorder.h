@@ -1,0 +1,75 @@
+// FrameRecorder: takes the frames of a stream as they come and writes them from the first key frame
+// on whose parameter sets a file can be made of. The file is made with that frame, so what lay in
+// its place stays until then. One thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/common/H264.h"
+#include "apps/quorvid/record/StreamFile.h"
+
+namespace quorvid::app {
+
+class FrameRecorder {
+ public:
+  enum class Full : std::uint8_t { No, Limit, Disk };
+
+  // limit: the file never gets larger than so many bytes; 0: as large as the disk has room for, see
+  // roomOnDisk().
+  explicit FrameRecorder(std::string fileName, std::int64_t limit = 0)
+      : fileName_(std::move(fileName)), limit_(limit) {}
+
+  // now: when the frame came, in seconds of the steady clock. False, with a sentence in `error`,
+  // when it could not be written; nothing more should be given then, nor once full() says so.
+  bool take(const std::uint8_t* frame, std::size_t length, double now, std::string& error);
+  // The stream was started anew: waits for the next key frame.
+  void streamRestarted() { waitingForKey_ = true; }
+  // Finishes the file; true when nothing was begun.
+  bool close(std::string& error);
+
+  // Why nothing more is written: the next frame would not have fitted.
+  Full full() const { return full_; }
+  std::uint64_t frames() const { return frames_; }
+  double seconds() const { return lastTime_; }  // from the first frame to the last
+  double elapsed(double now) const { return file_ ? now - start_ : 0; }  // since the first frame
+  std::int64_t bytes() const { return file_ ? file_->bytes() : 0; }
+  PixelSize size() const { return size_; }                         // that the file's header states
+  PixelSize lastSize() const { return spsSize_.value_or(size_); }  // that the stream states by now
+  std::uint64_t unusable() const { return unusable_; }  // frames without any unit, left out
+  // Key frames left out because no file can begin with their parameter sets.
+  std::uint64_t refused() const { return refused_; }
+  unsigned changes() const { return changes_; }  // times that the parameter sets changed
+
+ private:
+  void keepParameterSets(const std::uint8_t* frame, const std::vector<H264Unit>& units);
+  bool judgeParameterSets();
+  std::vector<std::uint8_t> parameterSets() const;
+  bool hasRoom(const std::vector<std::uint8_t>& frame);
+  bool begin(double now, std::string& error);
+
+  std::string fileName_;
+  std::int64_t limit_;
+  Full full_ = Full::No;
+  std::int64_t diskRoom_ = 0;  // what may still be written before the disk is looked at again
+  std::unique_ptr<StreamFile> file_;
+  std::vector<std::uint8_t> sps_;  // the last ones seen, with start codes
+  std::vector<std::uint8_t> pps_;
+  bool setsChanged_ = false;
+  bool setsUsable_ = false;
+  std::optional<PixelSize> spsSize_;  // nothing when the SPS can't be understood
+  PixelSize size_;
+  double start_ = 0;
+  double lastTime_ = 0;
+  std::uint64_t frames_ = 0;
+  std::uint64_t unusable_ = 0;
+  std::uint64_t refused_ = 0;
+  unsigned changes_ = 0;
+  bool waitingForKey_ = true;
+};
+
+}  // namespace quorvid::app

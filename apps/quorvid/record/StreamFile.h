@@ -1,0 +1,65 @@
+// StreamFile: H.264 frames written into a file as they came, without decoding.
+//
+// The ending says how: .h264 is the bare stream, .mp4 is written in fragments, .mkv in clusters, so
+// that what was written stays readable when the disk is full or the program is killed. The file is
+// made with the first frame. The wire carries no times: a frame's time is that of its arrival. One
+// thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "apps/common/Arguments.h"
+
+namespace quorvid::app {
+
+class StreamFile {
+ public:
+  // True for names with an ending that can be written.
+  static bool canWrite(const std::string& fileName);
+
+  // True when a file of that name can begin with these sets: its header can be made. Writes
+  // nothing.
+  static bool canBegin(const std::string& fileName, const std::vector<std::uint8_t>& parameterSets,
+                       PixelSize size);
+
+  // parameterSets: the stream's SPS and PPS with start codes; size: what they state. Null, with a
+  // sentence in `error`, when the file can't be made.
+  static std::unique_ptr<StreamFile> create(const std::string& fileName,
+                                            const std::vector<std::uint8_t>& parameterSets,
+                                            PixelSize size, std::string& error);
+  // Closes the file if close() was not called.
+  ~StreamFile();
+  StreamFile(const StreamFile&) = delete;
+  StreamFile& operator=(const StreamFile&) = delete;
+
+  // seconds: since the first frame; times that do not grow are moved on. After a failure (disk
+  // full) the file is cut back to its last whole part and takes no more.
+  bool write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey,
+             std::string& error);
+  // Finishes the file. False when something of it could not be written.
+  bool close(std::string& error);
+  std::int64_t bytes() const { return wholeBytes_; }
+  // How large the file can become at most when this frame is written too and the file is finished.
+  std::int64_t bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const;
+
+ private:
+  struct Muxer;
+  explicit StreamFile(std::string fileName);
+  bool begin(const std::vector<std::uint8_t>& parameterSets, PixelSize size, std::string& error);
+  bool noteWritten(int result, std::string& error);
+  void cutBack();
+
+  std::string fileName_;
+  std::unique_ptr<Muxer> muxer_;
+  std::int64_t lastTime_ = -1;     // in the stream's time base
+  std::int64_t pendingBytes_ = 0;  // at most, of frames that the muxer still holds
+  std::int64_t parts_ = 0;         // parts and key frames that the index names, at most
+  std::int64_t wholeBytes_ = 0;    // up to the end of the last part that was written whole
+  bool failed_ = false;
+};
+
+}  // namespace quorvid::app

@@ -1,0 +1,56 @@
+#include "apps/quorvid/view/PngFile.h"
+
+#include <png.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <memory>
+
+namespace quorvid::app {
+
+bool writePng(const WindowPicture& picture, const std::string& fileName, std::string& error) {
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  std::unique_ptr<std::FILE, CloseFile> file(std::fopen(fileName.c_str(), "wbe"));
+  if (!file) {
+    error = "can't write " + fileName + ": " + std::strerror(errno);
+    return false;
+  }
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = static_cast<png_uint_32>(picture.width);
+  image.height = static_cast<png_uint_32>(picture.height);
+  image.format = PNG_FORMAT_RGB;
+  const bool written = png_image_write_to_stdio(&image, file.get(), 0, picture.rgb.data(),
+                                                picture.width * 3, nullptr) != 0;
+  if (written && std::fflush(file.get()) == 0) {
+    return true;
+  }
+  error = "can't write " + fileName + ": " + (written ? std::strerror(errno) : image.message);
+  struct stat info {};
+  if (fstat(fileno(file.get()), &info) == 0 && S_ISREG(info.st_mode)) {
+    unlink(fileName.c_str());
+  }
+  return false;
+}
+
+std::string freeSnapshotName() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  char stem[40];
+  std::strftime(stem, sizeof stem, "quorvid-%Y%m%d-%H%M%S", &local);
+  std::string name = std::string(stem) + ".png";
+  struct stat info {};
+  for (int n = 2; n < 100 && stat(name.c_str(), &info) == 0; ++n) {
+    name = std::string(stem) + "-" + std::to_string(n) + ".png";
+  }
+  return name;
+}
+
+}  // namespace quorvid::app

@@ -1,0 +1,37 @@
+#include "apps/quorvid/view/StallWatch.h"
+
+#include <algorithm>
+
+namespace quorvid::app {
+
+namespace {
+constexpr double kLongestPause = 30;
+}
+
+StallWatch::StallWatch(double stallAfter, double now)
+    : stallAfter_(stallAfter),
+      pause_(stallAfter),
+      lastPicture_(now),
+      nextRestart_(now + stallAfter) {}
+
+void StallWatch::pictureArrived(double now) {
+  lastPicture_ = now;
+  pause_ = stallAfter_;
+  nextRestart_ = now + stallAfter_;
+}
+
+bool StallWatch::restartDue(double now) {
+  if (now < nextRestart_) {
+    return false;
+  }
+  nextRestart_ = now + pause_;
+  pause_ = std::max(stallAfter_, std::min(2 * pause_, kLongestPause));
+  return true;
+}
+
+void StallWatch::restartedByHand(double now) {
+  pause_ = stallAfter_;
+  nextRestart_ = now + stallAfter_;
+}
+
+}  // namespace quorvid::app

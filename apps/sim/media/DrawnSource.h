@@ -1,0 +1,26 @@
+#pragma once
+
+#include "sim/media/PictureSource.h"
+#include "sim/media/Scene.h"
+
+namespace quorvid::sim {
+
+/// The drawn scene as a source: a loop of `frames` pictures whose end fits its beginning.
+class DrawnSource final : public PictureSource {
+ public:
+  DrawnSource(int width, int height, AVRational rate, std::size_t frames, SceneLabels labels);
+
+  AVFrame* next() override;
+  void rewind() override { index_ = 0; }
+  AVRational rate() const override { return rate_; }
+
+ private:
+  AVRational rate_;
+  std::size_t frames_;
+  std::size_t index_ = 0;
+  Scene scene_;
+  FramePtr picture_;
+  ScalerPtr scaler_;
+};
+
+}  // namespace quorvid::sim

@@ -1,0 +1,110 @@
+#include "sim/media/LoopStore.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "sim/Error.h"
+#include "sim/media/DrawnSource.h"
+#include "sim/media/FileSource.h"
+#include "sim/net/Connection.h"
+
+namespace quorvid::sim {
+namespace {
+
+// So many loops are encoded at a time, and kept: any name makes a loop, and names cost a client
+// nothing.
+constexpr std::ptrdiff_t kEncoders = 8;
+constexpr std::size_t kLoops = 256;
+
+/// Encodes one picture, so that a size that can't be sent is refused at the start.
+void tryEncoder(EncoderSettings settings) {
+  const FramePtr picture = newPicture(settings.width, settings.height);
+  for (int plane = 0; plane < 3; ++plane) {
+    const int lines = plane == 0 ? settings.height : settings.height / 2;
+    std::fill_n(picture->data[plane], picture->linesize[plane] * lines, std::uint8_t{128});
+  }
+  try {
+    Encoder(settings).encode(*picture);
+  } catch (const SimError& error) {
+    throw UsageError(std::string("--size: ") + error.what());
+  }
+}
+
+}  // namespace
+
+LoopStore::LoopStore(const Options& options)
+    : options_(options), settings_(options.encoder), slots_(kEncoders) {
+  std::unique_ptr<PictureSource> file;
+  if (!options.input.empty()) {
+    file = openSource({});
+    settings_.rate = file->rate();
+  }
+  tryEncoder(settings_);
+  frames_ = static_cast<std::size_t>(
+      std::max(1L, std::lround(options.loopSeconds * av_q2d(settings_.rate))));
+  if (file) {
+    Entry& entry = entries_[{}];
+    entry.loop = std::make_shared<MediaLoop>(settings_, frames_);
+    entry.encoding = std::thread([this, loop = entry.loop, source = std::move(file)]() mutable {
+      encode(*loop, std::move(source));
+    });
+  }
+}
+
+LoopStore::~LoopStore() {
+  stop_ = true;
+  for (auto& [key, entry] : entries_) {
+    if (entry.encoding.joinable()) entry.encoding.join();
+  }
+}
+
+std::unique_ptr<PictureSource> LoopStore::openSource(const Key& key) {
+  const int width = settings_.width;
+  const int height = settings_.height;
+  if (!options_.input.empty()) {
+    const auto rate = options_.rateGiven ? std::optional(settings_.rate) : std::nullopt;
+    return std::make_unique<FileSource>(options_.input, width, height, rate, stop_);
+  }
+  return std::make_unique<DrawnSource>(width, height, settings_.rate, frames_,
+                                       SceneLabels{key.first, key.second});
+}
+
+std::shared_ptr<const MediaLoop> LoopStore::loopFor(const std::string& device, int channel) {
+  const Key key = options_.input.empty() ? Key{device, channel} : Key{};
+  const auto found = entries_.find(key);
+  Entry& entry = found == entries_.end() ? add(key) : found->second;
+  entry.lastUse = ++uses_;
+  return entry.loop;
+}
+
+LoopStore::Entry& LoopStore::add(const Key& key) {
+  makeRoom();
+  Entry& entry = entries_[key];
+  entry.loop = std::make_shared<MediaLoop>(settings_, frames_);
+  entry.encoding = std::thread([this, key, loop = entry.loop] { encode(*loop, openSource(key)); });
+  return entry;
+}
+
+void LoopStore::encode(MediaLoop& loop, std::unique_ptr<PictureSource> source) {
+  while (!slots_.try_acquire_for(std::chrono::milliseconds(50))) {
+    if (stop_) return;
+  }
+  loop.encode(*source, stop_);
+  slots_.release();
+}
+
+/// Forgets the loop that was not asked for longest, if one is finished and nobody plays it.
+void LoopStore::makeRoom() {
+  if (entries_.size() < kLoops) return;
+  auto oldest = entries_.end();
+  for (auto it = entries_.begin(); it != entries_.end(); ++it) {
+    const bool idle = it->second.loop.use_count() == 1;
+    if (idle && (oldest == entries_.end() || it->second.lastUse < oldest->second.lastUse))
+      oldest = it;
+  }
+  if (oldest == entries_.end()) return;
+  oldest->second.encoding.join();
+  entries_.erase(oldest);
+}
+
+}  // namespace quorvid::sim

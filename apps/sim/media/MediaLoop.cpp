@@ -1,0 +1,100 @@
+#include "sim/media/MediaLoop.h"
+
+#include <cmath>
+
+#include "sim/Error.h"
+#include "sim/media/AccessUnit.h"
+
+namespace quorvid::sim {
+namespace {
+
+constexpr std::int64_t kLowestBitrate = 50'000;
+
+}  // namespace
+
+void MediaLoop::encode(PictureSource& source, const std::atomic<bool>& stop) {
+  try {
+    EncoderSettings settings = settings_;
+    settings.bitrate = effectiveBitrate(settings);
+    while (!encodeOnce(source, settings, stop)) {
+      settings.bitrate /= 2;
+      if (settings.bitrate < kLowestBitrate) {
+        throw SimError("a frame is larger than 131072 bytes even at the lowest bit rate");
+      }
+      startAnew();
+      source.rewind();
+    }
+  } catch (const std::exception& error) {
+    const std::lock_guard lock(mutex_);
+    failure_ = error.what();
+  }
+}
+
+/// @return false when a frame was too large for the wire
+bool MediaLoop::encodeOnce(PictureSource& source, const EncoderSettings& settings,
+                           const std::atomic<bool>& stop) {
+  Encoder encoder(settings);
+  for (std::size_t i = 0; i < maxFrames_ && !stop; ++i) {
+    AVFrame* picture = source.next();
+    if (picture == nullptr) break;
+    if (!publish(encoder.encode(*picture))) return false;
+  }
+  const std::lock_guard lock(mutex_);
+  complete_ = true;
+  if (frames_.empty()) throw SimError("the source has no pictures");
+  return true;
+}
+
+bool MediaLoop::publish(EncodedFrame frame) {
+  if (frame.bytes.size() > kMaxFrameBytes) return false;
+  auto shared = std::make_shared<const EncodedFrame>(std::move(frame));
+  const std::lock_guard lock(mutex_);
+  frames_.push_back(std::move(shared));
+  return true;
+}
+
+void MediaLoop::startAnew() {
+  const std::lock_guard lock(mutex_);
+  frames_.clear();
+  ++generation_;
+}
+
+MediaLoop::Look MediaLoop::look(std::size_t position) const {
+  const std::lock_guard lock(mutex_);
+  Look look;
+  look.generation = generation_;
+  look.index = complete_ && !frames_.empty() ? position % frames_.size() : position;
+  if (look.index < frames_.size()) look.frame = frames_[look.index];
+  return look;
+}
+
+std::optional<std::size_t> MediaLoop::length() const {
+  const std::lock_guard lock(mutex_);
+  return complete_ ? std::optional(frames_.size()) : std::nullopt;
+}
+
+std::string MediaLoop::failure() const {
+  const std::lock_guard lock(mutex_);
+  return failure_;
+}
+
+std::uint32_t MediaLoop::timeMs(std::size_t index) const {
+  return static_cast<std::uint32_t>(
+      std::lround(static_cast<double>(index) * 1000 * settings_.rate.den / settings_.rate.num));
+}
+
+std::shared_ptr<const EncodedFrame> LoopCursor::next() {
+  MediaLoop::Look look = loop_->look(position_);
+  if (look.generation != generation_) {
+    generation_ = look.generation;
+    position_ = 0;
+    look = loop_->look(position_);
+  }
+  if (look.frame) {
+    index_ = look.index;
+    position_ = look.index + 1;
+  }
+  return std::move(look.frame);
+}
+
+}  // namespace quorvid::sim

@@ -1,0 +1,139 @@
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "sim/media/Scene.h"
+#include "sim/media/SceneCode.h"
+#include "sim/media/ScenePaint.h"
+
+namespace quorvid::sim {
+namespace {
+
+constexpr const char* kFont = "DejaVu Sans Mono";
+
+struct Pen {
+  double size;
+  bool bold = false;
+  Paint paint{1, 1, 1};
+};
+
+void write(cairo_t* cairo, double x, double y, const std::string& text, const Pen& pen) {
+  cairo_select_font_face(cairo, kFont, CAIRO_FONT_SLANT_NORMAL,
+                         pen.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+  cairo_set_font_size(cairo, pen.size);
+  setPaint(cairo, pen.paint);
+  cairo_move_to(cairo, x, y);
+  cairo_show_text(cairo, text.c_str());
+  // Text leaves a point behind, from which the next path would go on.
+  cairo_new_path(cairo);
+}
+
+double textWidth(cairo_t* cairo, const std::string& text, const Pen& pen) {
+  cairo_select_font_face(cairo, kFont, CAIRO_FONT_SLANT_NORMAL,
+                         pen.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+  cairo_set_font_size(cairo, pen.size);
+  cairo_text_extents_t extents;
+  cairo_text_extents(cairo, text.c_str(), &extents);
+  return extents.x_advance;
+}
+
+void plate(cairo_t* cairo, double x, double y, double width, double height) {
+  cairo_set_source_rgba(cairo, 0, 0, 0, .45);
+  fillRounded(cairo, x, y, width, height, 5);
+}
+
+std::string clockText(double seconds) {
+  std::array<char, 32> text{};
+  const long ms = std::lround(seconds * 1000);
+  std::snprintf(text.data(), text.size(), "%02ld:%02ld.%03ld", ms / 60000, ms / 1000 % 60,
+                ms % 1000);
+  return text.data();
+}
+
+/// Device and channel at the top left, the clock and a red dot that blinks at the top right.
+void drawLabels(cairo_t* cairo, double width, const SceneLabels& labels,
+                const SceneMoment& moment) {
+  const Pen pen{.size = 18, .bold = true};
+  const std::string clock = clockText(moment.seconds);
+  const double wide = textWidth(cairo, clock, pen) + 42;
+  plate(cairo, width - 12 - wide, 10, wide, 28);
+  write(cairo, width - wide + 20, 30, clock, pen);
+
+  // A long name is written smaller, so that it leaves the clock free.
+  const std::string name = labels.device + "  CH " + std::to_string(labels.channel);
+  const double room = width - wide - 60;
+  const Pen fitting{.size = pen.size * std::min(1.0, room / textWidth(cairo, name, pen)),
+                    .bold = true};
+  plate(cairo, 12, 10, textWidth(cairo, name, fitting) + 20, 28);
+  write(cairo, 22, 30, name, fitting);
+  if (std::fmod(moment.seconds, 1) < .5) {
+    setPaint(cairo, {.95, .15, .12});
+    fillDisc(cairo, width - wide + 3, 24, 6);
+  }
+}
+
+/// The eight colour bars at 75 %.
+void drawBars(cairo_t* cairo, double cellWidth, double cellHeight) {
+  constexpr double full = .75;
+  constexpr std::array<Paint, 8> bars{{{full, full, full},
+                                       {full, full, 0},
+                                       {0, full, full},
+                                       {0, full, 0},
+                                       {full, 0, full},
+                                       {full, 0, 0},
+                                       {0, 0, full},
+                                       {0, 0, 0}}};
+  for (std::size_t i = 0; i < bars.size(); ++i) {
+    setPaint(cairo, bars[i]);
+    fillBox(cairo, (1 + 1.5 * static_cast<double>(i)) * cellWidth, kCodeTop * cellHeight,
+            1.5 * cellWidth, kCodeRows * cellHeight);
+  }
+}
+
+void drawCode(cairo_t* cairo, double cellWidth, double cellHeight, const SceneCode& code) {
+  const CodeCells cells = codeCells(code);
+  cairo_set_antialias(cairo, CAIRO_ANTIALIAS_NONE);
+  setPaint(cairo, {0, 0, 0});
+  fillBox(cairo, kCodeLeft * cellWidth, kCodeTop * cellHeight, kCodeColumns * cellWidth,
+          kCodeRows * cellHeight);
+  setPaint(cairo, {1, 1, 1});
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    if (!cells[i]) continue;
+    const std::size_t column = i % kCodeColumns;
+    const std::size_t row = i / kCodeColumns;
+    fillBox(cairo, (kCodeLeft + column) * cellWidth, (kCodeTop + row) * cellHeight, cellWidth,
+            cellHeight);
+  }
+  cairo_set_antialias(cairo, CAIRO_ANTIALIAS_DEFAULT);
+}
+
+void drawCounter(cairo_t* cairo, double cellWidth, const SceneMoment& moment) {
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), "%05u", unsigned{moment.counter});
+  const double left = 14 * cellWidth;
+  const double room = 8 * cellWidth;
+  // Narrow pictures have less room between bars and code.
+  const double size = room / textWidth(cairo, text.data(), {.size = 100, .bold = true}) * 100;
+  const Pen digits{.size = std::min(size, 44.0), .bold = true};
+  const double used = textWidth(cairo, text.data(), digits);
+  write(cairo, left + (room - used) / 2, 450, text.data(), digits);
+  const Pen small{.size = digits.size * .36, .paint = {.72, .75, .78}};
+  const double label = textWidth(cairo, "PICTURE", small);
+  write(cairo, left + (room - label) / 2, 470, "PICTURE", small);
+}
+
+}  // namespace
+
+void drawStrip(cairo_t* cairo, double width, const SceneLabels& labels, const SceneMoment& moment) {
+  const double cellWidth = width / kGridColumns;
+  const double cellHeight = kSceneHeight / kGridRows;
+  setPaint(cairo, {.09, .10, .12});
+  fillBox(cairo, 0, (kCodeTop - .5) * cellHeight, width, kSceneHeight);
+  drawBars(cairo, cellWidth, cellHeight);
+  drawCounter(cairo, cellWidth, moment);
+  drawCode(cairo, cellWidth, cellHeight,
+           {moment.counter, static_cast<std::uint32_t>(std::lround(moment.seconds * 1000))});
+  drawLabels(cairo, width, labels, moment);
+}
+
+}  // namespace quorvid::sim

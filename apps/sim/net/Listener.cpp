@@ -1,0 +1,90 @@
+#include "sim/net/Listener.h"
+
+#include <algorithm>
+
+#include "sim/Error.h"
+
+namespace quorvid::sim {
+
+using asio::ip::tcp;
+
+Listener::Listener(asio::io_context& context, const Options& options, Service service, int port,
+                   Factory factory)
+    : options_(options),
+      service_(service),
+      factory_(std::move(factory)),
+      acceptor_(context),
+      timer_(context) {
+  open(port);
+  const auto refused = options.faults.find(service, FaultKind::refuse);
+  if (!refused) {
+    listen();
+    return;
+  }
+  // A port that is bound but does not listen refuses connections.
+  timer_.expires_after(std::chrono::seconds(*refused));
+  timer_.async_wait([this](std::error_code error) {
+    if (!error) listen();
+  });
+}
+
+void Listener::open(int port) {
+  std::error_code error;
+  const auto address = asio::ip::make_address_v4(options_.bind, error);
+  if (error) throw UsageError("--bind: '" + options_.bind + "' is not an IPv4 address");
+  const tcp::endpoint endpoint(address, static_cast<asio::ip::port_type>(port));
+  acceptor_.open(endpoint.protocol(), error);
+  if (!error) acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
+  if (!error) acceptor_.bind(endpoint, error);
+  if (error) {
+    throw SimError("the " + std::string(nameOf(service_)) + " port " + options_.bind + ":" +
+                   std::to_string(port) + " can't be had: " + error.message());
+  }
+  port_ = acceptor_.local_endpoint().port();
+}
+
+void Listener::listen() {
+  std::error_code error;
+  acceptor_.listen(asio::socket_base::max_listen_connections, error);
+  if (error) {
+    throw SimError("the " + std::string(nameOf(service_)) + " port " + options_.bind + ":" +
+                   std::to_string(port_) + " can't be listened on: " + error.message());
+  }
+  accept();
+}
+
+void Listener::accept() {
+  acceptor_.async_accept([this](std::error_code error, tcp::socket socket) {
+    if (!acceptor_.is_open()) return;
+    if (!error) {
+      welcome(std::move(socket));
+      return accept();
+    }
+    // Out of descriptors, most likely: some clients leave sooner or later.
+    logLine(std::string(nameOf(service_)) + ": can't take a client in: " + error.message());
+    timer_.expires_after(std::chrono::milliseconds(200));
+    timer_.async_wait([this](std::error_code cancelled) {
+      if (!cancelled) accept();
+    });
+  });
+}
+
+void Listener::welcome(tcp::socket socket) {
+  const auto over = [](const std::weak_ptr<Connection>& here) { return here.expired(); };
+  connections_.erase(std::remove_if(connections_.begin(), connections_.end(), over),
+                     connections_.end());
+  const auto connection = factory_(std::move(socket), ++count_);
+  connections_.push_back(connection);
+  connection->start();
+}
+
+void Listener::stop() {
+  std::error_code error;
+  acceptor_.close(error);
+  timer_.cancel();
+  for (const auto& here : connections_) {
+    if (const auto connection = here.lock()) connection->end(options_.close);
+  }
+}
+
+}  // namespace quorvid::sim

@@ -1,0 +1,173 @@
+#include "sim/net/StreamConnection.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quorvid::sim {
+namespace {
+
+constexpr std::chrono::milliseconds kEncoderPause{5};
+
+std::chrono::steady_clock::duration seconds(double count) {
+  return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+      std::chrono::duration<double>(count));
+}
+
+}  // namespace
+
+StreamConnection::StreamConnection(asio::ip::tcp::socket from, const Options& options,
+                                   Service service, unsigned number, LoopStore& loops)
+    : Connection(std::move(from), options, service, number),
+      loops_(loops),
+      dialect_(service == Service::fleet ? makeFleetDialect(faults()) : makeCarDialect(faults())),
+      pace_(socket().get_executor()),
+      limit_(socket().get_executor()) {}
+
+void StreamConnection::answer(ByteView request) {
+  const auto parsed = dialect_->parse(request);
+  if (const auto* refusal = std::get_if<Refusal>(&parsed)) return refuse(refusal->reason);
+  const auto& order = std::get<StreamOrder>(parsed);
+  std::string reason;
+  if (!serves(order, reason)) {
+    log("refused: " + reason);
+    send(dialect_->opening(1));
+    return endWhenSent();
+  }
+  if (const auto count = faults().find(FaultKind::random)) {
+    log("random bytes instead of a stream");
+    send(faults().randomBytes(static_cast<std::size_t>(*count)));
+    return endWhenSent();
+  }
+  if (const auto status = faults().find(FaultKind::answer)) {
+    log("answered with status " + std::to_string(*status));
+    send(dialect_->opening(static_cast<std::int32_t>(*status)));
+    return endWhenSent();
+  }
+  play(order);
+}
+
+bool StreamConnection::serves(const StreamOrder& order, std::string& reason) const {
+  const auto& devices = options().devices;
+  if (options().onlyTheseDevices &&
+      std::find(devices.begin(), devices.end(), order.device) == devices.end()) {
+    reason = "device '" + order.device + "' is not served";
+  } else if (order.channel >= options().channels) {
+    reason = "channel " + std::to_string(order.channel) + " is not served";
+  }
+  return reason.empty();
+}
+
+void StreamConnection::play(const StreamOrder& order) {
+  log("device '" + order.device + "' channel " + std::to_string(order.channel));
+  cursor_.emplace(loops_.loopFor(order.device, order.channel));
+  send(dialect_->opening(0));
+  burst_ = static_cast<int>(std::max<std::int64_t>(1, faults().find(FaultKind::burst).value_or(1)));
+  maxWaiting_ = static_cast<std::size_t>(std::max(5.0, av_q2d(cursor_->loop().rate())) *
+                                         (1 + options().audio)) +
+                static_cast<std::size_t>(2 * burst_);
+  setLimits();
+  due_ = Clock::now();
+  tick();
+}
+
+void StreamConnection::setLimits() {
+  const bool drop = options().dropAfter.has_value();
+  if (!drop && !options().stallAfter) return;
+  limit_.expires_after(seconds(drop ? *options().dropAfter : *options().stallAfter));
+  limit_.async_wait([this, drop, self = shared_from_this()](std::error_code error) {
+    if (error) return;
+    log(drop ? "dropped, as asked" : "silent from now on, as asked");
+    if (drop) return end(options().close);
+    pace_.cancel();
+    cursor_.reset();
+  });
+}
+
+StreamConnection::Clock::duration StreamConnection::period() const {
+  return seconds(av_q2d(av_inv_q(cursor_->loop().rate())));
+}
+
+/// Moves to the next key frame on the loop's clock, which began with the Unix time.
+bool StreamConnection::joinLive() {
+  const auto length = cursor_->loop().length();
+  if (!length) return false;
+  const auto now =
+      std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+  const double rate = av_q2d(cursor_->loop().rate());
+  auto position = static_cast<std::size_t>(std::floor(now * rate)) + 1;
+  while (!cursor_->loop().look(position).frame->key) ++position;
+  cursor_->moveTo(position);
+  due_ = Clock::now() + seconds(static_cast<double>(position) / rate - now);
+  return true;
+}
+
+void StreamConnection::wait() {
+  pace_.expires_at(due_);
+  pace_.async_wait([this, self = shared_from_this()](std::error_code error) {
+    if (!error && !ended() && cursor_) tick();
+  });
+}
+
+void StreamConnection::tick() {
+  const std::string failure = cursor_->loop().failure();
+  if (!failure.empty()) return refuse(failure);
+  if (options().live && !joined_) {
+    joined_ = joinLive();
+    if (!joined_) due_ = Clock::now() + kEncoderPause;
+    return wait();
+  }
+  for (; burstSent_ < burst_; ++burstSent_) {
+    if (!step()) {
+      due_ = Clock::now() + kEncoderPause;
+      return wait();
+    }
+  }
+  burstSent_ = 0;
+  due_ += burst_ * period();
+  // After a pause of the whole process the frames go on from here, instead of all at once.
+  if (due_ + std::chrono::seconds(1) < Clock::now()) due_ = Clock::now();
+  wait();
+}
+
+/// @return false when the next frame is not encoded yet
+bool StreamConnection::step() {
+  const auto frame = cursor_->next();
+  if (!frame) return false;
+  ++number_;
+  if (!leftOut(*frame)) deliver(*frame);
+  return true;
+}
+
+bool StreamConnection::leftOut(const EncodedFrame& frame) {
+  if (skipping_ && frame.key && waiting() == 0) {
+    log("goes on with frame " + std::to_string(number_));
+    skipping_ = false;
+  }
+  if (!skipping_ && waiting() > maxWaiting_) {
+    log("does not keep up: frames are left out from " + std::to_string(number_));
+    skipping_ = true;
+  }
+  const auto gap = static_cast<std::uint32_t>(options().gap);
+  const bool inGap = gap > 0 && number_ % gap == 0 && !frame.key;
+  return skipping_ || inGap;
+}
+
+void StreamConnection::deliver(const EncodedFrame& frame) {
+  OutgoingFrame out{frame.bytes, frame.key, number_};
+  const auto noise = faults().find(FaultKind::noise);
+  if (noise && *noise > 0 && number_ % *noise == 0)
+    out.payload = faults().randomBytes(frame.bytes.size());
+  send(dialect_->frame(out));
+  if (options().audio) {
+    send(
+        dialect_->sound(static_cast<std::size_t>(8000 * av_q2d(av_inv_q(cursor_->loop().rate())))));
+  }
+}
+
+void StreamConnection::leave() {
+  pace_.cancel();
+  limit_.cancel();
+  cursor_.reset();
+}
+
+}  // namespace quorvid::sim

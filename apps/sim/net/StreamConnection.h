@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+
+#include "sim/media/LoopStore.h"
+#include "sim/net/Connection.h"
+#include "sim/wire/StreamDialect.h"
+
+namespace quorvid::sim {
+
+/// A client that plays a stream: its frames come at the loop's pace, beginning with a key frame. A
+/// client that falls a second behind loses frames, up to a key frame, when all it was sent is out.
+class StreamConnection final : public Connection {
+ public:
+  StreamConnection(asio::ip::tcp::socket socket, const Options& options, Service service,
+                   unsigned number, LoopStore& loops);
+
+ protected:
+  std::size_t requestBytes() const override { return dialect_->requestBytes(); }
+  void answer(ByteView request) override;
+  void leave() override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  bool serves(const StreamOrder& order, std::string& reason) const;
+  void play(const StreamOrder& order);
+  void setLimits();
+  bool joinLive();
+  void wait();
+  void tick();
+  bool step();
+  void deliver(const EncodedFrame& frame);
+  bool leftOut(const EncodedFrame& frame);
+  Clock::duration period() const;
+
+  LoopStore& loops_;
+  std::unique_ptr<StreamDialect> dialect_;
+  std::optional<LoopCursor> cursor_;
+  asio::steady_timer pace_;
+  asio::steady_timer limit_;
+  Clock::time_point due_;
+  int burst_ = 1;
+  int burstSent_ = 0;  // of the burst under way, while the encoder is not far enough
+  std::uint32_t number_ = 0;
+  std::size_t maxWaiting_ = 0;
+  bool joined_ = false;
+  bool skipping_ = false;
+};
+
+}  // namespace quorvid::sim

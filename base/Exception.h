@@ -1,0 +1,22 @@
+// Exception: the platform's exception class, raised by platform services for errors of the caller.
+// Any thread.
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "quorvid/base/Export.h"
+
+namespace quorvid {
+
+class QUORVID_API Exception : public std::exception {
+ public:
+  explicit Exception(std::string description);
+  ~Exception() override;
+  const char* what() const noexcept override;
+
+ private:
+  std::string description_;
+};
+
+}  // namespace quorvid

@@ -1,0 +1,80 @@
+// RunLoop and CADisplayLink: the display-synchronised timer and the loop that it joins.
+//
+// One run loop per thread, driven from outside: whoever owns the display's clock (the library's
+// window, a toolkit's frame clock, a test) calls refresh() on the loop's own thread.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "quorvid/base/Export.h"
+
+namespace quorvid {
+
+enum class RunLoopMode : std::uint8_t {
+  Default,   // NSDefaultRunLoopMode
+  Tracking,  // the host runs a menu or drags something: links of the default mode rest
+};
+inline constexpr RunLoopMode NSDefaultRunLoopMode = RunLoopMode::Default;
+
+class CADisplayLink;
+
+class QUORVID_API RunLoop {
+ public:
+  // The calling thread's loop, made on first use.
+  static const std::shared_ptr<RunLoop>& currentRunLoop();
+
+  RunLoop();
+  ~RunLoop();
+  RunLoop(const RunLoop&) = delete;
+  RunLoop& operator=(const RunLoop&) = delete;
+
+  // Tells that `refreshes` display refreshes have gone by (more than 1 when some were missed) and
+  // calls every link of the current mode that is due, each at most once. A callback may invalidate
+  // its own link or others, and may add links (those wait for the next refresh).
+  void refresh(std::uint32_t refreshes = 1);
+
+  RunLoopMode mode() const { return mode_; }
+  void setMode(RunLoopMode mode) { mode_ = mode; }
+  // Links now scheduled.
+  std::size_t linkCount() const { return links_.size(); }
+
+ private:
+  friend class CADisplayLink;
+  std::vector<std::shared_ptr<CADisplayLink>> links_;
+  RunLoopMode mode_ = RunLoopMode::Default;
+};
+
+class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayLink> {
+ public:
+  // callback: what to call on every tick; it holds the target strongly (capture a shared_ptr), and
+  // the link drops it when it is invalidated.
+  static std::shared_ptr<CADisplayLink> displayLinkWithTarget(std::function<void()> callback);
+  ~CADisplayLink();
+  CADisplayLink(const CADisplayLink&) = delete;
+  CADisplayLink& operator=(const CADisplayLink&) = delete;
+
+  // Ticks once every N refreshes; 1 at first, values below 1 count as 1.
+  void setFrameInterval(int refreshes);
+  int frameInterval() const { return frameInterval_; }
+  // The loop keeps the link until it is invalidated. A link joins one loop once.
+  void addToRunLoop(const std::shared_ptr<RunLoop>& loop, RunLoopMode mode);
+  // Unschedules the link and drops its callback; safe inside the callback itself.
+  void invalidate();
+
+ private:
+  friend class RunLoop;
+  QUORVID_LOCAL explicit CADisplayLink(std::function<void()> callback);
+  QUORVID_LOCAL void tick(std::uint32_t refreshes);
+
+  std::shared_ptr<std::function<void()>> callback_;
+  std::weak_ptr<RunLoop> loop_;
+  RunLoopMode mode_ = RunLoopMode::Default;
+  int frameInterval_ = 1;
+  std::uint32_t elapsed_ = 0;
+};
+
+}  // namespace quorvid

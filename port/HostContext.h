@@ -1,0 +1,27 @@
+// HostContext: keeps the host's GL context current across a call that needs one of the library's.
+//
+// Lives on the stack of the thread that makes the call. Idea: whatever foreign context (with its
+// surfaces) was current when it was made is current again when it goes. When there was none, or one
+// of the library's, nothing is put back.
+#pragma once
+
+#include "quorvid/base/Export.h"
+
+namespace quorvid {
+
+class QUORVID_API HostContext {
+ public:
+  HostContext();
+  ~HostContext();
+  HostContext(const HostContext&) = delete;
+  HostContext& operator=(const HostContext&) = delete;
+
+ private:
+  // The foreign binding: display, both surfaces and the context; all null when there is none.
+  void* display_ = nullptr;
+  void* draw_ = nullptr;
+  void* read_ = nullptr;
+  void* context_ = nullptr;
+};
+
+}  // namespace quorvid

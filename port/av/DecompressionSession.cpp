@@ -1,0 +1,56 @@
+#include "port/av/DecompressionSession.h"
+
+#include <ctime>
+
+#include "h264/Units.h"
+
+namespace quorvid {
+namespace {
+
+constexpr double kLongestHonestUnit = 0.25;  // seconds of processor time
+
+double processorSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+}  // namespace
+
+OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, void* frameRefCon,
+                                        VTDecodeInfoFlags& infoFlags) {
+  CVPixelBufferRef picture = nullptr;
+  const OSStatus status = makePicture(sample, picture);
+  infoFlags = picture == nullptr ? kVTDecodeInfo_FrameDropped : 0;
+  callback_.callback(callback_.refCon, frameRefCon, status, infoFlags, picture, CMTime{}, CMTime{});
+  CVPixelBufferRelease(picture);
+  return status;
+}
+
+OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sample,
+                                             CVPixelBufferRef& picture) {
+  const H264UnitKind kind = repackH264Sample(sample, stream_, mostWork_, packet_);
+  if (kind == H264UnitKind::Nothing) {
+    return noErr;
+  }
+  if (kind == H264UnitKind::Damaged) {
+    return kVTVideoDecoderBadDataErr;
+  }
+  const DecodedPicture decoded = decodeTimed();
+  if (decoded.frame == nullptr) {
+    return decoded.status;
+  }
+  picture = converter_.convert(*decoded.frame);
+  return picture != nullptr ? noErr : kVTVideoDecoderMalfunctionErr;
+}
+
+DecodedPicture VTDecompressionSession::decodeTimed() {
+  const double start = processorSeconds();
+  const DecodedPicture decoded = decoder_->decode(packet_);
+  if (processorSeconds() - start > kLongestHonestUnit) {
+    mostWork_ = kWorkOfAQuarterSecond;
+  }
+  return decoded;
+}
+
+}  // namespace quorvid

@@ -1,0 +1,144 @@
+#include "port/av/LibavDecoder.h"
+
+#include <cstring>
+#include <utility>
+
+#include "h264/Sps.h"
+
+extern "C" {
+#include <libavutil/hwcontext.h>
+}
+
+namespace quorvid {
+namespace {
+
+// Added to the level of each message, so that none is severe enough to be printed.
+constexpr int kQuieter = AV_LOG_TRACE + 8;
+// Device frames in our hands while the device works: the latest and the one before.
+constexpr int kFramesHeld = 2;
+constexpr std::int64_t kPixelsOfMacroblock = 256;
+
+OSStatus statusOf(int error) {
+  switch (error) {
+    case 0:
+      return noErr;
+    case AVERROR_INVALIDDATA:
+      return kVTVideoDecoderBadDataErr;
+    case AVERROR(ENOMEM):
+      return kVTAllocationFailedErr;
+    default:
+      return kVTVideoDecoderMalfunctionErr;
+  }
+}
+
+bool setExtradata(AVCodecContext& context, const std::vector<std::uint8_t>& record) {
+  auto* const bytes =
+      static_cast<std::uint8_t*>(av_mallocz(record.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (bytes == nullptr) {
+    return false;
+  }
+  std::memcpy(bytes, record.data(), record.size());
+  context.extradata = bytes;  // the context frees it
+  context.extradata_size = static_cast<int>(record.size());
+  return true;
+}
+
+// Set when slices were lost or guessed: such a picture is not shown.
+bool isDamaged(const AVFrame& frame) {
+  return frame.decode_error_flags != 0 || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0;
+}
+
+}  // namespace
+
+std::unique_ptr<PictureDecoder> LibavDecoder::open(const LibavDecoderSetup& setup,
+                                                   const H264ParameterSets& sets) {
+  std::unique_ptr<LibavDecoder> decoder(new LibavDecoder(setup.devicePixels));
+  return decoder->configure(setup, sets) ? std::move(decoder) : nullptr;
+}
+
+bool LibavDecoder::configure(const LibavDecoderSetup& setup, const H264ParameterSets& sets) {
+  context_.reset(setup.codec != nullptr ? avcodec_alloc_context3(setup.codec) : nullptr);
+  packet_.reset(av_packet_alloc());
+  for (AvFramePtr* frame : {&next_, &frame_, &fetched_}) {
+    frame->reset(av_frame_alloc());
+  }
+  if (!context_ || !packet_ || !next_ || !frame_ || !fetched_ ||
+      !setExtradata(*context_, sets.avcRecord())) {
+    return false;
+  }
+  context_->log_level_offset = kQuieter;
+  context_->thread_count = 1;
+  context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
+  // Lost macroblocks are taken from the picture before, and mark the picture as damaged. Guessing
+  // their motion costs up to five times the decoding of the picture, which isn't shown.
+  context_->error_concealment = FF_EC_FAVOR_INTER;
+  context_->max_pixels = kLargestPictureInMacroblocks * kPixelsOfMacroblock;
+  if (setup.device != nullptr) {
+    context_->hw_device_ctx = av_buffer_ref(setup.device);
+    context_->extra_hw_frames = kFramesHeld;
+    context_->opaque = this;
+    context_->get_format = choosePixels;
+  }
+  return avcodec_open2(context_.get(), setup.codec, nullptr) == 0;
+}
+
+AVPixelFormat LibavDecoder::choosePixels(AVCodecContext* context, const AVPixelFormat* offered) {
+  const auto* const decoder = static_cast<const LibavDecoder*>(context->opaque);
+  for (; *offered != AV_PIX_FMT_NONE; ++offered) {
+    if (*offered == decoder->devicePixels_) {
+      return *offered;
+    }
+  }
+  return AV_PIX_FMT_NONE;  // the device can't do this stream: an error, and the next candidate
+}
+
+DecodedPicture LibavDecoder::decode(std::span<const std::uint8_t> packet) {
+  const int sent = send(packet);
+  DecodedPicture picture = receive();
+  if (sent < 0) {
+    picture = {statusOf(sent), nullptr};
+  }
+  return picture;
+}
+
+// libavcodec reads a little beyond the end of its input, so the unit needs a padded place.
+int LibavDecoder::send(std::span<const std::uint8_t> packet) {
+  const int allocated = av_new_packet(packet_.get(), static_cast<int>(packet.size()));
+  if (allocated < 0) {
+    return allocated;
+  }
+  std::memcpy(packet_->data, packet.data(), packet.size());
+  const int sent = avcodec_send_packet(context_.get(), packet_.get());
+  av_packet_unref(packet_.get());
+  return sent;
+}
+
+// Takes all there is and keeps the latest, so that nothing is left to delay a later unit.
+DecodedPicture LibavDecoder::receive() {
+  av_frame_unref(frame_.get());
+  int received = 0;
+  while ((received = avcodec_receive_frame(context_.get(), next_.get())) == 0) {
+    std::swap(next_, frame_);
+  }
+  if (received != AVERROR(EAGAIN) && received != AVERROR_EOF) {
+    return {statusOf(received), nullptr};
+  }
+  if (frame_->buf[0] == nullptr) {
+    return {};
+  }
+  if (isDamaged(*frame_)) {
+    return {kVTVideoDecoderBadDataErr, nullptr};
+  }
+  return frame_->format == devicePixels_ ? fetchFromDevice() : DecodedPicture{noErr, frame_.get()};
+}
+
+DecodedPicture LibavDecoder::fetchFromDevice() {
+  av_frame_unref(fetched_.get());
+  if (av_hwframe_transfer_data(fetched_.get(), frame_.get(), 0) < 0 ||
+      av_frame_copy_props(fetched_.get(), frame_.get()) < 0) {
+    return {kVTVideoDecoderMalfunctionErr, nullptr};
+  }
+  return {noErr, fetched_.get()};
+}
+
+}  // namespace quorvid

@@ -1,0 +1,41 @@
+// PictureConverter: from a decoded frame of any size and format to a "420v" picture of one size.
+//
+// Each plane is scaled bilinearly, Y straight into the picture, U and V beside it and then woven
+// into pairs: scaled as pairs they would lose up to two steps of 255. Pixel formats other than
+// 8-bit 4:2:0 are brought to it first. Full-range samples become video range. Every picture says
+// which matrix its colours need: the stream's own, or ITU-R 601 for frames of at most 576 lines and
+// ITU-R 709 above. One thread.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "port/av/AvHandles.h"
+#include "port/av/PicturePool.h"
+
+namespace quorvid {
+
+class PictureConverter {
+ public:
+  PictureConverter(std::size_t width, std::size_t height) : pool_(width, height) {}
+
+  // A picture with one reference for the caller; null when the frame's format can't be converted or
+  // memory is short. The frame's aspect ratio is not kept: it fills the whole picture.
+  CVPixelBufferRef convert(const AVFrame& frame);
+
+ private:
+  bool fill(const AVFrame& frame, CVPixelBufferRef picture);
+  bool toPlanar(const AVFrame& frame);
+  bool prepareConversion(const AVFrame& frame);
+  void scaleChroma(const AVFrame& frame, CVPixelBufferRef picture);
+
+  PicturePool pool_;
+  // U and V apart: as the frame has them in pairs, and at the picture's size.
+  std::array<std::vector<std::uint8_t>, 2> split_, scaled_;
+  SwsContextPtr scaler_;
+  AvFramePtr planar_;
+};
+
+}  // namespace quorvid

@@ -1,0 +1,59 @@
+// Drawable: what a GL-backed layer was drawn into, a renderbuffer of the share group.
+//
+// It belongs to its layer and deletes the renderbuffer with itself, whichever context is current.
+#pragma once
+
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+
+#include <cstdint>
+#include <memory>
+
+#include "port/egl/ShareGroup.h"
+
+namespace quorvid {
+
+class Drawable {
+ public:
+  Drawable() = default;
+  ~Drawable();
+  Drawable(const Drawable&) = delete;
+  Drawable& operator=(const Drawable&) = delete;
+
+  // Takes over a renderbuffer whose storage was just allocated in a context of the group, which is
+  // current.
+  void adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer, int width,
+             int height);
+  // The renderbuffer is no longer this drawable's; it is not deleted.
+  void lose();
+  // Marks the content as complete: a new version, fenced in the current context.
+  void present();
+  // Makes the GPU (or, where that can't be, the caller) wait until the presented content is drawn.
+  void waitUntilDrawn();
+
+  const std::shared_ptr<ShareGroup>& group() const { return group_; }
+  std::uint32_t renderbuffer() const { return renderbuffer_; }
+  int width() const { return width_; }
+  int height() const { return height_; }
+  // Differs between any two storages of the process; 0 without one.
+  std::uint64_t storage() const { return storage_; }
+  // Counts presentations into this storage; 0 while it has no content to show.
+  std::uint64_t version() const { return version_; }
+  bool hasContent() const { return version_ > 0 && width_ > 0 && height_ > 0; }
+
+ private:
+  void drop();
+  void dropFence();
+
+  std::shared_ptr<ShareGroup> group_;
+  std::uint32_t renderbuffer_ = 0;
+  std::uint32_t framebuffer_ =
+      0;  // bound when the storage was allocated: the one that will hold it
+  int width_ = 0;
+  int height_ = 0;
+  std::uint64_t storage_ = 0;
+  std::uint64_t version_ = 0;
+  EGLSyncKHR fence_ = EGL_NO_SYNC_KHR;
+};
+
+}  // namespace quorvid

@@ -1,0 +1,75 @@
+#include "quorvid/base/Text.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "base/Exception.h"
+#include "base/Utf8.h"
+#include "quorvid/base/Log.h"
+
+namespace quorvid {
+namespace {
+
+TEST(Text, MissingAndEmptyAreDifferent) {
+  const Text missing(nullptr);
+  const Text empty("");
+  EXPECT_EQ(missing.c_str(), nullptr);
+  EXPECT_EQ(missing.description(), "(null)");
+  EXPECT_STREQ(empty.c_str(), "");
+  EXPECT_FALSE(missing == empty);
+  EXPECT_TRUE(missing == Text(static_cast<const char*>(nullptr)));
+}
+
+TEST(Text, CopiesKeepTheObject) {
+  const Text first(std::string("abc"));
+  Text copy;
+  copy = first;
+  EXPECT_TRUE(copy.isSameObject(first));
+  EXPECT_EQ(copy.c_str(), first.c_str());
+  EXPECT_TRUE(Text("abc") == first);
+  EXPECT_FALSE(Text("abc").isSameObject(first));
+}
+
+TEST(Text, SubstringThrowsThePlatformsExceptionBeyondTheEnd) {
+  const Text text("1234567");
+  EXPECT_TRUE(text.substringFromIndex(2) == Text("34567"));
+  EXPECT_TRUE(text.substringFromIndex(7) == Text(""));
+  EXPECT_THROW(text.substringFromIndex(text.length() - 8), Exception);  // wraps round
+}
+
+TEST(Utf8, OnlyTheShortestFormOfACharacterIsOne) {
+  EXPECT_EQ(utf8CharacterAt("\xF0\x9F\x9A\x9A!").code, 0x1F69AU);
+  EXPECT_EQ(utf8CharacterAt("\xE0\xA0\x80").size, 3U);
+  EXPECT_EQ(utf8CharacterAt("\xF4\x8F\xBF\xBF").code, 0x10FFFFU);
+  for (const char* none : {"", "\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",
+                           "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE4\xBA", "\xE4\xBA!"}) {
+    EXPECT_EQ(utf8CharacterAt(none).size, 0U) << testing::PrintToString(none);
+  }
+}
+
+TEST(Log, SinkGetsWholeMessagesOneAtATime) {
+  std::vector<std::string> messages;
+  setLogSink([&](std::string_view message) { messages.emplace_back(message); });
+  const std::string longText(5000, 'x');
+  std::vector<std::thread> threads;
+  threads.reserve(4);
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int k = 0; k < 200; ++k) {
+        logMessage("%s %d", longText.c_str(), 7);
+      }
+    });
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  setLogSink(nullptr);
+  logMessage("to standard error again");
+  ASSERT_EQ(messages.size(), 800U);
+  EXPECT_EQ(messages.back(), longText + " 7");
+}
+
+}  // namespace
+}  // namespace quorvid

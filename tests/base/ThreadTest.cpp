@@ -1,0 +1,114 @@
+#include "base/Thread.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <set>
+#include <thread>
+
+#include "base/Clock.h"
+#include "quorvid/base/Log.h"
+
+namespace quorvid {
+namespace {
+
+void waitUntilEnded(const Thread& thread) {
+  while (thread.isExecuting()) {
+    sleepForTimeInterval(0.001);
+  }
+}
+
+TEST(Thread, ExecutesFromStartToTheBodysEnd) {
+  std::promise<void> go;
+  Thread thread([&go] { go.get_future().wait(); });
+  EXPECT_FALSE(thread.isExecuting());
+  thread.start();
+  EXPECT_TRUE(thread.isExecuting());
+  thread.cancel();
+  EXPECT_TRUE(thread.isCancelled());
+  EXPECT_TRUE(thread.isExecuting());  // a mark only
+  go.set_value();
+  waitUntilEnded(thread);
+  thread.start();  // once
+  EXPECT_FALSE(thread.isExecuting());
+}
+
+// A session is held by its own body and holds the thread object: the last one out is the body.
+TEST(Thread, TheBodysCapturesGoWithItOnItsOwnThread) {
+  struct Owner {
+    std::unique_ptr<Thread> thread;
+    std::promise<std::thread::id> end;
+    ~Owner() { end.set_value(std::this_thread::get_id()); }
+  };
+  auto owner = std::make_shared<Owner>();
+  auto end = owner->end.get_future();
+  std::promise<void> go;
+  owner->thread =
+      std::make_unique<Thread>([owner, released = go.get_future().share()] { released.wait(); });
+  owner->thread->start();
+  owner.reset();
+  go.set_value();
+  EXPECT_TRUE(end.get() != std::this_thread::get_id());
+}
+
+// The system's own (32, 33) and the two that can't be blocked are left out.
+TEST(Thread, HandlesNoSignalButItsOwnFaults) {
+  const auto blockedHere = [] {
+    sigset_t mask;
+    std::set<int> numbers;
+    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+      if (sigismember(&mask, number) == 1) {
+        numbers.insert(number);
+      }
+    }
+    return numbers;
+  };
+  std::set<int> expected;
+  for (int number = 1; number <= SIGRTMAX; ++number) {
+    if (number < 32 || number >= SIGRTMIN) {
+      expected.insert(number);
+    }
+  }
+  for (const int open :
+       {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT, SIGPROF, SIGKILL, SIGSTOP}) {
+    expected.erase(open);
+  }
+  const std::set<int> before = blockedHere();
+  std::promise<std::set<int>> seen;
+  Thread thread([&] { seen.set_value(blockedHere()); });
+  thread.start();
+  EXPECT_EQ(seen.get_future().get(), expected);
+  EXPECT_EQ(blockedHere(), before);
+  waitUntilEnded(thread);
+}
+
+// A default stack larger than the address space: no thread can be made.
+void setDefaultStack(std::size_t bytes) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, bytes);
+  pthread_setattr_default_np(&attributes);
+  pthread_attr_destroy(&attributes);
+}
+
+TEST(Thread, ARefusedThreadIsLoggedAndLetsItsBodyGo) {
+  std::string message;
+  auto captured = std::make_shared<int>(0);
+  const std::weak_ptr<int> watch = captured;
+  Thread thread([kept = std::move(captured)] {});
+  setLogSink([&](std::string_view text) { message = text; });
+  setDefaultStack(std::size_t{1} << 50);
+  thread.start();
+  setDefaultStack(std::size_t{8} << 20);
+  setLogSink(nullptr);
+  EXPECT_FALSE(thread.isExecuting());
+  EXPECT_TRUE(watch.expired());
+  EXPECT_NE(message.find("Thread: not started"), std::string::npos) << message;
+}
+
+}  // namespace
+}  // namespace quorvid

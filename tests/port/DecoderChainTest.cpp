@@ -1,0 +1,128 @@
+// Which of several ways to decode is believed, with devices played by stand-ins.
+#include "port/av/DecoderChain.h"
+
+#include <gmock/gmock.h>
+
+#include "h264/Units.h"
+#include "port/av/HardwareDecoders.h"
+#include "port/av/LibavDecoder.h"
+#include "support/H264TestStream.h"
+
+namespace quorvid {
+namespace {
+
+using testing::ElementsAre;
+
+// A device that decodes (in software) until it is told to fail.
+struct Device {
+  bool opens = true;
+  int goodUnits = 0;  // then it fails
+  OSStatus failure = kVTVideoDecoderMalfunctionErr;
+};
+
+class StandIn : public PictureDecoder {
+ public:
+  StandIn(Device& device, std::unique_ptr<PictureDecoder> real)
+      : device_(device), real_(std::move(real)) {}
+  DecodedPicture decode(std::span<const std::uint8_t> packet) override {
+    return device_.goodUnits-- > 0 ? real_->decode(packet)
+                                   : DecodedPicture{device_.failure, nullptr};
+  }
+
+ private:
+  Device& device_;
+  std::unique_ptr<PictureDecoder> real_;
+};
+
+std::unique_ptr<PictureDecoder> software(const H264ParameterSets& sets) {
+  return LibavDecoder::open({avcodec_find_decoder(AV_CODEC_ID_H264), nullptr, AV_PIX_FMT_NONE},
+                            sets);
+}
+
+class DecoderChainTest : public testing::Test {
+ protected:
+  DecoderCandidate candidate(const char* name, Device& device) {
+    return {name, [this, name, &device](const H264ParameterSets& sets) {
+              tried_.emplace_back(name);
+              return device.opens ? std::make_unique<StandIn>(device, software(sets)) : nullptr;
+            }};
+  }
+  std::unique_ptr<DecoderChain> chain(Device& first, Device& second) {
+    DecoderCandidates all{
+        candidate("first", first), candidate("second", second), {"software", software}};
+    return DecoderChain::open(std::move(all), *H264ParameterSets::make(stream_.sps, stream_.pps));
+  }
+  bool decode(DecoderChain& chain, std::vector<std::uint8_t> unit) {
+    const auto size = static_cast<std::uint8_t>(unit.size());
+    unit.insert(unit.begin(), {0, 0, static_cast<std::uint8_t>(unit.size() >> 8), size});
+    last_ = chain.decode(unit);
+    return last_.frame != nullptr && last_.frame->width == 640;
+  }
+  bool decode(DecoderChain& chain, std::size_t index) {
+    return decode(chain, stream_.frames[index].slice);
+  }
+
+  test::H264TestStream stream_ = test::encodeTestStream({.keyInterval = 5});
+  std::vector<std::string> tried_;
+  DecodedPicture last_;
+};
+
+TEST_F(DecoderChainTest, DeviceThatWorksStays) {
+  Device missing{.opens = false}, working{.goodUnits = 100};
+  const auto chain = this->chain(missing, working);
+  for (std::size_t index = 0; index < 10; ++index) {
+    EXPECT_TRUE(decode(*chain, index));
+  }
+  EXPECT_EQ(chain->name(), "second");
+  EXPECT_THAT(tried_, ElementsAre("first", "second"));
+}
+
+TEST_F(DecoderChainTest, DeviceThatOpensButGivesNoPictureIsNotBelieved) {
+  for (const OSStatus failure : {noErr, kVTVideoDecoderMalfunctionErr, kVTVideoDecoderBadDataErr}) {
+    Device first{.failure = failure}, second{.failure = failure};
+    const auto chain = this->chain(first, second);
+    EXPECT_EQ(chain->name(), "first");
+    EXPECT_TRUE(decode(*chain, 0));  // the very unit that the devices failed on
+    EXPECT_EQ(chain->name(), "software");
+    EXPECT_TRUE(decode(*chain, 1));
+  }
+}
+
+TEST_F(DecoderChainTest, DeviceThatFailsLaterIsReplacedAtTheNextKeyFrame) {
+  Device first{.goodUnits = 3}, second{.opens = false};
+  const auto chain = this->chain(first, second);
+  for (std::size_t index = 0; index < 10; ++index) {
+    EXPECT_EQ(decode(*chain, index), index < 3 || index >= 5) << index;
+  }
+  EXPECT_EQ(chain->name(), "software");
+}
+
+TEST_F(DecoderChainTest, DamagedUnitIsNotBlamedOnTheDevice) {
+  Device first{.goodUnits = 100}, second{.opens = false};
+  const auto chain = this->chain(first, second);
+  EXPECT_FALSE(decode(*chain, {0x65, 0x12, 0x34}));
+  EXPECT_EQ(last_.status, kVTVideoDecoderBadDataErr);
+  EXPECT_TRUE(decode(*chain, 0));
+  EXPECT_EQ(chain->name(), "first");
+}
+
+TEST_F(DecoderChainTest, UnitsWithoutPicturesOpenNoDecoderEach) {
+  Device first, second;
+  const auto chain = this->chain(first, second);
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_FALSE(decode(*chain, 1));  // of no use before a key frame
+  }
+  EXPECT_THAT(tried_, ElementsAre("first", "second"));
+  EXPECT_EQ(chain->name(), "first");
+  EXPECT_TRUE(decode(*chain, 5));
+  EXPECT_EQ(chain->name(), "software");
+}
+
+TEST_F(DecoderChainTest, SoftwareIsTheLastCandidateAndNoneIsNoChain) {
+  EXPECT_EQ(decoderCandidates().back().name, "software");
+  const auto sets = *H264ParameterSets::make(stream_.sps, stream_.pps);
+  EXPECT_EQ(DecoderChain::open({}, sets), nullptr);
+}
+
+}  // namespace
+}  // namespace quorvid

@@ -1,0 +1,137 @@
+// What a unit's slices may ask of a decoder, judged by their headers alone.
+#include "h264/WorkBounds.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ctime>
+
+#include "port/av/DecompressionSession.h"
+#include "support/H264TestStream.h"
+
+namespace quorvid {
+namespace {
+
+using enum H264Picture;
+using enum H264SliceType;
+
+H264Sps stream(std::uint32_t width, std::uint32_t height) {
+  H264Sps sps;
+  sps.widthInMacroblocks = width;
+  sps.heightInMacroblocks = height;
+  return sps;
+}
+
+H264SliceHeader slice(std::uint32_t first, H264SliceType type = P, H264Picture picture = Frame) {
+  return {.firstMacroblock = first, .type = type, .picture = picture};
+}
+
+// How many slices are taken that begin at macroblock 0, `step`, 2 * `step` and so on.
+std::uint32_t taken(const H264Sps& sps, H264SliceType type, std::uint32_t step, std::size_t size,
+                    std::uint64_t mostWork = kWorkOfAQuarterSecond) {
+  H264WorkBounds bounds(sps, mostWork);
+  std::uint32_t count = 0;
+  while (count < 1000 && bounds.take(slice(count * step, type), size)) {
+    ++count;
+  }
+  return count;
+}
+
+TEST(WorkBoundsTest, PicturesOfHonestEncodersAreTaken) {
+  const auto all = [](std::uint32_t width, std::uint32_t height, H264SliceType type,
+                      std::uint32_t slices, std::size_t size) {
+    const std::uint32_t step = width * height / slices;
+    return std::min(slices, taken(stream(width, height), type, step, size, kWorkOfHonestUnits));
+  };
+  EXPECT_EQ(all(192, 192, B, 1, 131'000), 1U);  // one slice, whatever it holds
+  for (const H264SliceType type : {I, P, B}) {
+    EXPECT_EQ(all(120, 68, type, 68, 1'900), 68U);  // one a row of 1080 lines
+  }
+  for (const H264SliceType type : {I, P}) {
+    EXPECT_EQ(all(80, 60, type, 110, 1'200), 110U);  // cut for network packets
+    EXPECT_EQ(all(120, 68, type, 110, 1'200), 110U);
+  }
+  EXPECT_EQ(all(40, 135, P, 135, 900), 135U);  // one a row, and more than 128
+  EXPECT_EQ(taken(stream(192, 192), P, 1, 10, kWorkOfHonestUnits), 40U);  // 1.5 million macroblocks
+}
+
+TEST(WorkBoundsTest, WhateverTheSlicesHoldAQuarterOfASecondIsEnough) {
+  EXPECT_EQ(taken(stream(40, 30), P, 1, 10), 128U);
+  EXPECT_EQ(taken(stream(192, 192), P, 1, 10), 16U);
+  EXPECT_EQ(taken(stream(192, 192), P, 1, 10'000), 3U);
+  EXPECT_EQ(taken(stream(192, 192), I, 1, 10), 8U);
+  EXPECT_EQ(taken(stream(192, 192), B, 1, 10), 1U);
+  EXPECT_EQ(taken(stream(80, 60), B, 1, 10), 12U);
+  H264Sps deep = stream(192, 192);
+  deep.bitDepth = 10;
+  EXPECT_EQ(taken(deep, P, 1, 10), 8U);
+  deep.chromaFormat = 3;
+  EXPECT_EQ(taken(deep, B, 1, 10), 1U);
+}
+
+TEST(WorkBoundsTest, FirstMacroblocksRiseAndOnlyASecondFieldBeginsAgain) {
+  H264Sps sps = stream(40, 30);
+  sps.framesOnly = false;
+  sps.pairsInFrames = true;
+  using Slices = std::vector<H264SliceHeader>;
+  const auto allTaken = [&sps](const Slices& slices) {
+    H264WorkBounds bounds(sps, kWorkOfHonestUnits);
+    return std::all_of(slices.begin(), slices.end(),
+                       [&bounds](const H264SliceHeader& the) { return bounds.take(the, 100); });
+  };
+  EXPECT_TRUE(allTaken({slice(0), slice(20), slice(599)}));  // pairs
+  EXPECT_TRUE(allTaken({slice(0, I, TopField), slice(599, I, TopField), slice(0, P, BottomField),
+                        slice(300, P, BottomField)}));
+  for (const Slices& refused : std::initializer_list<Slices>{
+           {slice(600)},
+           {slice(600, P, TopField)},
+           {slice(20), slice(20)},
+           {slice(20), slice(0)},
+           {slice(0, I, TopField), slice(0, I, TopField)},
+           {slice(0, I, TopField), slice(1, I, BottomField)},
+           {slice(0, I, TopField), slice(0, I)},
+           {slice(0), slice(0, P, BottomField)},
+           {slice(0, I, TopField), slice(0, I, BottomField), slice(0, I, TopField)}}) {
+    EXPECT_FALSE(allTaken(refused)) << refused.back().firstMacroblock;
+  }
+}
+
+// Takes longer than any honest unit.
+class SlowDecoder : public PictureDecoder {
+ public:
+  explicit SlowDecoder(int& units) : units_(units) {}
+  DecodedPicture decode(std::span<const std::uint8_t> /*packet*/) override {
+    ++units_;
+    const auto begin = std::clock();
+    while (std::clock() - begin < CLOCKS_PER_SEC * 3 / 10) {
+    }
+    return {kVTVideoDecoderBadDataErr, nullptr};
+  }
+
+ private:
+  int& units_;
+};
+
+TEST(WorkBoundsTest, ASessionIsFooledOnce) {
+  int units = 0;
+  const auto sets = test::encodeTestStream({});
+  auto chain = DecoderChain::open(
+      {{"slow", [&units](const auto&) { return std::make_unique<SlowDecoder>(units); }}},
+      *H264ParameterSets::make(sets.sps, sets.pps));
+  VTDecompressionSession session(std::move(chain), stream(192, 192), 1280, 960,
+                                 {[](auto...) {}, nullptr});
+  // Two B slices over the whole picture, and a single one, which is taken in any case.
+  const std::vector<std::uint8_t> one{0, 0, 0, 4, 0x41, 0xA8, 0x80, 0x80};
+  std::vector<std::uint8_t> two{0, 0, 0, 11,   0x41, 0xA8, 0x80, 0x80,
+                                0, 0, 1, 0x41, 0x4A, 0x20, 0x80};
+  VTDecodeInfoFlags flags = 0;
+  for (const int decoded : {1, 1, 1}) {
+    EXPECT_EQ(session.decode(two, nullptr, flags), kVTVideoDecoderBadDataErr);
+    EXPECT_EQ(units, decoded);
+  }
+  session.decode(one, nullptr, flags);
+  EXPECT_EQ(units, 2);
+}
+
+}  // namespace
+}  // namespace quorvid

@@ -1,0 +1,69 @@
+#include <random>
+
+#include "base/Clock.h"
+#include "session/path/LiveViewFixture.h"
+
+namespace quorvid::test {
+namespace {
+
+using HostileKeyFrame = LiveViewFixture;
+
+// `size` bytes that look like the start of a key frame whose first unit has the header `first`.
+std::string hostileFrame(std::size_t size, int first, std::mt19937& random) {
+  std::string frame("\0\0\0\1", 4);
+  frame += static_cast<char>(first);
+  while (frame.size() < size) {
+    frame += static_cast<char>(random());
+  }
+  frame.resize(size);
+  if (size < 5) {
+    frame[0] = static_cast<char>(first);
+  }
+  return frame;
+}
+
+// 1 to 40 bytes of every first byte, in four lots; after each lot the next good key frame must
+// show.
+TEST_F(HostileKeyFrame, LeavesTheViewReadyForTheNextGoodOne) {
+  constexpr int kLots = 4;
+  std::atomic<int> shown{0};
+  std::atomic<int> repeated{0};
+  FleetServer server([&](FleetClient& client) {
+    const auto rust = oneColouredFrames(kRust);
+    const auto teal = oneColouredFrames(kTeal, true);
+    std::mt19937 random(17);
+    client.readRequest();
+    client.sendAnswer();
+    for (int lot = 0; lot < kLots; ++lot) {
+      for (int first = lot; first < 256; first += kLots) {
+        for (std::size_t size = 1; size <= 40; ++size) {
+          client.sendVideo(hostileFrame(size, first, random));
+        }
+      }
+      const std::string& good = lot % 2 == 0 ? rust.front() : teal.front();
+      client.sendVideo(good);
+      // A consumer that stands still for half a second has its frame overwritten: once more, then.
+      for (int waited = 1; shown == lot; ++waited) {
+        sleepForTimeInterval(0.001);
+        if (waited % 5000 == 0) {
+          ++repeated;
+          client.sendVideo(good);
+        }
+      }
+    }
+    client.waitForClose();
+  });
+  const auto view = makeView(server, CGRectMake(0, 0, 64, 48));
+  view->playVideo();
+  for (int lot = 0; lot < kLots; ++lot) {
+    const Rgb colour = rgbOf(lot % 2 == 0 ? kRust : kTeal);
+    refreshUntil([&] { return shows(*view, 32, 24, colour); });
+    ++shown;
+  }
+  EXPECT_EQ(server.clientsSoFar(), 1);
+  EXPECT_LT(repeated, kLots);
+  view->stopVideo();
+}
+
+}  // namespace
+}  // namespace quorvid::test

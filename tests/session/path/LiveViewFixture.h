@@ -1,0 +1,46 @@
+// A live view on a loopback server: refreshes the run loop until something is to be seen.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <string>
+
+#include "quorvid/session/UIFleetLiveView.h"
+#include "session/FleetServer.h"
+#include "support/H264TestStream.h"
+
+namespace quorvid::test {
+
+struct Ycc {
+  std::uint8_t y, cb, cr;
+};
+inline constexpr Ycc kRust{110, 90, 180};
+inline constexpr Ycc kTeal{140, 150, 70};
+
+using Rgb = std::array<int, 3>;
+// ITU-R 601, video range.
+Rgb rgbOf(Ycc colour);
+bool isNear(const Rgb& a, const Rgb& b);
+inline constexpr Rgb kBlack{0, 0, 0};
+
+// One-coloured pictures of 640x480, a key frame and three more, as a server sends them.
+std::vector<std::string> oneColouredFrames(Ycc colour, bool withSei = false);
+
+class LiveViewFixture : public ::testing::Test {
+ protected:
+  // Keeps the log to itself: the decoder writes several lines for every unit.
+  void SetUp() override;
+  void TearDown() override;
+
+  static std::shared_ptr<UIFleetLiveView> makeView(const FleetServer& server, CGRect frame);
+  // One display refresh every millisecond until the condition holds.
+  static void refreshUntil(const std::function<bool()>& condition);
+  // From the lower left, in what the layer drew last; its context is current then.
+  static Rgb pixelAt(int x, int y);
+  // True when the layer has drawn a picture with that pixel in that colour.
+  static bool shows(const UIFleetLiveView& view, int x, int y, const Rgb& colour);
+};
+
+}  // namespace quorvid::test

@@ -1,0 +1,162 @@
+#include "view/HostScreen.h"
+
+#include <EGL/eglext.h>
+#include <GLES3/gl32.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+
+namespace quorvid::test {
+namespace {
+
+EGLDisplay open(HostDisplay kind) {
+  const auto getDisplay = reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(
+      eglGetProcAddress("eglGetPlatformDisplayEXT"));
+  if (kind == HostDisplay::Surfaceless) {
+    return getDisplay(EGL_PLATFORM_SURFACELESS_MESA, nullptr, nullptr);
+  }
+  const auto queryDevices =
+      reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
+  EGLDeviceEXT devices[16] = {};
+  EGLint count = 0;
+  queryDevices(16, devices, &count);
+  return getDisplay(EGL_PLATFORM_DEVICE_EXT, devices[count - 1], nullptr);  // software comes last
+}
+
+bool isDesktop() {
+  return std::strncmp(reinterpret_cast<const char*>(glGetString(GL_VERSION)), "OpenGL ES", 9) != 0;
+}
+
+constexpr GLenum framebufferSrgb = 0x8DB9;
+
+}  // namespace
+
+HostScreen::HostScreen(HostDisplay display, HostApi api, int width, int height, int samples)
+    : display_(open(display)),
+      api_(api == HostApi::Gles3 ? EGL_OPENGL_ES_API : EGL_OPENGL_API),
+      width_(width),
+      height_(height) {
+  eglInitialize(display_, nullptr, nullptr);
+  eglBindAPI(api_);
+  const EGLint gles[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_NONE};
+  const EGLint core[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3, EGL_NONE};
+  context_ = eglCreateContext(display_, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT,
+                              api == HostApi::Gles3 ? gles : core);
+  makeCurrent();
+  glGenRenderbuffers(1, &renderbuffer_);
+  glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer_);
+  glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, GL_RGBA8, width, height);
+  glGenFramebuffers(1, &framebuffer_);
+  glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
+  glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, renderbuffer_);
+  glClearColor(0, 0.4F, 0, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+  if (context_ == EGL_NO_CONTEXT ||
+      glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
+    std::abort();
+  }
+}
+
+HostScreen::~HostScreen() {
+  if (isCurrent()) {
+    eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  }
+  eglDestroyContext(display_, context_);
+}
+
+void HostScreen::makeCurrent() const {
+  eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_);
+}
+
+bool HostScreen::isCurrent() const {
+  return eglGetCurrentContext() == context_ && eglQueryAPI() == api_;
+}
+
+void HostScreen::terminateDisplay() const {
+  eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  eglTerminate(display_);
+}
+
+Image HostScreen::read() const {
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
+  return readFramebuffer(width_, height_);
+}
+
+void makeStateUnusual() {
+  GLuint names[6] = {};
+  glGenFramebuffers(1, &names[0]);
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, names[0]);
+  glGenRenderbuffers(1, &names[1]);
+  glBindRenderbuffer(GL_RENDERBUFFER, names[1]);
+  glActiveTexture(GL_TEXTURE3);
+  glGenTextures(1, &names[2]);
+  glBindTexture(GL_TEXTURE_2D, names[2]);
+  glGenBuffers(2, &names[3]);
+  glBindBuffer(GL_PIXEL_UNPACK_BUFFER, names[3]);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, names[4]);
+  glGenVertexArrays(1, &names[5]);
+  glBindVertexArray(names[5]);
+  glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+  glPixelStorei(GL_UNPACK_ROW_LENGTH, 1000);
+  glPixelStorei(GL_UNPACK_SKIP_ROWS, 3);
+  glPixelStorei(GL_UNPACK_SKIP_PIXELS, 5);
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(1, 2, 3, 4);
+  glViewport(5, 6, 7, 8);
+  glClearColor(0.1F, 0.2F, 0.3F, 0.4F);
+  glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
+  glColorMaski(1, GL_TRUE, GL_FALSE, GL_TRUE, GL_FALSE);
+  for (const GLenum on : {GL_BLEND, GL_DEPTH_TEST, GL_CULL_FACE, GL_RASTERIZER_DISCARD}) {
+    glEnable(on);
+  }
+  if (isDesktop()) {
+    glEnable(framebufferSrgb);
+  }
+}
+
+std::vector<std::string> describeState() {
+  std::vector<std::string> all;
+  for (const GLenum name : {GL_READ_FRAMEBUFFER_BINDING,
+                            GL_DRAW_FRAMEBUFFER_BINDING,
+                            GL_RENDERBUFFER_BINDING,
+                            GL_ACTIVE_TEXTURE,
+                            GL_TEXTURE_BINDING_2D,
+                            GL_PIXEL_UNPACK_BUFFER_BINDING,
+                            GL_PIXEL_PACK_BUFFER_BINDING,
+                            GL_VERTEX_ARRAY_BINDING,
+                            GL_CURRENT_PROGRAM,
+                            GL_ARRAY_BUFFER_BINDING,
+                            GL_UNPACK_ALIGNMENT,
+                            GL_UNPACK_ROW_LENGTH,
+                            GL_UNPACK_SKIP_ROWS,
+                            GL_UNPACK_SKIP_PIXELS,
+                            GL_PACK_ALIGNMENT,
+                            GL_SCISSOR_BOX,
+                            GL_VIEWPORT,
+                            GL_COLOR_CLEAR_VALUE,
+                            GL_SCISSOR_TEST,
+                            GL_RASTERIZER_DISCARD,
+                            GL_BLEND,
+                            GL_DEPTH_TEST,
+                            GL_CULL_FACE}) {
+    GLfloat values[4] = {};
+    glGetFloatv(name, values);
+    std::ostringstream text;
+    text << std::hex << name << ":" << values[0] << " " << values[1] << " " << values[2] << " "
+         << values[3];
+    all.push_back(text.str());
+  }
+  for (GLuint buffer = 0; buffer < 2; ++buffer) {
+    GLboolean mask[4] = {};
+    glGetBooleani_v(GL_COLOR_WRITEMASK, buffer, mask);
+    all.push_back("mask " + std::to_string(mask[0] * 8 + mask[1] * 4 + mask[2] * 2 + mask[3]));
+  }
+  if (isDesktop()) {
+    all.push_back("srgb " + std::to_string(glIsEnabled(framebufferSrgb)));
+  }
+  all.push_back("error " + std::to_string(glGetError()));
+  return all;
+}
+
+}  // namespace quorvid::test

@@ -1,0 +1,104 @@
+// The window on a real X display, seen as a user sees it: on a screenshot.
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "quorvid/render/AAPLEAGLLayer.h"
+#include "quorvid/view/Window.h"
+#include "view/XvfbScreen.h"
+
+namespace quorvid::test {
+namespace {
+
+// The smallest box around all pixels of that colour.
+SDL_Rect boxOf(const Image& image, const Rgb& color) {
+  SDL_Rect box{image.width, image.height, 0, 0};
+  int right = -1;
+  int bottom = -1;
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      if (distance(image.at(x, y), color) <= 2) {
+        box.x = std::min(box.x, x);
+        box.y = std::min(box.y, y);
+        right = std::max(right, x);
+        bottom = std::max(bottom, y);
+      }
+    }
+  }
+  box.w = right - box.x + 1;
+  box.h = bottom - box.y + 1;
+  return box;
+}
+
+class OnScreen : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (screen_.name().empty()) {
+      GTEST_SKIP() << "Xvfb is not there (package xvfb)";
+    }
+    setenv("DISPLAY", screen_.name().c_str(), 1);
+    setenv("SDL_VIDEODRIVER", "x11", 1);
+    std::string error;
+    window_ = Window::open({"on screen", 200, 120, false}, &error);
+    ASSERT_NE(window_, nullptr) << error;
+    window_->contentView()->setBackgroundColor(UIColor(1, 0, 0));
+    layer_ = AAPLEAGLLayer::initWithFrame(CGRectMake(100, 20, 80, 60));
+    window_->contentView()->layer()->addSublayer(layer_);
+    layer_->setPixelBuffer(picture_.get());
+  }
+
+  // Turns until the screen shows the content as large as expected; the server takes its time.
+  Image waitFor(int width, int height) {
+    Image image;
+    for (int turn = 0; turn < 300; ++turn) {
+      EXPECT_TRUE(window_->runTurn());
+      image = screen_.screenshot();
+      const SDL_Rect box = boxOf(image, {255, 0, 0});
+      if (box.w == width && box.h == height) {
+        break;
+      }
+    }
+    return image;
+  }
+
+  XvfbScreen screen_{640, 480};
+  const Picture picture_{80, 60, [](int, int y) { return grey(y < 30 ? 90 : 200); }};
+  std::unique_ptr<Window> window_;  // goes after the layer, and SDL with it, before the server
+  std::shared_ptr<AAPLEAGLLayer> layer_;
+};
+
+TEST_F(OnScreen, ShowsItsViewsUpright) {
+  const Image image = waitFor(200, 120);
+  const SDL_Rect content = boxOf(image, {255, 0, 0});
+  ASSERT_EQ(content.w, 200);
+  ASSERT_EQ(content.h, 120);
+  const SDL_Rect top = boxOf(image, expectedRgb(grey(90), kColorConversion601));
+  const SDL_Rect low = boxOf(image, expectedRgb(grey(200), kColorConversion601));
+  EXPECT_EQ(top.x - content.x, 100);
+  EXPECT_EQ(top.y - content.y, 20);
+  EXPECT_EQ(top.w, 80);
+  EXPECT_EQ(low.y + low.h - content.y, 80);
+}
+
+TEST_F(OnScreen, FollowsItsSizeAndComesBackWhenItWasHidden) {
+  int resizes = 0;
+  window_->setEventHandler(
+      [&](const WindowEvent& event) { resizes += event.kind == WindowEventKind::Resized; });
+  waitFor(200, 120);
+  SDL_SetWindowSize(SDL_GL_GetCurrentWindow(), 300, 140);
+  EXPECT_EQ(boxOf(waitFor(300, 140), {255, 0, 0}).w, 300);
+  EXPECT_EQ(window_->contentView()->frame().size.width, 300);
+  EXPECT_GE(resizes, 1);
+  SDL_HideWindow(SDL_GL_GetCurrentWindow());
+  for (int i = 0; i < 5; ++i) {
+    layer_->setPixelBuffer(picture_.get());
+    EXPECT_TRUE(window_->runTurn());
+  }
+  EXPECT_EQ(screen_.screenshot().at(320, 250), (Rgb{0, 0, 0}));
+  SDL_ShowWindow(SDL_GL_GetCurrentWindow());
+  EXPECT_EQ(boxOf(waitFor(300, 140), {255, 0, 0}).w, 300);
+}
+
+}  // namespace
+}  // namespace quorvid::test

@@ -1,0 +1,187 @@
+// Views inside a window that somebody else owns: real contexts of OpenGL ES 3 and desktop OpenGL,
+// on the display of the views and on another one.
+#include <GLES3/gl3.h>
+#include <gtest/gtest.h>
+
+#include "port/EAGLContext.h"
+#include "port/egl/Drawable.h"
+#include "quorvid/base/Log.h"
+#include "quorvid/render/AAPLEAGLLayer.h"
+#include "quorvid/view/RunLoop.h"
+#include "quorvid/view/ViewHost.h"
+#include "view/HostPicture.h"
+#include "view/HostScreen.h"
+
+namespace quorvid::test {
+namespace {
+
+constexpr int width = 96;
+constexpr int height = 64;
+constexpr YCbCr topLeft = {81, 90, 240};
+constexpr YCbCr bottomRight = {41, 240, 110};
+
+// A view host of 48 x 32 points at 2 pixels a point, with a picture in its right half.
+struct Scene {
+  Scene() : picture(48, 64, [](int x, int y) { return x + y < 40 ? topLeft : bottomRight; }) {
+    host->resize(width / 2.0, height / 2.0, 2);
+    host->contentView()->setBackgroundColor(UIColor(0, 0, 1));
+    layer = AAPLEAGLLayer::initWithFrame(CGRectMake(24, 0, 24, 32));
+    host->contentView()->layer()->addSublayer(layer);
+    layer->setPixelBuffer(picture.get());
+  }
+  ~Scene() { host->resize(1, 1, 1); }
+
+  Picture picture;
+  std::unique_ptr<ViewHost> host = ViewHost::create();
+  std::shared_ptr<AAPLEAGLLayer> layer;
+};
+
+void expectScene(const Image& image) {
+  EXPECT_EQ(image.at(0, 0), (Rgb{0, 0, 255}));
+  EXPECT_EQ(image.at(47, 63), (Rgb{0, 0, 255}));
+  EXPECT_LE(distance(image.at(50, 2), expectedRgb(topLeft, kColorConversion601)), 2);
+  EXPECT_LE(distance(image.at(94, 62), expectedRgb(bottomRight, kColorConversion601)), 2);
+}
+
+struct HostKind {
+  HostDisplay display;
+  HostApi api;
+};
+
+std::ostream& operator<<(std::ostream& out, const HostKind& kind) {
+  return out << (kind.api == HostApi::Gles3 ? "Gles" : "Desktop")
+             << (kind.display == HostDisplay::Surfaceless ? "OnSurfaceless" : "OnDevice");
+}
+
+class Embedding : public testing::TestWithParam<HostKind> {};
+
+TEST_P(Embedding, DrawsAndLeavesTheHostsStateAsItWas) {
+  const Scene scene;  // on the library's own, surfaceless display
+  const HostScreen screen(GetParam().display, GetParam().api, width, height);
+  makeStateUnusual();
+  const auto before = describeState();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(scene.host->needsComposite());
+    ASSERT_TRUE(scene.host->composite(0, 0, width, height));
+    EXPECT_FALSE(scene.host->needsComposite());
+    EXPECT_TRUE(screen.isCurrent());
+    EXPECT_EQ(describeState(), before);
+    scene.layer->setPixelBuffer(scene.picture.get());
+  }
+  scene.host->release();
+  EXPECT_EQ(describeState(), before);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+  expectScene(screen.read());
+}
+
+TEST_P(Embedding, WorksWithViewsMadeInTheHostsContext) {
+  const HostScreen screen(GetParam().display, GetParam().api, width, height);
+  const auto before = describeState();
+  {
+    const Scene scene;
+    EXPECT_TRUE(screen.isCurrent());
+    scene.host->refresh();
+    scene.layer->resetRenderBuffer();
+    scene.layer->setPixelBuffer(scene.picture.get());
+    EXPECT_TRUE(screen.isCurrent());
+    ASSERT_TRUE(scene.host->composite(0, 0, width, height));
+    HostPicture direct;
+    ASSERT_TRUE(direct.bindForReading(*scene.layer->drawable(), true));
+    EXPECT_FALSE(direct.isCopy());
+    direct.release();
+    expectScene(screen.read());
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  }
+  EXPECT_TRUE(screen.isCurrent());
+}
+
+INSTANTIATE_TEST_SUITE_P(Hosts, Embedding,
+                         testing::Values(HostKind{HostDisplay::Surfaceless, HostApi::Gles3},
+                                         HostKind{HostDisplay::Surfaceless, HostApi::DesktopCore},
+                                         HostKind{HostDisplay::Device, HostApi::Gles3},
+                                         HostKind{HostDisplay::Device, HostApi::DesktopCore}),
+                         testing::PrintToStringParamName());
+
+TEST(EmbeddingPaths, ImageAndCopyGiveTheSamePixels) {
+  const Scene scene;
+  Image images[2];
+  const HostDisplay displays[] = {HostDisplay::Surfaceless, HostDisplay::Device};
+  for (int i = 0; i < 2; ++i) {
+    const HostScreen screen(displays[i], HostApi::Gles3, width + 11, height);
+    HostPicture path;
+    ASSERT_TRUE(path.bindForReading(*scene.layer->drawable(), true));
+    EXPECT_EQ(path.isCopy(), i == 1);
+    path.release();
+    // Odd: the picture is scaled.
+    ASSERT_TRUE(scene.host->composite(3, 2, width + 5, height - 7));
+    images[i] = screen.read();
+    EXPECT_EQ(images[i].at(2, 30), (Rgb{0, 102, 0}));  // the host's own, outside
+    scene.host->release();
+  }
+  EXPECT_EQ(distance(images[0], images[1]), 0);
+}
+
+TEST(EmbeddingPaths, APictureOfManySamplesIsForDesktopOpenGl) {
+  const Scene scene;
+  const HostScreen desktop(HostDisplay::Surfaceless, HostApi::DesktopCore, width, height, 4);
+  EXPECT_TRUE(scene.host->composite(0, 0, width, height));
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  int lines = 0;
+  setLogSink([&](std::string_view) { ++lines; });
+  const HostScreen gles(HostDisplay::Surfaceless, HostApi::Gles3, width, height, 4);
+  EXPECT_FALSE(scene.host->composite(0, 0, width, height));
+  EXPECT_FALSE(scene.host->composite(0, 0, width, height));
+  setLogSink(nullptr);
+  EXPECT_EQ(lines, 1);
+}
+
+TEST(EmbeddingLifetime, WhatALayerWasDrawnIntoGoesWithIt) {
+  const auto watcher = EAGLContext::initWithAPI(kEAGLRenderingAPIOpenGLES2);
+  Scene scene;
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, width, height);
+  scene.host->composite(0, 0, width, height);
+  const GLuint renderbuffer = scene.layer->drawable()->renderbuffer();
+  const GLuint program = scene.layer->program();
+  ASSERT_TRUE(EAGLContext::setCurrentContext(watcher));
+  EXPECT_TRUE(glIsRenderbuffer(renderbuffer) && glIsProgram(program));
+  screen.makeCurrent();
+  scene.layer->removeFromSuperlayer();
+  scene.layer.reset();
+  EXPECT_TRUE(scene.host->needsComposite());
+  ASSERT_TRUE(EAGLContext::setCurrentContext(watcher));
+  EXPECT_FALSE(glIsRenderbuffer(renderbuffer) || glIsProgram(program));
+  for (GLuint texture = 1; texture < 64; ++texture) {
+    EXPECT_FALSE(glIsTexture(texture));
+  }
+}
+
+TEST(EmbeddingLifetime, ALayerDeletesNoNameThatIsSomebodyElses) {
+  auto first = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
+  const GLuint name = first->drawable()->renderbuffer();
+  first->releaseBuffers();
+  const auto context = EAGLContext::initWithAPI(kEAGLRenderingAPIOpenGLES2);
+  ASSERT_TRUE(EAGLContext::setCurrentContext(context));
+  glBindRenderbuffer(GL_RENDERBUFFER, name);  // GL gives freed names out again
+  const auto second = std::make_shared<CAEAGLLayer>();
+  ASSERT_TRUE(context->renderbufferStorage(GL_RENDERBUFFER, second.get()));
+  EXPECT_EQ(first->drawable()->renderbuffer(), 0U);
+  first.reset();
+  ASSERT_TRUE(EAGLContext::setCurrentContext(context));
+  EXPECT_TRUE(glIsRenderbuffer(name));
+}
+
+TEST(EmbeddingLifetime, ALostDisplayEndsItsViewsAndNothingElse) {
+  const HostScreen screen(HostDisplay::Device, HostApi::Gles3, width, height);
+  const Scene lost;
+  screen.terminateDisplay();
+  lost.layer->setPixelBuffer(lost.picture.get());
+  lost.layer->resetRenderBuffer();
+  const Scene fresh;
+  const HostScreen next(HostDisplay::Surfaceless, HostApi::Gles3, width, height);
+  EXPECT_TRUE(lost.host->composite(0, 0, width, height));
+  EXPECT_TRUE(fresh.host->composite(0, 0, width, height));
+  expectScene(next.read());
+}
+
+}  // namespace
+}  // namespace quorvid::test

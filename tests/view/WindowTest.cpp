@@ -1,0 +1,156 @@
+// The window without a display: the code path of a real one, with SDL's off-screen driver.
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <vector>
+
+#include "quorvid/render/AAPLEAGLLayer.h"
+#include "quorvid/view/RunLoop.h"
+#include "quorvid/view/Window.h"
+#include "view/Picture.h"
+
+namespace quorvid::test {
+namespace {
+
+constexpr UIColor red = {1, 0, 0};
+constexpr UIColor blue = {0, 0, 1};
+
+std::unique_ptr<Window> openHeadless(int width, int height) {
+  std::string error;
+  auto window = Window::open({"test", width, height, true}, &error);
+  EXPECT_NE(window, nullptr) << error;
+  return window;
+}
+
+std::shared_ptr<UIView> addView(UIView& parent, CGRect frame, const UIColor& color) {
+  auto view = UIView::initWithFrame(frame);
+  view->setBackgroundColor(color);
+  parent.addSubview(view);
+  return view;
+}
+
+Image snapshotOf(Window& window) {
+  WindowPicture picture;
+  EXPECT_TRUE(window.snapshot(picture));
+  Image image{picture.width, picture.height, {}};
+  for (std::size_t i = 0; i + 2 < picture.rgb.size(); i += 3) {
+    image.rgba.insert(image.rgba.end(),
+                      {picture.rgb[i], picture.rgb[i + 1], picture.rgb[i + 2], 255});
+  }
+  return image;
+}
+
+TEST(Window, DrawsViewsAndPicturesWhereTheyBelong) {
+  const auto window = openHeadless(200, 100);
+  addView(*window->contentView(), CGRectMake(0, 0, 50, 100), red);
+  const auto tile = addView(*window->contentView(), CGRectMake(100, 10, 60, 60), blue);
+  const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(10, 20, 40, 30));
+  ASSERT_NE(layer, nullptr);
+  tile->layer()->addSublayer(layer);
+  addView(*tile, CGRectMake(30, 20, 5, 5), UIColor::whiteColor());  // on top of the picture
+  const Picture picture(40, 30, [](int, int y) { return grey(y < 15 ? 90 : 200); });
+  layer->setPixelBuffer(picture.get());
+
+  const Image image = snapshotOf(*window);
+  ASSERT_EQ(image.width, 200);
+  EXPECT_EQ(image.at(49, 99), (Rgb{255, 0, 0}));
+  EXPECT_EQ(image.at(50, 50), (Rgb{0, 0, 0}));
+  EXPECT_EQ(image.at(100, 10), (Rgb{0, 0, 255}));
+  EXPECT_EQ(image.at(100, 9), (Rgb{0, 0, 0}));
+  EXPECT_LE(distance(image.at(110, 30), expectedRgb(grey(90), kColorConversion601)), 2);
+  EXPECT_LE(distance(image.at(149, 59), expectedRgb(grey(200), kColorConversion601)), 2);
+  EXPECT_EQ(image.at(132, 32), (Rgb{255, 255, 255}));
+  EXPECT_EQ(image.at(150, 60), (Rgb{0, 0, 255}));
+}
+
+TEST(Window, RefreshesAtSixtyHertzWithoutSpinning) {
+  const auto window = openHeadless(32, 32);
+  int ticks = 0;
+  const auto link = CADisplayLink::displayLinkWithTarget([&] {
+    if (++ticks == 30) {
+      window->close();
+    }
+  });
+  link->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);
+  const auto begin = std::chrono::steady_clock::now();
+  window->run();
+  link->invalidate();
+  EXPECT_EQ(ticks, 30);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(29 * 1000 / 60));
+  EXPECT_FALSE(window->runTurn());
+}
+
+TEST(Window, DeliversKeysResizesAndTheEnd) {
+  const auto window = openHeadless(64, 48);
+  std::vector<WindowEvent> events;
+  window->setEventHandler([&](const WindowEvent& event) { events.push_back(event); });
+  while (SDL_PollEvent(nullptr) != 0 && window->runTurn()) {  // what opening has left
+  }
+  events.clear();
+  for (const SDL_Keycode code : {SDLK_q, SDLK_F5, SDLK_ESCAPE}) {
+    SDL_Event key{};
+    key.type = SDL_KEYDOWN;
+    key.key.windowID = SDL_GetWindowID(SDL_GL_GetCurrentWindow());
+    key.key.keysym.sym = code;
+    SDL_PushEvent(&key);
+  }
+  SDL_SetWindowSize(SDL_GL_GetCurrentWindow(), 128, 96);
+  EXPECT_TRUE(window->runTurn());
+  SDL_Event quit{};
+  quit.type = SDL_QUIT;
+  SDL_PushEvent(&quit);
+  EXPECT_FALSE(window->runTurn());
+  ASSERT_EQ(events.size(), 4U);
+  EXPECT_EQ(events[0].key, 'q');
+  EXPECT_EQ(events[1].key, 27);
+  EXPECT_EQ(events[2].kind, WindowEventKind::Resized);
+  EXPECT_EQ(window->contentView()->frame().size.width, 128);
+  EXPECT_EQ(events[3].kind, WindowEventKind::Close);
+  EXPECT_EQ(snapshotOf(*window).width, 128);
+}
+
+// Shows the layer in three windows, one after the other, without drawing it anew in the second.
+void showInThreeWindows(std::shared_ptr<AAPLEAGLLayer> layer) {
+  const Picture picture(32, 32, [](int, int) { return grey(235); });
+  for (int i = 0; i < 3; ++i) {
+    const auto window = openHeadless(64, 32);
+    if (layer == nullptr) {
+      layer = AAPLEAGLLayer::initWithFrame(CGRectMake(32, 0, 32, 32));
+    }
+    window->contentView()->layer()->addSublayer(layer);
+    if (i != 1) {
+      layer->setPixelBuffer(picture.get());
+    }
+    EXPECT_TRUE(window->runTurn());
+    EXPECT_LE(distance(snapshotOf(*window).at(48, 16), {255, 255, 255}), 2) << i;
+  }
+}
+
+TEST(Window, ALayerOutlivesTheWindowItWasMadeIn) {
+  showInThreeWindows(nullptr);
+}
+
+TEST(Window, ALayerMadeBeforeAnyWindowIsShown) {
+  showInThreeWindows(AAPLEAGLLayer::initWithFrame(CGRectMake(32, 0, 32, 32)));
+}
+
+TEST(Window, SaysWhyThereIsNone) {
+  std::string error;
+  EXPECT_EQ(Window::open({"none", 0, 10, true}, &error), nullptr);
+  EXPECT_EQ(error, "the size of a window is 1 to 8192 points each way");
+  const auto first = openHeadless(10, 10);
+  EXPECT_EQ(Window::open({"second", 10, 10, true}, &error), nullptr);
+  EXPECT_EQ(error, "another window is open already");
+}
+
+TEST(Window, SaysThatThereIsNoDisplay) {
+  std::string error;
+  setenv("SDL_VIDEODRIVER", "x11", 1);
+  setenv("DISPLAY", ":987", 1);
+  EXPECT_EQ(Window::open({"none", 10, 10, false}, &error), nullptr);
+  EXPECT_EQ(error.find("no display: "), 0U) << error;
+}
+
+}  // namespace
+}  // namespace quorvid::test

@@ -1,0 +1,144 @@
+#include "view/Compositor.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "quorvid/base/Log.h"
+
+namespace quorvid {
+
+// What stays the same during one draw().
+struct Compositor::Pass {
+  PixelRect region;
+  double scaleX = 0;  // pixels a point
+  double scaleY = 0;
+
+  // The nearest whole pixels, each edge for itself: neighbours neither overlap nor leave a gap.
+  PixelRect toPixels(const CGRect& points) const {
+    const auto edge = [](double at) {
+      constexpr double limit = 1 << 20;  // far outside any framebuffer, and fit for an int
+      return static_cast<int>(std::lround(std::isnan(at) ? 0 : std::clamp(at, -limit, limit)));
+    };
+    const int left = edge(points.origin.x * scaleX);
+    const int right = edge((points.origin.x + points.size.width) * scaleX);
+    const int top = edge(points.origin.y * scaleY);
+    const int bottom = edge((points.origin.y + points.size.height) * scaleY);
+    return {region.x + left, region.y + region.height - bottom, right - left, bottom - top};
+  }
+};
+
+namespace {
+
+PixelRect intersection(const PixelRect& a, const PixelRect& b) {
+  const int left = std::max(a.x, b.x);
+  const int low = std::max(a.y, b.y);
+  const int right = std::min(a.x + a.width, b.x + b.width);
+  const int high = std::min(a.y + a.height, b.y + b.height);
+  return {left, low, std::max(right - left, 0), std::max(high - low, 0)};
+}
+
+void scissor(const PixelRect& box) {
+  glScissor(box.x, box.y, box.width, box.height);
+}
+
+}  // namespace
+
+bool Compositor::draw(CALayer& tree, const PixelRect& region) {
+  const CGSize size = tree.bounds().size;
+  if (!prepare()) {
+    return false;
+  }
+  if (region.width <= 0 || region.height <= 0 || !(size.width > 0) || !(size.height > 0)) {
+    return true;
+  }
+  const BorrowedGlState borrowed(host_);
+  const Pass pass{region, region.width / size.width, region.height / size.height};
+  const CGPoint frameOrigin = tree.frame().origin;
+  drawLayer(pass, tree, {-frameOrigin.x, -frameOrigin.y});
+  dropUnused();
+  return true;
+}
+
+bool Compositor::prepare() {
+  EGLContext current = eglGetCurrentContext();
+  if (current == EGL_NO_CONTEXT) {
+    return refuse("no EGL context is current");
+  }
+  if (current != context_) {
+    pictures_.clear();
+    context_ = current;
+    host_ = HostGl::ofCurrentContext();
+  }
+  if (!host_.canComposite()) {
+    return refuse("the context offers neither OpenGL ES 3 nor OpenGL 3");
+  }
+  GLint sampleBuffers = 0;
+  glGetIntegerv(GL_SAMPLE_BUFFERS, &sampleBuffers);
+  const bool fit = sampleBuffers == 0 || !host_.embedded;  // desktop OpenGL copies to all samples
+  return fit || refuse("the framebuffer has several samples a pixel");
+}
+
+bool Compositor::refuse(const std::string& reason) {
+  if (refusal_ != reason) {
+    refusal_ = reason;
+    logMessage("The views can't be drawn: %s", reason.c_str());
+  }
+  return false;
+}
+
+void Compositor::drawLayer(const Pass& pass, CALayer& layer, CGPoint origin) {
+  const CGRect frame = layer.frame();
+  const CGPoint position{origin.x + frame.origin.x, origin.y + frame.origin.y};
+  const PixelRect target = pass.toPixels({position, frame.size});
+  const CGColorRef color = layer.backgroundColor();
+  const PixelRect visible = intersection(target, pass.region);
+  if (color.alpha > 0 && visible.width > 0 && visible.height > 0) {
+    scissor(visible);
+    glClearColor(color.red, color.green, color.blue, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+  }
+  if (Drawable* drawable = layer.drawable(); drawable != nullptr && drawable->hasContent()) {
+    drawContent(pass, *drawable, target);
+  }
+  for (const auto& sublayer : layer.sublayers()) {
+    drawLayer(pass, *sublayer, position);
+  }
+}
+
+void Compositor::drawContent(const Pass& pass, Drawable& drawable, const PixelRect& target) {
+  Entry& entry = pictures_[drawable.storage()];
+  entry.used = true;
+  if (target.width <= 0 || target.height <= 0 ||
+      !entry.picture.bindForReading(drawable, host_.eglImages)) {
+    return;
+  }
+  const bool same = target.width == drawable.width() && target.height == drawable.height();
+  scissor(pass.region);
+  glBlitFramebuffer(0, 0, drawable.width(), drawable.height(), target.x, target.y,
+                    target.x + target.width, target.y + target.height, GL_COLOR_BUFFER_BIT,
+                    same ? GL_NEAREST : GL_LINEAR);
+}
+
+void Compositor::dropUnused() {
+  for (auto it = pictures_.begin(); it != pictures_.end();) {
+    if (!it->second.used) {
+      it->second.picture.release();
+      it = pictures_.erase(it);
+    } else {
+      it->second.used = false;
+      ++it;
+    }
+  }
+}
+
+void Compositor::release() {
+  if (context_ != EGL_NO_CONTEXT && eglGetCurrentContext() == context_) {
+    for (auto& [storage, entry] : pictures_) {
+      entry.picture.release();
+    }
+  }
+  pictures_.clear();
+  context_ = EGL_NO_CONTEXT;
+}
+
+}  // namespace quorvid

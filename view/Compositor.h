@@ -1,0 +1,59 @@
+// Compositor: draws a tree of layers into the framebuffer that is bound in a host's GL context.
+//
+// One compositor serves one context at a time (OpenGL ES 3 or OpenGL 3 or later, made with EGL; in
+// OpenGL ES a framebuffer with one sample a pixel). Idea: backgrounds are scissored clears, GL
+// content is blitted; so no program, vertex array or texture unit of the host is touched, and what
+// is touched is put back.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+
+#include "quorvid/view/Layer.h"
+#include "view/HostGl.h"
+#include "view/HostPicture.h"
+
+namespace quorvid {
+
+// Pixels of the framebuffer; the origin is at its lower left, as for glViewport.
+struct PixelRect {
+  int x = 0, y = 0, width = 0, height = 0;
+  friend bool operator==(const PixelRect&, const PixelRect&) = default;
+};
+
+class Compositor {
+ public:
+  Compositor() = default;
+  Compositor(const Compositor&) = delete;
+  Compositor& operator=(const Compositor&) = delete;
+
+  // Stretches the tree's bounds over the region and draws it there, nothing outside. False, with a
+  // line in the log the first time, when the current context or framebuffer can't be drawn into.
+  bool draw(CALayer& tree, const PixelRect& region);
+  // Deletes what was made in the host's context, if that is current; forgets it in any case.
+  void release();
+
+ private:
+  struct Pass;
+  bool prepare();
+  bool refuse(const std::string& reason);
+  void drawLayer(const Pass& pass, CALayer& layer, CGPoint origin);
+  void drawContent(const Pass& pass, Drawable& drawable, const PixelRect& target);
+  void dropUnused();
+
+  struct Entry {
+    HostPicture picture;
+    bool used = false;
+  };
+  std::unordered_map<std::uint64_t, Entry> pictures_;  // by Drawable::storage()
+  EGLContext context_ = EGL_NO_CONTEXT;
+  HostGl host_;
+  std::string refusal_;
+};
+
+// Changes whenever composition would draw something else: the frames, colours, order and presented
+// content of the tree.
+std::uint64_t layerTreeVersion(CALayer& tree);
+
+}  // namespace quorvid

@@ -1,0 +1,52 @@
+// What a layer tree looks like, as one number.
+#include <bit>
+
+#include "port/egl/Drawable.h"
+#include "view/Compositor.h"
+
+namespace quorvid {
+namespace {
+
+// FNV-1a over 64-bit words.
+class Hash {
+ public:
+  void add(std::uint64_t word) { value_ = (value_ ^ word) * 0x100000001B3ULL; }
+  void add(double number) { add(std::bit_cast<std::uint64_t>(number)); }
+  void add(const CGColorRef& color) {
+    add(double{color.red});
+    add(double{color.green});
+    add(double{color.blue});
+    add(double{color.alpha});
+  }
+  std::uint64_t value() const { return value_; }
+
+ private:
+  std::uint64_t value_ = 0xCBF29CE484222325ULL;
+};
+
+void addLayer(Hash& hash, CALayer& layer) {
+  const CGRect frame = layer.frame();
+  hash.add(frame.origin.x);
+  hash.add(frame.origin.y);
+  hash.add(frame.size.width);
+  hash.add(frame.size.height);
+  hash.add(layer.backgroundColor());
+  if (const Drawable* drawable = layer.drawable(); drawable != nullptr && drawable->hasContent()) {
+    hash.add(drawable->storage());
+    hash.add(drawable->version());
+  }
+  hash.add(std::uint64_t{layer.sublayers().size()});
+  for (const auto& sublayer : layer.sublayers()) {
+    addLayer(hash, *sublayer);
+  }
+}
+
+}  // namespace
+
+std::uint64_t layerTreeVersion(CALayer& tree) {
+  Hash hash;
+  addLayer(hash, tree);
+  return hash.value();
+}
+
+}  // namespace quorvid

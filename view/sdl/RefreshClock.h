@@ -1,0 +1,33 @@
+// RefreshClock: when the next display refresh is due, and how many have gone by.
+//
+// One thread. Idea: a display that blocks in swap sets the pace by itself; without one a timer
+// does, and a refresh that was missed is counted, never made up for. It never returns twice within
+// half a period, so nothing spins.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace quorvid {
+
+class RefreshClock {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+  using Duration = std::chrono::steady_clock::duration;
+
+  explicit RefreshClock(Duration period)
+      : period_(period), last_(std::chrono::steady_clock::now()) {}
+
+  // When the next refresh begins. swapped: a blocking swap has returned since the last refresh.
+  Time due(bool swapped) const { return last_ + (swapped ? period_ / 2 : period_); }
+  // A refresh begins now: how many periods lie between it and the last one, at least 1.
+  std::uint32_t begin(Time now, bool swapped);
+
+  Duration period() const { return period_; }
+
+ private:
+  Duration period_;
+  Time last_;
+};
+
+}  // namespace quorvid

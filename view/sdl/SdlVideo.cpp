@@ -1,0 +1,106 @@
+#include "view/sdl/SdlVideo.h"
+
+#include <SDL.h>
+
+#include <cstdint>
+#include <cstring>
+
+#include "port/EAGLContext.h"
+#include "port/egl/ShareGroup.h"
+
+namespace quorvid {
+namespace {
+
+constexpr const char* offscreenDriver = "offscreen";
+
+enum class State : std::uint8_t {
+  Down,
+  InUse,   // by an open window
+  LeftUp,  // by a former window, for the views on its display
+};
+
+State& state() {
+  static State now = State::Down;
+  return now;
+}
+
+void shutDown() {
+  SDL_GL_UnloadLibrary();
+  SDL_QuitSubSystem(SDL_INIT_VIDEO);
+}
+
+bool isOffscreen() {
+  const char* driver = SDL_GetCurrentVideoDriver();
+  return driver != nullptr && std::strcmp(driver, offscreenDriver) == 0;
+}
+
+// Signals stay with the host. EGL on X11 too, for views and window to share what they draw.
+void setHints(bool headless) {
+  SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+  SDL_SetHint(SDL_HINT_VIDEO_X11_FORCE_EGL, "1");
+  if (headless) {
+    SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, offscreenDriver, SDL_HINT_OVERRIDE);
+  } else {
+    SDL_ResetHint(SDL_HINT_VIDEODRIVER);
+  }
+}
+
+void setAttributes() {
+  SDL_GL_ResetAttributes();
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_ES);
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 0);
+  SDL_GL_SetAttribute(SDL_GL_RED_SIZE, 8);
+  SDL_GL_SetAttribute(SDL_GL_GREEN_SIZE, 8);
+  SDL_GL_SetAttribute(SDL_GL_BLUE_SIZE, 8);
+  SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 0);
+}
+
+bool startUp(std::string& error) {
+  if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
+    error = std::string("no display: ") + SDL_GetError();
+    return false;
+  }
+  setAttributes();  // they say which GL library is loaded
+  if (SDL_GL_LoadLibrary(nullptr) != 0) {
+    error = std::string("no OpenGL ES: ") + SDL_GetError();
+    SDL_QuitSubSystem(SDL_INIT_VIDEO);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::unique_ptr<SdlVideo> SdlVideo::open(bool headless, std::string& error) {
+  if (state() == State::InUse) {
+    error = "another window is open already";
+    return nullptr;
+  }
+  if (EAGLContext::currentContext() != nullptr) {
+    EAGLContext::setCurrentContext(nullptr);  // perhaps the last of a view that has gone
+  }
+  const bool useless = isOffscreen() != headless || ShareGroup::existing() == nullptr;
+  if (state() == State::LeftUp && useless) {
+    shutDown();
+    state() = State::Down;
+  }
+  setHints(headless);
+  if (state() == State::Down && !startUp(error)) {
+    return nullptr;
+  }
+  setAttributes();
+  state() = State::InUse;
+  return std::unique_ptr<SdlVideo>(new SdlVideo());
+}
+
+SdlVideo::~SdlVideo() {
+  if (keep_) {
+    state() = State::LeftUp;
+  } else {
+    shutDown();
+    state() = State::Down;
+  }
+}
+
+}  // namespace quorvid

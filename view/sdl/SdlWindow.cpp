@@ -1,0 +1,98 @@
+#include "view/sdl/SdlWindow.h"
+
+#include <utility>
+
+#include "quorvid/view/Screen.h"
+
+namespace quorvid {
+
+SdlWindow::SdlWindow(std::unique_ptr<SdlVideo> video)
+    : video_(std::move(video)), contentView_(UIView::initWithFrame(CGRectMake(0, 0, 1, 1))) {}
+
+bool SdlWindow::create(const WindowOptions& options, std::string& error) {
+  headless_ = options.headless;
+  const Uint32 visibility = options.headless ? SDL_WINDOW_HIDDEN : SDL_WINDOW_RESIZABLE;
+  window_ = SDL_CreateWindow(options.title.c_str(), SDL_WINDOWPOS_UNDEFINED,
+                             SDL_WINDOWPOS_UNDEFINED, options.width, options.height,
+                             SDL_WINDOW_OPENGL | SDL_WINDOW_ALLOW_HIGHDPI | visibility);
+  if (window_ == nullptr) {
+    error = std::string("no window: ") + SDL_GetError();
+    return false;
+  }
+  context_ = SDL_GL_CreateContext(window_);
+  eglDisplay_ = eglGetCurrentDisplay();
+  eglContext_ = eglGetCurrentContext();
+  if (context_ == nullptr || eglContext_ == EGL_NO_CONTEXT) {
+    error = std::string("no OpenGL ES 3 context: ") + SDL_GetError();
+    return false;
+  }
+  group_ = ShareGroup::shared();
+  updateSize();
+  startClock();
+  return true;
+}
+
+SdlWindow::~SdlWindow() {
+  if (context_ != nullptr) {
+    destroyContext();
+  }
+  if (window_ != nullptr) {
+    SDL_DestroyWindow(window_);
+  }
+}
+
+void SdlWindow::destroyContext() {
+  const EglBinding former = EglBinding::current();
+  if (makeCurrent()) {
+    compositor_.release();
+  }
+  contentView_.reset();  // views that nobody else holds go before their display does
+  SDL_GL_MakeCurrent(nullptr, nullptr);
+  if (former.context != eglContext_) {
+    former.restore();
+  }
+  const bool sharesDisplay = group_ != nullptr && group_->display() == eglDisplay_;
+  const std::weak_ptr<ShareGroup> views = std::exchange(group_, nullptr);
+  if (sharesDisplay && !views.expired()) {
+    video_->keep();
+  }
+  SDL_GL_DeleteContext(context_);
+}
+
+// SDL remembers what it made current and would not look: another context may have come since.
+bool SdlWindow::makeCurrent() {
+  if (eglGetCurrentContext() == eglContext_) {
+    return true;
+  }
+  SDL_GL_MakeCurrent(window_, nullptr);
+  return SDL_GL_MakeCurrent(window_, context_) == 0;
+}
+
+void SdlWindow::updateSize() {
+  int width = 1;
+  int height = 1;
+  SDL_GetWindowSize(window_, &width, &height);
+  SDL_GL_GetDrawableSize(window_, &pixelWidth_, &pixelHeight_);
+  scale_ = width > 0 && pixelWidth_ > 0 ? static_cast<double>(pixelWidth_) / width : 1.0;
+  UIScreen::mainScreen().setScale(scale_);
+  contentView_->setFrame(CGRectMake(0, 0, width, height));
+  drawAnew();
+}
+
+void SdlWindow::setTitle(const std::string& title) {
+  SDL_SetWindowTitle(window_, title.c_str());
+}
+
+void SdlWindow::setFullScreen(bool on) {
+  SDL_SetWindowFullscreen(window_, on ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0);
+}
+
+bool SdlWindow::isFullScreen() const {
+  return (SDL_GetWindowFlags(window_) & SDL_WINDOW_FULLSCREEN) != 0;
+}
+
+void SdlWindow::setEventHandler(std::function<void(const WindowEvent&)> handler) {
+  handler_ = std::move(handler);
+}
+
+}  // namespace quorvid

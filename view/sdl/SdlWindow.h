@@ -1,0 +1,73 @@
+// SdlWindow: the platform's window on SDL2 and OpenGL ES 3, on screen or off.
+#pragma once
+
+#include <SDL.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "port/egl/ShareGroup.h"
+#include "quorvid/view/Window.h"
+#include "view/Compositor.h"
+#include "view/sdl/RefreshClock.h"
+#include "view/sdl/SdlVideo.h"
+
+namespace quorvid {
+
+class SdlWindow final : public Window {
+ public:
+  explicit SdlWindow(std::unique_ptr<SdlVideo> video);
+  ~SdlWindow() override;
+  // False with the reason in `error`; the object is of no use then.
+  bool create(const WindowOptions& options, std::string& error);
+
+  const std::shared_ptr<UIView>& contentView() const override { return contentView_; }
+  double scale() const override { return scale_; }
+  void setTitle(const std::string& title) override;
+  void setFullScreen(bool on) override;
+  bool isFullScreen() const override;
+  void setEventHandler(std::function<void(const WindowEvent&)> handler) override;
+  bool runTurn() override;
+  void close() override { closed_ = true; }
+  bool snapshot(WindowPicture& picture) override;
+
+ private:
+  bool makeCurrent();
+  void destroyContext();
+  void startClock();
+  double measureSwap();
+  void updateSize();
+  std::uint32_t waitForRefresh();
+  void deliverEvents();
+  void deliver(const SDL_WindowEvent& event);
+  void deliver(const SDL_KeyboardEvent& event);
+  void send(const WindowEvent& event);
+  bool isSeen() const;
+  void drawAnew();
+  void drawIfChanged();
+
+  std::unique_ptr<SdlVideo> video_;
+  SDL_Window* window_ = nullptr;
+  SDL_GLContext context_ = nullptr;
+  EGLDisplay eglDisplay_ = EGL_NO_DISPLAY;
+  EGLContext eglContext_ = EGL_NO_CONTEXT;
+  // Made while the window's context is current: views made later share the window's display.
+  std::shared_ptr<ShareGroup> group_;
+  Compositor compositor_;
+  std::shared_ptr<UIView> contentView_;
+  std::function<void(const WindowEvent&)> handler_;
+  std::optional<RefreshClock> clock_;
+  bool headless_ = false;
+  bool swapBlocks_ = false;  // the display sets the pace
+  bool swapped_ = false;     // since the last refresh, and the swap blocked
+  int drawsDue_ = 0;         // although nothing in the tree has changed
+  bool closed_ = false;
+  std::uint64_t drawnVersion_ = 0;
+  int pixelWidth_ = 0;
+  int pixelHeight_ = 0;
+  double scale_ = 1;
+};
+
+}  // namespace quorvid
