@@ -1,16 +1,65 @@
 #include "h264/ParameterSets.h"
 
-#include "h264/BitReader.h"
-#include "h264/Pps.h"
-#include "h264/ReorderLimit.h"
+#include <algorithm>
 
-namespace quorvid {
+namespace quorvid::h264 {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 // No set needs more, padding included; the lengths below have 16 bits.
 constexpr std::size_t kLargestSet = 4096;
+
+void readPpsExtension(BitReader& reader, const Sps& sps) {
+  const bool transform8x8 = reader.flag();
+  if (reader.flag()) {
+    const int lists8x8 = sps.chromaFormatIdc == 3 ? 6 : 2;
+    skipScalingLists(reader, transform8x8 ? 6 + lists8x8 : 6);
+  }
+  reader.se(-12, 12);
+}
+
+void readPps(BitReader& reader, const Sps& sps) {
+  reader.ue(255);
+  reader.require(reader.ue(31) == sps.id);
+  reader.bits(2);  // entropy coding, field order counts
+  reader.ue(0);    // slice groups: nothing decodes more than one
+  reader.ue(31);
+  reader.ue(31);
+  reader.flag();
+  reader.require(reader.bits(2) <= 2);
+  const auto deeper = static_cast<std::int32_t>(6 * (sps.bitDepth - 8));
+  reader.se(-26 - deeper, 25);
+  reader.se(-26, 25);
+  reader.se(-12, 12);
+  reader.bits(3);
+  if (reader.hasMore()) {
+    readPpsExtension(reader, sps);
+  }
+}
+
+void writeRestriction(const Sps& sps, BitWriter& writer) {
+  writer.bits(0b11, 2);  // limits follow; motion vectors may point outside the picture
+  writer.ue(0);          // bytes of a picture, bits of a macroblock: any
+  writer.ue(0);
+  writer.ue(15);  // motion vectors: the longest
+  writer.ue(15);
+  writer.ue(0);  // pictures that may leave later than in order
+  writer.ue(std::max(sps.maxNumRefFrames, 1U));
+}
+
+// A copy of the SPS that limits reordering to 0 pictures, or an unchanged one when the stream can
+// reorder and states limits of its own.
+Bytes withReorderLimit(const Sps& sps, ByteView unit) {
+  if (sps.vui.hasRestriction && !sps.neverReorders()) {
+    return {unit.begin(), unit.end()};
+  }
+  BitWriter writer;
+  writer.copy(payloadOf(unit), sps.vui.restrictionFlagAt.value_or(sps.vui.flagAt));
+  if (!sps.vui.restrictionFlagAt) {
+    writer.bits(0b1'0000'0000, 9);  // a VUI follows, and none of its first eight parts
+  }
+  writeRestriction(sps, writer);
+  return writer.unit(unit[0]);
+}
 
 void appendWithLength(Bytes& record, const Bytes& set) {
   record.push_back(static_cast<std::uint8_t>(set.size() >> 8));
@@ -20,21 +69,38 @@ void appendWithLength(Bytes& record, const Bytes& set) {
 
 }  // namespace
 
-std::optional<H264ParameterSets> H264ParameterSets::make(std::span<const std::uint8_t> sps,
-                                                         std::span<const std::uint8_t> pps) {
+bool isPpsFor(const Sps& sps, ByteView unit) {
+  // Forbidden bit clear, reference importance above 0, type 8.
+  if (unit.empty() || (unit[0] & 0x9F) != 8 || (unit[0] & 0x60) == 0 || !isEscaped(unit)) {
+    return false;
+  }
+  const Bytes payload = payloadOf(unit);
+  BitReader reader(payload);
+  readPps(reader, sps);
+  return reader.endsHere();
+}
+
+Bytes withoutVui(const Sps& sps, ByteView unit) {
+  BitWriter writer;
+  writer.copy(payloadOf(unit), sps.vui.flagAt);
+  writer.bits(0, 1);
+  return writer.unit(unit[0]);
+}
+
+std::optional<ParameterSets> ParameterSets::make(ByteView sps, ByteView pps) {
   if (sps.size() > kLargestSet || pps.size() > kLargestSet) {
     return std::nullopt;
   }
-  sps = h264WithoutPadding(sps);
-  pps = h264WithoutPadding(pps);
-  const auto parsed = parseH264Sps(sps);
-  if (!parsed || !isH264PpsFor(*parsed, pps)) {
+  sps = withoutPadding(sps);
+  pps = withoutPadding(pps);
+  const auto parsed = parseSps(sps);
+  if (!parsed || !isPpsFor(*parsed, pps)) {
     return std::nullopt;
   }
-  return H264ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end()), *parsed};
+  return ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end()), *parsed};
 }
 
-std::vector<std::uint8_t> H264ParameterSets::avcRecord() const {
+Bytes ParameterSets::avcRecord() const {
   Bytes record{1, sps[1], sps[2], sps[3], 0xFF, 0xE1};
   appendWithLength(record, sps);
   record.push_back(1);
@@ -42,4 +108,4 @@ std::vector<std::uint8_t> H264ParameterSets::avcRecord() const {
   return record;
 }
 
-}  // namespace quorvid
+}  // namespace quorvid::h264

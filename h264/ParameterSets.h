@@ -1,32 +1,37 @@
-// H264ParameterSets: one SPS and one PPS that hold together, and the record a decoder takes them
-// in.
+// ParameterSets: one SPS and one PPS that hold together, and the record a decoder takes them in.
 //
 // A session lives with its sets for good, so a set that only looks like one would block the picture
 // for ever: both are read strictly, to the last bit.
 #pragma once
 
-#include <cstdint>
 #include <optional>
-#include <span>
-#include <vector>
 
 #include "h264/Sps.h"
 
-namespace quorvid {
+namespace quorvid::h264 {
 
-struct H264ParameterSets {
-  std::vector<std::uint8_t> sps, pps;  // NAL header first, no start code, no padding behind
-  H264Sps stream;                      // what the SPS says
+struct ParameterSets {
+  Bytes sps, pps;  // NAL header first, no start code, no padding behind
+  Sps stream;      // what the SPS says
 
   // Copies of two valid sets of which the second refers to the first, else nothing. Zero bytes
   // behind a set, which fill its place in a frame of fixed layout, are cut off. The SPS gets a
-  // reorder limit (see H264ReorderLimit.h), so that no decoder holds a picture back.
-  static std::optional<H264ParameterSets> make(std::span<const std::uint8_t> sps,
-                                               std::span<const std::uint8_t> pps);
+  // reorder limit, so that no decoder holds a picture back: without it libavcodec guesses from the
+  // picture order counts, and one damaged slice header can make it hold a picture back for the rest
+  // of the session. A live stream without limits of its own is taken to be in order; pictures that
+  // come out of it in another order are dropped.
+  static std::optional<ParameterSets> make(ByteView sps, ByteView pps);
 
   // 01 | profile, constraints, level | FF: lengths of 4 bytes | E1: one SPS | its length, 2 bytes |
   // SPS | 01: one PPS | its length, 2 bytes | PPS
-  std::vector<std::uint8_t> avcRecord() const;
+  Bytes avcRecord() const;
 };
 
-}  // namespace quorvid
+// unit: NAL header first, no start code. True when the unit is a PPS that refers to this SPS, every
+// field is in its range and decodable, and the unit ends right after the closing bits.
+bool isPpsFor(const Sps& sps, ByteView unit);
+
+// The SPS that `sps` was parsed from, without its VUI.
+Bytes withoutVui(const Sps& sps, ByteView unit);
+
+}  // namespace quorvid::h264

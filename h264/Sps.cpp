@@ -3,122 +3,127 @@
 #include <algorithm>
 #include <array>
 
-#include "h264/BitReader.h"
-#include "h264/ScalingLists.h"
-
-namespace quorvid {
+namespace quorvid::h264 {
 namespace {
 
 constexpr std::array<std::uint32_t, 7> kProfiles{66, 77, 88, 100, 110, 122, 244};
 constexpr std::array<std::uint32_t, 20> kLevels{9,  10, 11, 12, 13, 20, 21, 22, 30, 31,
                                                 32, 40, 41, 42, 50, 51, 52, 60, 61, 62};
+constexpr std::array<std::uint32_t, 9> kProfilesWithChromaFields{100, 110, 122, 244, 44,
+                                                                 83,  86,  118, 128};
 // The longest side at a level's frame size: the square root of eight times its macroblocks.
-constexpr std::uint32_t kLongestSideInMacroblocks = 543;
-constexpr std::int32_t kLowest = INT32_MIN + 1;
-constexpr std::int32_t kHighest = INT32_MAX;
+constexpr std::uint32_t kLongestSideInMbs = 543;
+constexpr std::uint32_t kAnySideInMbs = 0xFFFF;
+// What encoders write before the VUI needs a fraction of this.
+constexpr std::size_t kMostPeeked = 512;
 
 template <std::size_t N>
 bool isOneOf(const std::array<std::uint32_t, N>& values, std::uint32_t value) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-void readHeader(H264BitReader& reader, H264Sps& sps) {
-  sps.profile = reader.bits(8);
-  reader.bits(6);  // constraint flags
-  reader.require(reader.bits(2) == 0);
-  sps.level = reader.bits(8);
-  sps.id = reader.golomb(31);
-  reader.require(isOneOf(kProfiles, sps.profile) && isOneOf(kLevels, sps.level));
-}
-
-void readSampleFormat(H264BitReader& reader, H264Sps& sps) {
-  if (sps.profile < 100) {
+void readChroma(BitReader& reader, Sps& sps) {
+  if (!isOneOf(kProfilesWithChromaFields, sps.profileIdc)) {
     return;
   }
-  sps.chromaFormat = reader.golomb(3);
-  if (sps.chromaFormat == 3) {
-    reader.require(!reader.flag());  // three separate colour planes: nothing decodes them
-  }
-  sps.bitDepth = 8 + reader.golomb(2);
-  reader.require(8 + reader.golomb(2) == sps.bitDepth && sps.bitDepth != 9);
-  reader.require(!reader.flag());  // no lossless transform bypass
+  sps.chromaFormatIdc = reader.ue(3);
+  sps.separateColourPlanes = sps.chromaFormatIdc == 3 && reader.flag();
+  sps.bitDepth = 8 + reader.ue(6);
+  sps.bitDepthChroma = 8 + reader.ue(6);
+  sps.transformBypass = reader.flag();
   if (reader.flag()) {
-    skipH264ScalingLists(reader, sps.chromaFormat == 3 ? 12 : 8);
+    skipScalingLists(reader, sps.chromaFormatIdc == 3 ? 12 : 8);
   }
 }
 
-void readOrderCount(H264BitReader& reader, H264Sps& sps) {
-  sps.orderCountType = reader.golomb(2);
-  if (sps.orderCountType == 0) {
-    reader.golomb(12);
-  } else if (sps.orderCountType == 1) {
+void readPicOrderCnt(BitReader& reader, Sps& sps) {
+  sps.picOrderCntType = reader.ue(2);
+  if (sps.picOrderCntType == 0) {
+    reader.ue(12);
+  } else if (sps.picOrderCntType == 1) {
     reader.flag();
-    reader.signedGolomb(kLowest, kHighest);
-    reader.signedGolomb(kLowest, kHighest);
-    for (std::uint32_t left = reader.golomb(255); left > 0; --left) {
-      reader.signedGolomb(kLowest, kHighest);
+    reader.se();
+    reader.se();
+    for (std::uint32_t left = reader.ue(255); left > 0; --left) {
+      reader.se();
     }
   }
 }
 
-// Cropping is counted in chroma samples (and field lines); something must be left of the picture.
-void readCropping(H264BitReader& reader, const H264Sps& sps) {
-  const std::uint32_t unitX = sps.chromaFormat == 1 || sps.chromaFormat == 2 ? 2 : 1;
-  const std::uint32_t unitY = (sps.chromaFormat == 1 ? 2 : 1) * (sps.framesOnly ? 1 : 2);
-  const std::uint32_t left = reader.golomb(0xFFFF);
-  const std::uint32_t right = reader.golomb(0xFFFF);
-  const std::uint32_t top = reader.golomb(0xFFFF);
-  const std::uint32_t bottom = reader.golomb(0xFFFF);
-  reader.require((left + right) * unitX < sps.widthInMacroblocks * 16 &&
-                 (top + bottom) * unitY < sps.heightInMacroblocks * 16);
+// Cropping is counted in chroma samples (and field lines).
+void readCropping(BitReader& reader, Sps& sps) {
+  const bool isHalvedX = sps.chromaFormatIdc == 1 || sps.chromaFormatIdc == 2;
+  const bool isHalvedY = sps.chromaFormatIdc == 1;
+  const std::int64_t left = reader.ue();
+  sps.cropX = (left + reader.ue()) * (isHalvedX ? 2 : 1);
+  const std::int64_t top = reader.ue();
+  sps.cropY = (top + reader.ue()) * (isHalvedY ? 2 : 1) * (sps.frameMbsOnly ? 1 : 2);
 }
 
-void readSize(H264BitReader& reader, H264Sps& sps) {
-  sps.widthInMacroblocks = 1 + reader.golomb(kLongestSideInMacroblocks - 1);
-  sps.heightInMacroblocks = 1 + reader.golomb(kLongestSideInMacroblocks - 1);
-  sps.framesOnly = reader.flag();
-  if (!sps.framesOnly) {
-    sps.heightInMacroblocks *= 2;
-    sps.pairsInFrames = reader.flag();
+void readSize(BitReader& reader, Sps& sps) {
+  sps.picWidthInMbs = 1 + reader.ue(kAnySideInMbs);
+  sps.frameHeightInMbs = 1 + reader.ue(kAnySideInMbs);
+  sps.frameMbsOnly = reader.flag();
+  if (!sps.frameMbsOnly) {
+    sps.frameHeightInMbs *= 2;
+    sps.mbAdaptiveFrameField = reader.flag();
   }
-  const bool inference8x8 = reader.flag();
-  reader.require(sps.framesOnly || inference8x8);
-  reader.require(sps.macroblocks() <= kLargestPictureInMacroblocks);
-  reader.require(sps.referenceFrames * sps.macroblocks() <= kKeptPicturesInMacroblocks);
+  sps.direct8x8Inference = reader.flag();
   if (reader.flag()) {
     readCropping(reader, sps);
   }
 }
 
-void readBufferModel(H264BitReader& reader) {
-  const std::uint32_t count = 1 + reader.golomb(31);
+Sps readToVui(BitReader& reader) {
+  Sps sps;
+  sps.profileIdc = reader.bits(8);
+  sps.constraintFlags = reader.bits(8);
+  sps.levelIdc = reader.bits(8);
+  sps.id = reader.ue(31);
+  readChroma(reader, sps);
+  sps.log2MaxFrameNum = 4 + reader.ue(12);
+  readPicOrderCnt(reader, sps);
+  sps.maxNumRefFrames = reader.ue(16);
+  sps.gapsInFrameNumAllowed = reader.flag();
+  readSize(reader, sps);
+  sps.vui.flagAt = reader.position();
+  return sps;
+}
+
+bool isDecodable(const Sps& sps) {
+  const std::uint32_t mapUnits = sps.frameHeightInMbs / (sps.frameMbsOnly ? 1 : 2);
+  return isOneOf(kProfiles, sps.profileIdc) && (sps.constraintFlags & 3) == 0 &&
+         isOneOf(kLevels, sps.levelIdc) && !sps.separateColourPlanes && !sps.transformBypass &&
+         (sps.bitDepth == 8 || sps.bitDepth == 10) && sps.bitDepthChroma == sps.bitDepth &&
+         (sps.frameMbsOnly || sps.direct8x8Inference) && sps.picWidthInMbs <= kLongestSideInMbs &&
+         mapUnits <= kLongestSideInMbs && sps.frameSizeInMbs() <= kMaxFrameSizeInMbs &&
+         sps.maxNumRefFrames * sps.frameSizeInMbs() <= kMaxDpbMbs && sps.displayedWidth() > 0 &&
+         sps.displayedHeight() > 0;
+}
+
+// The buffer model that the stream keeps.
+void readHrd(BitReader& reader) {
+  const std::uint32_t count = 1 + reader.ue(31);
   reader.bits(8);
   for (std::uint32_t i = 0; i < count; ++i) {
-    reader.golomb(0xFFFFFFFE);
-    reader.golomb(0xFFFFFFFE);
+    reader.ue();
+    reader.ue();
     reader.flag();
   }
   reader.bits(20);
 }
 
-void readLimits(H264BitReader& reader, const H264Sps& sps) {
+void readRestriction(BitReader& reader, const Sps& sps) {
   reader.flag();
   for (int i = 0; i < 4; ++i) {
-    reader.golomb(16);
+    reader.ue(16);
   }
-  const std::uint32_t reordered = reader.golomb(16);
-  const std::uint32_t kept = reader.golomb(16);
-  reader.require(reordered <= kept && kept * sps.macroblocks() <= kKeptPicturesInMacroblocks);
+  const std::uint32_t reordered = reader.ue(16);
+  const std::uint32_t kept = reader.ue(16);
+  reader.require(reordered <= kept && kept * sps.frameSizeInMbs() <= kMaxDpbMbs);
 }
 
-void readColours(H264BitReader& reader) {
-  reader.bits(4);
-  if (reader.flag()) {
-    reader.bits(24);
-  }
-}
-
-void readUsability(H264BitReader& reader, H264Sps& sps) {
+void readShapeAndColours(BitReader& reader) {
   if (reader.flag() && reader.bits(8) == 255) {
     reader.bits(32);  // a pixel shape of its own
   }
@@ -126,60 +131,79 @@ void readUsability(H264BitReader& reader, H264Sps& sps) {
     reader.flag();
   }
   if (reader.flag()) {
-    readColours(reader);
+    reader.bits(4);
+    if (reader.flag()) {
+      reader.bits(24);
+    }
   }
   if (reader.flag()) {
-    reader.golomb(5);
-    reader.golomb(5);
+    reader.ue(5);
+    reader.ue(5);
   }
+}
+
+void readVui(BitReader& reader, Sps& sps) {
+  readShapeAndColours(reader);
   if (reader.flag()) {
     reader.bits(32);
     reader.bits(32);
     reader.flag();
   }
-  bool hasModel = false;
+  bool hasHrd = false;
   for (int i = 0; i < 2; ++i) {
     if (reader.flag()) {
-      hasModel = true;
-      readBufferModel(reader);
+      hasHrd = true;
+      readHrd(reader);
     }
   }
-  if (hasModel) {
+  if (hasHrd) {
     reader.flag();
   }
   reader.flag();
-  sps.limitsFlagAt = reader.position();
-  sps.hasLimits = reader.flag();
-  if (sps.hasLimits) {
-    readLimits(reader, sps);
+  sps.vui.restrictionFlagAt = reader.position();
+  sps.vui.hasRestriction = reader.flag();
+  if (sps.vui.hasRestriction) {
+    readRestriction(reader, sps);
   }
 }
 
 }  // namespace
 
-std::optional<H264Sps> parseH264Sps(std::span<const std::uint8_t> unit) {
+std::optional<Sps> parseSps(ByteView unit) {
   // Forbidden bit clear, reference importance above 0, type 7.
-  if (unit.size() < 4 || (unit[0] & 0x9F) != 7 || (unit[0] & 0x60) == 0) {
+  if (unit.empty() || (unit[0] & 0x9F) != 7 || (unit[0] & 0x60) == 0 || !isEscaped(unit)) {
     return std::nullopt;
   }
-  const auto payload = h264Payload(unit);
-  if (!payload) {
-    return std::nullopt;
-  }
-  H264BitReader reader(*payload);
-  H264Sps sps;
-  readHeader(reader, sps);
-  readSampleFormat(reader, sps);
-  sps.frameNumberBits = 4 + static_cast<int>(reader.golomb(12));
-  readOrderCount(reader, sps);
-  sps.referenceFrames = reader.golomb(16);
-  reader.flag();
-  readSize(reader, sps);
-  sps.usabilityFlagAt = reader.position();
+  const Bytes payload = payloadOf(unit);
+  BitReader reader(payload);
+  Sps sps = readToVui(reader);
+  reader.require(isDecodable(sps));
   if (reader.flag()) {
-    readUsability(reader, sps);
+    readVui(reader, sps);
   }
   return reader.endsHere() ? std::optional(sps) : std::nullopt;
 }
 
-}  // namespace quorvid
+std::optional<Sps> peekSps(ByteView unit) {
+  if (unit.empty() || (unit[0] & 0x1F) != 7) {
+    return std::nullopt;
+  }
+  const Bytes payload = payloadOf(unit.first(std::min(unit.size(), kMostPeeked)));
+  BitReader reader(payload);
+  const Sps sps = readToVui(reader);
+  return reader.failed() ? std::nullopt : std::optional(sps);
+}
+
+void skipScalingLists(BitReader& reader, int count) {
+  for (int list = 0; list < count; ++list) {
+    if (!reader.flag()) {
+      continue;
+    }
+    int next = 8;
+    for (int left = list < 6 ? 16 : 64, last = 8; left > 0 && next != 0; --left, last = next) {
+      next = (last + reader.se(-128, 127) + 256) % 256;
+    }
+  }
+}
+
+}  // namespace quorvid::h264

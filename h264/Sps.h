@@ -1,41 +1,62 @@
-// H264Sps: what a sequence parameter set says, read strictly to its last bit.
+// Sps: what a sequence parameter set says.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 
-namespace quorvid {
+#include "h264/BitStream.h"
 
-// What level 5.1 allows, in macroblocks of 16 by 16 pixels: the largest picture, and all pictures
-// that a decoder keeps. Larger numbers are refused whatever level a stream states.
-inline constexpr std::uint32_t kLargestPictureInMacroblocks = 36864;
-inline constexpr std::uint32_t kKeptPicturesInMacroblocks = 184320;
+namespace quorvid::h264 {
 
-struct H264Sps {
-  std::uint32_t profile = 0, level = 0, id = 0;
-  std::uint32_t chromaFormat = 1;  // 0: luma only, 1: 4:2:0, 2: 4:2:2, 3: 4:4:4
-  std::uint32_t bitDepth = 8;
-  int frameNumberBits = 4;
-  std::uint32_t orderCountType = 0;
-  std::uint32_t referenceFrames = 0;
-  std::uint32_t widthInMacroblocks = 0, heightInMacroblocks = 0;  // of a frame
-  bool framesOnly = true;                                         // else a picture may be a field
-  bool pairsInFrames = false;  // macroblocks of a frame come in pairs, one above the other (MBAFF)
-  // Bit positions in the payload: of the flag that says whether usability information follows, and,
-  // where it does, of the flag that says whether reordering limits follow (the last of all fields).
-  std::size_t usabilityFlagAt = 0;
-  std::optional<std::size_t> limitsFlagAt;
-  bool hasLimits = false;
+// What level 5.1 allows, in macroblocks of 16 by 16 pixels: the largest frame, and all that a
+// decoder keeps. Larger numbers are refused whatever level a stream states.
+inline constexpr std::uint32_t kMaxFrameSizeInMbs = 36864;
+inline constexpr std::uint32_t kMaxDpbMbs = 184320;
 
-  std::uint32_t macroblocks() const { return widthInMacroblocks * heightInMacroblocks; }
+// Where in the payload the usability information stands, and its last part, the limits of
+// reordering.
+struct Vui {
+  std::size_t flagAt = 0;                        // bit position of vui_parameters_present_flag
+  std::optional<std::size_t> restrictionFlagAt;  // of bitstream_restriction_flag; with a VUI only
+  bool hasRestriction = false;
+};
+
+struct Sps {
+  std::uint32_t profileIdc = 0, constraintFlags = 0, levelIdc = 0, id = 0;
+  std::uint32_t chromaFormatIdc = 1;  // 0: luma only, 1: 4:2:0, 2: 4:2:2, 3: 4:4:4
+  bool separateColourPlanes = false;
+  std::uint32_t bitDepth = 8, bitDepthChroma = 8;
+  bool transformBypass = false;  // lossless where the quantiser is 0
+  std::uint32_t log2MaxFrameNum = 4;
+  std::uint32_t picOrderCntType = 0;
+  std::uint32_t maxNumRefFrames = 0;
+  bool gapsInFrameNumAllowed = false;
+  std::uint32_t picWidthInMbs = 0, frameHeightInMbs = 0;
+  bool frameMbsOnly = true;           // else a picture may be a field
+  bool mbAdaptiveFrameField = false;  // macroblocks of a frame come in pairs, one above the other
+  bool direct8x8Inference = false;
+  std::int64_t cropX = 0, cropY = 0;  // pixels taken off at left and right, at top and bottom
+  Vui vui;
+
+  std::uint32_t frameSizeInMbs() const { return picWidthInMbs * frameHeightInMbs; }
+  // Of the picture that is shown; not above 0 when everything is cropped.
+  std::int64_t displayedWidth() const { return picWidthInMbs * 16LL - cropX; }
+  std::int64_t displayedHeight() const { return frameHeightInMbs * 16LL - cropY; }
   // Pictures leave in the order in which they come.
-  bool neverReorders() const { return profile == 66 || orderCountType == 2; }
+  bool neverReorders() const { return profileIdc == 66 || picOrderCntType == 2; }
 };
 
 // unit: NAL header first, no start code. Nothing unless every field is in its range, the picture is
 // one that can be decoded and shown, and the unit ends right after the closing bits.
-std::optional<H264Sps> parseH264Sps(std::span<const std::uint8_t> unit);
+std::optional<Sps> parseSps(ByteView unit);
 
-}  // namespace quorvid
+// The fields before the VUI alone, also of streams that can't be decoded here: of other profiles
+// and depths, of any size. Whatever lies behind them in `unit` doesn't matter.
+std::optional<Sps> peekSps(ByteView unit);
+
+// Reads past `count` scaling lists, which both kinds of parameter sets may carry: the first six of
+// 16 numbers, the others of 64.
+void skipScalingLists(BitReader& reader, int count);
+
+}  // namespace quorvid::h264

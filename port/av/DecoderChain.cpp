@@ -5,7 +5,7 @@
 namespace quorvid {
 
 std::unique_ptr<DecoderChain> DecoderChain::open(DecoderCandidates candidates,
-                                                 H264ParameterSets sets) {
+                                                 h264::ParameterSets sets) {
   for (auto candidate = candidates.begin(); candidate != candidates.end(); ++candidate) {
     if (auto decoder = candidate->open(sets)) {
       std::unique_ptr<DecoderChain> chain(new DecoderChain);

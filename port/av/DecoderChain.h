@@ -17,7 +17,7 @@ namespace quorvid {
 class DecoderChain {
  public:
   // Null when no candidate opens.
-  static std::unique_ptr<DecoderChain> open(DecoderCandidates candidates, H264ParameterSets sets);
+  static std::unique_ptr<DecoderChain> open(DecoderCandidates candidates, h264::ParameterSets sets);
 
   // The picture lasts until the next call.
   DecodedPicture decode(std::span<const std::uint8_t> packet);
@@ -29,7 +29,7 @@ class DecoderChain {
   std::string name_;
   std::unique_ptr<PictureDecoder> current_;
   DecoderCandidates later_;
-  H264ParameterSets sets_;
+  h264::ParameterSets sets_;
   // Of the later candidates, while the current decoder gives no picture; null, too, when none
   // opens.
   std::unique_ptr<DecoderChain> fallback_;

@@ -29,11 +29,11 @@ OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, vo
 
 OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sample,
                                              CVPixelBufferRef& picture) {
-  const H264UnitKind kind = repackH264Sample(sample, stream_, mostWork_, packet_);
-  if (kind == H264UnitKind::Nothing) {
+  const h264::SampleKind kind = h264::repackSample(sample, stream_, mostWork_, packet_);
+  if (kind == h264::SampleKind::Nothing) {
     return noErr;
   }
-  if (kind == H264UnitKind::Damaged) {
+  if (kind == h264::SampleKind::Damaged) {
     return kVTVideoDecoderBadDataErr;
   }
   const DecodedPicture decoded = decodeTimed();
@@ -48,7 +48,7 @@ DecodedPicture VTDecompressionSession::decodeTimed() {
   const double start = processorSeconds();
   const DecodedPicture decoded = decoder_->decode(packet_);
   if (processorSeconds() - start > kLongestHonestUnit) {
-    mostWork_ = kWorkOfAQuarterSecond;
+    mostWork_ = h264::kWorkOfAQuarterSecond;
   }
   return decoded;
 }

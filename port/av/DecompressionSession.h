@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "h264/WorkBounds.h"
+#include "h264/Slice.h"
 #include "port/VideoDecompression.h"
 #include "port/av/DecoderChain.h"
 #include "port/av/PictureConverter.h"
@@ -17,7 +17,7 @@ namespace quorvid {
 class VTDecompressionSession {
  public:
   // stream: what the decoder's SPS says. width, height: of every picture.
-  VTDecompressionSession(std::unique_ptr<DecoderChain> decoder, const H264Sps& stream,
+  VTDecompressionSession(std::unique_ptr<DecoderChain> decoder, const h264::Sps& stream,
                          std::size_t width, std::size_t height,
                          const VTDecompressionOutputCallbackRecord& callback)
       : decoder_(std::move(decoder)),
@@ -34,8 +34,8 @@ class VTDecompressionSession {
   DecodedPicture decodeTimed();
 
   std::unique_ptr<DecoderChain> decoder_;
-  H264Sps stream_;
-  std::uint64_t mostWork_ = kWorkOfHonestUnits;  // until a unit took too long
+  h264::Sps stream_;
+  std::uint64_t mostWork_ = h264::kWorkOfHonestUnits;  // until a unit took too long
   PictureConverter converter_;
   VTDecompressionOutputCallbackRecord callback_;
   std::vector<std::uint8_t> packet_;

@@ -62,7 +62,7 @@ AvBufferPtr openDevice(AVHWDeviceType type) {
 DecoderCandidate deviceCandidate(const AVCodec* codec, const AVCodecHWConfig& config) {
   const AVHWDeviceType type = config.device_type;
   const AVPixelFormat pixels = config.pix_fmt;
-  return {av_hwdevice_get_type_name(type), [codec, type, pixels](const H264ParameterSets& sets) {
+  return {av_hwdevice_get_type_name(type), [codec, type, pixels](const h264::ParameterSets& sets) {
             const AvBufferPtr device = openDevice(type);
             return device ? LibavDecoder::open({codec, device.get(), pixels}, sets) : nullptr;
           }};
@@ -87,7 +87,7 @@ DecoderCandidates decoderCandidates() {
       candidates.push_back(deviceCandidate(codec, *config));
     }
   }
-  candidates.push_back({"software", [codec](const H264ParameterSets& sets) {
+  candidates.push_back({"software", [codec](const h264::ParameterSets& sets) {
                           return LibavDecoder::open({codec, nullptr, AV_PIX_FMT_NONE}, sets);
                         }});
   return candidates;

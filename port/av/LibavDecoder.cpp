@@ -51,12 +51,12 @@ bool isDamaged(const AVFrame& frame) {
 }  // namespace
 
 std::unique_ptr<PictureDecoder> LibavDecoder::open(const LibavDecoderSetup& setup,
-                                                   const H264ParameterSets& sets) {
+                                                   const h264::ParameterSets& sets) {
   std::unique_ptr<LibavDecoder> decoder(new LibavDecoder(setup.devicePixels));
   return decoder->configure(setup, sets) ? std::move(decoder) : nullptr;
 }
 
-bool LibavDecoder::configure(const LibavDecoderSetup& setup, const H264ParameterSets& sets) {
+bool LibavDecoder::configure(const LibavDecoderSetup& setup, const h264::ParameterSets& sets) {
   context_.reset(setup.codec != nullptr ? avcodec_alloc_context3(setup.codec) : nullptr);
   packet_.reset(av_packet_alloc());
   for (AvFramePtr* frame : {&next_, &frame_, &fetched_}) {
@@ -72,7 +72,7 @@ bool LibavDecoder::configure(const LibavDecoderSetup& setup, const H264Parameter
   // Lost macroblocks are taken from the picture before, and mark the picture as damaged. Guessing
   // their motion costs up to five times the decoding of the picture, which isn't shown.
   context_->error_concealment = FF_EC_FAVOR_INTER;
-  context_->max_pixels = kLargestPictureInMacroblocks * kPixelsOfMacroblock;
+  context_->max_pixels = h264::kMaxFrameSizeInMbs * kPixelsOfMacroblock;
   if (setup.device != nullptr) {
     context_->hw_device_ctx = av_buffer_ref(setup.device);
     context_->extra_hw_frames = kFramesHeld;

@@ -21,12 +21,12 @@ class LibavDecoder : public PictureDecoder {
  public:
   // Null when the decoder can't be had.
   static std::unique_ptr<PictureDecoder> open(const LibavDecoderSetup& setup,
-                                              const H264ParameterSets& sets);
+                                              const h264::ParameterSets& sets);
   DecodedPicture decode(std::span<const std::uint8_t> packet) override;
 
  private:
   explicit LibavDecoder(AVPixelFormat devicePixels) : devicePixels_(devicePixels) {}
-  bool configure(const LibavDecoderSetup& setup, const H264ParameterSets& sets);
+  bool configure(const LibavDecoderSetup& setup, const h264::ParameterSets& sets);
   int send(std::span<const std::uint8_t> packet);
   DecodedPicture receive();
   DecodedPicture fetchFromDevice();

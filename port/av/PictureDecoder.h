@@ -31,7 +31,7 @@ class PictureDecoder {
 // without waiting.
 struct DecoderCandidate {
   std::string name;
-  std::function<std::unique_ptr<PictureDecoder>(const H264ParameterSets& sets)> open;
+  std::function<std::unique_ptr<PictureDecoder>(const h264::ParameterSets& sets)> open;
 };
 using DecoderCandidates = std::vector<DecoderCandidate>;
 

@@ -12,7 +12,7 @@ namespace quorvid {
 
 class CMVideoFormatDescription {
  public:
-  H264ParameterSets sets;
+  h264::ParameterSets sets;
 };
 
 class CMBlockBuffer {
@@ -86,8 +86,8 @@ OSStatus CMVideoFormatDescriptionCreateFromH264ParameterSets(
       parameterSetPointers[1] == nullptr) {
     return kCMFormatDescriptionError_InvalidParameter;
   }
-  auto sets = H264ParameterSets::make({parameterSetPointers[0], parameterSetSizes[0]},
-                                      {parameterSetPointers[1], parameterSetSizes[1]});
+  auto sets = h264::ParameterSets::make({parameterSetPointers[0], parameterSetSizes[0]},
+                                        {parameterSetPointers[1], parameterSetSizes[1]});
   if (!sets) {
     return kCMFormatDescriptionError_InvalidParameter;
   }

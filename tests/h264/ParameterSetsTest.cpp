@@ -7,10 +7,8 @@
 
 #include "support/H264TestStream.h"
 
-namespace quorvid {
+namespace quorvid::h264 {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 const Bytes kSps{0x67, 0x42, 0xC0, 0x1E, 0xDA, 0x02, 0x80, 0xF6, 0x40};  // 640x480
 const Bytes kPps{0x68, 0xCE, 0x3C, 0x80};
@@ -20,7 +18,7 @@ const Bytes kHigh{0x67, 0x64, 0x00, 0x28, 0xAC, 0xD9, 0x40, 0x78, 0x02,
                   0x00, 0x00, 0x03, 0x00, 0xC8, 0x3C, 0x60, 0xC6, 0x58};
 
 bool accepted(const Bytes& sps, const Bytes& pps) {
-  return H264ParameterSets::make(sps, pps).has_value();
+  return ParameterSets::make(sps, pps).has_value();
 }
 
 Bytes changed(Bytes bytes, std::size_t at, std::uint8_t value) {
@@ -53,9 +51,9 @@ TEST(ParameterSetsTest, ZerosThatFillThePlaceAreCutOff) {
     Bytes sps = kSps, pps = kPps;
     sps.resize(sps.size() + zeros);
     pps.resize(pps.size() + zeros);
-    const auto padded = H264ParameterSets::make(sps, pps);
+    const auto padded = ParameterSets::make(sps, pps);
     ASSERT_TRUE(padded) << zeros;
-    EXPECT_EQ(padded->avcRecord(), H264ParameterSets::make(kSps, kPps)->avcRecord());
+    EXPECT_EQ(padded->avcRecord(), ParameterSets::make(kSps, kPps)->avcRecord());
   }
   Bytes sps = kSps;
   sps.resize(4097);
@@ -63,9 +61,9 @@ TEST(ParameterSetsTest, ZerosThatFillThePlaceAreCutOff) {
 }
 
 TEST(ParameterSetsTest, RecordHoldsBothSetsAndForbidsReordering) {
-  const auto sets = H264ParameterSets::make(kSps, kPps);
+  const auto sets = ParameterSets::make(kSps, kPps);
   ASSERT_TRUE(sets);
-  const auto again = H264ParameterSets::make(sets->sps, sets->pps);
+  const auto again = ParameterSets::make(sets->sps, sets->pps);
   ASSERT_TRUE(again);  // what was added is valid itself
   EXPECT_EQ(again->sps, sets->sps);
   EXPECT_TRUE(std::equal(kSps.begin(), kSps.end() - 1, sets->sps.begin()));
@@ -128,4 +126,4 @@ TEST(ParameterSetsTest, RandomBytesAreRefused) {
 }
 
 }  // namespace
-}  // namespace quorvid
+}  // namespace quorvid::h264

@@ -34,7 +34,7 @@ class StandIn : public PictureDecoder {
   std::unique_ptr<PictureDecoder> real_;
 };
 
-std::unique_ptr<PictureDecoder> software(const H264ParameterSets& sets) {
+std::unique_ptr<PictureDecoder> software(const h264::ParameterSets& sets) {
   return LibavDecoder::open({avcodec_find_decoder(AV_CODEC_ID_H264), nullptr, AV_PIX_FMT_NONE},
                             sets);
 }
@@ -42,7 +42,7 @@ std::unique_ptr<PictureDecoder> software(const H264ParameterSets& sets) {
 class DecoderChainTest : public testing::Test {
  protected:
   DecoderCandidate candidate(const char* name, Device& device) {
-    return {name, [this, name, &device](const H264ParameterSets& sets) {
+    return {name, [this, name, &device](const h264::ParameterSets& sets) {
               tried_.emplace_back(name);
               return device.opens ? std::make_unique<StandIn>(device, software(sets)) : nullptr;
             }};
@@ -50,7 +50,7 @@ class DecoderChainTest : public testing::Test {
   std::unique_ptr<DecoderChain> chain(Device& first, Device& second) {
     DecoderCandidates all{
         candidate("first", first), candidate("second", second), {"software", software}};
-    return DecoderChain::open(std::move(all), *H264ParameterSets::make(stream_.sps, stream_.pps));
+    return DecoderChain::open(std::move(all), *h264::ParameterSets::make(stream_.sps, stream_.pps));
   }
   bool decode(DecoderChain& chain, std::vector<std::uint8_t> unit) {
     const auto size = static_cast<std::uint8_t>(unit.size());
@@ -120,7 +120,7 @@ TEST_F(DecoderChainTest, UnitsWithoutPicturesOpenNoDecoderEach) {
 
 TEST_F(DecoderChainTest, SoftwareIsTheLastCandidateAndNoneIsNoChain) {
   EXPECT_EQ(decoderCandidates().back().name, "software");
-  const auto sets = *H264ParameterSets::make(stream_.sps, stream_.pps);
+  const auto sets = *h264::ParameterSets::make(stream_.sps, stream_.pps);
   EXPECT_EQ(DecoderChain::open({}, sets), nullptr);
 }
 

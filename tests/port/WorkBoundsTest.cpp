@@ -1,5 +1,5 @@
 // What a unit's slices may ask of a decoder, judged by their headers alone.
-#include "h264/WorkBounds.h"
+#include "h264/Slice.h"
 
 #include <gtest/gtest.h>
 
@@ -9,27 +9,27 @@
 #include "port/av/DecompressionSession.h"
 #include "support/H264TestStream.h"
 
-namespace quorvid {
+namespace quorvid::h264 {
 namespace {
 
-using enum H264Picture;
-using enum H264SliceType;
+using enum PictureStructure;
+using enum SliceType;
 
-H264Sps stream(std::uint32_t width, std::uint32_t height) {
-  H264Sps sps;
-  sps.widthInMacroblocks = width;
-  sps.heightInMacroblocks = height;
+Sps stream(std::uint32_t width, std::uint32_t height) {
+  Sps sps;
+  sps.picWidthInMbs = width;
+  sps.frameHeightInMbs = height;
   return sps;
 }
 
-H264SliceHeader slice(std::uint32_t first, H264SliceType type = P, H264Picture picture = Frame) {
-  return {.firstMacroblock = first, .type = type, .picture = picture};
+SliceHeader slice(std::uint32_t first, SliceType type = P, PictureStructure picture = Frame) {
+  return {.firstMbInSlice = first, .sliceType = type, .structure = picture};
 }
 
 // How many slices are taken that begin at macroblock 0, `step`, 2 * `step` and so on.
-std::uint32_t taken(const H264Sps& sps, H264SliceType type, std::uint32_t step, std::size_t size,
+std::uint32_t taken(const Sps& sps, SliceType type, std::uint32_t step, std::size_t size,
                     std::uint64_t mostWork = kWorkOfAQuarterSecond) {
-  H264WorkBounds bounds(sps, mostWork);
+  WorkBounds bounds(sps, mostWork);
   std::uint32_t count = 0;
   while (count < 1000 && bounds.take(slice(count * step, type), size)) {
     ++count;
@@ -38,16 +38,16 @@ std::uint32_t taken(const H264Sps& sps, H264SliceType type, std::uint32_t step, 
 }
 
 TEST(WorkBoundsTest, PicturesOfHonestEncodersAreTaken) {
-  const auto all = [](std::uint32_t width, std::uint32_t height, H264SliceType type,
+  const auto all = [](std::uint32_t width, std::uint32_t height, SliceType type,
                       std::uint32_t slices, std::size_t size) {
     const std::uint32_t step = width * height / slices;
     return std::min(slices, taken(stream(width, height), type, step, size, kWorkOfHonestUnits));
   };
   EXPECT_EQ(all(192, 192, B, 1, 131'000), 1U);  // one slice, whatever it holds
-  for (const H264SliceType type : {I, P, B}) {
+  for (const SliceType type : {I, P, B}) {
     EXPECT_EQ(all(120, 68, type, 68, 1'900), 68U);  // one a row of 1080 lines
   }
-  for (const H264SliceType type : {I, P}) {
+  for (const SliceType type : {I, P}) {
     EXPECT_EQ(all(80, 60, type, 110, 1'200), 110U);  // cut for network packets
     EXPECT_EQ(all(120, 68, type, 110, 1'200), 110U);
   }
@@ -62,22 +62,22 @@ TEST(WorkBoundsTest, WhateverTheSlicesHoldAQuarterOfASecondIsEnough) {
   EXPECT_EQ(taken(stream(192, 192), I, 1, 10), 8U);
   EXPECT_EQ(taken(stream(192, 192), B, 1, 10), 1U);
   EXPECT_EQ(taken(stream(80, 60), B, 1, 10), 12U);
-  H264Sps deep = stream(192, 192);
+  Sps deep = stream(192, 192);
   deep.bitDepth = 10;
   EXPECT_EQ(taken(deep, P, 1, 10), 8U);
-  deep.chromaFormat = 3;
+  deep.chromaFormatIdc = 3;
   EXPECT_EQ(taken(deep, B, 1, 10), 1U);
 }
 
 TEST(WorkBoundsTest, FirstMacroblocksRiseAndOnlyASecondFieldBeginsAgain) {
-  H264Sps sps = stream(40, 30);
-  sps.framesOnly = false;
-  sps.pairsInFrames = true;
-  using Slices = std::vector<H264SliceHeader>;
+  Sps sps = stream(40, 30);
+  sps.frameMbsOnly = false;
+  sps.mbAdaptiveFrameField = true;
+  using Slices = std::vector<SliceHeader>;
   const auto allTaken = [&sps](const Slices& slices) {
-    H264WorkBounds bounds(sps, kWorkOfHonestUnits);
+    WorkBounds bounds(sps, kWorkOfHonestUnits);
     return std::all_of(slices.begin(), slices.end(),
-                       [&bounds](const H264SliceHeader& the) { return bounds.take(the, 100); });
+                       [&bounds](const SliceHeader& the) { return bounds.take(the, 100); });
   };
   EXPECT_TRUE(allTaken({slice(0), slice(20), slice(599)}));  // pairs
   EXPECT_TRUE(allTaken({slice(0, I, TopField), slice(599, I, TopField), slice(0, P, BottomField),
@@ -92,7 +92,7 @@ TEST(WorkBoundsTest, FirstMacroblocksRiseAndOnlyASecondFieldBeginsAgain) {
            {slice(0, I, TopField), slice(0, I)},
            {slice(0), slice(0, P, BottomField)},
            {slice(0, I, TopField), slice(0, I, BottomField), slice(0, I, TopField)}}) {
-    EXPECT_FALSE(allTaken(refused)) << refused.back().firstMacroblock;
+    EXPECT_FALSE(allTaken(refused)) << refused.back().firstMbInSlice;
   }
 }
 
@@ -117,7 +117,7 @@ TEST(WorkBoundsTest, ASessionIsFooledOnce) {
   const auto sets = test::encodeTestStream({});
   auto chain = DecoderChain::open(
       {{"slow", [&units](const auto&) { return std::make_unique<SlowDecoder>(units); }}},
-      *H264ParameterSets::make(sets.sps, sets.pps));
+      *ParameterSets::make(sets.sps, sets.pps));
   VTDecompressionSession session(std::move(chain), stream(192, 192), 1280, 960,
                                  {[](auto...) {}, nullptr});
   // Two B slices over the whole picture, and a single one, which is taken in any case.
@@ -134,4 +134,4 @@ TEST(WorkBoundsTest, ASessionIsFooledOnce) {
 }
 
 }  // namespace
-}  // namespace quorvid
+}  // namespace quorvid::h264
