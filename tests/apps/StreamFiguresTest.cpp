@@ -24,7 +24,7 @@ Bytes keyFrame(const std::vector<Bytes>& units) {
 }
 
 bool keepsLayout(const Bytes& frame) {
-  return hasFixedKeyLayout(unitsOf(frame.data(), frame.size()));
+  return hasFixedKeyLayout(h264::unitsOf(frame));
 }
 
 TEST(H264, KnowsTheFixedLayoutOfKeyFrames) {
@@ -41,15 +41,14 @@ TEST(H264, KnowsTheFixedLayoutOfKeyFrames) {
 }
 
 TEST(H264, ReadsTheSizeAndRefusesWhatIsCutShort) {
-  const auto size = sizeOfSps(kSps.data(), kSps.size());
+  const auto size = sizeOfSps(kSps);
   ASSERT_TRUE(size);
   EXPECT_EQ(size->width, 640);
   EXPECT_EQ(size->height, 480);
   for (std::size_t length = 0; length + 2 < kSps.size(); ++length) {
-    EXPECT_FALSE(sizeOfSps(kSps.data(), length)) << length;
+    EXPECT_FALSE(sizeOfSps(h264::ByteView(kSps).first(length))) << length;
   }
-  const Bytes zeros(40, 0);
-  EXPECT_FALSE(sizeOfSps(zeros.data(), zeros.size()));
+  EXPECT_FALSE(sizeOfSps(Bytes(40)));
 }
 
 TEST(StreamFigures, AGoodStreamHasNoProblems) {

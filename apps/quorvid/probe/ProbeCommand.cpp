@@ -133,7 +133,7 @@ class ProbeCommand {
       say("frame", "the first has " + std::to_string(frame.size()) + " bytes");
     }
     if (!hadKey && figures_.keyFrames() > 0) {
-      const std::string units = describeUnits(unitsOf(frame.data(), frame.size()));
+      const std::string units = describeUnits(h264::unitsOf(frame));
       say("key frame", "the first has " + std::to_string(frame.size()) + " bytes: " + units);
     }
   }

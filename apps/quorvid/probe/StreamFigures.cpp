@@ -39,11 +39,11 @@ void StreamFigures::add(const std::vector<std::uint8_t>& frame, double now) {
   ++frames_;
   bytes_ += frame.size();
   largest_ = std::max(largest_, frame.size());
-  const std::vector<H264Unit> units = unitsOf(frame.data(), frame.size());
+  const std::vector<h264::Unit> units = h264::unitsOf(frame);
   if (units.empty() || units.front().startCode != 0 || units.front().header != 4) {
     ++unusable_;
   }
-  const auto isKey = [](const H264Unit& unit) { return unit.type == kUnitKeySlice; };
+  const auto isKey = [](const h264::Unit& unit) { return unit.type == h264::UnitType::KeySlice; };
   if (std::any_of(units.begin(), units.end(), isKey)) {
     addKeyFrame(frame, units, now);
   }
@@ -55,7 +55,7 @@ void StreamFigures::addLeftOut(double now) {
 }
 
 void StreamFigures::addKeyFrame(const std::vector<std::uint8_t>& frame,
-                                const std::vector<H264Unit>& units, double now) {
+                                const std::vector<h264::Unit>& units, double now) {
   if (keyFrames_ == 0) {
     firstKey_ = now;
   } else {
@@ -63,9 +63,9 @@ void StreamFigures::addKeyFrame(const std::vector<std::uint8_t>& frame,
   }
   lastKey_ = now;
   ++keyFrames_;
-  for (const H264Unit& unit : units) {
-    if (unit.type == kUnitSps) {
-      const auto size = sizeOfSps(frame.data() + unit.header, unit.end - unit.header);
+  for (const h264::Unit& unit : units) {
+    if (unit.type == h264::UnitType::Sps) {
+      const auto size = sizeOfSps(unit.in(frame));
       sizeChanges_ +=
           size_ && size && (size_->width != size->width || size_->height != size->height);
       size_ = size ? size : size_;

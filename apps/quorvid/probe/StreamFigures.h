@@ -39,7 +39,7 @@ class StreamFigures {
   std::vector<std::string> problems() const;
 
  private:
-  void addKeyFrame(const std::vector<std::uint8_t>& frame, const std::vector<H264Unit>& units,
+  void addKeyFrame(const std::vector<std::uint8_t>& frame, const std::vector<h264::Unit>& units,
                    double now);
   void noteTime(double now);
 

@@ -8,25 +8,27 @@ namespace quorvid::app {
 
 namespace {
 
+using h264::UnitType;
+
 constexpr std::int64_t kDiskLook = 1 << 20;  // bytes from one look at the disk to the next
 constexpr std::int64_t kFirstExtra = 4096;   // a file's header at most, without the sets
 
-bool holds(const std::vector<H264Unit>& units, int type) {
+bool holds(const std::vector<h264::Unit>& units, UnitType type) {
   return std::any_of(units.begin(), units.end(),
-                     [type](const H264Unit& unit) { return unit.type == type; });
+                     [type](const h264::Unit& unit) { return unit.type == type; });
 }
 
 }  // namespace
 
 bool FrameRecorder::take(const std::uint8_t* frame, std::size_t length, double now,
                          std::string& error) {
-  const std::vector<H264Unit> units = unitsOf(frame, length);
+  const std::vector<h264::Unit> units = h264::unitsOf({frame, length});
   if (units.empty()) {
     ++unusable_;
     return true;
   }
-  keepParameterSets(frame, units);
-  const bool isKey = holds(units, kUnitKeySlice);
+  keepParameterSets({frame, length}, units);
+  const bool isKey = holds(units, UnitType::KeySlice);
   if (!judgeParameterSets()) {
     waitingForKey_ = true;
     refused_ += isKey && !sps_.empty() && !pps_.empty() ? 1 : 0;
@@ -36,7 +38,7 @@ bool FrameRecorder::take(const std::uint8_t* frame, std::size_t length, double n
     return true;
   }
   std::vector<std::uint8_t> whole;
-  if (waitingForKey_ && !holds(units, kUnitSps)) {
+  if (waitingForKey_ && !holds(units, UnitType::Sps)) {
     // The sets came in frames of their own, before this picture.
     whole = parameterSets();
   }
@@ -54,22 +56,21 @@ bool FrameRecorder::take(const std::uint8_t* frame, std::size_t length, double n
   return true;
 }
 
-void FrameRecorder::keepParameterSets(const std::uint8_t* frame,
-                                      const std::vector<H264Unit>& units) {
-  for (const H264Unit& unit : units) {
-    if (unit.type != kUnitSps && unit.type != kUnitPps) {
+void FrameRecorder::keepParameterSets(h264::ByteView frame, const std::vector<h264::Unit>& units) {
+  for (const h264::Unit& unit : units) {
+    if (unit.type != UnitType::Sps && unit.type != UnitType::Pps) {
       continue;
     }
-    std::vector<std::uint8_t> set(frame + unit.startCode, frame + unit.end);
-    std::vector<std::uint8_t>& kept = unit.type == kUnitSps ? sps_ : pps_;
+    std::vector<std::uint8_t> set(frame.begin() + unit.startCode, frame.begin() + unit.end);
+    std::vector<std::uint8_t>& kept = unit.type == UnitType::Sps ? sps_ : pps_;
     if (set == kept) {
       continue;
     }
     changes_ += file_ ? 1 : 0;
     setsChanged_ = true;
     kept = std::move(set);
-    if (unit.type == kUnitSps) {
-      spsSize_ = sizeOfSps(frame + unit.header, unit.end - unit.header);
+    if (unit.type == UnitType::Sps) {
+      spsSize_ = sizeOfSps(unit.in(frame));
     }
   }
 }

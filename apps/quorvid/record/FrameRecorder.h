@@ -46,7 +46,7 @@ class FrameRecorder {
   unsigned changes() const { return changes_; }  // times that the parameter sets changed
 
  private:
-  void keepParameterSets(const std::uint8_t* frame, const std::vector<H264Unit>& units);
+  void keepParameterSets(h264::ByteView frame, const std::vector<h264::Unit>& units);
   bool judgeParameterSets();
   std::vector<std::uint8_t> parameterSets() const;
   bool hasRoom(const std::vector<std::uint8_t>& frame);

@@ -60,13 +60,15 @@ void CarPlayer::tick() {
 // the first slice on is one unit: a picture in several slices must reach the decoder whole. The
 // decoder writes over the 4 bytes before each unit's header, which belong to units already used.
 void CarPlayer::decode(StreamReceiver::Frame frame) {
-  for (const H264Unit& unit : unitsOf(frame.bytes, frame.length)) {
-    if (unit.header < 4 || unit.type == kUnitSei) {
+  using h264::UnitType;
+  const h264::ByteView bytes(frame.bytes, frame.length);
+  for (const h264::Unit& unit : h264::unitsOf(bytes)) {
+    if (unit.header < 4 || unit.type == UnitType::Sei) {
       continue;
     }
-    const bool parameters = unit.type == kUnitSps || unit.type == kUnitPps;
-    if (unit.type == kUnitSps) {
-      streamSize_ = sizeOfSps(frame.bytes + unit.header, unit.end - unit.header);
+    const bool parameters = unit.type == UnitType::Sps || unit.type == UnitType::Pps;
+    if (unit.type == UnitType::Sps) {
+      streamSize_ = sizeOfSps(unit.in(bytes));
     }
     char* const start = reinterpret_cast<char*>(frame.bytes) + unit.header - 4;
     const std::size_t end = parameters ? unit.end : frame.length;

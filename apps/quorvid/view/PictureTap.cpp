@@ -17,11 +17,11 @@ void PictureTap::displayDecodedFrame(CVPixelBufferRef picture) {
 
 std::optional<PixelSize> streamSizeOf(const void* frame, std::size_t length) {
   const auto* bytes = static_cast<const std::uint8_t*>(frame);
-  if (bytes == nullptr || !isKeyFrame(bytes, length)) {
+  if (bytes == nullptr || length <= 4) {
     return std::nullopt;
   }
   // The decoder has written lengths over the start codes by now; the header byte is where it was.
-  return sizeOfSps(bytes + 4, length - 4);
+  return sizeOfSps({bytes + 4, length - 4});
 }
 
 }  // namespace quorvid::app
