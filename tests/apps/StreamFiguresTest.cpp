@@ -49,6 +49,10 @@ TEST(H264, ReadsTheSizeAndRefusesWhatIsCutShort) {
     EXPECT_FALSE(sizeOfSps(h264::ByteView(kSps).first(length))) << length;
   }
   EXPECT_FALSE(sizeOfSps(Bytes(40)));
+  Bytes strange = kSps;
+  strange[3] = 33;  // no such level: nothing decodes it, but a file takes it
+  strange.insert(strange.end(), {0, 0, 0, 4, 0x68});
+  EXPECT_TRUE(sizeOfSps(strange));
 }
 
 TEST(StreamFigures, AGoodStreamHasNoProblems) {

@@ -5,7 +5,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "support/SpsRewriter.h"
+#include "h264/ParameterSets.h"
+#include "h264/Units.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -16,6 +17,7 @@ namespace quorvid::test {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using h264::UnitType;
 constexpr std::size_t kStartCodeSize = 4;
 constexpr std::size_t kSpsSize = 9;
 constexpr std::size_t kPpsSize = 4;
@@ -110,34 +112,34 @@ void sendPicture(AVCodecContext* encoder, const TestStreamOptions& options, int 
   }
 }
 
-// The units between start codes of 3 or 4 bytes.
-std::vector<Bytes> unitsOf(const AVPacket& packet) {
-  std::vector<Bytes> units;
-  const std::uint8_t* const end = packet.data + packet.size;
-  for (const std::uint8_t* p = packet.data; p < end; ++p) {
-    if (end - p > 3 && p[0] == 0 && p[1] == 0 && p[2] == 1) {
-      units.emplace_back();
-      p += 2;
-    } else if (!units.empty() && !(end - p > 4 && p[0] == 0 && p[1] == 0 && p[2] == 0)) {
-      units.back().push_back(*p);
-    }
+// The SPS of a baseline or main profile stream in the 9 bytes that recorders send: without its VUI,
+// zeros fill the place.
+Bytes recordersSps(h264::ByteView unit) {
+  const auto sps = h264::parseSps(unit);
+  if (!sps) {
+    fail("an SPS that can't be read");
   }
-  return units;
+  Bytes rewritten = h264::withoutVui(*sps, unit);
+  rewritten.resize(std::max(rewritten.size(), kSpsSize));
+  return rewritten;
 }
 
 void takePacket(const AVPacket& packet, const TestStreamOptions& options, H264TestStream& stream) {
   H264TestStream::Frame frame;
-  for (Bytes& unit : unitsOf(packet)) {
-    const int type = unit[0] & 0x1F;
-    if (type == 7) {
-      stream.sps = options.keepVui ? unit : rewriteSps(unit, kSpsSize);
-    } else if (type == 8) {
-      stream.pps = unit;
-    } else if (type == 1 || type == 5) {
-      frame.isKey = type == 5;
-      const Bytes part = frame.slice.empty() ? unit : withStartCode(unit);
-      frame.slice.insert(frame.slice.end(), part.begin(), part.end());
-    } else if (type != 6) {
+  const h264::ByteView bytes(packet.data, static_cast<std::size_t>(packet.size));
+  for (const h264::Unit& found : h264::unitsOf(bytes)) {
+    const h264::ByteView unit = h264::withoutPadding(found.in(bytes));
+    if (found.type == UnitType::Sps) {
+      stream.sps = options.keepVui ? Bytes(unit.begin(), unit.end()) : recordersSps(unit);
+    } else if (found.type == UnitType::Pps) {
+      stream.pps.assign(unit.begin(), unit.end());
+    } else if (found.type == UnitType::Slice || found.type == UnitType::KeySlice) {
+      frame.isKey = found.type == UnitType::KeySlice;
+      if (!frame.slice.empty()) {
+        frame.slice.insert(frame.slice.end(), {0, 0, 0, 1});
+      }
+      frame.slice.insert(frame.slice.end(), unit.begin(), unit.end());
+    } else if (found.type != UnitType::Sei) {
       fail("an unexpected unit");
     }
   }

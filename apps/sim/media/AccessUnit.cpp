@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "h264/Units.h"
 #include "sim/Error.h"
 #include "sim/media/SpsRewriter.h"
 
@@ -18,14 +19,6 @@ constexpr unsigned kPps = 8;
 // slice groups.
 constexpr std::array<std::uint8_t, 5> kSei{0x06, 0x06, 0x01, 0xc4, 0x80};
 
-/// Index of the next 00 00 01 at or after `from`, or the stream's size.
-std::size_t findStartCode(ByteView stream, std::size_t from) {
-  for (std::size_t i = from; i + 3 <= stream.size(); ++i) {
-    if (stream[i] == 0 && stream[i + 1] == 0 && stream[i + 2] == 1) return i;
-  }
-  return stream.size();
-}
-
 void appendUnit(Bytes& frame, ByteView unit) {
   frame.insert(frame.end(), {0, 0, 0, 1});
   frame.insert(frame.end(), unit.begin(), unit.end());
@@ -41,14 +34,9 @@ void keepOnly(ByteView& kept, ByteView unit, const char* what) {
 
 std::vector<ByteView> splitUnits(ByteView stream) {
   std::vector<ByteView> units;
-  std::size_t start = findStartCode(stream, 0);
-  while (start < stream.size()) {
-    const std::size_t begin = start + 3;
-    const std::size_t next = findStartCode(stream, begin);
-    std::size_t end = next;
-    while (end > begin && stream[end - 1] == 0) --end;
-    if (end > begin) units.push_back(stream.subspan(begin, end - begin));
-    start = next;
+  for (const h264::Unit& found : h264::unitsOf(stream)) {
+    const ByteView unit = h264::withoutPadding(found.in(stream));
+    if (!unit.empty()) units.push_back(unit);
   }
   return units;
 }
