@@ -80,15 +80,7 @@ TEST(RequestDeathTest, TextThatDoesNotFitEndsTheProcess) {
   EXPECT_EXIT(relay(0, k64.c_str(), "now"), aborted, "carId is longer than the 63 char");
 }
 
-template <class T>
-T option(int fd, int level, int name) {
-  T value{};
-  socklen_t size = sizeof value;
-  EXPECT_EQ(getsockopt(fd, level, name, &value, &size), 0);
-  return value;
-}
-
-TEST(Request, SendersPlaceTheirTextsAndSetTheProfile) {
+TEST(Request, SendersPlaceTheirTexts) {
   TestServer server;
   const Socket socket(ConnectToServer("127.0.0.1", server.port));
   const int fd = socket.descriptor();
@@ -102,23 +94,41 @@ TEST(Request, SendersPlaceTheirTextsAndSetTheProfile) {
   EXPECT_EQ(peer.receive(500), relay(3, "dev", "stamp"));
   ASSERT_EQ(SendRequestForFleet(fd, 3, nullptr, nullptr, nullptr, "dev"), 81);
   EXPECT_EQ(peer.receive(81), fleet(3, "dev"));
-
-  EXPECT_EQ(option<timeval>(fd, SOL_SOCKET, SO_SNDTIMEO).tv_sec, 10);
-  EXPECT_EQ(option<timeval>(fd, SOL_SOCKET, SO_RCVTIMEO).tv_sec, 10);
-  EXPECT_EQ(option<linger>(fd, SOL_SOCKET, SO_LINGER).l_onoff, 1);
-  EXPECT_EQ(option<linger>(fd, SOL_SOCKET, SO_LINGER).l_linger, 0);
-  EXPECT_NE(option<int>(fd, IPPROTO_TCP, TCP_NODELAY), 0);
 }
 
-TEST(Request, FailedSendClosesTheSocketWithoutASignal) {
-  for (const bool query : {false, true}) {
-    int pair[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-    ::close(pair[1]);
-    EXPECT_EQ(query ? SendRequestGetListForCar(pair[0], "a", "p", "t")
-                    : SendRequestForFleet(pair[0], 0, "a", "p", "t", "dev"),
-              -1);
-    EXPECT_EQ(fcntl(pair[0], F_GETFD), -1);
+template <class T>
+T option(int fd, int level, int name) {
+  T value{};
+  socklen_t size = sizeof value;
+  EXPECT_EQ(getsockopt(fd, level, name, &value, &size), 0);
+  return value;
+}
+
+// On a socket that isn't connected a request can't be sent, and the segment size is still told as
+// it was asked for.
+TEST(Request, EachSenderSetsTheProfileAndClosesAfterAFailureWithoutASignal) {
+  using Sender = int32_t (*)(int32_t);
+  constexpr Sender kSenders[] = {
+      [](int32_t fd) { return SendRequestForFleet(fd, 0, "a", "p", "t", "dev"); },
+      [](int32_t fd) { return SendRequestForCar(fd, 0, "a", "p", "t", "dev"); },
+      [](int32_t fd) { return SendRequestGetListForCar(fd, "a", "p", "t"); },
+      [](int32_t fd) { return SendRequestGetRelayForCar(fd, 0, "a", "p", "t", "dev"); }};
+  for (const Sender send : kSenders) {
+    const int sending = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
+    const Socket same(dup(sending));
+    EXPECT_EQ(send(sending), -1);
+    EXPECT_EQ(fcntl(sending, F_GETFD), -1);
+    const int fd = same.descriptor();
+    for (const int timeout : {SO_SNDTIMEO, SO_RCVTIMEO}) {
+      EXPECT_EQ(option<timeval>(fd, SOL_SOCKET, timeout).tv_sec, 10);
+      EXPECT_EQ(option<timeval>(fd, SOL_SOCKET, timeout).tv_usec, 0);
+    }
+    EXPECT_EQ(option<int>(fd, IPPROTO_TCP, TCP_MAXSEG), 1200);
+    EXPECT_EQ(option<int>(fd, SOL_SOCKET, SO_SNDBUF), 2 * 72000);  // the system doubles both
+    EXPECT_EQ(option<int>(fd, SOL_SOCKET, SO_RCVBUF), 2 * 72000);
+    EXPECT_EQ(option<linger>(fd, SOL_SOCKET, SO_LINGER).l_onoff, 1);
+    EXPECT_EQ(option<linger>(fd, SOL_SOCKET, SO_LINGER).l_linger, 0);
+    EXPECT_NE(option<int>(fd, IPPROTO_TCP, TCP_NODELAY), 0);
   }
 }
 
