@@ -1,0 +1,78 @@
+// How often, and for how long each time, a worker waits for its last frame to be taken. Its pauses
+// are counted instead of waited for, and the consumer acts within them, so that no time matters.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ctime>
+
+#include "connection/TestServer.h"
+
+namespace quorvid::test {
+namespace {
+
+std::atomic<VideoRun*> consumer{nullptr};  // no pause waits while there is one
+std::atomic<int> pauses{0}, takesIn{0};    // takesIn: the pause that the frame is taken in, 0: none
+std::atomic<double> longest{0};            // in milliseconds, of the pauses asked for
+std::string taken;
+
+void noteInsteadOfWaiting(const timespec& end) {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const double asked = static_cast<double>(end.tv_sec - now.tv_sec) * 1e3 +
+                       static_cast<double>(end.tv_nsec - now.tv_nsec) / 1e6;
+  longest = std::max(longest.load(), asked);
+  if (++pauses == takesIn) taken = consumer.load()->take();
+}
+
+// The first frame, "one", is taken in the last pause that is looked behind, then never. The lines
+// first and last say how long each frame had to wait.
+void expectWaits(decltype(&ThreadVideoSourceForFleet) worker, size_t requestSize,
+                 const std::string& sent, int waits, double each, const std::string& first = "",
+                 const std::string& last = "") {
+  for (const bool never : {false, true}) {
+    testing::internal::CaptureStdout();
+    TestServer server;
+    VideoRun run(worker, server.port);
+    Peer peer = server.acceptRequest(requestSize);
+    pauses = 0;
+    longest = 0;
+    takesIn = never ? 0 : waits - 1;
+    consumer = &run;
+    peer.send(sent);
+    const bool delivered = eventually([&] { return get(run.frameLen) == 6; });
+    consumer = nullptr;
+    run.cancel();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), never ? first : first + last);
+    EXPECT_TRUE(delivered);
+    EXPECT_EQ(pauses, never ? waits : waits - 1);
+    EXPECT_LE(longest, each);
+    EXPECT_EQ(std::exchange(taken, ""), never ? "" : "one");
+    EXPECT_EQ(run.take(), "second");
+  }
+}
+
+TEST(ConsumerWait, FleetLooksEachMillisecondAndSaysWhenTheFrameWasTaken) {
+  const std::string rest = zeros(14);
+  expectWaits(ThreadVideoSourceForFleet, 81,
+              zeros(18) + "V" + word(3) + rest + "one" + "V" + word(6) + rest + "second", 500, 1,
+              "Wait to canGetFrame 0\n", "Wait to canGetFrame 499\n");
+}
+
+TEST(ConsumerWait, CarLooksEachFiveMilliseconds) {
+  const std::string start = "3GTSV100" + zeros(8), rest = zeros(16);
+  expectWaits(ThreadVideoSourceForCar, 500,
+              start + word(3) + rest + "one" + start + word(6) + rest + "second", 100, 5);
+}
+
+}  // namespace
+}  // namespace quorvid::test
+
+// Stands before the system's own, which pauses end in.
+extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec* end, timespec* left) {
+  static const auto system =
+      reinterpret_cast<decltype(&clock_nanosleep)>(dlsym(RTLD_NEXT, "clock_nanosleep"));
+  if (quorvid::test::consumer == nullptr) return system(clock, flags, end, left);
+  quorvid::test::noteInsteadOfWaiting(*end);
+  return 0;
+}
