@@ -2,13 +2,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <optional>
 
 #include "connection/ServerConnection.h"
+#include "connection/Signals.h"
 #include "connection/Socket.h"
 #include "connection/TestServer.h"
 
@@ -32,23 +33,6 @@ TEST(Socket, ReadnCountsWhatCame) {
   EXPECT_STREQ(buffer, "abc");
   ::close(ends[0]);
   EXPECT_EQ(readn(ends[0], buffer, 8), -1);
-}
-
-std::atomic<int> signalsSeen{0};
-
-// Handled without SA_RESTART, as a profiler's or a timer's signal may be.
-void countSignals() {
-  struct sigaction action {};
-  action.sa_handler = [](int) { ++signalsSeen; };
-  sigaction(SIGUSR1, &action, nullptr);
-}
-
-void interruptOften(std::thread& thread) {
-  countSignals();
-  for (int i = 0; i < 20; ++i) {
-    pthread_kill(thread.native_handle(), SIGUSR1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
 }
 
 TEST(Socket, ReadnAndWritenGoOnAfterASignal) {
@@ -151,6 +135,26 @@ TEST(Socket, ConnectsToADescriptorAboveZero) {
   server.accept().send("ok");
   char answer[3] = {};
   EXPECT_EQ(readn(socket.descriptor(), answer, 3), 2);
+}
+
+// A connect goes on by itself after a signal, and its outcome is told all the same. The full queue
+// of the server makes it last until somebody is let in or the server is gone.
+TEST(Socket, ConnectGoesOnAfterASignal) {
+  constexpr const char* kHost = "127.0.0.77";  // whose ports nobody takes over meanwhile
+  for (const bool letIn : {true, false}) {
+    std::optional<TestServer> server(std::in_place, kHost, false);
+    server->listen(0);
+    const Socket filling(ConnectToServer(kHost, server->port));
+    int32_t connected = 0;
+    CaptureStdout();
+    std::thread connecting([&, port = server->port] { connected = ConnectToServer(kHost, port); });
+    EXPECT_TRUE(eventually([&] { return server->isAskedToConnect(); }));
+    interruptOften(connecting);
+    letIn ? static_cast<void>(server->accept()) : server.reset();
+    connecting.join();
+    EXPECT_EQ(GetCapturedStdout(), letIn ? "" : "ConnectToHost connect to 127.0.0.77 fail\n");
+    EXPECT_EQ(Socket(connected).isOpen(), letIn);
+  }
 }
 
 TEST(Socket, FailureToConnectIsPrinted) {

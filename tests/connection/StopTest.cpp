@@ -2,9 +2,6 @@
 // for 10 s at least.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
-
 #include "connection/ServerConnection.h"
 #include "connection/Socket.h"
 #include "connection/TestServer.h"
@@ -87,21 +84,13 @@ TEST(Stop, LeavesOtherWorkersAloneAndNothingBehind) {
   EXPECT_EQ(other.cancel(), 0);
 }
 
-// Whether a connection to a loopback port waits to be let in.
-bool isConnecting(int32_t port) {
-  char end[16];
-  snprintf(end, sizeof end, ":%04X 02 ", static_cast<unsigned>(port));
-  std::ifstream table("/proc/self/net/tcp");
-  return std::string(std::istreambuf_iterator<char>(table), {}).find(end) != std::string::npos;
-}
-
 // The queue of a server that accepts nobody holds one connection.
 TEST(Stop, ReachesALookupThatIsStillConnecting) {
   TestServer server("127.0.0.1", false);
   server.listen(0);
   const Socket filling(ConnectToServer("127.0.0.1", server.port));
   VideoRun lookup(ThreadGetRelayForCar, server.port);
-  ASSERT_TRUE(eventually([&] { return isConnecting(server.port); }));
+  ASSERT_TRUE(eventually([&] { return server.isAskedToConnect(); }));
   CancelVideoSource(&lookup.isCancel);
   const Peer first = server.accept(), silent = server.acceptRequest(500);
   const auto start = Clock::now();

@@ -12,7 +12,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -120,6 +122,12 @@ class TestServer : Descriptor {
     request = peer.receive(size);
     return peer;
   }
+  bool isAskedToConnect() const {  // that a connection waits to be let in
+    char end[16];
+    snprintf(end, sizeof end, ":%04X 02 ", static_cast<unsigned>(port));
+    std::ifstream table("/proc/self/net/tcp");
+    return std::string(std::istreambuf_iterator<char>(table), {}).find(end) != std::string::npos;
+  }
 
   int32_t port;
   std::string request;  // the last one
@@ -147,6 +155,7 @@ class VideoRun {
     if (thread_.joinable()) thread_.join();
     return result_;
   }
+  std::thread& thread() { return thread_; }
   std::string take() {  // the next frame, "" when none comes
     if (!eventually([this] { return get(canGetFrame) == 1; })) return "";
     std::string taken(frame.begin(), frame.begin() + get(frameLen));
