@@ -120,7 +120,8 @@ typedef struct DevInfoItem {
   uint8_t blk128[128];
 } DevInfoItem;
 
-// A table for ThreadGetCarGPS, zero at the start of the program.
+// A table for ThreadGetCarGPS, zero at the start of the program. On Linux a process has one table
+// and one carCount, whichever libraries that define them it has loaded; those stay after dlclose().
 QUORVID_CONNECTION_API extern DevInfoItem myDevInfoItemsForGPS[200];
 
 // Records that the poll under way has read; 0 from each new connection on. Written by
