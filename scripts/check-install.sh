@@ -23,8 +23,10 @@ sed -n '/^prefix=/,/^```/{/^```/!p}' "$source/README.md" >"$work/block"
 [[ $(wc -l <"$work/block") -eq 3 ]] || fail "the README has no install and compile lines"
 (cd "$work/readme" && HOME=$work/home bash -euo pipefail "$work/block" >/dev/null)
 prefix=$work/home/.local
-ldd "$work/readme/live_view" | grep "libquorvid.so.* => $prefix/" >/dev/null ||
-  fail "live_view takes another library"
+for library in libquorvid libquorvid-window; do
+  ldd "$work/readme/live_view" | grep "$library.so.* => $prefix/" >/dev/null ||
+    fail "live_view takes another $library"
+done
 set +e
 "$work/readme/live_view" 2>"$work/usage"
 [[ $? -eq 2 ]] && grep -q usage "$work/usage" || fail "live_view does not start"
@@ -41,6 +43,7 @@ for tree in "$work/moved" "$work/relative" "$work/stage/opt/quorvid"; do
 done
 
 # A picture through the installed programs alone.
+: >"$work/ports"
 "$work/moved/bin/quorvid-sim" --port 0 >"$work/ports" 2>/dev/null &
 simulator=$!
 for _ in $(seq 300); do

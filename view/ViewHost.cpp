@@ -1,6 +1,8 @@
 #include "quorvid/view/ViewHost.h"
 
 #include "port/HostContext.h"
+#include "port/egl/EAGLContextNative.h"
+#include "port/egl/ShareGroup.h"
 #include "quorvid/view/RunLoop.h"
 #include "quorvid/view/Screen.h"
 #include "view/Compositor.h"
@@ -8,6 +10,7 @@
 namespace quorvid {
 
 struct ViewHost::State {
+  std::shared_ptr<ShareGroup> group;  // null unless the host chose the display
   std::shared_ptr<UIView> contentView = UIView::initWithFrame(CGRectMake(0, 0, 0, 0));
   Compositor compositor;
   std::uint64_t drawnVersion = 0;
@@ -21,6 +24,24 @@ ViewHost::ViewHost() : state_(std::make_unique<State>()) {}
 
 ViewHost::~ViewHost() {
   release();
+}
+
+bool ViewHost::useCurrentDisplay() {
+  if (eglGetCurrentContext() == EGL_NO_CONTEXT) {
+    return false;
+  }
+  state_->group = ShareGroup::shared();
+  return state_->group != nullptr && state_->group->display() == eglGetCurrentDisplay();
+}
+
+bool ViewHost::displayInUse(void* eglDisplay) {
+  if (EAGLContext::currentContext() != nullptr) {
+    EAGLContext::setCurrentContext(nullptr);  // perhaps the last of a view that has gone
+  } else {
+    forgetThreadContext();
+  }
+  const std::shared_ptr<ShareGroup> group = ShareGroup::existing();
+  return group != nullptr && group->display() == eglDisplay && !group->isLost();
 }
 
 const std::shared_ptr<UIView>& ViewHost::contentView() const {

@@ -1,18 +1,25 @@
 #!/usr/bin/env bash
 # check_exports.sh NM LIBRARY: the library shows these C names and, beside them, nothing but names of
-# namespace quorvid; libquorvid-connection.so nothing at all.
+# namespace quorvid: of libquorvid-connection.so none at all, class Window of libquorvid-window.so alone.
 set -euo pipefail
 nm=$1 library=$2
 
 expected="readn writen ThreadVideoSourceForFleet ThreadVideoSourceForCar ThreadGetListForCar
 ThreadGetRelayForCar ThreadGetCarGPS CancelVideoSource StopCarGPS myDevInfoItemsForGPS carCount"
-classes=
-if [[ $library != *libquorvid-connection.so* ]]; then
+classes= own=none foreign=none
+if [[ $library == *libquorvid-window.so* ]]; then
+  expected=
+  classes=Window
+  own=7quorvid6Window
+elif [[ $library != *libquorvid-connection.so* ]]; then
   expected+=" shader_vsh shader_fsh uniforms kColorConversion601 kColorConversion709
 QuorvidVersionNumber QuorvidVersionString pCodecCtxWidth pCodecCtxHeight"
-  classes="UIFleetLiveView VehicleVideo H264HwDecoderImpl H264HwDecoderImplDelegate AAPLEAGLLayer"
+  classes="UIFleetLiveView VehicleVideo H264HwDecoderImpl H264HwDecoderImplDelegate AAPLEAGLLayer
+ViewHost"
+  own=7quorvid
+  foreign=7quorvid6Window
 fi
-expected=$(xargs -n 1 <<<"$expected" | sort)
+expected=$(xargs -rn 1 <<<"$expected" | sort)
 shown=$("$nm" -D --defined-only "$library" | awk '{print $NF}' | sort)
 c_names=$(grep -v '^_Z' <<<"$shown" || true)
 if [[ "$c_names" != "$expected" ]]; then
@@ -22,10 +29,10 @@ if [[ "$c_names" != "$expected" ]]; then
 fi
 
 cxx_names=$(grep '^_Z' <<<"$shown" || true)
-strange=$(grep -vE '^_Z(N|NK|TVN|TIN|TSN|Thn[0-9]+_N)7quorvid' <<<"$cxx_names" || true)
-[[ -n $classes ]] || strange=$cxx_names
+strange=$(grep -vE "^_Z(N|NK|TVN|TIN|TSN|Thn[0-9]+_N)$own" <<<"$cxx_names" | grep . || true)
+strange+=$(grep "$foreign" <<<"$cxx_names" || true)
 if [[ -n "$strange" ]]; then
-  echo "not of namespace quorvid: $strange"
+  echo "not this library's to show: $strange"
   exit 1
 fi
 for class in $classes; do

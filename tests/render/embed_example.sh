@@ -5,6 +5,7 @@ build=$1
 work=$(mktemp -d)
 trap 'kill "$simulator" 2>/dev/null || true; rm -rf "$work"' EXIT
 
+: >"$work/ports"  # there before the simulator is
 "$build/quorvid-sim" --port 0 >"$work/ports" 2>"$work/log" &
 simulator=$!
 for _ in $(seq 100); do

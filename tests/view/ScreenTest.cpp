@@ -49,12 +49,12 @@ class OnScreen : public testing::Test {
   }
 
   // Turns until the screen shows the content as large as expected; the server takes its time.
-  Image waitFor(int width, int height) {
+  Image waitFor(int width, int height, const Rgb& color = {255, 0, 0}) {
     Image image;
     for (int turn = 0; turn < 300; ++turn) {
       EXPECT_TRUE(window_->runTurn());
       image = screen_.screenshot();
-      const SDL_Rect box = boxOf(image, {255, 0, 0});
+      const SDL_Rect box = boxOf(image, color);
       if (box.w == width && box.h == height) {
         break;
       }
@@ -79,6 +79,17 @@ TEST_F(OnScreen, ShowsItsViewsUpright) {
   EXPECT_EQ(top.y - content.y, 20);
   EXPECT_EQ(top.w, 80);
   EXPECT_EQ(low.y + low.h - content.y, 80);
+}
+
+TEST_F(OnScreen, ShowsWhatASnapshotHasSeenBefore) {
+  waitFor(200, 120);
+  for (int i = 0; i < 5; ++i) {  // what is still to be drawn for the size
+    EXPECT_TRUE(window_->runTurn());
+  }
+  window_->contentView()->setBackgroundColor(UIColor(0, 0, 1));
+  WindowPicture picture;
+  EXPECT_TRUE(window_->snapshot(picture));
+  EXPECT_EQ(boxOf(waitFor(200, 120, {0, 0, 255}), {0, 0, 255}).w, 200);
 }
 
 TEST_F(OnScreen, FollowsItsSizeAndComesBackWhenItWasHidden) {

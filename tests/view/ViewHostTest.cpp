@@ -170,6 +170,20 @@ TEST(EmbeddingLifetime, ALayerDeletesNoNameThatIsSomebodyElses) {
   EXPECT_TRUE(glIsRenderbuffer(name));
 }
 
+TEST(EmbeddingLifetime, AHostLearnsWhetherViewsLiveOnItsDisplay) {
+  const HostScreen screen(HostDisplay::Device, HostApi::Gles3, width, height);
+  const EGLDisplay display = eglGetCurrentDisplay();
+  EXPECT_FALSE(ViewHost::displayInUse(display));
+  auto host = ViewHost::create();
+  EXPECT_TRUE(host->useCurrentDisplay());
+  eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 8, 8));
+  host.reset();
+  EXPECT_TRUE(ViewHost::displayInUse(display));
+  layer.reset();  // its context stays current on the thread
+  EXPECT_FALSE(ViewHost::displayInUse(display));
+}
+
 TEST(EmbeddingLifetime, ALostDisplayEndsItsViewsAndNothingElse) {
   const HostScreen screen(HostDisplay::Device, HostApi::Gles3, width, height);
   const Scene lost;

@@ -8,6 +8,7 @@
 #include "quorvid/render/AAPLEAGLLayer.h"
 #include "quorvid/view/RunLoop.h"
 #include "quorvid/view/Window.h"
+#include "view/HostScreen.h"
 #include "view/Picture.h"
 
 namespace quorvid::test {
@@ -133,6 +134,15 @@ TEST(Window, ALayerOutlivesTheWindowItWasMadeIn) {
 
 TEST(Window, ALayerMadeBeforeAnyWindowIsShown) {
   showInThreeWindows(AAPLEAGLLayer::initWithFrame(CGRectMake(32, 0, 32, 32)));
+}
+
+TEST(Window, LeavesTheHostsContextCurrent) {
+  const auto window = openHeadless(64, 32);
+  const HostScreen host(HostDisplay::Surfaceless, HostApi::Gles3, 8, 8);
+  EXPECT_TRUE(window->runTurn());
+  EXPECT_TRUE(host.isCurrent());
+  snapshotOf(*window);
+  EXPECT_TRUE(host.isCurrent());
 }
 
 TEST(Window, SaysWhyThereIsNone) {

@@ -5,8 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "port/EAGLContext.h"
-#include "port/egl/ShareGroup.h"
+#include "quorvid/view/ViewHost.h"
 
 namespace quorvid {
 namespace {
@@ -22,6 +21,12 @@ enum class State : std::uint8_t {
 State& state() {
   static State now = State::Down;
   return now;
+}
+
+// The views' display while the subsystem is left up.
+void*& keptDisplay() {
+  static void* display = nullptr;
+  return display;
 }
 
 void shutDown() {
@@ -77,10 +82,7 @@ std::unique_ptr<SdlVideo> SdlVideo::open(bool headless, std::string& error) {
     error = "another window is open already";
     return nullptr;
   }
-  if (EAGLContext::currentContext() != nullptr) {
-    EAGLContext::setCurrentContext(nullptr);  // perhaps the last of a view that has gone
-  }
-  const bool useless = isOffscreen() != headless || ShareGroup::existing() == nullptr;
+  const bool useless = !ViewHost::displayInUse(keptDisplay()) || isOffscreen() != headless;
   if (state() == State::LeftUp && useless) {
     shutDown();
     state() = State::Down;
@@ -95,7 +97,8 @@ std::unique_ptr<SdlVideo> SdlVideo::open(bool headless, std::string& error) {
 }
 
 SdlVideo::~SdlVideo() {
-  if (keep_) {
+  keptDisplay() = kept_;
+  if (kept_ != nullptr) {
     state() = State::LeftUp;
   } else {
     shutDown();

@@ -18,12 +18,12 @@ class SdlVideo {
   SdlVideo(const SdlVideo&) = delete;
   SdlVideo& operator=(const SdlVideo&) = delete;
 
-  // From now on something on the display outlives this object.
-  void keep() { keep_ = true; }
+  // Views outlive this object on that EGL display, which isn't null.
+  void keep(void* display) { kept_ = display; }
 
  private:
   SdlVideo() = default;
-  bool keep_ = false;
+  void* kept_ = nullptr;
 };
 
 }  // namespace quorvid

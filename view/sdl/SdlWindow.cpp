@@ -2,12 +2,11 @@
 
 #include <utility>
 
-#include "quorvid/view/Screen.h"
+#include "view/sdl/CurrentContext.h"
 
 namespace quorvid {
 
-SdlWindow::SdlWindow(std::unique_ptr<SdlVideo> video)
-    : video_(std::move(video)), contentView_(UIView::initWithFrame(CGRectMake(0, 0, 1, 1))) {}
+SdlWindow::SdlWindow(std::unique_ptr<SdlVideo> video) : video_(std::move(video)) {}
 
 bool SdlWindow::create(const WindowOptions& options, std::string& error) {
   headless_ = options.headless;
@@ -26,7 +25,7 @@ bool SdlWindow::create(const WindowOptions& options, std::string& error) {
     error = std::string("no OpenGL ES 3 context: ") + SDL_GetError();
     return false;
   }
-  group_ = ShareGroup::shared();
+  host_->useCurrentDisplay();
   updateSize();
   startClock();
   return true;
@@ -42,19 +41,15 @@ SdlWindow::~SdlWindow() {
 }
 
 void SdlWindow::destroyContext() {
-  const EglBinding former = EglBinding::current();
-  if (makeCurrent()) {
-    compositor_.release();
+  {
+    CurrentContext former;
+    former.forget(eglContext_);
+    makeCurrent();
+    host_.reset();  // views that nobody else holds go before their display does
+    SDL_GL_MakeCurrent(nullptr, nullptr);
   }
-  contentView_.reset();  // views that nobody else holds go before their display does
-  SDL_GL_MakeCurrent(nullptr, nullptr);
-  if (former.context != eglContext_) {
-    former.restore();
-  }
-  const bool sharesDisplay = group_ != nullptr && group_->display() == eglDisplay_;
-  const std::weak_ptr<ShareGroup> views = std::exchange(group_, nullptr);
-  if (sharesDisplay && !views.expired()) {
-    video_->keep();
+  if (ViewHost::displayInUse(eglDisplay_)) {
+    video_->keep(eglDisplay_);
   }
   SDL_GL_DeleteContext(context_);
 }
@@ -74,8 +69,7 @@ void SdlWindow::updateSize() {
   SDL_GetWindowSize(window_, &width, &height);
   SDL_GL_GetDrawableSize(window_, &pixelWidth_, &pixelHeight_);
   scale_ = width > 0 && pixelWidth_ > 0 ? static_cast<double>(pixelWidth_) / width : 1.0;
-  UIScreen::mainScreen().setScale(scale_);
-  contentView_->setFrame(CGRectMake(0, 0, width, height));
+  host_->resize(width, height, scale_);
   drawAnew();
 }
 

@@ -1,6 +1,7 @@
 // SdlWindow: the platform's window on SDL2 and OpenGL ES 3, on screen or off.
 #pragma once
 
+#include <EGL/egl.h>
 #include <SDL.h>
 
 #include <functional>
@@ -8,9 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "port/egl/ShareGroup.h"
+#include "quorvid/view/ViewHost.h"
 #include "quorvid/view/Window.h"
-#include "view/Compositor.h"
 #include "view/sdl/RefreshClock.h"
 #include "view/sdl/SdlVideo.h"
 
@@ -23,7 +23,7 @@ class SdlWindow final : public Window {
   // False with the reason in `error`; the object is of no use then.
   bool create(const WindowOptions& options, std::string& error);
 
-  const std::shared_ptr<UIView>& contentView() const override { return contentView_; }
+  const std::shared_ptr<UIView>& contentView() const override { return host_->contentView(); }
   double scale() const override { return scale_; }
   void setTitle(const std::string& title) override;
   void setFullScreen(bool on) override;
@@ -53,10 +53,7 @@ class SdlWindow final : public Window {
   SDL_GLContext context_ = nullptr;
   EGLDisplay eglDisplay_ = EGL_NO_DISPLAY;
   EGLContext eglContext_ = EGL_NO_CONTEXT;
-  // Made while the window's context is current: views made later share the window's display.
-  std::shared_ptr<ShareGroup> group_;
-  Compositor compositor_;
-  std::shared_ptr<UIView> contentView_;
+  std::unique_ptr<ViewHost> host_ = ViewHost::create();
   std::function<void(const WindowEvent&)> handler_;
   std::optional<RefreshClock> clock_;
   bool headless_ = false;
@@ -64,7 +61,6 @@ class SdlWindow final : public Window {
   bool swapped_ = false;     // since the last refresh, and the swap blocked
   int drawsDue_ = 0;         // although nothing in the tree has changed
   bool closed_ = false;
-  std::uint64_t drawnVersion_ = 0;
   int pixelWidth_ = 0;
   int pixelHeight_ = 0;
   double scale_ = 1;

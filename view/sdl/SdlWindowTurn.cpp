@@ -6,8 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "port/HostContext.h"
-#include "quorvid/view/RunLoop.h"
+#include "view/sdl/CurrentContext.h"
 #include "view/sdl/OffscreenTarget.h"
 #include "view/sdl/SdlWindow.h"
 
@@ -52,11 +51,10 @@ bool SdlWindow::runTurn() {
   if (closed_) {
     return false;
   }
-  const HostContext host;
   const std::uint32_t refreshes = waitForRefresh();
   deliverEvents();
   if (!closed_) {
-    RunLoop::currentRunLoop()->refresh(refreshes);
+    host_->refresh(refreshes);
     drawIfChanged();
   }
   return !closed_;
@@ -80,23 +78,24 @@ void SdlWindow::drawAnew() {
 }
 
 void SdlWindow::drawIfChanged() {
-  CALayer& tree = *contentView_->layer();
-  const std::uint64_t version = layerTreeVersion(tree);
-  if (!isSeen() || (version == drawnVersion_ && drawsDue_ == 0) || !makeCurrent()) {
+  if (!isSeen() || (drawsDue_ == 0 && !host_->needsComposite())) {
+    return;
+  }
+  const CurrentContext former;
+  if (!makeCurrent()) {
     return;
   }
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT);
-  compositor_.draw(tree, {0, 0, pixelWidth_, pixelHeight_});
+  host_->composite(0, 0, pixelWidth_, pixelHeight_);
   SDL_GL_SwapWindow(window_);
   swapped_ = swapBlocks_;
-  drawnVersion_ = version;
   drawsDue_ = std::max(drawsDue_ - 1, 0);
 }
 
 bool SdlWindow::snapshot(WindowPicture& picture) {
-  const HostContext host;
+  const CurrentContext former;
   if (!makeCurrent()) {
     return false;
   }
@@ -106,7 +105,10 @@ bool SdlWindow::snapshot(WindowPicture& picture) {
   }
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT);
-  if (!compositor_.draw(*contentView_->layer(), {0, 0, pixelWidth_, pixelHeight_})) {
+  if (host_->needsComposite()) {
+    drawsDue_ = std::max(drawsDue_, 1);  // what is drawn here isn't in the window
+  }
+  if (!host_->composite(0, 0, pixelWidth_, pixelHeight_)) {
     return false;
   }
   picture.width = pixelWidth_;

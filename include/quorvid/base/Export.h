@@ -1,4 +1,4 @@
-// Marks what libquorvid.so offers to a host; everything else in the library is hidden.
+// Marks what the shared libraries offer to a host; everything else in them is hidden.
 #pragma once
 
 #define QUORVID_API __attribute__((visibility("default")))

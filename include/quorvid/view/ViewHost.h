@@ -15,10 +15,10 @@
 //
 // The host's context must be one of OpenGL ES 3 or OpenGL 3 (or later), made with EGL (SDL:
 // SDL_HINT_VIDEO_X11_FORCE_EGL). Views may be made before or after it. When a context on the same
-// EGL display was current as the first view was made, pictures pass without a copy, and the views
-// end with that display, should the host terminate it (SDL does when its last GL window closes):
-// make new ones then. Otherwise they live on a display of the library's own and pass through
-// memory.
+// EGL display was current as the first view was made, or useCurrentDisplay() chose that display,
+// pictures pass without a copy, and the views end with that display, should the host terminate it
+// (SDL does when its last GL window closes): make new ones then. Otherwise they live on a display
+// of the library's own and pass through memory.
 //
 // Side effects: no call changes the host's current context. composite() and release() touch and
 // put back, in the current context: scissor test and box, clear colour, colour masks, rasterizer
@@ -42,6 +42,15 @@ class QUORVID_API ViewHost {
   ~ViewHost();
   ViewHost(const ViewHost&) = delete;
   ViewHost& operator=(const ViewHost&) = delete;
+
+  // Makes the EGL display of the current context the one that views live on, whatever is current
+  // when they are made, for as long as this object lives. False when views live on another display
+  // already, or when this one can't serve: they work nevertheless, see above.
+  bool useCurrentDisplay();
+  // Whether a view, or a ViewHost by useCurrentDisplay(), lives on that EGL display: a host that
+  // terminates it then ends them. Any thread; lets go of the library's GL context that a view drew
+  // with last on the thread.
+  static bool displayInUse(void* eglDisplay);
 
   // The root of the tree; the host adds its views to it.
   const std::shared_ptr<UIView>& contentView() const;

@@ -1,4 +1,5 @@
-// Window: a window on screen, or the same without a display, that shows a tree of views.
+// Window: a window on screen, or the same without a display, that shows a tree of views. It is in
+// libquorvid-window.so (-lquorvid-window -lquorvid), which needs SDL.
 //
 // Main thread; the thread that opens a window runs it. Opening one sets the main screen's scale,
 // makes the window the source of display refreshes for the thread's run loop, and draws the content
