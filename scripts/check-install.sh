@@ -3,6 +3,7 @@
 set -euo pipefail
 build=$(realpath "${1:?usage: check-install.sh BUILD_FOLDER}")
 source=$(realpath "$(dirname "$0")/..")
+source "$source/scripts/simulator.sh"
 work=$(mktemp -d)
 simulator=
 trap '[[ -z $simulator ]] || kill "$simulator" 2>/dev/null || true; rm -rf "$work"' EXIT
@@ -43,14 +44,9 @@ for tree in "$work/moved" "$work/relative" "$work/stage/opt/quorvid"; do
 done
 
 # A picture through the installed programs alone.
-: >"$work/ports"
 "$work/moved/bin/quorvid-sim" --port 0 >"$work/ports" 2>/dev/null &
 simulator=$!
-for _ in $(seq 300); do
-  port=$(awk '$1 == "fleet" { print $2; exit }' "$work/ports")
-  [[ -n $port ]] && break
-  sleep 0.1
-done
+port=$(fleet_port "$work/ports" "$simulator")
 "$work/moved/bin/quorvid" view "127.0.0.1:$port" --device TRUCK-7 --channel 0 --headless --seconds 4 \
   --snapshot "$work/picture.png" >/dev/null 2>"$work/log" || { cat "$work/log"; fail "no live picture"; }
 [[ -s $work/picture.png ]] || fail "no picture file"

@@ -7,6 +7,7 @@
 # shellcheck disable=SC2016  # what stands in single quotes is for awk
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/simulator.sh
 minutes=${1:?usage: scripts/soak.sh MINUTES [VIEWS]}
 views=${2:-64}
 seed=${SEED:-1}
@@ -59,13 +60,10 @@ for i in "${!troubles[@]}"; do
 done
 ports=()
 for i in "${!troubles[@]}"; do
-  for _ in $(seq 100); do
-    port=$(awk '$1 == "fleet" { print $2; exit }' "$work/$i")
-    [[ -n "$port" ]] && break
-    sleep 0.1
-  done
-  [[ -n "${port:-}" ]] || { echo "soak: a simulator did not start: ${troubles[i]}" >&2; exit 2; }
-  ports+=("$port")
+  ports+=("$(fleet_port "$work/$i" "${simulators[i]}")") || {
+    echo "soak: ${troubles[i]}" >&2
+    exit 2
+  }
 done
 
 # What the workers print for each frame is of no use here.

@@ -2,17 +2,13 @@
 # Runs the embedding example against the simulator: embed_example.sh BUILD_FOLDER
 set -euo pipefail
 build=$1
+source "$(dirname "$0")/../../scripts/simulator.sh"
 work=$(mktemp -d)
 trap 'kill "$simulator" 2>/dev/null || true; rm -rf "$work"' EXIT
 
-: >"$work/ports"  # there before the simulator is
 "$build/quorvid-sim" --port 0 >"$work/ports" 2>"$work/log" &
 simulator=$!
-for _ in $(seq 100); do
-  port=$(awk '$1 == "fleet" { print $2 }' "$work/ports")
-  [[ -n $port ]] && break
-  sleep 0.1
-done
+port=$(fleet_port "$work/ports" "$simulator")
 
 # Exits with 0 only if both views showed a picture.
 "$build/embed_sdl" "127.0.0.1:$port" TEST --headless --seconds 4 --snapshot "$work/picture.bmp" \
