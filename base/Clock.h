@@ -6,6 +6,9 @@ namespace quorvid {
 // Seconds since 1970-01-01 00:00 UTC, with fractions.
 double timeIntervalSince1970();
 
+// Processor time that the calling thread has used, in seconds.
+double processorSeconds();
+
 // Blocks the calling thread for that long, signals or not.
 void sleepForTimeInterval(double seconds);
 

@@ -5,11 +5,9 @@
 #include <exception>
 #include <string>
 
-#include "quorvid/base/Export.h"
-
 namespace quorvid {
 
-class QUORVID_API Exception : public std::exception {
+class Exception : public std::exception {
  public:
   explicit Exception(std::string description);
   ~Exception() override;

@@ -1,40 +1,14 @@
 #include "base/Thread.h"
 
-#include <pthread.h>
-
 #include <atomic>
-#include <csignal>
 #include <exception>
 #include <thread>
 #include <utility>
 
+#include "base/SignalsKeptAway.h"
 #include "quorvid/base/Log.h"
 
 namespace quorvid {
-namespace {
-
-// Keeps the process's signals from threads that are made while it lives: they start with the mask
-// of their maker, so there is no moment at which one of them could be chosen to handle a signal.
-// Those that a fault of the thread itself raises stay, and the profiler's.
-class SignalsKeptAway {
- public:
-  SignalsKeptAway() {
-    sigset_t blocked;
-    sigfillset(&blocked);
-    for (const int own : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT, SIGPROF}) {
-      sigdelset(&blocked, own);
-    }
-    pthread_sigmask(SIG_BLOCK, &blocked, &before_);
-  }
-  ~SignalsKeptAway() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsKeptAway(const SignalsKeptAway&) = delete;
-  SignalsKeptAway& operator=(const SignalsKeptAway&) = delete;
-
- private:
-  sigset_t before_;
-};
-
-}  // namespace
 
 struct Thread::State {
   std::function<void()> body;

@@ -9,11 +9,9 @@
 #include <functional>
 #include <memory>
 
-#include "quorvid/base/Export.h"
-
 namespace quorvid {
 
-class QUORVID_API Thread {
+class Thread {
  public:
   explicit Thread(std::function<void()> body);
   ~Thread();

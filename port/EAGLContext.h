@@ -10,8 +10,6 @@
 #include <cstdint>
 #include <memory>
 
-#include "quorvid/base/Export.h"
-
 namespace quorvid {
 
 class CAEAGLLayer;
@@ -19,7 +17,7 @@ class CAEAGLLayer;
 enum class EAGLRenderingAPI : std::uint8_t { OpenGLES2 = 2 };
 inline constexpr EAGLRenderingAPI kEAGLRenderingAPIOpenGLES2 = EAGLRenderingAPI::OpenGLES2;
 
-class QUORVID_API EAGLContext : public std::enable_shared_from_this<EAGLContext> {
+class EAGLContext : public std::enable_shared_from_this<EAGLContext> {
  public:
   // Null, with a line in the log, when no OpenGL ES 2 context can be had. The context is made on
   // the display of the GL context that is current at the time, when there is one and it is an EGL
@@ -50,7 +48,7 @@ class QUORVID_API EAGLContext : public std::enable_shared_from_this<EAGLContext>
   Native& native() { return *native_; }
 
  private:
-  QUORVID_LOCAL explicit EAGLContext(std::unique_ptr<Native> native);
+  explicit EAGLContext(std::unique_ptr<Native> native);
 
   std::unique_ptr<Native> native_;
 };

@@ -5,11 +5,9 @@
 // of the library's, nothing is put back.
 #pragma once
 
-#include "quorvid/base/Export.h"
-
 namespace quorvid {
 
-class QUORVID_API HostContext {
+class HostContext {
  public:
   HostContext();
   ~HostContext();

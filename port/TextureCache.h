@@ -12,7 +12,6 @@
 #include <memory>
 
 #include "port/EAGLContext.h"
-#include "quorvid/base/Export.h"
 #include "quorvid/base/PixelBuffer.h"
 
 namespace quorvid {
@@ -26,23 +25,25 @@ using CVOpenGLESTextureRef = std::shared_ptr<CVOpenGLESTexture>;
 inline constexpr CVReturn kCVReturnPixelBufferNotOpenGLCompatible = -6683;
 
 // kCVReturnInvalidArgument without a context or a place for the result.
-QUORVID_API CVReturn CVOpenGLESTextureCacheCreate(const std::shared_ptr<EAGLContext>& context,
-                                                  CVOpenGLESTextureCacheRef* out);
+CVReturn CVOpenGLESTextureCacheCreate(const std::shared_ptr<EAGLContext>& context,
+                                      CVOpenGLESTextureCacheRef* out);
 
 // Makes a texture from the top left `width` x `height` pixels of a plane and leaves it bound to
 // `target` in the active unit. target: GL_TEXTURE_2D; internalFormat and format: both GL_RED_EXT
 // (one byte a pixel) or both GL_RG_EXT (two); type: GL_UNSIGNED_BYTE. Rows may be longer than the
 // picture. `*out` is null on failure.
-QUORVID_API CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(
-    const CVOpenGLESTextureCacheRef& cache, CVPixelBufferRef image, std::uint32_t target,
-    std::int32_t internalFormat, std::size_t width, std::size_t height, std::uint32_t format,
-    std::uint32_t type, std::size_t plane, CVOpenGLESTextureRef* out);
+CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(const CVOpenGLESTextureCacheRef& cache,
+                                                      CVPixelBufferRef image, std::uint32_t target,
+                                                      std::int32_t internalFormat,
+                                                      std::size_t width, std::size_t height,
+                                                      std::uint32_t format, std::uint32_t type,
+                                                      std::size_t plane, CVOpenGLESTextureRef* out);
 
 // Deletes nothing that is in use; the pool keeps its idle textures for the next picture.
-QUORVID_API void CVOpenGLESTextureCacheFlush(const CVOpenGLESTextureCacheRef& cache);
+void CVOpenGLESTextureCacheFlush(const CVOpenGLESTextureCacheRef& cache);
 
 // A null texture has the target GL_TEXTURE_2D and the name 0.
-QUORVID_API std::uint32_t CVOpenGLESTextureGetTarget(const CVOpenGLESTextureRef& texture);
-QUORVID_API std::uint32_t CVOpenGLESTextureGetName(const CVOpenGLESTextureRef& texture);
+std::uint32_t CVOpenGLESTextureGetTarget(const CVOpenGLESTextureRef& texture);
+std::uint32_t CVOpenGLESTextureGetName(const CVOpenGLESTextureRef& texture);
 
 }  // namespace quorvid

@@ -25,6 +25,7 @@ struct Endpoint {
 struct PixelSize {
   int width = 0;
   int height = 0;
+  std::string text() const { return std::to_string(width) + "x" + std::to_string(height); }
 };
 
 // How a stream is reached: the fleet server itself, a car server itself, or the car server that a

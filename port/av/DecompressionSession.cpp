@@ -1,19 +1,12 @@
 #include "port/av/DecompressionSession.h"
 
-#include <ctime>
-
+#include "base/Clock.h"
 #include "h264/Units.h"
 
 namespace quorvid {
 namespace {
 
 constexpr double kLongestHonestUnit = 0.25;  // seconds of processor time
-
-double processorSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
 
 }  // namespace
 

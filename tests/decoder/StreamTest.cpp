@@ -2,10 +2,10 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <ctime>
 #include <ostream>
 #include <random>
 
+#include "base/Clock.h"
 #include "decoder/DecodedStream.h"
 
 namespace quorvid {
@@ -147,12 +147,6 @@ Bytes unitOf(std::uint8_t header, std::string bits) {
     unit.push_back(static_cast<std::uint8_t>(std::stoi(bits.substr(at, 8), nullptr, 2)));
   }
   return unit;
-}
-
-double processorSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
 TEST(DecoderTest, ThousandSlicesOverTheWholePictureCostNothing) {

@@ -90,8 +90,8 @@ std::vector<StreamFigures::Line> StreamFigures::lines() const {
   std::vector<Line> lines;
   lines.push_back({"frames", format("%llu in %.1f s: %.1f frames/s", large(frames_), seconds(),
                                     framesPerSecond())});
-  lines.push_back({"size", size_ ? format("%dx%d", size_->width, size_->height)
-                                 : std::string("unknown: no parameter set was understood")});
+  lines.push_back(
+      {"size", size_ ? size_->text() : std::string("unknown: no parameter set was understood")});
   lines.push_back({"bit rate", format("%.2f Mbit/s", bitsPerSecond() / 1e6)});
   const double keySpan = lastKey_ - firstKey_;
   lines.push_back(

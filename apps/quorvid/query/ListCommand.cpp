@@ -5,12 +5,12 @@
 
 #include "apps/common/Commands.h"
 #include "apps/common/Deadline.h"
+#include "apps/common/ProgressLine.h"
 #include "apps/common/Reachability.h"
 #include "apps/common/ReportOutput.h"
 #include "apps/common/Steady.h"
 #include "apps/common/StopSignal.h"
 #include "apps/quorvid/query/DeviceTable.h"
-#include "apps/quorvid/record/ProgressLine.h"
 
 namespace quorvid::app {
 

@@ -5,14 +5,14 @@
 
 #include "apps/common/Commands.h"
 #include "apps/common/NoStream.h"
+#include "apps/common/ProgressLine.h"
 #include "apps/common/ReportOutput.h"
+#include "apps/common/StallWatch.h"
 #include "apps/common/Steady.h"
 #include "apps/common/StopSignal.h"
 #include "apps/common/StreamReceiver.h"
 #include "apps/common/TerminalText.h"
-#include "apps/quorvid/record/ProgressLine.h"
 #include "apps/quorvid/record/RecordReport.h"
-#include "apps/quorvid/view/StallWatch.h"
 
 namespace quorvid::app {
 

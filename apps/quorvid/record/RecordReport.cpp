@@ -4,20 +4,12 @@
 
 namespace quorvid::app {
 
-namespace {
-
-std::string sizeText(PixelSize size) {
-  return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
-
-}  // namespace
-
 std::string figuresOf(const FrameRecorder& recorder) {
   char text[120];
   std::snprintf(text, sizeof text, "%llu frames, %.2f s, %.2f MB, ",
                 static_cast<unsigned long long>(recorder.frames()), recorder.seconds(),
                 static_cast<double>(recorder.bytes()) / 1e6);
-  return text + sizeText(recorder.size());
+  return text + recorder.size().text();
 }
 
 std::vector<std::string> odditiesOf(const FrameRecorder& recorder) {
@@ -32,8 +24,8 @@ std::vector<std::string> odditiesOf(const FrameRecorder& recorder) {
         " key frames had parameter sets that no file can begin with; they were left "
         "out with the pictures behind them");
   }
-  const std::string size = sizeText(recorder.size());
-  const std::string last = sizeText(recorder.lastSize());
+  const std::string size = recorder.size().text();
+  const std::string last = recorder.lastSize().text();
   if (size != last) {
     sentences.push_back("the stream changed its picture size from " + size + " to " + last +
                         "; the file begins with the first, and some players stop at the change");

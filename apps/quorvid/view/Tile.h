@@ -5,10 +5,10 @@
 #include <memory>
 
 #include "apps/common/LogFilter.h"
+#include "apps/common/StallWatch.h"
 #include "apps/quorvid/view/PictureMeter.h"
 #include "apps/quorvid/view/Player.h"
 #include "apps/quorvid/view/StallMark.h"
-#include "apps/quorvid/view/StallWatch.h"
 
 namespace quorvid::app {
 

@@ -37,10 +37,6 @@ Json tileJson(const TileReport& tile) {
   return json;
 }
 
-std::string sizeText(PixelSize size) {
-  return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
-
 // Nothing up to a second.
 std::string secondsText(const char* what, double seconds) {
   char text[80] = "";
@@ -59,11 +55,11 @@ std::string tileText(const TileReport& tile) {
                   "channel %d: %llu pictures, the first after %.2f s, %.1f frames/s, %s",
                   tile.channel, static_cast<unsigned long long>(tile.pictures),
                   tile.firstPictureSeconds.value_or(0), tile.framesPerSecond,
-                  sizeText(tile.pictureSize).c_str());
+                  tile.pictureSize.text().c_str());
   }
   std::string text = line;
   if (tile.streamSize) {
-    text += " (sent as " + sizeText(*tile.streamSize) + ")";
+    text += " (sent as " + tile.streamSize->text() + ")";
   }
   if (tile.pictures > 0) {
     text += secondsText(", longest pause", tile.longestPause);

@@ -1,4 +1,4 @@
-#include "apps/quorvid/view/StallWatch.h"
+#include "apps/common/StallWatch.h"
 
 #include <algorithm>
 
