@@ -78,9 +78,7 @@ bool layOutPlanes(CVPixelBuffer& buffer) {
   const bool chroma = buffer.planeCount == 2;
   const std::size_t chromaBytes = chroma ? buffer.bytesPerRow * (buffer.height / 2) : 0;
   buffer.bytes = allocateBytes(lumaBytes + chromaBytes);
-  if (!buffer.bytes) {
-    return false;
-  }
+  if (!buffer.bytes) return false;
   buffer.planes[0] = Plane{buffer.bytes.get(), buffer.width, buffer.height};
   if (chroma) {
     buffer.planes[1] = Plane{buffer.bytes.get() + lumaBytes, buffer.width / 2, buffer.height / 2};
@@ -92,9 +90,7 @@ bool layOutPlanes(CVPixelBuffer& buffer) {
 
 CVReturn CVPixelBufferCreate(std::size_t width, std::size_t height, std::uint32_t pixelFormat,
                              std::size_t lumaBytesPerRow, CVPixelBufferRef* out) {
-  if (out == nullptr) {
-    return kCVReturnInvalidArgument;
-  }
+  if (out == nullptr) return kCVReturnInvalidArgument;
   *out = nullptr;
   const std::size_t row = lumaBytesPerRow != 0 ? lumaBytesPerRow : roundUp(width);
   const bool biPlanar = pixelFormat == kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange;
@@ -103,25 +99,19 @@ CVReturn CVPixelBufferCreate(std::size_t width, std::size_t height, std::uint32_
     return kCVReturnInvalidArgument;
   }
   std::unique_ptr<CVPixelBuffer> buffer(new (std::nothrow) CVPixelBuffer);
-  if (!buffer) {
-    return kCVReturnAllocationFailed;
-  }
+  if (!buffer) return kCVReturnAllocationFailed;
   buffer->width = width;
   buffer->height = height;
   buffer->bytesPerRow = row;
   buffer->planeCount = biPlanar ? 2 : 1;
   buffer->format = pixelFormat;
-  if (!layOutPlanes(*buffer)) {
-    return kCVReturnAllocationFailed;
-  }
+  if (!layOutPlanes(*buffer)) return kCVReturnAllocationFailed;
   *out = buffer.release();
   return kCVReturnSuccess;
 }
 
 CVPixelBufferRef CVPixelBufferRetain(CVPixelBufferRef buffer) {
-  if (buffer != nullptr) {
-    buffer->references.fetch_add(1, std::memory_order_relaxed);
-  }
+  if (buffer != nullptr) buffer->references.fetch_add(1, std::memory_order_relaxed);
   return buffer;
 }
 
@@ -174,18 +164,14 @@ std::int32_t CVPixelBufferGetRetainCount(CVPixelBufferRef buffer) {
 Text CVBufferGetAttachment(CVPixelBufferRef buffer, const char* key) {
   if (buffer != nullptr && key != nullptr) {
     for (const auto& [name, value] : buffer->attachments) {
-      if (name == key) {
-        return value;
-      }
+      if (name == key) return value;
     }
   }
   return nullptr;
 }
 
 void CVBufferSetAttachment(CVPixelBufferRef buffer, const char* key, const Text& value) {
-  if (buffer == nullptr || key == nullptr) {
-    return;
-  }
+  if (buffer == nullptr || key == nullptr) return;
   for (auto& [name, present] : buffer->attachments) {
     if (name == key) {
       present = value;

@@ -7,9 +7,7 @@
 namespace quorvid {
 
 Text::Text(const char* utf8) {
-  if (utf8 != nullptr) {
-    object_ = std::make_shared<const std::string>(utf8);
-  }
+  if (utf8 != nullptr) object_ = std::make_shared<const std::string>(utf8);
 }
 
 Text::Text(std::string utf8) : object_(std::make_shared<const std::string>(std::move(utf8))) {}
@@ -35,9 +33,7 @@ Text Text::substringFromIndex(std::size_t index) const {
 }
 
 bool operator==(const Text& a, const Text& b) {
-  if (a.isMissing() || b.isMissing()) {
-    return a.isMissing() && b.isMissing();
-  }
+  if (a.isMissing() || b.isMissing()) return a.isMissing() && b.isMissing();
   return *a.object_ == *b.object_;
 }
 

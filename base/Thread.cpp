@@ -31,9 +31,7 @@ Thread::Thread(std::function<void()> body) : state_(std::make_shared<State>()) {
 Thread::~Thread() = default;
 
 void Thread::start() {
-  if (std::exchange(state_->started, true) || !state_->body) {
-    return;
-  }
+  if (std::exchange(state_->started, true) || !state_->body) return;
   state_->executing = true;
   try {
     // The state outlives this object, which the body's own captures may take with them.

@@ -17,38 +17,38 @@ class CarVideoWorker final : public VideoWorker {
   explicit CarVideoWorker(const VideoCall& call) : VideoWorker(call) {}
 
  private:
-  enum State : int32_t { kFindTag = 2, kReadFrame = 101 };
-  static constexpr int8_t kNeedsPrevious = 3;  // the frame type that continuity is asked of
+  enum State : std::int32_t { kFindTag = 2, kReadFrame = 101 };
+  static constexpr std::int8_t kNeedsPrevious = 3;  // the frame type that continuity is asked of
 
-  int32_t beginConnection() override;
-  int32_t sendRequest(int32_t socket) override;
-  int32_t step(int32_t state) override;
+  std::int32_t beginConnection() override;
+  std::int32_t sendRequest(std::int32_t socket) override;
+  std::int32_t step(std::int32_t state) override;
 
-  int32_t findTag();
-  int32_t readFrame();
+  std::int32_t findTag();
+  std::int32_t readFrame();
   bool receiveHeader();
   bool isOutOfSequence() const;
   void waitForConsumer() const;
 
-  int32_t lastSeq_ = 0;  // of the last accepted frame of this connection
-  int32_t frameSeq_ = 0;
-  int32_t payloadLen_ = 0;
-  int8_t info_[16] = {};
+  std::int32_t lastSeq_ = 0;  // of the last accepted frame of this connection
+  std::int32_t frameSeq_ = 0;
+  std::int32_t payloadLen_ = 0;
+  std::int8_t info_[16] = {};
 };
 
-int32_t CarVideoWorker::beginConnection() {
+std::int32_t CarVideoWorker::beginConnection() {
   lastSeq_ = 0;
   frameSeq_ = 0;
   payloadLen_ = 0;
   return kFindTag;
 }
 
-int32_t CarVideoWorker::sendRequest(int32_t socket) {
+std::int32_t CarVideoWorker::sendRequest(std::int32_t socket) {
   return SendRequestForCar(socket, source().channel, source().acc, source().pwd, call().timestamp,
                            call().carId);
 }
 
-int32_t CarVideoWorker::step(int32_t state) {
+std::int32_t CarVideoWorker::step(std::int32_t state) {
   switch (state) {
     case kFindTag:
       return findTag();
@@ -60,23 +60,23 @@ int32_t CarVideoWorker::step(int32_t state) {
 }
 
 // One byte a turn. The window outlives a connection: a tag cut in two by a break is still found.
-int32_t CarVideoWorker::findTag() {
-  uint8_t byte = 0;
-  const int32_t count = receiveByte(byte);
+std::int32_t CarVideoWorker::findTag() {
+  std::uint8_t byte = 0;
+  const std::int32_t count = receiveByte(byte);
   if (count < 0) return kBroken;
   if (count == 0) return kFindTag;
   shiftIntoWindow(source().tagWindow, byte);
   return windowHolds(source().tagWindow, "3GTSV100") ? kReadFrame : kFindTag;
 }
 
-int32_t CarVideoWorker::readFrame() {
+std::int32_t CarVideoWorker::readFrame() {
   if (!receiveHeader()) return kBroken;
   if (isOutOfSequence())
     return kFindTag;  // its payload is skipped by the search, whatever its length
   lastSeq_ = frameSeq_;
   if (!isPayloadLength(payloadLen_)) return kBroken;
   waitForConsumer();
-  const int32_t count = receivePayload(payloadLen_);
+  const std::int32_t count = receivePayload(payloadLen_);
   if (count < 0) return kBroken;
   deliver(count);
   return kFindTag;
@@ -90,7 +90,7 @@ bool CarVideoWorker::receiveHeader() {
 }
 
 bool CarVideoWorker::isOutOfSequence() const {
-  const int8_t frameType = info_[13];
+  const std::int8_t frameType = info_[13];
   return frameType == kNeedsPrevious && frameSeq_ != following(lastSeq_);
 }
 
@@ -103,10 +103,11 @@ void CarVideoWorker::waitForConsumer() const {
 }  // namespace
 }  // namespace quorvid
 
-int32_t ThreadVideoSourceForCar(const char* host, int32_t mediaPort, int32_t cmdPort,
-                                int32_t channel, const char* acc, const char* pwd,
-                                uint8_t* isCancel, const char* timestamp, const char* carId,
-                                uint8_t* canGetFrame, uint8_t* frameData, int32_t* frameLen) {
+std::int32_t ThreadVideoSourceForCar(const char* host, std::int32_t mediaPort, std::int32_t cmdPort,
+                                     std::int32_t channel, const char* acc, const char* pwd,
+                                     std::uint8_t* isCancel, const char* timestamp,
+                                     const char* carId, std::uint8_t* canGetFrame,
+                                     std::uint8_t* frameData, std::int32_t* frameLen) {
   return quorvid::CarVideoWorker({host, mediaPort, cmdPort, channel, acc, pwd, isCancel, timestamp,
                                   carId, canGetFrame, frameData, frameLen})
       .run();

@@ -11,9 +11,9 @@
 namespace quorvid {
 namespace {
 
-bool readRecords(int32_t fd, int32_t itemCount, DevInfoItem* items, int32_t* count) {
+bool readRecords(std::int32_t fd, std::int32_t itemCount, DevInfoItem* items, std::int32_t* count) {
   DeviceScratch scratch;
-  for (int32_t index = 0; index < itemCount; ++index) {
+  for (std::int32_t index = 0; index < itemCount; ++index) {
     if (!readDeviceRecord(fd, items[index])) return false;
     if (!skipExtraBytes(fd, items[index], scratch)) return false;
     publish(count, *count + 1);
@@ -21,9 +21,9 @@ bool readRecords(int32_t fd, int32_t itemCount, DevInfoItem* items, int32_t* cou
   return true;
 }
 
-bool readReply(int32_t fd, DevInfoItem* items, int32_t* count) {
-  uint8_t window[kTagSize] = {};
-  int32_t itemCount = 0;
+bool readReply(std::int32_t fd, DevInfoItem* items, std::int32_t* count) {
+  std::uint8_t window[kTagSize] = {};
+  std::int32_t itemCount = 0;
   return findReplyTag(fd, window) && readListHeader(fd, itemCount) &&
          readRecords(fd, itemCount, items, count);
 }
@@ -31,9 +31,9 @@ bool readReply(int32_t fd, DevInfoItem* items, int32_t* count) {
 }  // namespace
 }  // namespace quorvid
 
-int32_t ThreadGetListForCar(DevInfoItem* items, int32_t* count, const char* host, int32_t port,
-                            int32_t /*port2*/, const char* acc, const char* pwd, const char* text3,
-                            int32_t* done) {
+std::int32_t ThreadGetListForCar(DevInfoItem* items, std::int32_t* count, const char* host,
+                                 std::int32_t port, std::int32_t /*port2*/, const char* acc,
+                                 const char* pwd, const char* text3, std::int32_t* done) {
   using namespace quorvid;
   Socket socket(ConnectToServer(host, port));
   if (!socket.isOpen()) return -1;

@@ -8,18 +8,18 @@ namespace quorvid {
 namespace {
 
 // A long takes the 4 bytes of the wire in its low half.
-bool receiveLong(int32_t fd, long& field) {
+bool receiveLong(std::int32_t fd, long& field) {
   return receiveWhole(fd, &field, 4);
 }
 
-template <size_t Size>
-bool receiveBlock(int32_t fd, uint8_t (&block)[Size]) {
+template <std::size_t Size>
+bool receiveBlock(std::int32_t fd, std::uint8_t (&block)[Size]) {
   return receiveWhole(fd, block, Size);
 }
 
 // itemLen as it came, without what the high half of a long may hold from before.
-int32_t wireLength(const DevInfoItem& item) {
-  int32_t length = 0;
+std::int32_t wireLength(const DevInfoItem& item) {
+  std::int32_t length = 0;
   memcpy(&length, &item.itemLen, sizeof length);
   return length;
 }
@@ -28,7 +28,7 @@ int32_t wireLength(const DevInfoItem& item) {
 
 static_assert(sizeof(long) == 8 || sizeof(DevInfoItem) == kDeviceRecordSize);
 
-bool readDeviceRecord(int32_t fd, DevInfoItem& item) {
+bool readDeviceRecord(std::int32_t fd, DevInfoItem& item) {
   return receiveLong(fd, item.itemLen) && receiveBlock(fd, item.blk64) &&
          receiveBlock(fd, item.blkA32) && receiveBlock(fd, item.blkB32) &&
          receiveLong(fd, item.numA) && receiveLong(fd, item.numB) &&
@@ -37,11 +37,12 @@ bool readDeviceRecord(int32_t fd, DevInfoItem& item) {
          receiveBlock(fd, item.blk128);
 }
 
-bool skipExtraBytes(int32_t fd, const DevInfoItem& item, DeviceScratch& scratch) {
-  const int32_t length = wireLength(item);
+bool skipExtraBytes(std::int32_t fd, const DevInfoItem& item, DeviceScratch& scratch) {
+  const std::int32_t length = wireLength(item);
   if (length < kDeviceRecordSize + 4) return true;
-  const int32_t extra = length - kDeviceRecordSize;
-  return extra <= static_cast<int32_t>(scratch.size()) && receiveWhole(fd, scratch.data(), extra);
+  const std::int32_t extra = length - kDeviceRecordSize;
+  return extra <= static_cast<std::int32_t>(scratch.size()) &&
+         receiveWhole(fd, scratch.data(), extra);
 }
 
 }  // namespace quorvid

@@ -14,16 +14,16 @@
 
 namespace quorvid {
 
-constexpr int32_t kDeviceRecordSize = 280;
+constexpr std::int32_t kDeviceRecordSize = 280;
 
 // Where skipped bytes of a record go; also the most that a record may have of them.
-using DeviceScratch = std::array<uint8_t, kReplyHeaderSize + 8 * kDeviceRecordSize>;
+using DeviceScratch = std::array<std::uint8_t, kReplyHeaderSize + 8 * kDeviceRecordSize>;
 
 // Reads the 280 bytes field by field straight into item, up to the first field that does not arrive
 // whole; false in that case.
-bool readDeviceRecord(int32_t fd, DevInfoItem& item);
+bool readDeviceRecord(std::int32_t fd, DevInfoItem& item);
 
 // Skips the bytes that follow a whole record; false when there are too many or they do not arrive.
-bool skipExtraBytes(int32_t fd, const DevInfoItem& item, DeviceScratch& scratch);
+bool skipExtraBytes(std::int32_t fd, const DevInfoItem& item, DeviceScratch& scratch);
 
 }  // namespace quorvid

@@ -1,5 +1,7 @@
 // The table and the count that a host and its GPS poller share: one of each in a process, whichever
 // of the libraries that define them it has loaded, and however.
+#include <cstdint>
+
 #include "quorvid/connection/VehicleConnection.h"
 
 #if defined(__linux__) && defined(__ELF__)
@@ -9,7 +11,7 @@
 #pragma GCC visibility push(hidden)
 extern "C" {
 __attribute__((used)) DevInfoItem quorvidDeviceTable[200];
-__attribute__((used)) int32_t quorvidCarCount;
+__attribute__((used)) std::int32_t quorvidCarCount;
 }
 #pragma GCC visibility pop
 __asm__(
@@ -20,5 +22,5 @@ __asm__(
     ".set carCount, quorvidCarCount\n");
 #else
 DevInfoItem myDevInfoItemsForGPS[200];
-int32_t carCount;
+std::int32_t carCount;
 #endif

@@ -6,9 +6,9 @@
 
 namespace quorvid {
 
-void copyFixedText(char* field, size_t width, const char* text, const char* name) {
+void copyFixedText(char* field, std::size_t width, const char* text, const char* name) {
   if (text == nullptr) return;
-  const size_t length = strnlen(text, width);
+  const std::size_t length = strnlen(text, width);
   if (length == width) {
     fprintf(stderr, "Quorvid: %s is longer than the %zu characters a request carries\n", name,
             width - 1);
@@ -17,7 +17,7 @@ void copyFixedText(char* field, size_t width, const char* text, const char* name
   memcpy(field, text, length);
 }
 
-void formatChannel(char (&digits)[2], int32_t channel) {
+void formatChannel(char (&digits)[2], std::int32_t channel) {
   char text[12];  // "-2147483648" and NUL
   if (snprintf(text, sizeof text, "%02d", channel) != sizeof digits) {
     fprintf(stderr, "Quorvid: channel %d does not fit the two digits a request carries\n", channel);

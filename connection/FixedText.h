@@ -10,14 +10,14 @@
 namespace quorvid {
 
 // Copies text into a zeroed field of width bytes; a null text leaves it zero. name is for the line.
-void copyFixedText(char* field, size_t width, const char* text, const char* name);
+void copyFixedText(char* field, std::size_t width, const char* text, const char* name);
 
-template <size_t Width>
+template <std::size_t Width>
 void copyText(char (&field)[Width], const char* text, const char* name) {
   copyFixedText(field, Width, text, name);
 }
 
 // Writes a channel as two characters, "%02d" (-9..99), without a NUL.
-void formatChannel(char (&digits)[2], int32_t channel);
+void formatChannel(char (&digits)[2], std::int32_t channel);
 
 }  // namespace quorvid

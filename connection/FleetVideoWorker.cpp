@@ -15,38 +15,38 @@ class FleetVideoWorker final : public VideoWorker {
   explicit FleetVideoWorker(const VideoCall& call) : VideoWorker(call) {}
 
  private:
-  enum State : int32_t { kReadAnswer = 801, kReadHeader = 802, kReadPayload = 803 };
-  enum PacketKind : uint8_t { kVideo = 'V', kDropped = 'A' };
+  enum State : std::int32_t { kReadAnswer = 801, kReadHeader = 802, kReadPayload = 803 };
+  enum PacketKind : std::uint8_t { kVideo = 'V', kDropped = 'A' };
 
-  int32_t beginConnection() override;
-  int32_t sendRequest(int32_t socket) override;
-  int32_t step(int32_t state) override;
+  std::int32_t beginConnection() override;
+  std::int32_t sendRequest(std::int32_t socket) override;
+  std::int32_t step(std::int32_t state) override;
 
-  int32_t readAnswer();
-  int32_t readHeader();
-  int32_t readPayload();
+  std::int32_t readAnswer();
+  std::int32_t readHeader();
+  std::int32_t readPayload();
   void waitForConsumer() const;
 
   // Zero at the start of a connection, so that a peer that closes before its first header fails;
   // after that a field that does not arrive keeps its last value.
-  int32_t answerStatus_ = 0;
-  uint8_t packetKind_ = 0;
-  int32_t payloadLen_ = 0;
+  std::int32_t answerStatus_ = 0;
+  std::uint8_t packetKind_ = 0;
+  std::int32_t payloadLen_ = 0;
 };
 
-int32_t FleetVideoWorker::beginConnection() {
+std::int32_t FleetVideoWorker::beginConnection() {
   answerStatus_ = 0;
   packetKind_ = 0;
   payloadLen_ = 0;
   return kReadAnswer;
 }
 
-int32_t FleetVideoWorker::sendRequest(int32_t socket) {
+std::int32_t FleetVideoWorker::sendRequest(std::int32_t socket) {
   return SendRequestForFleet(socket, source().channel, source().acc, source().pwd, call().timestamp,
                              call().carId);
 }
 
-int32_t FleetVideoWorker::step(int32_t state) {
+std::int32_t FleetVideoWorker::step(std::int32_t state) {
   switch (state) {
     case kReadAnswer:
       return readAnswer();
@@ -61,23 +61,23 @@ int32_t FleetVideoWorker::step(int32_t state) {
 
 //  0              4           8                 18
 //  | answerStatus | skipped   | skipped         |
-int32_t FleetVideoWorker::readAnswer() {
+std::int32_t FleetVideoWorker::readAnswer() {
   if (!receiveField(&answerStatus_, 4) || answerStatus_ != 0) return kBroken;
   return discard(4) && discard(10) ? kReadHeader : kBroken;
 }
 
 //  0            1            5           9                 19
 //  | packetKind | payloadLen | skipped   | skipped         | payload ...
-int32_t FleetVideoWorker::readHeader() {
+std::int32_t FleetVideoWorker::readHeader() {
   if (!receiveField(&packetKind_, 1)) return kBroken;
   if (packetKind_ != kVideo && packetKind_ != kDropped) return kBroken;
   if (!receiveField(&payloadLen_, 4) || !isPayloadLength(payloadLen_)) return kBroken;
   return discard(4) && discard(10) ? kReadPayload : kBroken;
 }
 
-int32_t FleetVideoWorker::readPayload() {
+std::int32_t FleetVideoWorker::readPayload() {
   if (packetKind_ == kVideo) waitForConsumer();
-  const int32_t count = receivePayload(payloadLen_);
+  const std::int32_t count = receivePayload(payloadLen_);
   if (count < 0) return kBroken;
   if (packetKind_ == kVideo) deliver(count);
   return kReadHeader;
@@ -96,10 +96,12 @@ void FleetVideoWorker::waitForConsumer() const {
 }  // namespace
 }  // namespace quorvid
 
-int32_t ThreadVideoSourceForFleet(const char* host, int32_t mediaPort, int32_t cmdPort,
-                                  int32_t channel, const char* acc, const char* pwd,
-                                  uint8_t* isCancel, const char* timestamp, const char* carId,
-                                  uint8_t* canGetFrame, uint8_t* frameData, int32_t* frameLen) {
+std::int32_t ThreadVideoSourceForFleet(const char* host, std::int32_t mediaPort,
+                                       std::int32_t cmdPort, std::int32_t channel, const char* acc,
+                                       const char* pwd, std::uint8_t* isCancel,
+                                       const char* timestamp, const char* carId,
+                                       std::uint8_t* canGetFrame, std::uint8_t* frameData,
+                                       std::int32_t* frameLen) {
   return quorvid::FleetVideoWorker({host, mediaPort, cmdPort, channel, acc, pwd, isCancel,
                                     timestamp, carId, canGetFrame, frameData, frameLen})
       .run();

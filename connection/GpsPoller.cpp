@@ -19,23 +19,23 @@ namespace {
 // The arguments of one call, borrowed until it returns.
 struct GpsCall {
   DevInfoItem* items;
-  int32_t* count;
+  std::int32_t* count;
   const char* host;
-  int32_t port;
+  std::int32_t port;
   const char* acc;
   const char* pwd;
   const char* text3;
-  int32_t* done;
-  uint8_t* run;
+  std::int32_t* done;
+  std::uint8_t* run;
 };
 
 class GpsPoller {
  public:
   explicit GpsPoller(const GpsCall& call) : call_(call), socket_(call.run) {}
-  int32_t run();
+  std::int32_t run();
 
  private:
-  enum class State : int32_t { kFindReply = 201, kReadRecords = 202 };
+  enum class State : std::int32_t { kFindReply = 201, kReadRecords = 202 };
 
   bool connect();
   State findReply();
@@ -44,12 +44,12 @@ class GpsPoller {
   const GpsCall call_;
   WatchedSocket socket_;
   State state_ = State::kFindReply;
-  int32_t itemCount_ = 0;
+  std::int32_t itemCount_ = 0;
   // Its first 8 bytes are the tag window, which outlives a connection.
   DeviceScratch scratch_{};
 };
 
-int32_t GpsPoller::run() {
+std::int32_t GpsPoller::run() {
   publish(&carCount, 0);
   while (isSet(call_.run)) {
     if (!socket_.isOpen() && !connect()) return -1;
@@ -62,7 +62,7 @@ int32_t GpsPoller::run() {
 
 bool GpsPoller::connect() {
   publish(&carCount, 0);
-  const int32_t connected = ConnectToServer(call_.host, call_.port);
+  const std::int32_t connected = ConnectToServer(call_.host, call_.port);
   if (connected == -1) return false;
   if (SendRequestGetListForCar(connected, call_.acc, call_.pwd, call_.text3) == -1) return false;
   socket_.adopt(connected);
@@ -85,7 +85,7 @@ GpsPoller::State GpsPoller::findReply() {
 // it counts, but nothing can be read behind it.
 GpsPoller::State GpsPoller::readRecords() {
   bool intact = true;
-  for (int32_t index = 0; intact && index < itemCount_; ++index) {
+  for (std::int32_t index = 0; intact && index < itemCount_; ++index) {
     DevInfoItem& item = call_.items[index];
     if (!readDeviceRecord(socket_.descriptor(), item)) break;
     intact = skipExtraBytes(socket_.descriptor(), item, scratch_);
@@ -101,8 +101,9 @@ GpsPoller::State GpsPoller::readRecords() {
 }  // namespace
 }  // namespace quorvid
 
-int32_t ThreadGetCarGPS(DevInfoItem* items, int32_t* count, const char* host, int32_t port,
-                        int32_t /*port2*/, const char* acc, const char* pwd, const char* text3,
-                        int32_t* done, uint8_t* run) {
+std::int32_t ThreadGetCarGPS(DevInfoItem* items, std::int32_t* count, const char* host,
+                             std::int32_t port, std::int32_t /*port2*/, const char* acc,
+                             const char* pwd, const char* text3, std::int32_t* done,
+                             std::uint8_t* run) {
   return quorvid::GpsPoller({items, count, host, port, acc, pwd, text3, done, run}).run();
 }

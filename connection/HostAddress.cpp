@@ -12,9 +12,9 @@ namespace quorvid {
 // gethostbyname keeps the resolver's order (getaddrinfo re-sorts), and the order decides: only the
 // first address is ever tried.
 int resolveFirstAddress(const char* host, in_addr& address) {
-  constexpr size_t kMostWork = 1 << 20;
+  constexpr std::size_t kMostWork = 1 << 20;
   if (host == nullptr) return HOST_NOT_FOUND;
-  for (size_t size = 2048; size <= kMostWork; size *= 2) {
+  for (std::size_t size = 2048; size <= kMostWork; size *= 2) {
     const std::unique_ptr<char[]> work(new (std::nothrow) char[size]);
     hostent entry{};
     hostent* found = nullptr;

@@ -9,22 +9,23 @@
 
 namespace quorvid {
 
-constexpr int32_t kQueryRequestSize = 500;
+constexpr std::int32_t kQueryRequestSize = 500;
 
 extern "C" {
 
 // Each null text leaves its own field zero.
-void InitRequestStringGetListForCar(uint8_t* out, int32_t len, const char* acc, const char* pwd,
-                                    const char* text3);
+void InitRequestStringGetListForCar(std::uint8_t* out, std::int32_t len, const char* acc,
+                                    const char* pwd, const char* text3);
 // carId is placed only beside a timestamp that is not null.
-void InitRequestStringGetRelayForCar(uint8_t* out, int32_t len, int32_t channel, const char* acc,
-                                     const char* pwd, const char* carId, const char* timestamp);
+void InitRequestStringGetRelayForCar(std::uint8_t* out, std::int32_t len, std::int32_t channel,
+                                     const char* acc, const char* pwd, const char* carId,
+                                     const char* timestamp);
 
 // Apply the request profile and send the whole record: 500, or -1 with the socket closed.
-int32_t SendRequestGetListForCar(int32_t socket, const char* acc, const char* pwd,
-                                 const char* text3);
-int32_t SendRequestGetRelayForCar(int32_t socket, int32_t channel, const char* acc, const char* pwd,
-                                  const char* timestamp, const char* carId);
+std::int32_t SendRequestGetListForCar(std::int32_t socket, const char* acc, const char* pwd,
+                                      const char* text3);
+std::int32_t SendRequestGetRelayForCar(std::int32_t socket, std::int32_t channel, const char* acc,
+                                       const char* pwd, const char* timestamp, const char* carId);
 
 }  // extern "C"
 

@@ -14,21 +14,21 @@ namespace {
 
 struct Relay {
   std::array<char, 50> address{};  // dotted quad
-  int32_t port = 0;
+  std::int32_t port = 0;
 };
 
 //  0                    124            replyLen + 116   replyLen + 120
 //  | header, no count   | skipped      | a | b | c | d  | relayPort |
-bool readReply(int32_t fd, Relay& relay) {
-  std::array<uint8_t, 500> scratch{};  // the tag window first, then what is skipped
-  int32_t replyLen = 0;
+bool readReply(std::int32_t fd, Relay& relay) {
+  std::array<std::uint8_t, 500> scratch{};  // the tag window first, then what is skipped
+  std::int32_t replyLen = 0;
   if (!findReplyTag(fd, scratch.data()) || !readReplyStart(fd, replyLen)) return false;
   if (!receiveWhole(fd, scratch.data(), 104)) return false;
-  const int32_t skipped = replyLen - 8;
-  if (skipped > static_cast<int32_t>(scratch.size())) return false;
+  const std::int32_t skipped = replyLen - 8;
+  if (skipped > static_cast<std::int32_t>(scratch.size())) return false;
   if (!receiveWhole(fd, scratch.data(), skipped)) return false;
-  uint8_t quad[4];
-  for (uint8_t& part : quad) {
+  std::uint8_t quad[4];
+  for (std::uint8_t& part : quad) {
     if (!receiveAtOnce(fd, &part, 1)) return false;
   }
   snprintf(relay.address.data(), relay.address.size(), "%d.%d.%d.%d", quad[0], quad[1], quad[2],
@@ -36,10 +36,11 @@ bool readReply(int32_t fd, Relay& relay) {
   return receiveAtOnce(fd, &relay.port, 4);
 }
 
-bool lookUp(const char* host, int32_t port, int32_t channel, const char* acc, const char* pwd,
-            const uint8_t* isCancel, const char* timestamp, const char* carId, Relay& relay) {
+bool lookUp(const char* host, std::int32_t port, std::int32_t channel, const char* acc,
+            const char* pwd, const std::uint8_t* isCancel, const char* timestamp, const char* carId,
+            Relay& relay) {
   WatchedSocket socket(isCancel);
-  const int32_t connected = ConnectToServer(host, port);
+  const std::int32_t connected = ConnectToServer(host, port);
   if (connected == -1) return false;
   if (SendRequestGetRelayForCar(connected, channel, acc, pwd, timestamp, carId) == -1) return false;
   socket.adopt(connected);
@@ -49,10 +50,11 @@ bool lookUp(const char* host, int32_t port, int32_t channel, const char* acc, co
 }  // namespace
 }  // namespace quorvid
 
-int32_t ThreadGetRelayForCar(const char* host, int32_t port, int32_t cmdPort, int32_t channel,
-                             const char* acc, const char* pwd, uint8_t* isCancel,
-                             const char* timestamp, const char* carId, uint8_t* canGetFrame,
-                             uint8_t* frameData, int32_t* frameLen) {
+std::int32_t ThreadGetRelayForCar(const char* host, std::int32_t port, std::int32_t cmdPort,
+                                  std::int32_t channel, const char* acc, const char* pwd,
+                                  std::uint8_t* isCancel, const char* timestamp, const char* carId,
+                                  std::uint8_t* canGetFrame, std::uint8_t* frameData,
+                                  std::int32_t* frameLen) {
   quorvid::Relay relay;
   if (!quorvid::lookUp(host, port, channel, acc, pwd, isCancel, timestamp, carId, relay)) return -1;
   ThreadVideoSourceForCar(relay.address.data(), relay.port, cmdPort, channel, acc, pwd, isCancel,

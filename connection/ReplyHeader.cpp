@@ -11,47 +11,47 @@
 namespace quorvid {
 namespace {
 
-constexpr int32_t kReplyOfSuccess = 0x8001;
+constexpr std::int32_t kReplyOfSuccess = 0x8001;
 
-bool isReplyTag(const uint8_t* window) {
+bool isReplyTag(const std::uint8_t* window) {
   return windowHolds(window, "3GAPV103") || windowHolds(window, "3GAPV104") ||
          windowHolds(window, "3GAPV105");
 }
 
 }  // namespace
 
-bool receiveWhole(int32_t fd, void* field, int32_t size) {
+bool receiveWhole(std::int32_t fd, void* field, std::int32_t size) {
   return readn(fd, field, size) == size;
 }
 
-bool receiveAtOnce(int32_t fd, void* field, int32_t size) {
-  return ::read(fd, field, static_cast<size_t>(size)) == size;
+bool receiveAtOnce(std::int32_t fd, void* field, std::int32_t size) {
+  return ::read(fd, field, static_cast<std::size_t>(size)) == size;
 }
 
-TagSearch searchReplyTag(int32_t fd, uint8_t* window) {
-  uint8_t byte = 0;
+TagSearch searchReplyTag(std::int32_t fd, std::uint8_t* window) {
+  std::uint8_t byte = 0;
   if (!receiveAtOnce(fd, &byte, 1)) return TagSearch::kFailed;
   shiftIntoWindow(window, byte);
   return isReplyTag(window) ? TagSearch::kFound : TagSearch::kNotYet;
 }
 
-bool findReplyTag(int32_t fd, uint8_t* window) {
+bool findReplyTag(std::int32_t fd, std::uint8_t* window) {
   TagSearch search = TagSearch::kNotYet;
   while (search == TagSearch::kNotYet) search = searchReplyTag(fd, window);
   return search == TagSearch::kFound;
 }
 
-bool readReplyStart(int32_t fd, int32_t& replyLen) {
-  int32_t skipped = 0;
-  int32_t replyCmd = 0;
+bool readReplyStart(std::int32_t fd, std::int32_t& replyLen) {
+  std::int32_t skipped = 0;
+  std::int32_t replyCmd = 0;
   if (!receiveWhole(fd, &skipped, 4)) return false;
   if (!receiveWhole(fd, &replyCmd, 4) || replyCmd != kReplyOfSuccess) return false;
   return receiveWhole(fd, &replyLen, 4) && replyLen >= 8;
 }
 
-bool readListHeader(int32_t fd, int32_t& itemCount) {
-  std::array<uint8_t, 100> skipped;
-  int32_t replyLen = 0;
+bool readListHeader(std::int32_t fd, std::int32_t& itemCount) {
+  std::array<std::uint8_t, 100> skipped;
+  std::int32_t replyLen = 0;
   if (!readReplyStart(fd, replyLen)) return false;
   if (!receiveWhole(fd, skipped.data(), 100) || !receiveWhole(fd, &itemCount, 4)) return false;
   itemCount = std::min(itemCount, kMostDevices);

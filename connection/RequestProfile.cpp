@@ -9,13 +9,13 @@ namespace quorvid {
 namespace {
 
 template <class T>
-void setOption(int32_t socket, int level, int option, const T& value) {
+void setOption(std::int32_t socket, int level, int option, const T& value) {
   static_cast<void>(::setsockopt(socket, level, option, &value, sizeof value));
 }
 
 }  // namespace
 
-void applyRequestProfile(int32_t socket) {
+void applyRequestProfile(std::int32_t socket) {
   const timeval longestWait{10, 0};
   const linger resetOnClose{1, 0};
   const int segmentBytes = 1200;

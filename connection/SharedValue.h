@@ -10,8 +10,8 @@
 namespace quorvid {
 
 // Flags are whole bytes of which only bit 0 counts.
-inline bool isSet(uint8_t* flag) {
-  return (std::atomic_ref<uint8_t>(*flag).load(std::memory_order_acquire) & 1) != 0;
+inline bool isSet(std::uint8_t* flag) {
+  return (std::atomic_ref<std::uint8_t>(*flag).load(std::memory_order_acquire) & 1) != 0;
 }
 
 template <class T>

@@ -10,19 +10,19 @@ namespace quorvid {
 class Socket {
  public:
   Socket() = default;
-  explicit Socket(int32_t descriptor) : descriptor_(descriptor) {}
+  explicit Socket(std::int32_t descriptor) : descriptor_(descriptor) {}
   ~Socket() { close(); }
   Socket(const Socket&) = delete;
   Socket& operator=(const Socket&) = delete;
 
-  int32_t descriptor() const { return descriptor_; }
+  std::int32_t descriptor() const { return descriptor_; }
   bool isOpen() const { return descriptor_ > 0; }
   void close();
   // Lets go without closing: a failed request sender has closed the descriptor already.
   void forget() { descriptor_ = -1; }
 
  private:
-  int32_t descriptor_ = -1;
+  std::int32_t descriptor_ = -1;
 };
 
 }  // namespace quorvid

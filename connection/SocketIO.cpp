@@ -46,7 +46,7 @@ class SigpipeShield {
   bool wasPending_;
 };
 
-ssize_t writeShielded(int32_t fd, const void* data, size_t size) {
+ssize_t writeShielded(std::int32_t fd, const void* data, std::size_t size) {
   SigpipeShield shield;
   const ssize_t written = ::write(fd, data, size);
   const int error = errno;
@@ -60,7 +60,7 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
 // Zero for a descriptor without one: a pipe, a file, a socket that waits for ever or not at all.
-microseconds receiveTimeout(int32_t fd) {
+microseconds receiveTimeout(std::int32_t fd) {
   constexpr time_t kElevenDays = 1000000;  // in milliseconds, an int holds it
   timeval time{};
   socklen_t size = sizeof time;
@@ -71,7 +71,7 @@ microseconds receiveTimeout(int32_t fd) {
 
 // Waits for what is left of the receive time-out after a signal, because a read starts it anew each
 // time. False, with errno set, once it is used up.
-bool mayReadOn(int32_t fd, Clock::time_point lastByte) {
+bool mayReadOn(std::int32_t fd, Clock::time_point lastByte) {
   const microseconds timeout = receiveTimeout(fd);
   if (timeout == microseconds::zero()) return true;
   pollfd readable{fd, POLLIN, 0};
@@ -90,41 +90,41 @@ bool mayReadOn(int32_t fd, Clock::time_point lastByte) {
 
 }  // namespace
 
-ssize_t writeOnce(int32_t fd, const void* data, size_t size) {
+ssize_t writeOnce(std::int32_t fd, const void* data, std::size_t size) {
   const ssize_t sent = ::send(fd, data, size, MSG_NOSIGNAL);
   return sent < 0 && errno == ENOTSOCK ? writeShielded(fd, data, size) : sent;
 }
 
 }  // namespace quorvid
 
-int32_t readn(int32_t fd, void* buf, int32_t n) {
-  int32_t remaining = n;
-  auto* position = static_cast<uint8_t*>(buf);
+std::int32_t readn(std::int32_t fd, void* buf, std::int32_t n) {
+  std::int32_t remaining = n;
+  auto* position = static_cast<std::uint8_t*>(buf);
   auto lastByte = quorvid::Clock::now();
   while (remaining > 0) {
-    const ssize_t count = ::read(fd, position, static_cast<size_t>(remaining));
+    const ssize_t count = ::read(fd, position, static_cast<std::size_t>(remaining));
     if (count == 0) break;
     if (count < 0) {
       if (errno != EINTR || !quorvid::mayReadOn(fd, lastByte)) return -1;
       continue;
     }
     lastByte = quorvid::Clock::now();
-    remaining -= static_cast<int32_t>(count);
+    remaining -= static_cast<std::int32_t>(count);
     position += count;
   }
   return n - remaining;
 }
 
-int32_t writen(int32_t fd, const void* buf, int32_t n) {
-  int32_t remaining = n;
-  const auto* position = static_cast<const uint8_t*>(buf);
+std::int32_t writen(std::int32_t fd, const void* buf, std::int32_t n) {
+  std::int32_t remaining = n;
+  const auto* position = static_cast<const std::uint8_t*>(buf);
   while (remaining > 0) {
-    const ssize_t count = quorvid::writeOnce(fd, position, static_cast<size_t>(remaining));
+    const ssize_t count = quorvid::writeOnce(fd, position, static_cast<std::size_t>(remaining));
     if (count <= 0) {
       if (errno != EINTR) return -1;
       continue;
     }
-    remaining -= static_cast<int32_t>(count);
+    remaining -= static_cast<std::int32_t>(count);
     position += count;
   }
   return n;

@@ -9,6 +9,6 @@
 namespace quorvid {
 
 // One write() as far as the result goes, on any kind of descriptor, but without the signal.
-ssize_t writeOnce(int32_t fd, const void* data, size_t size);
+ssize_t writeOnce(std::int32_t fd, const void* data, std::size_t size);
 
 }  // namespace quorvid

@@ -4,12 +4,12 @@
 
 namespace quorvid {
 
-void shiftIntoWindow(uint8_t* window, uint8_t byte) {
+void shiftIntoWindow(std::uint8_t* window, std::uint8_t byte) {
   memmove(window, window + 1, kTagSize - 1);
   window[kTagSize - 1] = byte;
 }
 
-bool windowHolds(const uint8_t* window, const char* tag) {
+bool windowHolds(const std::uint8_t* window, const char* tag) {
   return memcmp(window, tag, kTagSize) == 0;
 }
 

@@ -8,12 +8,12 @@
 
 namespace quorvid {
 
-constexpr int32_t kTagSize = 8;
+constexpr std::int32_t kTagSize = 8;
 
 // Moves the kTagSize bytes at window down by one and puts byte at the end.
-void shiftIntoWindow(uint8_t* window, uint8_t byte);
+void shiftIntoWindow(std::uint8_t* window, std::uint8_t byte);
 
 // tag has kTagSize characters.
-bool windowHolds(const uint8_t* window, const char* tag);
+bool windowHolds(const std::uint8_t* window, const char* tag);
 
 }  // namespace quorvid

@@ -22,67 +22,70 @@ static_assert(sizeof(FleetRecord) == kFleetRequestSize);
 
 struct CarRecord {
   char tag[8] = {'3', 'G', 'T', 'X', 'V', '1', '0', '0'};
-  int32_t kind = 2;           // +8
-  int32_t fieldBytes = 164;   // +12, what follows up to +180
-  char acc[32] = {};          // +16
-  char pwd[32] = {};          // +48
-  char timestamp[32] = {};    // +80
-  char carId[64] = {};        // +112
-  uint8_t constantTwo = 2;    // +176
-  uint8_t constantOne = 1;    // +177
-  uint8_t channelNumber = 0;  // +178, counted from 1
-  uint8_t constantZero = 0;   // +179; zeros up to +500
+  std::int32_t kind = 2;           // +8
+  std::int32_t fieldBytes = 164;   // +12, what follows up to +180
+  char acc[32] = {};               // +16
+  char pwd[32] = {};               // +48
+  char timestamp[32] = {};         // +80
+  char carId[64] = {};             // +112
+  std::uint8_t constantTwo = 2;    // +176
+  std::uint8_t constantOne = 1;    // +177
+  std::uint8_t channelNumber = 0;  // +178, counted from 1
+  std::uint8_t constantZero = 0;   // +179; zeros up to +500
 };
 static_assert(sizeof(CarRecord) == 16 + 164);
 
 using Builder = decltype(&InitRequestStringForFleet);
 
-template <int32_t Size>
-int32_t sendVideoRequest(Builder build, int32_t socket, int32_t channel, const char* acc,
-                         const char* pwd, const char* timestamp, const char* carId) {
+template <std::int32_t Size>
+std::int32_t sendVideoRequest(Builder build, std::int32_t socket, std::int32_t channel,
+                              const char* acc, const char* pwd, const char* timestamp,
+                              const char* carId) {
   applyRequestProfile(socket);
   if (acc == nullptr || pwd == nullptr) acc = pwd = "";
-  uint8_t record[Size];
+  std::uint8_t record[Size];
   build(record, Size, channel, acc, pwd, carId, timestamp);
   const ssize_t sent = writeOnce(socket, record, Size);
   if (sent < 0) {
     ::close(socket);
     return -1;
   }
-  return static_cast<int32_t>(sent);
+  return static_cast<std::int32_t>(sent);
 }
 
 }  // namespace
 
 extern "C" {
 
-void InitRequestStringForFleet(uint8_t* out, int32_t len, int32_t channel, const char* /*acc*/,
-                               const char* /*pwd*/, const char* carId, const char* /*timestamp*/) {
+void InitRequestStringForFleet(std::uint8_t* out, std::int32_t len, std::int32_t channel,
+                               const char* /*acc*/, const char* /*pwd*/, const char* carId,
+                               const char* /*timestamp*/) {
   FleetRecord record;
   copyText(record.carId, carId, "carId");
   formatChannel(record.channel, channel);
   putRecord(out, len, record);
 }
 
-void InitRequestStringForCar(uint8_t* out, int32_t len, int32_t channel, const char* acc,
-                             const char* pwd, const char* carId, const char* timestamp) {
+void InitRequestStringForCar(std::uint8_t* out, std::int32_t len, std::int32_t channel,
+                             const char* acc, const char* pwd, const char* carId,
+                             const char* timestamp) {
   CarRecord record;
   copyText(record.acc, acc, "acc");
   copyText(record.pwd, pwd, "pwd");
   copyText(record.timestamp, timestamp, "timestamp");
   copyText(record.carId, carId, "carId");
-  record.channelNumber = static_cast<uint8_t>(following(channel));
+  record.channelNumber = static_cast<std::uint8_t>(following(channel));
   putRecord(out, len, record);
 }
 
-int32_t SendRequestForFleet(int32_t socket, int32_t channel, const char* acc, const char* pwd,
-                            const char* timestamp, const char* carId) {
+std::int32_t SendRequestForFleet(std::int32_t socket, std::int32_t channel, const char* acc,
+                                 const char* pwd, const char* timestamp, const char* carId) {
   return sendVideoRequest<kFleetRequestSize>(InitRequestStringForFleet, socket, channel, acc, pwd,
                                              timestamp, carId);
 }
 
-int32_t SendRequestForCar(int32_t socket, int32_t channel, const char* acc, const char* pwd,
-                          const char* timestamp, const char* carId) {
+std::int32_t SendRequestForCar(std::int32_t socket, std::int32_t channel, const char* acc,
+                               const char* pwd, const char* timestamp, const char* carId) {
   return sendVideoRequest<kCarRequestSize>(InitRequestStringForCar, socket, channel, acc, pwd,
                                            timestamp, carId);
 }

@@ -6,21 +6,21 @@
 namespace quorvid {
 namespace {
 
-uint8_t* allocateFilled(size_t size, int value) {
-  auto* buffer = static_cast<uint8_t*>(malloc(size));
+std::uint8_t* allocateFilled(std::size_t size, int value) {
+  auto* buffer = static_cast<std::uint8_t*>(malloc(size));
   if (buffer != nullptr) memset(buffer, value, size);
   return buffer;
 }
 
 // A function of its own, so that a leak checker can tell this block from the two that are released.
 [[gnu::noinline]] void allocateSpareBuf(VideoSource* source) {
-  source->spareBuf = static_cast<uint8_t*>(calloc(1, kSpareSize));
+  source->spareBuf = static_cast<std::uint8_t*>(calloc(1, kSpareSize));
 }
 
 }  // namespace
 
-extern "C" void InitVideoSource(VideoSource* source, const char* host, int32_t mediaPort,
-                                int32_t cmdPort, int32_t channel, const char* acc,
+extern "C" void InitVideoSource(VideoSource* source, const char* host, std::int32_t mediaPort,
+                                std::int32_t cmdPort, std::int32_t channel, const char* acc,
                                 const char* pwd) {
   source->recvBuf = allocateFilled(kFrameCapacity, 0);
   source->tagWindow = allocateFilled(kTagWindowSize, 0xFF);

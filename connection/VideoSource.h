@@ -8,29 +8,29 @@
 
 namespace quorvid {
 
-constexpr int32_t kFrameCapacity = 131072;  // of recvBuf and of the consumer's frame buffer
-constexpr size_t kTagWindowSize = 32;
-constexpr size_t kSpareSize = 64;
+constexpr std::int32_t kFrameCapacity = 131072;  // of recvBuf and of the consumer's frame buffer
+constexpr std::size_t kTagWindowSize = 32;
+constexpr std::size_t kSpareSize = 64;
 
 struct VideoSource {
-  uint8_t* recvBuf;    // kFrameCapacity bytes
-  uint8_t* tagWindow;  // kTagWindowSize bytes; the first 8 are the car stream's tag window
-  uint8_t* spareBuf;   // kSpareSize bytes; never used
+  std::uint8_t* recvBuf;    // kFrameCapacity bytes
+  std::uint8_t* tagWindow;  // kTagWindowSize bytes; the first 8 are the car stream's tag window
+  std::uint8_t* spareBuf;   // kSpareSize bytes; never used
   const char* host;
-  int32_t mediaPort;
-  int32_t cmdPort;  // never used
-  int32_t channel;
+  std::int32_t mediaPort;
+  std::int32_t cmdPort;  // never used
+  std::int32_t channel;
   const char* acc;
   const char* pwd;
-  int32_t state;
+  std::int32_t state;
 };
 
 extern "C" {
 
 // Allocates and fills the buffers and stores the rest. A buffer that could not be had stays null;
 // the caller looks before it uses one.
-void InitVideoSource(VideoSource* source, const char* host, int32_t mediaPort, int32_t cmdPort,
-                     int32_t channel, const char* acc, const char* pwd);
+void InitVideoSource(VideoSource* source, const char* host, std::int32_t mediaPort,
+                     std::int32_t cmdPort, std::int32_t channel, const char* acc, const char* pwd);
 
 // Releases recvBuf and tagWindow. spareBuf stays allocated for the life of the process; the record
 // itself is its owner's.

@@ -30,7 +30,7 @@ void VideoWorker::ReleaseSource::operator()(VideoSource* source) const {
   delete source;
 }
 
-int32_t VideoWorker::run() {
+std::int32_t VideoWorker::run() {
   if (source_ == nullptr || source_->recvBuf == nullptr || source_->tagWindow == nullptr) return -1;
   publish(call_.canGetFrame, 0);
   while (!isSet(call_.isCancel)) {
@@ -45,7 +45,7 @@ int32_t VideoWorker::run() {
 
 bool VideoWorker::connect() {
   source_->state = beginConnection();
-  const int32_t connected = ConnectToServer(source_->host, source_->mediaPort);
+  const std::int32_t connected = ConnectToServer(source_->host, source_->mediaPort);
   if (connected == -1 || sendRequest(connected) == -1) return false;
   socket_.adopt(connected);
   return true;
@@ -67,30 +67,30 @@ void VideoWorker::dropConnection() {
   pauseFor(kReconnectPause);
 }
 
-int32_t VideoWorker::note(int32_t asked, int32_t count) {
+std::int32_t VideoWorker::note(std::int32_t asked, std::int32_t count) {
   if (asked > 0) (count == 0 ? sawEnd_ : sawMore_) = true;
   return count;
 }
 
-bool VideoWorker::receiveField(void* field, int32_t size) {
+bool VideoWorker::receiveField(void* field, std::int32_t size) {
   return note(size, readn(socket_.descriptor(), field, size)) >= 0;
 }
 
-bool VideoWorker::discard(int32_t size) {
+bool VideoWorker::discard(std::int32_t size) {
   return receiveField(scratch_.data(), size);
 }
 
-int32_t VideoWorker::receiveByte(uint8_t& byte) {
-  return note(1, static_cast<int32_t>(::read(socket_.descriptor(), &byte, 1)));
+std::int32_t VideoWorker::receiveByte(std::uint8_t& byte) {
+  return note(1, static_cast<std::int32_t>(::read(socket_.descriptor(), &byte, 1)));
 }
 
-int32_t VideoWorker::receivePayload(int32_t payloadLen) {
+std::int32_t VideoWorker::receivePayload(std::int32_t payloadLen) {
   return note(payloadLen, readn(socket_.descriptor(), source_->recvBuf, payloadLen));
 }
 
-void VideoWorker::deliver(int32_t count) {
+void VideoWorker::deliver(std::int32_t count) {
   if (count < 1 || count > kFrameCapacity || socket_.wasInterrupted()) return;
-  memcpy(call_.frameData, source_->recvBuf, static_cast<size_t>(count));
+  memcpy(call_.frameData, source_->recvBuf, static_cast<std::size_t>(count));
   publish(call_.frameLen, count);
   publish(call_.canGetFrame, 1);
 }

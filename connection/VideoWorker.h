@@ -20,17 +20,17 @@ namespace quorvid {
 // canGetFrame, written in this order; the consumer clears the flag.
 struct VideoCall {
   const char* host;
-  int32_t mediaPort;
-  int32_t cmdPort;
-  int32_t channel;
+  std::int32_t mediaPort;
+  std::int32_t cmdPort;
+  std::int32_t channel;
   const char* acc;
   const char* pwd;
-  uint8_t* isCancel;
+  std::uint8_t* isCancel;
   const char* timestamp;
   const char* carId;
-  uint8_t* canGetFrame;
-  uint8_t* frameData;
-  int32_t* frameLen;
+  std::uint8_t* canGetFrame;
+  std::uint8_t* frameData;
+  std::int32_t* frameLen;
 };
 
 class VideoWorker {
@@ -40,32 +40,34 @@ class VideoWorker {
   virtual ~VideoWorker() = default;
 
   // Returns 0 once cancelled, -1 when the context could not be allocated.
-  int32_t run();
+  std::int32_t run();
 
  protected:
-  static constexpr int32_t kBroken = 100;
+  static constexpr std::int32_t kBroken = 100;
 
   explicit VideoWorker(const VideoCall& call);
 
   // The dialect: forget the last connection's fields and name the first state; send the request
   // (-1: failed, socket closed); take one step in a state and name the next.
-  virtual int32_t beginConnection() = 0;
-  virtual int32_t sendRequest(int32_t socket) = 0;
-  virtual int32_t step(int32_t state) = 0;
+  virtual std::int32_t beginConnection() = 0;
+  virtual std::int32_t sendRequest(std::int32_t socket) = 0;
+  virtual std::int32_t step(std::int32_t state) = 0;
 
   // Reads a field whole (readn). Only an error is a failure: after the peer's close the field keeps
   // the bytes it held.
-  bool receiveField(void* field, int32_t size);
-  bool discard(int32_t size);
+  bool receiveField(void* field, std::int32_t size);
+  bool discard(std::int32_t size);
   // One byte with a plain read: 1, 0 at the end of the stream, negative on an error.
-  int32_t receiveByte(uint8_t& byte);
+  std::int32_t receiveByte(std::uint8_t& byte);
   // Reads a payload of a length within bounds; its count, negative on an error.
-  int32_t receivePayload(int32_t payloadLen);
+  std::int32_t receivePayload(std::int32_t payloadLen);
   // Hands over the first count bytes of the last payload; a count of 0 delivers nothing, and nor
   // does one that was read after the connection was shut down.
-  void deliver(int32_t count);
+  void deliver(std::int32_t count);
 
-  static bool isPayloadLength(int32_t length) { return length >= 0 && length <= kFrameCapacity; }
+  static bool isPayloadLength(std::int32_t length) {
+    return length >= 0 && length <= kFrameCapacity;
+  }
   bool frameIsWaiting() const;
   const VideoSource& source() const { return *source_; }
   const VideoCall& call() const { return call_; }
@@ -78,14 +80,14 @@ class VideoWorker {
   bool connect();
   void takeTurn();
   void dropConnection();
-  int32_t note(int32_t asked, int32_t count);
+  std::int32_t note(std::int32_t asked, std::int32_t count);
 
   const VideoCall call_;
   std::unique_ptr<VideoSource, ReleaseSource> source_;
   WatchedSocket socket_;
-  std::array<uint8_t, 50> scratch_{};  // what discarded fields are read into
-  bool sawEnd_ = false;                // this turn: a read found the end of the stream
-  bool sawMore_ = false;               // this turn: a read found anything else
+  std::array<std::uint8_t, 50> scratch_{};  // what discarded fields are read into
+  bool sawEnd_ = false;                     // this turn: a read found the end of the stream
+  bool sawMore_ = false;                    // this turn: a read found anything else
 };
 
 }  // namespace quorvid

@@ -16,7 +16,7 @@ WatchedSocket* first = nullptr;  // guarded by lock, as are the sockets' links a
 
 }  // namespace
 
-WatchedSocket::WatchedSocket(const uint8_t* flag) : flag_(flag) {
+WatchedSocket::WatchedSocket(const std::uint8_t* flag) : flag_(flag) {
   const std::lock_guard guard(lock);
   next_ = std::exchange(first, this);
 }
@@ -29,7 +29,7 @@ WatchedSocket::~WatchedSocket() {
   *link = next_;
 }
 
-void WatchedSocket::adopt(int32_t descriptor) {
+void WatchedSocket::adopt(std::int32_t descriptor) {
   close();
   const std::lock_guard guard(lock);
   descriptor_ = descriptor;
@@ -37,7 +37,7 @@ void WatchedSocket::adopt(int32_t descriptor) {
 }
 
 void WatchedSocket::close() {
-  int32_t released = -1;
+  std::int32_t released = -1;
   {
     const std::lock_guard guard(lock);
     released = std::exchange(descriptor_, -1);
@@ -45,7 +45,7 @@ void WatchedSocket::close() {
   if (released > 0) ::close(released);
 }
 
-void WatchedSocket::interrupt(const uint8_t* flag) {
+void WatchedSocket::interrupt(const std::uint8_t* flag) {
   const std::lock_guard guard(lock);
   for (WatchedSocket* socket = first; socket != nullptr; socket = socket->next_) {
     if (socket->flag_ != flag) continue;
@@ -60,14 +60,14 @@ void WatchedSocket::shutDown() {
 
 }  // namespace quorvid
 
-void CancelVideoSource(uint8_t* isCancel) {
+void CancelVideoSource(std::uint8_t* isCancel) {
   if (isCancel == nullptr) return;
-  std::atomic_ref<uint8_t>(*isCancel).fetch_or(1, std::memory_order_release);
+  std::atomic_ref<std::uint8_t>(*isCancel).fetch_or(1, std::memory_order_release);
   quorvid::WatchedSocket::interrupt(isCancel);
 }
 
-void StopCarGPS(uint8_t* run) {
+void StopCarGPS(std::uint8_t* run) {
   if (run == nullptr) return;
-  std::atomic_ref<uint8_t>(*run).fetch_and(0xFE, std::memory_order_release);
+  std::atomic_ref<std::uint8_t>(*run).fetch_and(0xFE, std::memory_order_release);
   quorvid::WatchedSocket::interrupt(run);
 }

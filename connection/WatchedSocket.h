@@ -16,7 +16,7 @@ namespace quorvid {
 class WatchedSocket {
  public:
   // flag outlives this object.
-  explicit WatchedSocket(const uint8_t* flag);
+  explicit WatchedSocket(const std::uint8_t* flag);
   // Closes.
   ~WatchedSocket();
   WatchedSocket(const WatchedSocket&) = delete;
@@ -24,23 +24,23 @@ class WatchedSocket {
 
   // Owns descriptor from here on. To be called once the request is out: a request sender that fails
   // closes the descriptor itself. After an interrupt the connection is shut down at once.
-  void adopt(int32_t descriptor);
+  void adopt(std::int32_t descriptor);
   void close();
-  int32_t descriptor() const { return descriptor_; }
+  std::int32_t descriptor() const { return descriptor_; }
   bool isOpen() const { return descriptor_ > 0; }
   // True from the first interrupt on: what reads bring may be cut.
   bool wasInterrupted() const { return interrupted_.load(std::memory_order_acquire); }
 
   // Shuts down the connections that are watched for this flag, those yet to be adopted included.
   // Any thread.
-  static void interrupt(const uint8_t* flag);
+  static void interrupt(const std::uint8_t* flag);
 
  private:
   void shutDown();
 
-  const uint8_t* const flag_;
+  const std::uint8_t* const flag_;
   WatchedSocket* next_ = nullptr;
-  int32_t descriptor_ = -1;
+  std::int32_t descriptor_ = -1;
   std::atomic<bool> interrupted_{false};
 };
 

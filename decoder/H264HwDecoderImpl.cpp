@@ -54,9 +54,7 @@ void didDecompress(void* outputRefCon, void* sourceFrameRefCon, OSStatus /*statu
   auto* const outputPixelBuffer = static_cast<CVPixelBufferRef*>(sourceFrameRefCon);
   *outputPixelBuffer = CVPixelBufferRetain(imageBuffer);
   const auto* const decoder = static_cast<const H264HwDecoderImpl*>(outputRefCon);
-  if (const auto delegate = decoder->delegate()) {
-    delegate->displayDecodedFrame(imageBuffer);
-  }
+  if (const auto delegate = decoder->delegate()) delegate->displayDecodedFrame(imageBuffer);
 }
 
 void logDecodeStatus(OSStatus status) {
@@ -109,9 +107,7 @@ void H264HwDecoderImpl::decodeNalu(char* frame, std::uint32_t frameSize) {
 }
 
 bool H264HwDecoderImpl::initH264Decoder() {
-  if (_deocderSession != nullptr) {
-    return true;
-  }
+  if (_deocderSession != nullptr) return true;
   CFRelease(_decoderFormatDescription);  // of an attempt that gave no session
   _decoderFormatDescription = nullptr;
   const std::array<const std::uint8_t*, 2> sets{reinterpret_cast<const std::uint8_t*>(_sps),

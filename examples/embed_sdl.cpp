@@ -36,9 +36,7 @@ constexpr int gap = 20;  // points around the views
 bool parse(int argc, char** argv, Options& options) {
   const std::string server = argc > 2 ? argv[1] : "";
   const std::size_t colon = server.rfind(':');
-  if (colon == std::string::npos) {
-    return false;
-  }
+  if (colon == std::string::npos) return false;
   options.host = server.substr(0, colon);
   options.port = std::atoi(server.c_str() + colon + 1);  // NOLINT(cert-err34-c): 0 is refused
   options.device = argv[2];
@@ -60,12 +58,8 @@ bool parse(int argc, char** argv, Options& options) {
 // The views need a context that was made with EGL.
 SDL_Window* openWindow(bool headless) {
   SDL_SetHint(SDL_HINT_VIDEO_X11_FORCE_EGL, "1");
-  if (headless) {
-    SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
-  }
-  if (SDL_Init(SDL_INIT_VIDEO) != 0) {
-    return nullptr;
-  }
+  if (headless) SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
+  if (SDL_Init(SDL_INIT_VIDEO) != 0) return nullptr;
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_ES);
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 0);
@@ -82,9 +76,7 @@ std::shared_ptr<quorvid::UIFleetLiveView> addView(quorvid::ViewHost& views, cons
   auto container = quorvid::UIView::initWithFrame(
       quorvid::CGRectMake(gap + channel * (width + gap), gap, width, height));
   auto view = quorvid::UIFleetLiveView::initWithFrame(quorvid::CGRectMake(0, 0, width, height));
-  if (view == nullptr) {
-    return nullptr;
-  }
+  if (view == nullptr) return nullptr;
   container->addSubview(view);
   views.contentView()->addSubview(container);
   view->setConnectionParm(options.host, options.port, channel, "demo", "", options.device);
@@ -111,9 +103,7 @@ bool save(const std::string& path, Size size) {
   glReadPixels(0, 0, size.width, size.height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
   SDL_Surface* surface =
       SDL_CreateRGBSurfaceWithFormat(0, size.width, size.height, 32, SDL_PIXELFORMAT_RGBA32);
-  if (surface == nullptr) {
-    return false;
-  }
+  if (surface == nullptr) return false;
   for (int row = 0; row < size.height; ++row) {  // OpenGL counts rows from the bottom
     std::memcpy(static_cast<char*>(surface->pixels) + row * surface->pitch,
                 pixels.data() + static_cast<std::size_t>(size.height - 1 - row) *

@@ -10,9 +10,7 @@ Bytes payloadOf(ByteView unit) {
   int zeros = 0;
   for (std::size_t i = 1; i < unit.size(); ++i) {
     const bool isEscape = zeros >= 2 && unit[i] == 3;
-    if (!isEscape) {
-      payload.push_back(unit[i]);
-    }
+    if (!isEscape) payload.push_back(unit[i]);
     zeros = unit[i] == 0 ? zeros + 1 : 0;
   }
   return payload;
@@ -77,22 +75,16 @@ bool BitReader::hasMore() const {
 
 bool BitReader::endsHere() const {
   const std::size_t end = payload_.size() * 8;
-  if (failed_ || position_ >= end || end - position_ > 8 || !bitAt(position_)) {
-    return false;
-  }
+  if (failed_ || position_ >= end || end - position_ > 8 || !bitAt(position_)) return false;
   for (std::size_t i = position_ + 1; i < end; ++i) {
-    if (bitAt(i)) {
-      return false;
-    }
+    if (bitAt(i)) return false;
   }
   return true;
 }
 
 void BitWriter::bits(std::uint64_t value, int count) {
   while (count-- > 0) {
-    if (used_ % 8 == 0) {
-      bytes_.push_back(0);
-    }
+    if (used_ % 8 == 0) bytes_.push_back(0);
     bytes_.back() |= static_cast<std::uint8_t>((value >> count & 1) << (7 - used_++ % 8));
   }
 }

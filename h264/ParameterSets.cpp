@@ -31,9 +31,7 @@ void readPps(BitReader& reader, const Sps& sps) {
   reader.se(-26, 25);
   reader.se(-12, 12);
   reader.bits(3);
-  if (reader.hasMore()) {
-    readPpsExtension(reader, sps);
-  }
+  if (reader.hasMore()) readPpsExtension(reader, sps);
 }
 
 void writeRestriction(const Sps& sps, BitWriter& writer) {
@@ -49,9 +47,7 @@ void writeRestriction(const Sps& sps, BitWriter& writer) {
 // A copy of the SPS that limits reordering to 0 pictures, or an unchanged one when the stream can
 // reorder and states limits of its own.
 Bytes withReorderLimit(const Sps& sps, ByteView unit) {
-  if (sps.vui.hasRestriction && !sps.neverReorders()) {
-    return {unit.begin(), unit.end()};
-  }
+  if (sps.vui.hasRestriction && !sps.neverReorders()) return {unit.begin(), unit.end()};
   BitWriter writer;
   writer.copy(payloadOf(unit), sps.vui.restrictionFlagAt.value_or(sps.vui.flagAt));
   if (!sps.vui.restrictionFlagAt) {
@@ -88,15 +84,11 @@ Bytes withoutVui(const Sps& sps, ByteView unit) {
 }
 
 std::optional<ParameterSets> ParameterSets::make(ByteView sps, ByteView pps) {
-  if (sps.size() > kLargestSet || pps.size() > kLargestSet) {
-    return std::nullopt;
-  }
+  if (sps.size() > kLargestSet || pps.size() > kLargestSet) return std::nullopt;
   sps = withoutPadding(sps);
   pps = withoutPadding(pps);
   const auto parsed = parseSps(sps);
-  if (!parsed || !isPpsFor(*parsed, pps)) {
-    return std::nullopt;
-  }
+  if (!parsed || !isPpsFor(*parsed, pps)) return std::nullopt;
   return ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end()), *parsed};
 }
 

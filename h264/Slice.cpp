@@ -23,9 +23,7 @@ constexpr std::uint64_t kBothWaysWork = 10;
 
 std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
   unit = unit.first(std::min(unit.size(), kLongestHeader));
-  if (!isEscaped(unit)) {
-    return std::nullopt;
-  }
+  if (!isEscaped(unit)) return std::nullopt;
   const Bytes payload = payloadOf(unit);
   BitReader reader(payload);
   SliceHeader header;
@@ -40,12 +38,8 @@ std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
 }
 
 bool WorkBounds::isInOrder(const SliceHeader& slice) {
-  if (!last_) {
-    return true;
-  }
-  if (slice.structure == last_->structure) {
-    return slice.firstMbInSlice > last_->firstMbInSlice;
-  }
+  if (!last_) return true;
+  if (slice.structure == last_->structure) return slice.firstMbInSlice > last_->firstMbInSlice;
   const bool isField =
       slice.structure != PictureStructure::Frame && last_->structure != PictureStructure::Frame;
   const bool isSecond = isField && !secondField_ && slice.firstMbInSlice == 0;
@@ -74,9 +68,7 @@ bool WorkBounds::take(const SliceHeader& slice, std::size_t size) {
   const std::uint32_t end = stream_.frameSizeInMbs() / (isFrame ? 1 : 2);
   const std::uint32_t first =
       slice.firstMbInSlice * (isFrame && stream_.mbAdaptiveFrameField ? 2 : 1);
-  if (first >= end || !isInOrder(slice)) {
-    return false;
-  }
+  if (first >= end || !isInOrder(slice)) return false;
   last_ = slice;
   macroblocks_ += end - first;
   work_ += workOf(slice.sliceType, end - first, size);

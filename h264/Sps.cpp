@@ -23,17 +23,13 @@ bool isOneOf(const std::array<std::uint32_t, N>& values, std::uint32_t value) {
 }
 
 void readChroma(BitReader& reader, Sps& sps) {
-  if (!isOneOf(kProfilesWithChromaFields, sps.profileIdc)) {
-    return;
-  }
+  if (!isOneOf(kProfilesWithChromaFields, sps.profileIdc)) return;
   sps.chromaFormatIdc = reader.ue(3);
   sps.separateColourPlanes = sps.chromaFormatIdc == 3 && reader.flag();
   sps.bitDepth = 8 + reader.ue(6);
   sps.bitDepthChroma = 8 + reader.ue(6);
   sps.transformBypass = reader.flag();
-  if (reader.flag()) {
-    skipScalingLists(reader, sps.chromaFormatIdc == 3 ? 12 : 8);
-  }
+  if (reader.flag()) skipScalingLists(reader, sps.chromaFormatIdc == 3 ? 12 : 8);
 }
 
 void readPicOrderCnt(BitReader& reader, Sps& sps) {
@@ -69,9 +65,7 @@ void readSize(BitReader& reader, Sps& sps) {
     sps.mbAdaptiveFrameField = reader.flag();
   }
   sps.direct8x8Inference = reader.flag();
-  if (reader.flag()) {
-    readCropping(reader, sps);
-  }
+  if (reader.flag()) readCropping(reader, sps);
 }
 
 Sps readToVui(BitReader& reader) {
@@ -127,14 +121,10 @@ void readShapeAndColours(BitReader& reader) {
   if (reader.flag() && reader.bits(8) == 255) {
     reader.bits(32);  // a pixel shape of its own
   }
-  if (reader.flag()) {
-    reader.flag();
-  }
+  if (reader.flag()) reader.flag();
   if (reader.flag()) {
     reader.bits(4);
-    if (reader.flag()) {
-      reader.bits(24);
-    }
+    if (reader.flag()) reader.bits(24);
   }
   if (reader.flag()) {
     reader.ue(5);
@@ -156,15 +146,11 @@ void readVui(BitReader& reader, Sps& sps) {
       readHrd(reader);
     }
   }
-  if (hasHrd) {
-    reader.flag();
-  }
+  if (hasHrd) reader.flag();
   reader.flag();
   sps.vui.restrictionFlagAt = reader.position();
   sps.vui.hasRestriction = reader.flag();
-  if (sps.vui.hasRestriction) {
-    readRestriction(reader, sps);
-  }
+  if (sps.vui.hasRestriction) readRestriction(reader, sps);
 }
 
 }  // namespace
@@ -178,16 +164,12 @@ std::optional<Sps> parseSps(ByteView unit) {
   BitReader reader(payload);
   Sps sps = readToVui(reader);
   reader.require(isDecodable(sps));
-  if (reader.flag()) {
-    readVui(reader, sps);
-  }
+  if (reader.flag()) readVui(reader, sps);
   return reader.endsHere() ? std::optional(sps) : std::nullopt;
 }
 
 std::optional<Sps> peekSps(ByteView unit) {
-  if (unit.empty() || (unit[0] & 0x1F) != 7) {
-    return std::nullopt;
-  }
+  if (unit.empty() || (unit[0] & 0x1F) != 7) return std::nullopt;
   const Bytes payload = payloadOf(unit.first(std::min(unit.size(), kMostPeeked)));
   BitReader reader(payload);
   const Sps sps = readToVui(reader);
@@ -196,9 +178,7 @@ std::optional<Sps> peekSps(ByteView unit) {
 
 void skipScalingLists(BitReader& reader, int count) {
   for (int list = 0; list < count; ++list) {
-    if (!reader.flag()) {
-      continue;
-    }
+    if (!reader.flag()) continue;
     int next = 8;
     for (int left = list < 6 ? 16 : 64, last = 8; left > 0 && next != 0; --left, last = next) {
       next = (last + reader.se(-128, 127) + 256) % 256;

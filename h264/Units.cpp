@@ -48,9 +48,7 @@ class Repacker {
     if ((unit[0] & 0x80) != 0 || isPartition(type) || (isSlice(type) && !isWithinBounds(unit))) {
       return SampleKind::Damaged;
     }
-    if (isSlice(type) || type == UnitType::Sei) {
-      append(unit, packet_);
-    }
+    if (isSlice(type) || type == UnitType::Sei) append(unit, packet_);
     return isSlice(type) ? SampleKind::Picture : SampleKind::Nothing;
   }
 
@@ -72,13 +70,9 @@ std::vector<Unit> unitsOf(ByteView frame) {
   for (std::size_t from = 0;;) {
     const std::size_t code = from + startCodeIn(frame.subspan(from));
     const std::size_t header = code + kStartCode.size();
-    if (header >= frame.size()) {
-      return units;
-    }
+    if (header >= frame.size()) return units;
     const std::size_t start = code > 0 && frame[code - 1] == 0 ? code - 1 : code;
-    if (!units.empty()) {
-      units.back().end = std::max(start, units.back().header + 1);
-    }
+    if (!units.empty()) units.back().end = std::max(start, units.back().header + 1);
     units.push_back({typeOf(frame.subspan(header)), start, header, frame.size()});
     from = header;
   }
@@ -97,9 +91,7 @@ SampleKind repackSample(ByteView sample, const Sps& stream, std::uint64_t mostWo
     const ByteView unit = last ? rest : withoutPadding(rest.first(size));
     rest = last ? ByteView{} : rest.subspan(size + kStartCode.size());
     const SampleKind found = unit.empty() ? SampleKind::Nothing : repacker.take(unit);
-    if (found == SampleKind::Damaged) {
-      return found;
-    }
+    if (found == SampleKind::Damaged) return found;
     kind = found == SampleKind::Picture ? found : kind;
   }
   return kind;

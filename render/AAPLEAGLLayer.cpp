@@ -28,9 +28,7 @@ CGSize quadExtents(CGSize picture, CGRect bounds) {
   const CGRect fitted = AVMakeRectWithAspectRatioInsideRect(picture, bounds);
   const CGSize cropScale{fitted.size.width / bounds.size.width,
                          fitted.size.height / bounds.size.height};
-  if (cropScale.width > cropScale.height) {
-    return {1.0, cropScale.height / cropScale.width};
-  }
+  if (cropScale.width > cropScale.height) return {1.0, cropScale.height / cropScale.width};
   return {cropScale.width / cropScale.height, 1.0};
 }
 
@@ -45,9 +43,7 @@ std::shared_ptr<AAPLEAGLLayer> AAPLEAGLLayer::initWithFrame(CGRect frame) {
   layer->setDrawableProperties({{kEAGLDrawablePropertyRetainedBacking, true}});
   layer->setFrame(frame);
   layer->_context = EAGLContext::initWithAPI(kEAGLRenderingAPIOpenGLES2);
-  if (layer->_context == nullptr) {
-    return nullptr;
-  }
+  if (layer->_context == nullptr) return nullptr;
   layer->_preferredConversion = kColorConversion709;
   layer->setupGL();
   return layer;
@@ -71,9 +67,7 @@ bool AAPLEAGLLayer::makeCurrent() const {
 }
 
 void AAPLEAGLLayer::setupGL() {
-  if (!makeCurrent()) {
-    return;
-  }
+  if (!makeCurrent()) return;
   setupBuffers();
   loadShaders();
   glUseProgram(_program);
@@ -97,9 +91,7 @@ void AAPLEAGLLayer::createBuffers() {
   glBindFramebuffer(GL_FRAMEBUFFER, _frameBufferHandle);
   glGenRenderbuffers(1, &_colorBufferHandle);
   glBindRenderbuffer(GL_RENDERBUFFER, _colorBufferHandle);
-  if (_context != nullptr) {
-    _context->renderbufferStorage(GL_RENDERBUFFER, this);
-  }
+  if (_context != nullptr) _context->renderbufferStorage(GL_RENDERBUFFER, this);
   glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_WIDTH, &_backingWidth);
   glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_HEIGHT, &_backingHeight);
   glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
@@ -135,9 +127,7 @@ void AAPLEAGLLayer::cleanUpTextures() {
 }
 
 void AAPLEAGLLayer::setPixelBuffer(CVPixelBufferRef pixelBuffer) {
-  if (_pixelBuffer != nullptr) {
-    CVPixelBufferRelease(_pixelBuffer);
-  }
+  if (_pixelBuffer != nullptr) CVPixelBufferRelease(_pixelBuffer);
   _pixelBuffer = CVPixelBufferRetain(pixelBuffer);
   const bool given = _pixelBuffer != nullptr;
   displayPixelBuffer(_pixelBuffer,
@@ -148,9 +138,7 @@ void AAPLEAGLLayer::setPixelBuffer(CVPixelBufferRef pixelBuffer) {
 void AAPLEAGLLayer::displayPixelBuffer(CVPixelBufferRef pixelBuffer, std::uint32_t width,
                                        std::uint32_t height) {
   const HostContext host;
-  if (!makeCurrent()) {
-    return;
-  }
+  if (!makeCurrent()) return;
   if (pixelBuffer == nullptr) {
     logMessage("Pixel buffer is null");
     return;
@@ -165,9 +153,7 @@ void AAPLEAGLLayer::displayPixelBuffer(CVPixelBufferRef pixelBuffer, std::uint32
     return;
   }
   loadTexture(cache, pixelBuffer, 0, width, height, _lumaTexture);
-  if (planeCount == 2) {
-    loadTexture(cache, pixelBuffer, 1, width >> 1, height >> 1, _chromaTexture);
-  }
+  if (planeCount == 2) loadTexture(cache, pixelBuffer, 1, width >> 1, height >> 1, _chromaTexture);
   drawQuad(width, height);
   glBindRenderbuffer(GL_RENDERBUFFER, _colorBufferHandle);
   _context->presentRenderbuffer(GL_RENDERBUFFER);

@@ -13,18 +13,14 @@ using LogGetter = void (*)(GLuint object, GLsizei size, GLsizei* length, GLchar*
 
 // `length` counts the closing zero; what GL has to say is nothing when it is 0.
 void printLog(const char* title, GLuint object, GLint length, LogGetter getLog) {
-  if (length <= 0) {
-    return;
-  }
+  if (length <= 0) return;
   std::vector<GLchar> text(static_cast<std::size_t>(length) + 1);
   getLog(object, length, nullptr, text.data());
   std::printf("%s log:\n%s", title, text.data());
 }
 
 void deleteShader(GLuint shader) {
-  if (shader != 0) {
-    glDeleteShader(shader);
-  }
+  if (shader != 0) glDeleteShader(shader);
 }
 
 }  // namespace

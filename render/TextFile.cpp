@@ -22,9 +22,7 @@ int hexDigit(char digit) {
 
 std::string pathOf(std::string_view url) {
   constexpr std::string_view scheme = "file://";
-  if (url.substr(0, scheme.size()) != scheme) {
-    return std::string(url);
-  }
+  if (url.substr(0, scheme.size()) != scheme) return std::string(url);
   const std::size_t begin = url.find('/', scheme.size());  // behind the host, empty or "localhost"
   std::string path;
   for (std::size_t at = begin; at < url.size(); ++at) {
@@ -40,9 +38,7 @@ std::string pathOf(std::string_view url) {
 bool isUtf8(std::string_view text) {
   while (!text.empty()) {
     const std::size_t size = utf8CharacterAt(text).size;
-    if (size == 0) {
-      return false;
-    }
+    if (size == 0) return false;
     text.remove_prefix(size);
   }
   return true;
@@ -51,9 +47,7 @@ bool isUtf8(std::string_view text) {
 }  // namespace
 
 std::string readTextFile(const Text& url, std::string& text) {
-  if (url.isMissing()) {
-    return "no file was named";
-  }
+  if (url.isMissing()) return "no file was named";
   const std::string path = pathOf(url.c_str());
   struct Close {
     void operator()(std::FILE* open) const { std::fclose(open); }
@@ -64,12 +58,8 @@ std::string readTextFile(const Text& url, std::string& text) {
   }
   text.resize(sizeLimit + 1);
   text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-  if (std::ferror(file.get()) != 0) {
-    return path + ": it can't be read";
-  }
-  if (text.size() > sizeLimit) {
-    return path + ": it is too large for a shader";
-  }
+  if (std::ferror(file.get()) != 0) return path + ": it can't be read";
+  if (text.size() > sizeLimit) return path + ": it is too large for a shader";
   return isUtf8(text) ? "" : path + ": it is not UTF-8 text";
 }
 

@@ -45,14 +45,10 @@ UIFleetLiveView::~UIFleetLiveView() = default;
 bool UIFleetLiveView::setUp(CGRect frame) {
   setBackgroundColor(UIColor::whiteColor());
   h264Decoder_ = H264HwDecoderImpl::init();
-  if (h264Decoder_ == nullptr) {
-    return false;
-  }
+  if (h264Decoder_ == nullptr) return false;
   h264Decoder_->setDelegate(std::static_pointer_cast<UIFleetLiveView>(shared_from_this()));
   playLayer_ = AAPLEAGLLayer::initWithFrame(frame);
-  if (playLayer_ == nullptr) {
-    return false;
-  }
+  if (playLayer_ == nullptr) return false;
   playLayer_->setBackgroundColor(UIColor::blackColor().CGColor());
   return true;
 }
@@ -93,16 +89,12 @@ void UIFleetLiveView::stopVideo() {
     displayTimer_->invalidate();
     displayTimer_.reset();
   }
-  if (playLayer_ != nullptr) {
-    playLayer_->removeFromSuperlayer();
-  }
+  if (playLayer_ != nullptr) playLayer_->removeFromSuperlayer();
   isPlaying = 0;
 }
 
 void UIFleetLiveView::restartVdieo() {
-  if (videoH264_ == nullptr) {
-    return;
-  }
+  if (videoH264_ == nullptr) return;
   stopVideo();
   sleepForTimeInterval(kPauseBetweenSessions);
   playVideo();
@@ -110,9 +102,7 @@ void UIFleetLiveView::restartVdieo() {
 
 void UIFleetLiveView::feedFrames() {
   const std::shared_ptr<VehicleVideo> session = videoH264_;
-  if (session == nullptr || !session->getIsFrameReady()) {
-    return;
-  }
+  if (session == nullptr || !session->getIsFrameReady()) return;
   char* const frame = session->getFrameData();
   const std::uint32_t length = session->getFrameLen();
   if (const std::shared_ptr<H264HwDecoderImpl> decoder = h264Decoder_) {
@@ -141,19 +131,13 @@ void UIFleetLiveView::feedKeyFrame(H264HwDecoderImpl& decoder, char* frame, std:
   decoder.decodeNalu(frame, kSpsSize);
   decoder.decodeNalu(frame + kSpsSize, kPpsSize);
   std::uint32_t picture = kSpsSize + kPpsSize;
-  if (unitType(frame + picture + 4) == kUnitSei) {
-    picture += kSeiSize;
-  }
+  if (unitType(frame + picture + 4) == kUnitSei) picture += kSeiSize;
   decoder.decodeNalu(frame + picture, length - picture);
 }
 
 void UIFleetLiveView::displayDecodedFrame(CVPixelBufferRef pixelBuffer) {
-  if (pixelBuffer == nullptr) {
-    return;
-  }
-  if (playLayer_ != nullptr) {
-    playLayer_->setPixelBuffer(pixelBuffer);
-  }
+  if (pixelBuffer == nullptr) return;
+  if (playLayer_ != nullptr) playLayer_->setPixelBuffer(pixelBuffer);
   CVPixelBufferRelease(pixelBuffer);
 }
 

@@ -19,9 +19,7 @@ constexpr int kFleetDeviceType = 2;
 constexpr int kLastFleetChannel = 7;
 
 bool isValid(const Text& host, int channel, int deviceType) {
-  if (channel < 0 || (deviceType == kFleetDeviceType && channel > kLastFleetChannel)) {
-    return false;
-  }
+  if (channel < 0 || (deviceType == kFleetDeviceType && channel > kLastFleetChannel)) return false;
   return host.length() != 0;
 }
 
@@ -37,9 +35,7 @@ std::shared_ptr<VehicleVideo> VehicleVideo::initWithVideo(const Text& host, int 
                                                           int device_type, const Text& carId,
                                                           bool /*isPFrame*/) {
   struct Session : VehicleVideo {};
-  if (!isValid(host, channel, device_type)) {
-    return nullptr;
-  }
+  if (!isValid(host, channel, device_type)) return nullptr;
   try {
     const std::shared_ptr<VehicleVideo> session = std::make_shared<Session>();
     session->Host = host;
@@ -59,9 +55,7 @@ std::shared_ptr<VehicleVideo> VehicleVideo::initWithVideo(const Text& host, int 
 bool VehicleVideo::setUp() {
   // Zeroed: the view looks at fixed offsets of a frame, however short it is.
   FrameData.reset(static_cast<char*>(std::calloc(kFrameDataSize, 1)));
-  if (FrameData == nullptr) {
-    return false;
-  }
+  if (FrameData == nullptr) return false;
   startThread();
   return true;
 }
@@ -89,9 +83,7 @@ Text VehicleVideo::makeTimestamp() const {
 }
 
 void VehicleVideo::myMethod_VideoSource() {
-  if (deviceType != kFleetDeviceType) {
-    return;
-  }
+  if (deviceType != kFleetDeviceType) return;
   try {
     timestamp = makeTimestamp();
     ThreadVideoSourceForFleet(Host.c_str(), Media_port, Cmd_port, Channel, Acc.c_str(), Pwd.c_str(),
@@ -104,9 +96,7 @@ void VehicleVideo::myMethod_VideoSource() {
 }
 
 void VehicleVideo::cancelVideoThread() {
-  if (myVideoThread == nullptr || !myVideoThread->isExecuting()) {
-    return;
-  }
+  if (myVideoThread == nullptr || !myVideoThread->isExecuting()) return;
   CancelVideoSource(&isCancel);
   myVideoThread->cancel();
   myVideoThread.reset();

@@ -45,9 +45,7 @@ void scissor(const PixelRect& box) {
 
 bool Compositor::draw(CALayer& tree, const PixelRect& region) {
   const CGSize size = tree.bounds().size;
-  if (!prepare()) {
-    return false;
-  }
+  if (!prepare()) return false;
   if (region.width <= 0 || region.height <= 0 || !(size.width > 0) || !(size.height > 0)) {
     return true;
   }
@@ -61,17 +59,13 @@ bool Compositor::draw(CALayer& tree, const PixelRect& region) {
 
 bool Compositor::prepare() {
   EGLContext current = eglGetCurrentContext();
-  if (current == EGL_NO_CONTEXT) {
-    return refuse("no EGL context is current");
-  }
+  if (current == EGL_NO_CONTEXT) return refuse("no EGL context is current");
   if (current != context_) {
     pictures_.clear();
     context_ = current;
     host_ = HostGl::ofCurrentContext();
   }
-  if (!host_.canComposite()) {
-    return refuse("the context offers neither OpenGL ES 3 nor OpenGL 3");
-  }
+  if (!host_.canComposite()) return refuse("the context offers neither OpenGL ES 3 nor OpenGL 3");
   GLint sampleBuffers = 0;
   glGetIntegerv(GL_SAMPLE_BUFFERS, &sampleBuffers);
   const bool fit = sampleBuffers == 0 || !host_.embedded;  // desktop OpenGL copies to all samples

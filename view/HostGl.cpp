@@ -19,9 +19,7 @@ void set(GLenum capability, GLboolean on) {
 // "OpenGL ES 3.2 Mesa ..." or "4.5 (Core Profile) ..."
 void readVersion(HostGl& host) {
   const auto* text = reinterpret_cast<const char*>(glGetString(GL_VERSION));
-  if (text == nullptr) {
-    return;
-  }
+  if (text == nullptr) return;
   constexpr const char* prefix = "OpenGL ES ";
   host.embedded = std::strncmp(text, prefix, std::strlen(prefix)) == 0;
   int major = 0;
@@ -38,9 +36,7 @@ bool hasGlExtension(const char* name) {
   for (GLint i = 0; i < count; ++i) {
     const auto* entry =
         reinterpret_cast<const char*>(glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(i)));
-    if (entry != nullptr && std::strcmp(entry, name) == 0) {
-      return true;
-    }
+    if (entry != nullptr && std::strcmp(entry, name) == 0) return true;
   }
   return false;
 }
@@ -82,16 +78,12 @@ BorrowedGlState::~BorrowedGlState() {
   glScissor(scissorBox_[0], scissorBox_[1], scissorBox_[2], scissorBox_[3]);
   set(GL_SCISSOR_TEST, scissorTest_);
   set(GL_RASTERIZER_DISCARD, rasterizerDiscard_);
-  if (host_.srgbSwitch) {
-    set(framebufferSrgb, srgb_);
-  }
+  if (host_.srgbSwitch) set(framebufferSrgb, srgb_);
 }
 
 void BorrowedGlState::saveMasks() {
   GLint buffers = 1;
-  if (host_.perBufferMasks) {
-    glGetIntegerv(GL_MAX_DRAW_BUFFERS, &buffers);
-  }
+  if (host_.perBufferMasks) glGetIntegerv(GL_MAX_DRAW_BUFFERS, &buffers);
   masks_.resize(static_cast<std::size_t>(buffers));
   if (!host_.perBufferMasks) {
     glGetBooleanv(GL_COLOR_WRITEMASK, masks_[0].data());

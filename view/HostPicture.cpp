@@ -11,9 +11,7 @@ namespace {
 std::vector<std::uint8_t> readBack(Drawable& drawable) {
   std::vector<std::uint8_t> pixels;
   const ShareGroup::Scope root(*drawable.group());
-  if (!root) {
-    return pixels;
-  }
+  if (!root) return pixels;
   drawable.waitUntilDrawn();
   GLuint framebuffer = 0;
   glGenFramebuffers(1, &framebuffer);
@@ -69,19 +67,13 @@ class UploadScope {
 }  // namespace
 
 bool HostPicture::bindForReading(Drawable& drawable, bool eglImages) {
-  if (isStale()) {
-    *this = HostPicture();
-  }
+  if (isStale()) *this = HostPicture();
   if (framebuffer_ == 0) {
     const bool image = eglImages && eglGetCurrentDisplay() == drawable.group()->display();
-    if (!(image && makeFromImage(drawable)) && !makeForUpload(drawable)) {
-      return false;
-    }
+    if (!(image && makeFromImage(drawable)) && !makeForUpload(drawable)) return false;
   }
   if (isCopy()) {
-    if (version_ != drawable.version() && !upload(drawable)) {
-      return false;
-    }
+    if (version_ != drawable.version() && !upload(drawable)) return false;
   } else {
     drawable.waitUntilDrawn();
   }
@@ -108,9 +100,7 @@ bool HostPicture::makeFromImage(const Drawable& drawable) {
     image = egl.createImage(group.display(), group.root(), EGL_GL_RENDERBUFFER_KHR,
                             reinterpret_cast<EGLClientBuffer>(name), attributes.data());
   }
-  if (image == EGL_NO_IMAGE_KHR) {
-    return false;
-  }
+  if (image == EGL_NO_IMAGE_KHR) return false;
   GLint bound = 0;
   glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
   glGenRenderbuffers(1, &renderbuffer_);
@@ -140,9 +130,7 @@ bool HostPicture::attach(GLenum kind, GLuint name) {
   } else {
     glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, kind, name, 0);
   }
-  if (glCheckFramebufferStatus(GL_READ_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) {
-    return true;
-  }
+  if (glCheckFramebufferStatus(GL_READ_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) return true;
   release();
   return false;
 }
@@ -150,9 +138,7 @@ bool HostPicture::attach(GLenum kind, GLuint name) {
 bool HostPicture::upload(Drawable& drawable) {
   const std::uint64_t version = drawable.version();
   const std::vector<std::uint8_t> pixels = readBack(drawable);
-  if (pixels.empty()) {
-    return false;
-  }
+  if (pixels.empty()) return false;
   const UploadScope scope(texture_);
   glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, drawable.width(), drawable.height(), GL_RGBA,
                   GL_UNSIGNED_BYTE, pixels.data());

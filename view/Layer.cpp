@@ -8,14 +8,10 @@ CALayer::CALayer() = default;
 CALayer::~CALayer() = default;
 
 void CALayer::addSublayer(const std::shared_ptr<CALayer>& layer) {
-  if (layer == nullptr) {
-    return;
-  }
+  if (layer == nullptr) return;
   const std::shared_ptr<CALayer> self = shared_from_this();
   for (std::shared_ptr<CALayer> node = self; node != nullptr; node = node->superlayer()) {
-    if (node == layer) {
-      return;
-    }
+    if (node == layer) return;
   }
   // The argument itself may lie in the list that changes now.
   const std::shared_ptr<CALayer> added = layer->shared_from_this();
@@ -27,9 +23,7 @@ void CALayer::addSublayer(const std::shared_ptr<CALayer>& layer) {
 void CALayer::removeFromSuperlayer() {
   const std::shared_ptr<CALayer> parent = superlayer_.lock();
   superlayer_.reset();
-  if (parent == nullptr) {
-    return;
-  }
+  if (parent == nullptr) return;
   const std::shared_ptr<CALayer> self = shared_from_this();  // the list may hold the last reference
   std::erase(parent->sublayers_, self);
 }

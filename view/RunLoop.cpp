@@ -17,9 +17,7 @@ void RunLoop::refresh(std::uint32_t refreshes) {
   // A copy: callbacks change the list, and no link may go away under its own callback.
   const std::vector<std::shared_ptr<CADisplayLink>> scheduled = links_;
   for (const auto& link : scheduled) {
-    if (link->mode_ == mode_) {
-      link->tick(refreshes);
-    }
+    if (link->mode_ == mode_) link->tick(refreshes);
   }
 }
 
@@ -32,9 +30,7 @@ std::shared_ptr<CADisplayLink> CADisplayLink::displayLinkWithTarget(
 }
 
 CADisplayLink::CADisplayLink(std::function<void()> callback) {
-  if (callback) {
-    callback_ = std::make_shared<std::function<void()>>(std::move(callback));
-  }
+  if (callback) callback_ = std::make_shared<std::function<void()>>(std::move(callback));
 }
 
 CADisplayLink::~CADisplayLink() = default;
@@ -44,9 +40,7 @@ void CADisplayLink::setFrameInterval(int refreshes) {
 }
 
 void CADisplayLink::addToRunLoop(const std::shared_ptr<RunLoop>& loop, RunLoopMode mode) {
-  if (loop == nullptr || callback_ == nullptr || !loop_.expired()) {
-    return;
-  }
+  if (loop == nullptr || callback_ == nullptr || !loop_.expired()) return;
   loop_ = loop;
   mode_ = mode;
   loop->links_.push_back(shared_from_this());
@@ -54,9 +48,7 @@ void CADisplayLink::addToRunLoop(const std::shared_ptr<RunLoop>& loop, RunLoopMo
 
 void CADisplayLink::invalidate() {
   const std::shared_ptr<CADisplayLink> self = shared_from_this();
-  if (const std::shared_ptr<RunLoop> loop = loop_.lock()) {
-    std::erase(loop->links_, self);
-  }
+  if (const std::shared_ptr<RunLoop> loop = loop_.lock()) std::erase(loop->links_, self);
   loop_.reset();
   // Last, for it may destroy the target and everything that the target holds.
   const auto dropped = std::exchange(callback_, nullptr);
@@ -67,13 +59,9 @@ void CADisplayLink::tick(std::uint32_t refreshes) {
   const auto interval = static_cast<std::uint64_t>(frameInterval_);
   const std::uint64_t elapsed = std::uint64_t{elapsed_} + refreshes;
   elapsed_ = static_cast<std::uint32_t>(elapsed % interval);
-  if (elapsed < interval) {
-    return;
-  }
+  if (elapsed < interval) return;
   // Holds the callback while it runs, although it may invalidate its own link.
-  if (const auto callback = callback_) {
-    (*callback)();
-  }
+  if (const auto callback = callback_) (*callback)();
 }
 
 }  // namespace quorvid

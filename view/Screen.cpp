@@ -10,9 +10,7 @@ UIScreen& UIScreen::mainScreen() {
 }
 
 void UIScreen::setScale(double scale) {
-  if (std::isfinite(scale) && scale > 0) {
-    scale_ = scale;
-  }
+  if (std::isfinite(scale) && scale > 0) scale_ = scale;
 }
 
 }  // namespace quorvid

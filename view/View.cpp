@@ -34,14 +34,10 @@ void UIView::setBackgroundColor(const UIColor& color) {
 }
 
 void UIView::addSubview(const std::shared_ptr<UIView>& view) {
-  if (view == nullptr) {
-    return;
-  }
+  if (view == nullptr) return;
   const std::shared_ptr<UIView> self = shared_from_this();
   for (std::shared_ptr<UIView> node = self; node != nullptr; node = node->superview()) {
-    if (node == view) {
-      return;
-    }
+    if (node == view) return;
   }
   // The argument itself may lie in the list that changes now.
   const std::shared_ptr<UIView> added = view->shared_from_this();
@@ -54,9 +50,7 @@ void UIView::addSubview(const std::shared_ptr<UIView>& view) {
 void UIView::removeFromSuperview() {
   const std::shared_ptr<UIView> parent = superview_.lock();
   superview_.reset();
-  if (parent == nullptr) {
-    return;
-  }
+  if (parent == nullptr) return;
   const std::shared_ptr<UIView> self = shared_from_this();  // the list may hold the last reference
   layer_->removeFromSuperlayer();
   std::erase(parent->subviews_, self);

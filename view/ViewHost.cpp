@@ -27,9 +27,7 @@ ViewHost::~ViewHost() {
 }
 
 bool ViewHost::useCurrentDisplay() {
-  if (eglGetCurrentContext() == EGL_NO_CONTEXT) {
-    return false;
-  }
+  if (eglGetCurrentContext() == EGL_NO_CONTEXT) return false;
   state_->group = ShareGroup::shared();
   return state_->group != nullptr && state_->group->display() == eglGetCurrentDisplay();
 }
@@ -50,9 +48,7 @@ const std::shared_ptr<UIView>& ViewHost::contentView() const {
 
 void ViewHost::resize(double width, double height, double scale) {
   UIScreen::mainScreen().setScale(scale);
-  if (width > 0 && height > 0) {
-    state_->contentView->setFrame(CGRectMake(0, 0, width, height));
-  }
+  if (width > 0 && height > 0) state_->contentView->setFrame(CGRectMake(0, 0, width, height));
 }
 
 void ViewHost::refresh(std::uint32_t refreshes) {
@@ -67,9 +63,7 @@ bool ViewHost::needsComposite() const {
 bool ViewHost::composite(int x, int y, int width, int height) {
   CALayer& tree = *state_->contentView->layer();
   const std::uint64_t version = layerTreeVersion(tree);
-  if (!state_->compositor.draw(tree, {x, y, width, height})) {
-    return false;
-  }
+  if (!state_->compositor.draw(tree, {x, y, width, height})) return false;
   state_->drawnVersion = version;
   return true;
 }

@@ -29,9 +29,7 @@ std::optional<int> number(const std::string& text, int least, int most) {
   int value = 0;
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || value < least || value > most) {
-    return std::nullopt;
-  }
+  if (error != std::errc() || stop != end || value < least || value > most) return std::nullopt;
   return value;
 }
 
@@ -68,9 +66,7 @@ Endpoint parseEndpoint(const std::string& text) {
   }
   const std::string digits = text.substr(colon + 1);
   const std::optional<int> port = number(digits, 1, 65535);
-  if (!port) {
-    throw UsageError("the port must be a number from 1 to 65535, not " + quoted(digits));
-  }
+  if (!port) throw UsageError("the port must be a number from 1 to 65535, not " + quoted(digits));
   endpoint.port = *port;
   return endpoint;
 }
@@ -82,9 +78,7 @@ std::vector<int> parseChannels(const std::string& text) {
     const std::size_t comma = std::min(text.find(',', from), text.size());
     const std::string digits = text.substr(from, comma - from);
     const std::optional<int> channel = number(digits, 0, 7);
-    if (!channel) {
-      throw UsageError("a channel must be a number from 0 to 7, not " + quoted(digits));
-    }
+    if (!channel) throw UsageError("a channel must be a number from 0 to 7, not " + quoted(digits));
     if (std::find(channels.begin(), channels.end(), *channel) != channels.end()) {
       throw UsageError("channel " + digits + " is given twice");
     }
@@ -99,9 +93,7 @@ PixelSize parseSize(const std::string& text) {
   if (cross != std::string::npos) {
     const std::optional<int> width = number(text.substr(0, cross), 16, 8192);
     const std::optional<int> height = number(text.substr(cross + 1), 16, 8192);
-    if (width && height) {
-      return {*width, *height};
-    }
+    if (width && height) return {*width, *height};
   }
   throw UsageError("the size must be given as WxH with 16 to 8192 pixels each, not " +
                    quoted(text));
@@ -128,9 +120,7 @@ std::int64_t parseFileLimit(const std::string& text) {
 
 StreamPath parsePath(const std::string& text) {
   for (const StreamPath path : {StreamPath::Fleet, StreamPath::Car, StreamPath::Relay}) {
-    if (text == nameOf(path)) {
-      return path;
-    }
+    if (text == nameOf(path)) return path;
   }
   throw UsageError("the path must be fleet, car or relay, not " + quoted(text));
 }
@@ -140,16 +130,12 @@ void requireFits(const std::string& what, const std::string& text, std::size_t m
     throw UsageError(what + " has " + std::to_string(text.size()) + " bytes; at most " +
                      std::to_string(most) + " fit");
   }
-  if (text.find('\0') != std::string::npos) {
-    throw UsageError(what + " contains a zero byte");
-  }
+  if (text.find('\0') != std::string::npos) throw UsageError(what + " contains a zero byte");
 }
 
 void requireFits(const StreamTarget& target) {
   const bool fleet = target.path == StreamPath::Fleet;
-  if (target.device.empty()) {
-    throw UsageError("the device identifier is empty");
-  }
+  if (target.device.empty()) throw UsageError("the device identifier is empty");
   requireFits("the device identifier", target.device,
               fleet ? kLongestFleetDevice : kLongestCarDevice);
   requireFits(fleet ? "the account" : "the account for this path", target.account,
@@ -169,9 +155,7 @@ void requireWithin(const std::string& option, double value, double least, double
 }
 
 void requireWritable(const std::string& fileName) {
-  if (fileName.empty()) {
-    throw UsageError("the name of a file to write is empty");
-  }
+  if (fileName.empty()) throw UsageError("the name of a file to write is empty");
   struct stat info {};
   const bool exists = stat(fileName.c_str(), &info) == 0;
   if (exists && S_ISDIR(info.st_mode)) {

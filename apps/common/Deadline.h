@@ -34,9 +34,7 @@ class Abandonable {
     result_ = promise->get_future();
     const std::string refusal =
         startWorkerThread([promise, body = std::move(body)] { promise->set_value(body()); });
-    if (!refusal.empty()) {
-      throw std::runtime_error(refusal);
-    }
+    if (!refusal.empty()) throw std::runtime_error(refusal);
   }
 
   // Waits for at most that long; true when the body has returned.
@@ -67,9 +65,7 @@ std::optional<Result> callWithin(double seconds, std::function<Result()> body) {
   Abandonable<Result> call(std::move(body));
   while (!call.waitFor(std::min(seconds, lookInterval))) {
     const double longest = stopRequested() ? std::min(seconds, whenStopping) : seconds;
-    if (steadySeconds() - start >= longest) {
-      return std::nullopt;
-    }
+    if (steadySeconds() - start >= longest) return std::nullopt;
   }
   return call.get();
 }

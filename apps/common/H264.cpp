@@ -31,9 +31,7 @@ std::optional<PixelSize> sizeOfSps(h264::ByteView sps) {
   const auto fields = h264::peekSps(sps);
   const std::int64_t width = fields ? fields->displayedWidth() : 0;
   const std::int64_t height = fields ? fields->displayedHeight() : 0;
-  if (width < 1 || height < 1 || width > kLongestSide || height > kLongestSide) {
-    return std::nullopt;
-  }
+  if (width < 1 || height < 1 || width > kLongestSide || height > kLongestSide) return std::nullopt;
   return PixelSize{static_cast<int>(width), static_cast<int>(height)};
 }
 
@@ -42,9 +40,7 @@ bool hasFixedKeyLayout(const std::vector<h264::Unit>& units) {
     return i < units.size() && units[i].type == type && units[i].startCode == from &&
            units[i].header == from + 4 && (to == 0 || units[i].end == to);
   };
-  if (!lies(0, UnitType::Sps, 0, 13) || !lies(1, UnitType::Pps, 13, 21)) {
-    return false;
-  }
+  if (!lies(0, UnitType::Sps, 0, 13) || !lies(1, UnitType::Pps, 13, 21)) return false;
   return lies(2, UnitType::KeySlice, 21, 0) ||
          (lies(2, UnitType::Sei, 21, 30) && lies(3, UnitType::KeySlice, 30, 0));
 }
@@ -54,9 +50,7 @@ std::string describeUnits(const std::vector<h264::Unit>& units) {
   for (const h264::Unit& unit : units) {
     text += text.empty() ? "" : ", ";
     text += nameOf(unit.type) + " " + std::to_string(unit.end - unit.header);
-    if (text.size() > 120) {
-      return text + ", ...";
-    }
+    if (text.size() > 120) return text + ", ...";
   }
   return text.empty() ? "no H.264 unit" : text + " bytes";
 }

@@ -29,9 +29,7 @@ bool isPerUnitLine(std::string_view message) {
 
 LogFilter::LogFilter(bool verbose) : state_(std::make_shared<State>()) {
   setLogSink([state = state_, verbose](std::string_view message) {
-    if (verbose) {
-      std::fprintf(stderr, "%s\n", visibleText(message).c_str());
-    }
+    if (verbose) std::fprintf(stderr, "%s\n", visibleText(message).c_str());
     if (!isPerUnitLine(message)) {
       const std::lock_guard lock(state->mutex);
       ++state->count;

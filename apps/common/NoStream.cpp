@@ -3,9 +3,7 @@
 namespace quorvid::app {
 
 std::string whyNoStream(const StreamTarget& target, const Reachability& server, bool lookupFailed) {
-  if (server.state != Reachability::State::Connected) {
-    return server.sentence;
-  }
+  if (server.state != Reachability::State::Connected) return server.sentence;
   if (lookupFailed) {
     return target.server.text() + " named no relay for device " + target.device +
            " (unknown device, account, or no lookup server?)";

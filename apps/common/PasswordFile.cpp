@@ -27,14 +27,10 @@ class PasswordSource {
   explicit PasswordSource(const std::string& fileName)
       : name_("the password file '" + fileName + "'"),
         fd_(open(fileName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {
-    if (fd_ < 0) {
-      refuse("can't be read: " + std::string(std::strerror(errno)));
-    }
+    if (fd_ < 0) refuse("can't be read: " + std::string(std::strerror(errno)));
   }
   ~PasswordSource() {
-    if (fd_ >= 0) {
-      close(fd_);
-    }
+    if (fd_ >= 0) close(fd_);
   }
   PasswordSource(const PasswordSource&) = delete;
   PasswordSource& operator=(const PasswordSource&) = delete;
@@ -44,12 +40,8 @@ class PasswordSource {
   // Refuses a folder and a file that is open to others.
   void requireOwn(const std::string& fileName) {
     struct stat info {};
-    if (fstat(fd_, &info) != 0) {
-      refuse("can't be read: " + std::string(std::strerror(errno)));
-    }
-    if (S_ISDIR(info.st_mode)) {
-      refuse("is a folder");
-    }
+    if (fstat(fd_, &info) != 0) refuse("can't be read: " + std::string(std::strerror(errno)));
+    if (S_ISDIR(info.st_mode)) refuse("is a folder");
     if (S_ISREG(info.st_mode) && (info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
       refuse("is open to other users; mend it with: chmod 600 '" + fileName + "'");
     }
@@ -87,12 +79,8 @@ class PasswordSource {
 
   void await(bool forWriter) const {
     const double waited = steadySeconds() - start_;
-    if (forWriter && waited >= kWriterSeconds) {
-      refuse("is a pipe that nothing writes to");
-    }
-    if (waited >= kLineSeconds) {
-      refuse("gave no line within 30 s");
-    }
+    if (forWriter && waited >= kWriterSeconds) refuse("is a pipe that nothing writes to");
+    if (waited >= kLineSeconds) refuse("gave no line within 30 s");
     pollfd waitedFor{fd_, POLLIN, 0};
     poll(&waitedFor, 1, kLookMilliseconds);
   }
@@ -111,22 +99,16 @@ bool hasByteOrderMark(const std::string& text) {
 }  // namespace
 
 std::string readPassword(const std::string& fileName) {
-  if (fileName.empty()) {
-    return {};
-  }
+  if (fileName.empty()) return {};
   PasswordSource source(fileName);
   source.requireOwn(fileName);
   std::string line = source.readLine();
-  if (line.empty()) {
-    source.refuse("is empty");
-  }
+  if (line.empty()) source.refuse("is empty");
   if (hasByteOrderMark(line)) {
     source.refuse("begins with a byte order mark; save it as plain text without one");
   }
   for (const char end : {'\n', '\r'}) {
-    if (!line.empty() && line.back() == end) {
-      line.pop_back();
-    }
+    if (!line.empty() && line.back() == end) line.pop_back();
   }
   if (line.empty()) {
     source.refuse("has an empty first line; leave the option out where there is no password");

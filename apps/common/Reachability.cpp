@@ -45,13 +45,9 @@ const char* reasonOf(int error) {
 // 0 when connected, else the error number; ETIMEDOUT when nothing came in time.
 int connectWithin(const sockaddr_in& address, double timeout) {
   const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (fd < 0) {
-    return errno;
-  }
+  if (fd < 0) return errno;
   int error = 0;
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    error = errno;
-  }
+  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) error = errno;
   if (error == EINPROGRESS) {
     pollfd waited{fd, POLLOUT, 0};
     error = ETIMEDOUT;
@@ -85,9 +81,7 @@ Reachability resolveServer(const Endpoint& server, double timeout) {
 
 Reachability tryServer(const Endpoint& server, double timeout) {
   Reachability result = resolveServer(server, timeout);
-  if (result.address.empty()) {
-    return result;
-  }
+  if (result.address.empty()) return result;
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<std::uint16_t>(server.port));

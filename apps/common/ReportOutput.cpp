@@ -14,16 +14,12 @@ ReportOutput::ReportOutput(bool verbose) {
   descriptor_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
   const int sink = verbose ? STDERR_FILENO : open("/dev/null", O_WRONLY | O_CLOEXEC);
   dup2(sink, STDOUT_FILENO);
-  if (!verbose && sink > STDERR_FILENO) {
-    close(sink);
-  }
+  if (!verbose && sink > STDERR_FILENO) close(sink);
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 }
 
 ReportOutput::~ReportOutput() {
-  if (descriptor_ >= 0) {
-    close(descriptor_);
-  }
+  if (descriptor_ >= 0) close(descriptor_);
 }
 
 bool ReportOutput::write(const std::string& text) {

@@ -21,9 +21,7 @@ void StallWatch::pictureArrived(double now) {
 }
 
 bool StallWatch::restartDue(double now) {
-  if (now < nextRestart_) {
-    return false;
-  }
+  if (now < nextRestart_) return false;
   nextRestart_ = now + pause_;
   pause_ = std::max(stallAfter_, std::min(2 * pause_, kLongestPause));
   return true;

@@ -31,9 +31,7 @@ struct StreamReceiver::Slot {
 
   // The worker's thread. A relay lookup, which can't be cancelled, is not begun in vain.
   void run() {
-    if (std::atomic_ref(cancel).load(std::memory_order_acquire) != 0) {
-      return;
-    }
+    if (std::atomic_ref(cancel).load(std::memory_order_acquire) != 0) return;
     const auto worker = target.path == StreamPath::Car     ? ThreadVideoSourceForCar
                         : target.path == StreamPath::Relay ? ThreadGetRelayForCar
                                                            : ThreadVideoSourceForFleet;
@@ -56,9 +54,7 @@ StreamReceiver::~StreamReceiver() {
 }
 
 std::optional<StreamReceiver::Frame> StreamReceiver::frame() {
-  if ((std::atomic_ref(slot_->ready).load(std::memory_order_acquire) & 1) == 0) {
-    return std::nullopt;
-  }
+  if ((std::atomic_ref(slot_->ready).load(std::memory_order_acquire) & 1) == 0) return std::nullopt;
   return Frame{slot_->frame.data(), static_cast<std::size_t>(slot_->length)};
 }
 

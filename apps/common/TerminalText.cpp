@@ -55,9 +55,7 @@ std::string cutLine(const std::string& line, std::size_t columns) {
   std::size_t characters = 0;
   for (std::size_t i = 0; i < line.size(); ++i) {
     const bool startsCharacter = (line[i] & 0xC0) != 0x80;
-    if (startsCharacter && characters++ == columns) {
-      return line.substr(0, i);
-    }
+    if (startsCharacter && characters++ == columns) return line.substr(0, i);
   }
   return line;
 }
@@ -65,9 +63,7 @@ std::string cutLine(const std::string& line, std::size_t columns) {
 winsize terminalSize() {
   winsize size{};
   for (const int fd : {STDERR_FILENO, STDIN_FILENO}) {
-    if (ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_row > 2 && size.ws_col > 0) {
-      return size;
-    }
+    if (ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_row > 2 && size.ws_col > 0) return size;
   }
   size.ws_row = 24;
   size.ws_col = 80;

@@ -15,9 +15,7 @@ void openStandardDescriptors() {
   do {
     fd = open("/dev/null", O_RDWR);
   } while (fd >= 0 && fd <= STDERR_FILENO);
-  if (fd >= 0) {
-    close(fd);
-  }
+  if (fd >= 0) close(fd);
 }
 
 int usage(const std::string& sentence) {

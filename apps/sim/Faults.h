@@ -11,8 +11,8 @@ enum class Service : std::uint8_t { fleet, list, relay, car };
 
 const char* nameOf(Service service);
 
-/// What can be made to go wrong. Each kind says in Faults.cpp where it applies and what its number
-/// means.
+// What can be made to go wrong. Each kind says in Faults.cpp where it applies and what its number
+// means.
 enum class FaultKind : std::uint8_t {
   refuse,
   delay,
@@ -34,14 +34,14 @@ enum class FaultKind : std::uint8_t {
   burst,
 };
 
-/// The faults asked for on the command line.
+// The faults asked for on the command line.
 class FaultPlan {
  public:
-  /// Adds one, written KIND[:SERVICE[:NUMBER]]; without a service it applies wherever it can.
-  /// @throws UsageError for an unknown kind or service, or a kind that the service doesn't know
+  // Adds one, written KIND[:SERVICE[:NUMBER]]; without a service it applies wherever it can.
+  // @throws UsageError for an unknown kind or service, or a kind that the service doesn't know
   void add(const std::string& text);
 
-  /// The number of the fault if it was asked for: its own, or the kind's usual one.
+  // The number of the fault if it was asked for: its own, or the kind's usual one.
   std::optional<std::int64_t> find(Service service, FaultKind kind) const;
   bool has(Service service, FaultKind kind) const { return find(service, kind).has_value(); }
 
@@ -54,7 +54,7 @@ class FaultPlan {
   std::vector<Fault> faults_;
 };
 
-/// The kinds of faults for the help text, one a line.
+// The kinds of faults for the help text, one a line.
 std::string faultHelp();
 
 }  // namespace quorvid::sim

@@ -10,7 +10,7 @@
 namespace quorvid::sim {
 namespace {
 
-/// What the command line says as text, before it is made sense of.
+// What the command line says as text, before it is made sense of.
 struct Words {
   std::string size = "640x480";
   std::string devices = "3";

@@ -11,11 +11,11 @@
 namespace quorvid::sim {
 
 enum class CloseStyle : std::uint8_t {
-  order,  ///< what was sent arrives, then the end of the stream
-  reset,  ///< the connection is torn down
+  order,  // what was sent arrives, then the end of the stream
+  reset,  // the connection is torn down
 };
 
-/// What the command line asks for, checked.
+// What the command line asks for, checked.
 struct Options {
   std::string bind = "127.0.0.1";
   int fleetPort = 0;
@@ -24,35 +24,35 @@ struct Options {
   int carPort = 0;
   bool json = false;
 
-  std::string input;  ///< empty: the drawn scene
+  std::string input;  // empty: the drawn scene
   EncoderSettings encoder;
-  bool rateGiven = false;  ///< otherwise a file keeps its own rate
+  bool rateGiven = false;  // otherwise a file keeps its own rate
   double loopSeconds = 4;
 
-  std::vector<std::string> devices;  ///< announced by the list reply
-  bool onlyTheseDevices = false;     ///< others are refused
-  int channels = 8;                  ///< 0 to channels-1 are served
+  std::vector<std::string> devices;  // announced by the list reply
+  bool onlyTheseDevices = false;     // others are refused
+  int channels = 8;                  // 0 to channels-1 are served
   bool audio = false;
-  bool live = false;  ///< play by the computer's clock
-  int gap = 0;        ///< car stream: every gap-th frame is left out; 0: none
+  bool live = false;  // play by the computer's clock
+  int gap = 0;        // car stream: every gap-th frame is left out; 0: none
 
   std::string replyTag = "3GAPV104";
-  int garbage = 0;           ///< random bytes before the reply's tag
-  std::optional<int> items;  ///< records in the list reply; nothing: one for each device
+  int garbage = 0;           // random bytes before the reply's tag
+  std::optional<int> items;  // records in the list reply; nothing: one for each device
   int itemLength = 280;
-  int relayExtra = 0;  ///< bytes between the relay reply's header and its address
+  int relayExtra = 0;  // bytes between the relay reply's header and its address
 
   CloseStyle close = CloseStyle::order;
   std::optional<double> dropAfter;
   std::optional<double> stallAfter;
   FaultPlan faults;
-  int faultTimes = 0;  ///< faults hit the first so many connections of a service; 0: all
+  int faultTimes = 0;  // faults hit the first so many connections of a service; 0: all
   std::uint64_t seed = 1;
 };
 
-/// @return nothing when the text to print (help, version) is all that was asked for; it is on
-/// standard output
-/// @throws UsageError with a sentence about what is wrong
+// @return nothing when the text to print (help, version) is all that was asked for; it is on
+// standard output
+// @throws UsageError with a sentence about what is wrong
 std::optional<Options> parseOptions(int argc, const char* const* argv);
 
 }  // namespace quorvid::sim

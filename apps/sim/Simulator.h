@@ -9,15 +9,15 @@
 
 namespace quorvid::sim {
 
-/// The whole server: a port for each service, and the loops that they play.
+// The whole server: a port for each service, and the loops that they play.
 class Simulator {
  public:
-  /// Opens the ports. @throws SimError or UsageError with a sentence
+  // Opens the ports. @throws SimError or UsageError with a sentence
   explicit Simulator(const Options& options);
 
-  /// The ports, for the program's first lines: "fleet PORT" and so on, or one JSON object.
+  // The ports, for the program's first lines: "fleet PORT" and so on, or one JSON object.
   std::string portLines() const;
-  /// Serves until SIGINT or SIGTERM, on the calling thread.
+  // Serves until SIGINT or SIGTERM, on the calling thread.
   void run();
 
  private:

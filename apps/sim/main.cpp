@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The media libraries write on standard error what the sentences of this program already say.
+// The media libraries write on standard error what the sentences of this program already say.
 void quietMedia() {
   av_log_set_level(AV_LOG_QUIET);
 }

@@ -31,9 +31,7 @@ DecodedPicture DecoderChain::decode(std::span<const std::uint8_t> packet) {
     triedFallback_ = true;
   }
   const DecodedPicture retried = fallback_ ? fallback_->decode(packet) : DecodedPicture{};
-  if (retried.frame == nullptr) {
-    return picture;
-  }
+  if (retried.frame == nullptr) return picture;
   const std::unique_ptr<DecoderChain> successor = std::move(fallback_);
   *this = std::move(*successor);
   return retried;

@@ -23,16 +23,10 @@ OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, vo
 OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sample,
                                              CVPixelBufferRef& picture) {
   const h264::SampleKind kind = h264::repackSample(sample, stream_, mostWork_, packet_);
-  if (kind == h264::SampleKind::Nothing) {
-    return noErr;
-  }
-  if (kind == h264::SampleKind::Damaged) {
-    return kVTVideoDecoderBadDataErr;
-  }
+  if (kind == h264::SampleKind::Nothing) return noErr;
+  if (kind == h264::SampleKind::Damaged) return kVTVideoDecoderBadDataErr;
   const DecodedPicture decoded = decodeTimed();
-  if (decoded.frame == nullptr) {
-    return decoded.status;
-  }
+  if (decoded.frame == nullptr) return decoded.status;
   picture = converter_.convert(*decoded.frame);
   return picture != nullptr ? noErr : kVTVideoDecoderMalfunctionErr;
 }
@@ -40,9 +34,7 @@ OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sampl
 DecodedPicture VTDecompressionSession::decodeTimed() {
   const double start = processorSeconds();
   const DecodedPicture decoded = decoder_->decode(packet_);
-  if (processorSeconds() - start > kLongestHonestUnit) {
-    mostWork_ = h264::kWorkOfAQuarterSecond;
-  }
+  if (processorSeconds() - start > kLongestHonestUnit) mostWork_ = h264::kWorkOfAQuarterSecond;
   return decoded;
 }
 

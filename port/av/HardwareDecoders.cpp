@@ -26,9 +26,7 @@ bool hasRenderNode() {
   for (std::filesystem::directory_iterator entry("/dev/dri", error), end; !error && entry != end;
        entry.increment(error)) {
     const std::filesystem::path& path = entry->path();
-    if (path.filename().string().starts_with("render") && canOpen(path.c_str())) {
-      return true;
-    }
+    if (path.filename().string().starts_with("render") && canOpen(path.c_str())) return true;
   }
   return false;
 }
@@ -74,14 +72,10 @@ DecoderCandidates decoderCandidates() {
   DecoderCandidates candidates;
   // By name: the plain decoder carries the devices, and another build's first choice may not.
   const AVCodec* codec = avcodec_find_decoder_by_name("h264");
-  if (codec == nullptr) {
-    codec = avcodec_find_decoder(AV_CODEC_ID_H264);
-  }
+  if (codec == nullptr) codec = avcodec_find_decoder(AV_CODEC_ID_H264);
   for (int i = 0; codec != nullptr; ++i) {
     const AVCodecHWConfig* const config = avcodec_get_hw_config(codec, i);
-    if (config == nullptr) {
-      break;
-    }
+    if (config == nullptr) break;
     if ((config->methods & AV_CODEC_HW_CONFIG_METHOD_HW_DEVICE_CTX) != 0 &&
         isPlausible(config->device_type)) {
       candidates.push_back(deviceCandidate(codec, *config));

@@ -34,9 +34,7 @@ OSStatus statusOf(int error) {
 bool setExtradata(AVCodecContext& context, const std::vector<std::uint8_t>& record) {
   auto* const bytes =
       static_cast<std::uint8_t*>(av_mallocz(record.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-  if (bytes == nullptr) {
-    return false;
-  }
+  if (bytes == nullptr) return false;
   std::memcpy(bytes, record.data(), record.size());
   context.extradata = bytes;  // the context frees it
   context.extradata_size = static_cast<int>(record.size());
@@ -85,9 +83,7 @@ bool LibavDecoder::configure(const LibavDecoderSetup& setup, const h264::Paramet
 AVPixelFormat LibavDecoder::choosePixels(AVCodecContext* context, const AVPixelFormat* offered) {
   const auto* const decoder = static_cast<const LibavDecoder*>(context->opaque);
   for (; *offered != AV_PIX_FMT_NONE; ++offered) {
-    if (*offered == decoder->devicePixels_) {
-      return *offered;
-    }
+    if (*offered == decoder->devicePixels_) return *offered;
   }
   return AV_PIX_FMT_NONE;  // the device can't do this stream: an error, and the next candidate
 }
@@ -95,18 +91,14 @@ AVPixelFormat LibavDecoder::choosePixels(AVCodecContext* context, const AVPixelF
 DecodedPicture LibavDecoder::decode(std::span<const std::uint8_t> packet) {
   const int sent = send(packet);
   DecodedPicture picture = receive();
-  if (sent < 0) {
-    picture = {statusOf(sent), nullptr};
-  }
+  if (sent < 0) picture = {statusOf(sent), nullptr};
   return picture;
 }
 
 // libavcodec reads a little beyond the end of its input, so the unit needs a padded place.
 int LibavDecoder::send(std::span<const std::uint8_t> packet) {
   const int allocated = av_new_packet(packet_.get(), static_cast<int>(packet.size()));
-  if (allocated < 0) {
-    return allocated;
-  }
+  if (allocated < 0) return allocated;
   std::memcpy(packet_->data, packet.data(), packet.size());
   const int sent = avcodec_send_packet(context_.get(), packet_.get());
   av_packet_unref(packet_.get());
@@ -120,15 +112,9 @@ DecodedPicture LibavDecoder::receive() {
   while ((received = avcodec_receive_frame(context_.get(), next_.get())) == 0) {
     std::swap(next_, frame_);
   }
-  if (received != AVERROR(EAGAIN) && received != AVERROR_EOF) {
-    return {statusOf(received), nullptr};
-  }
-  if (frame_->buf[0] == nullptr) {
-    return {};
-  }
-  if (isDamaged(*frame_)) {
-    return {kVTVideoDecoderBadDataErr, nullptr};
-  }
+  if (received != AVERROR(EAGAIN) && received != AVERROR_EOF) return {statusOf(received), nullptr};
+  if (frame_->buf[0] == nullptr) return {};
+  if (isDamaged(*frame_)) return {kVTVideoDecoderBadDataErr, nullptr};
   return frame_->format == devicePixels_ ? fetchFromDevice() : DecodedPicture{noErr, frame_.get()};
 }
 

@@ -96,13 +96,9 @@ AvFramePtr planarFrame(int width, int height) {
 }  // namespace
 
 CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
-  if (frame.width < 2 || frame.height < 2) {
-    return nullptr;
-  }
+  if (frame.width < 2 || frame.height < 2) return nullptr;
   CVPixelBufferRef picture = pool_.take();
-  if (picture == nullptr) {
-    return nullptr;
-  }
+  if (picture == nullptr) return nullptr;
   if (!fill(frame, picture)) {
     CVPixelBufferRelease(picture);
     return nullptr;
@@ -113,9 +109,7 @@ CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
 
 bool PictureConverter::fill(const AVFrame& frame, CVPixelBufferRef picture) {
   const bool direct = isScaledDirectly(frame.format);
-  if (!direct && !toPlanar(frame)) {
-    return false;
-  }
+  if (!direct && !toPlanar(frame)) return false;
   const AVFrame& source = direct ? frame : *planar_;
   const PlaneView luma = planeOf(picture, 0);
   scale({source.data[0], source.linesize[0], source.width, source.height}, luma);
@@ -153,18 +147,14 @@ void PictureConverter::scaleChroma(const AVFrame& frame, CVPixelBufferRef pictur
 
 // At the frame's own size and range, so that all frames are scaled alike.
 bool PictureConverter::toPlanar(const AVFrame& frame) {
-  if (!prepareConversion(frame)) {
-    return false;
-  }
+  if (!prepareConversion(frame)) return false;
   return sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height, planar_->data,
                    planar_->linesize) == frame.height;
 }
 
 bool PictureConverter::prepareConversion(const AVFrame& frame) {
   const AVPixelFormat format = withoutRange(frame.format);
-  if (!isYCbCr(format) || sws_isSupportedInput(format) == 0) {
-    return false;
-  }
+  if (!isYCbCr(format) || sws_isSupportedInput(format) == 0) return false;
   if (!planar_ || planar_->width != frame.width || planar_->height != frame.height) {
     planar_ = planarFrame(frame.width, frame.height);
   }

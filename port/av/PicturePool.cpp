@@ -16,15 +16,11 @@ PicturePool::~PicturePool() {
 
 CVPixelBufferRef PicturePool::take() {
   for (CVPixelBufferRef buffer : buffers_) {
-    if (CVPixelBufferGetRetainCount(buffer) == 1) {
-      return CVPixelBufferRetain(buffer);
-    }
+    if (CVPixelBufferGetRetainCount(buffer) == 1) return CVPixelBufferRetain(buffer);
   }
   CVPixelBufferRef made = nullptr;
   CVPixelBufferCreate(width_, height_, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0, &made);
-  if (made != nullptr && buffers_.size() < kMostKept) {
-    buffers_.push_back(CVPixelBufferRetain(made));
-  }
+  if (made != nullptr && buffers_.size() < kMostKept) buffers_.push_back(CVPixelBufferRetain(made));
   return made;
 }
 

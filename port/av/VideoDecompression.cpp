@@ -88,9 +88,7 @@ OSStatus CMVideoFormatDescriptionCreateFromH264ParameterSets(
   }
   auto sets = h264::ParameterSets::make({parameterSetPointers[0], parameterSetSizes[0]},
                                         {parameterSetPointers[1], parameterSetSizes[1]});
-  if (!sets) {
-    return kCMFormatDescriptionError_InvalidParameter;
-  }
+  if (!sets) return kCMFormatDescriptionError_InvalidParameter;
   auto description = std::make_unique<CMVideoFormatDescription>();
   description->sets = std::move(*sets);
   *out = description.release();
@@ -110,9 +108,7 @@ OSStatus VTDecompressionSessionCreate(CFAllocator /*allocator*/,
     return kVTParameterErr;
   }
   auto decoder = DecoderChain::open(decoderCandidates(), formatDescription->sets);
-  if (!decoder) {
-    return kVTCouldNotFindVideoDecoderErr;
-  }
+  if (!decoder) return kVTCouldNotFindVideoDecoderErr;
   auto session = std::make_unique<VTDecompressionSession>(
       std::move(decoder), formatDescription->sets.stream, size->width, size->height, callback);
   *out = session.release();
@@ -122,9 +118,7 @@ OSStatus VTDecompressionSessionCreate(CFAllocator /*allocator*/,
 // What the two properties ask for is how every session works.
 OSStatus VTSessionSetProperty(VTDecompressionSessionRef session, std::string_view key,
                               CFValue value) {
-  if (session == nullptr) {
-    return kVTParameterErr;
-  }
+  if (session == nullptr) return kVTParameterErr;
   const bool isSupported =
       (key == kVTDecompressionPropertyKey_ThreadCount && value == CFValue(std::int64_t{1})) ||
       (key == kVTDecompressionPropertyKey_RealTime && value == CFValue(true));

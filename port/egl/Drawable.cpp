@@ -17,9 +17,7 @@ std::atomic<std::uint64_t> lastStorage = 0;
 // A framebuffer ought to go with its context. Mesa keeps it for the share group, and with it the
 // storage of what is attached: there it is found in any context of the group, and deleted.
 void deleteFramebufferOf(GLuint framebuffer, GLuint renderbuffer) {
-  if (glIsFramebuffer(framebuffer) != GL_TRUE) {
-    return;
-  }
+  if (glIsFramebuffer(framebuffer) != GL_TRUE) return;
   GLint type = GL_NONE;
   GLint name = 0;
   glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
@@ -30,9 +28,7 @@ void deleteFramebufferOf(GLuint framebuffer, GLuint renderbuffer) {
                                           GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME, &name);
   }
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  if (name != 0 && static_cast<GLuint>(name) == renderbuffer) {
-    glDeleteFramebuffers(1, &framebuffer);
-  }
+  if (name != 0 && static_cast<GLuint>(name) == renderbuffer) glDeleteFramebuffers(1, &framebuffer);
 }
 
 }  // namespace
@@ -43,9 +39,7 @@ Drawable::~Drawable() {
 
 void Drawable::adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer,
                      int width, int height) {
-  if (renderbuffer_ != renderbuffer || group_ != group) {
-    drop();
-  }
+  if (renderbuffer_ != renderbuffer || group_ != group) drop();
   if (Drawable* former = group->ownerOf(renderbuffer); former != nullptr && former != this) {
     former->lose();
   }
@@ -73,9 +67,7 @@ void Drawable::lose() {
 }
 
 void Drawable::drop() {
-  if (group_ == nullptr) {
-    return;
-  }
+  if (group_ == nullptr) return;
   if (const ShareGroup::Scope root(*group_); root) {
     deleteFramebufferOf(framebuffer_, renderbuffer_);
     glDeleteRenderbuffers(1, &renderbuffer_);
@@ -106,16 +98,12 @@ void Drawable::present() {
 }
 
 void Drawable::waitUntilDrawn() {
-  if (fence_ == EGL_NO_SYNC_KHR) {
-    return;
-  }
+  if (fence_ == EGL_NO_SYNC_KHR) return;
   const EglExtensions& egl = EglExtensions::get();
   const bool inGpu = egl.waitSync != nullptr && eglGetCurrentDisplay() == group_->display() &&
                      group_->hasExtension("EGL_KHR_wait_sync") &&
                      egl.waitSync(group_->display(), fence_, 0) == EGL_TRUE;
-  if (!inGpu) {
-    egl.clientWaitSync(group_->display(), fence_, 0, fenceTimeout);
-  }
+  if (!inGpu) egl.clientWaitSync(group_->display(), fence_, 0, fenceTimeout);
   dropFence();
 }
 

@@ -25,9 +25,7 @@ std::shared_ptr<EAGLContext>* threadContext() {
     bool* end = &ended;
     ~Holder() { *end = true; }
   };
-  if (ended) {
-    return nullptr;
-  }
+  if (ended) return nullptr;
   thread_local Holder holder;
   return &holder.context;
 }
@@ -47,14 +45,10 @@ std::uint32_t boundRenderbuffer() {
 }  // namespace
 
 std::shared_ptr<EAGLContext> EAGLContext::initWithAPI(EAGLRenderingAPI api) {
-  if (api != EAGLRenderingAPI::OpenGLES2) {
-    return nullptr;
-  }
+  if (api != EAGLRenderingAPI::OpenGLES2) return nullptr;
   auto native = std::make_unique<Native>();
   native->group = ShareGroup::shared();
-  if (native->group == nullptr) {
-    return nullptr;
-  }
+  if (native->group == nullptr) return nullptr;
   native->handle = native->group->createContext();
   if (native->handle == EGL_NO_CONTEXT) {
     logMessage("No OpenGL ES 2 context: EGL error 0x%x", static_cast<unsigned>(eglGetError()));
@@ -75,9 +69,7 @@ EAGLContext::~EAGLContext() {
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
   }
-  if (former.context == native_->handle) {
-    former = EglBinding{};
-  }
+  if (former.context == native_->handle) former = EglBinding{};
   former.restore();
   eglDestroyContext(native_->group->display(), native_->handle);
 }
@@ -94,9 +86,7 @@ bool EAGLContext::setCurrentContext(const std::shared_ptr<EAGLContext>& context)
     return false;
   }
   std::shared_ptr<EAGLContext> former = context;
-  if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) {
-    former.swap(*kept);
-  }
+  if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) former.swap(*kept);
   return true;
 }
 
@@ -108,17 +98,11 @@ std::shared_ptr<EAGLContext> EAGLContext::currentContext() {
 }
 
 bool EAGLContext::renderbufferStorage(std::uint32_t target, CAEAGLLayer* layer) {
-  if (target != GL_RENDERBUFFER || currentContext().get() != this) {
-    return false;
-  }
+  if (target != GL_RENDERBUFFER || currentContext().get() != this) return false;
   const std::uint32_t name = boundRenderbuffer();
-  if (name == 0) {
-    return false;
-  }
+  if (name == 0) return false;
   if (layer == nullptr) {
-    if (Drawable* owner = native_->group->ownerOf(name); owner != nullptr) {
-      owner->lose();
-    }
+    if (Drawable* owner = native_->group->ownerOf(name); owner != nullptr) owner->lose();
     return true;
   }
   GLint limit = 0;
@@ -132,22 +116,16 @@ bool EAGLContext::renderbufferStorage(std::uint32_t target, CAEAGLLayer* layer) 
 }
 
 bool EAGLContext::presentRenderbuffer(std::uint32_t target) {
-  if (target != GL_RENDERBUFFER || currentContext().get() != this) {
-    return false;
-  }
+  if (target != GL_RENDERBUFFER || currentContext().get() != this) return false;
   Drawable* owner = native_->group->ownerOf(boundRenderbuffer());
-  if (owner == nullptr) {
-    return false;
-  }
+  if (owner == nullptr) return false;
   owner->present();
   return true;
 }
 
 void forgetThreadContext() {
   std::shared_ptr<EAGLContext> former;
-  if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) {
-    former.swap(*kept);
-  }
+  if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) former.swap(*kept);
 }
 
 }  // namespace quorvid

@@ -6,9 +6,7 @@
 namespace quorvid {
 
 HostContext::HostContext() {
-  if (EAGLContext::currentContext() != nullptr) {
-    return;
-  }
+  if (EAGLContext::currentContext() != nullptr) return;
   const EglBinding host = EglBinding::current();
   display_ = host.display;
   draw_ = host.draw;
@@ -17,12 +15,8 @@ HostContext::HostContext() {
 }
 
 HostContext::~HostContext() {
-  if (context_ == EGL_NO_CONTEXT || context_ == eglGetCurrentContext()) {
-    return;
-  }
-  if (eglMakeCurrent(display_, draw_, read_, context_) == EGL_TRUE) {
-    forgetThreadContext();
-  }
+  if (context_ == EGL_NO_CONTEXT || context_ == eglGetCurrentContext()) return;
+  if (eglMakeCurrent(display_, draw_, read_, context_) == EGL_TRUE) forgetThreadContext();
 }
 
 }  // namespace quorvid

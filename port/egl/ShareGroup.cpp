@@ -58,15 +58,9 @@ std::shared_ptr<ShareGroup> ShareGroup::shared() {
 
 std::shared_ptr<ShareGroup> ShareGroup::make() {
   std::shared_ptr<ShareGroup> group;
-  if (eglGetCurrentContext() != EGL_NO_CONTEXT) {
-    group = makeOn(eglGetCurrentDisplay());
-  }
-  if (group == nullptr) {
-    group = makeOn(surfacelessDisplay());
-  }
-  if (group == nullptr) {
-    group = makeOn(eglGetDisplay(EGL_DEFAULT_DISPLAY));
-  }
+  if (eglGetCurrentContext() != EGL_NO_CONTEXT) group = makeOn(eglGetCurrentDisplay());
+  if (group == nullptr) group = makeOn(surfacelessDisplay());
+  if (group == nullptr) group = makeOn(eglGetDisplay(EGL_DEFAULT_DISPLAY));
   if (group == nullptr) {
     logMessage("No OpenGL ES 2 context: EGL error 0x%x", static_cast<unsigned>(eglGetError()));
   }
@@ -81,13 +75,9 @@ std::shared_ptr<ShareGroup> ShareGroup::makeOn(EGLDisplay display) {
   }
   const EglApiScope api;
   EGLConfig config = nullptr;
-  if (!chooseConfig(display, &config)) {
-    return nullptr;
-  }
+  if (!chooseConfig(display, &config)) return nullptr;
   EGLContext root = eglCreateContext(display, config, EGL_NO_CONTEXT, contextAttributes.data());
-  if (root == EGL_NO_CONTEXT) {
-    return nullptr;
-  }
+  if (root == EGL_NO_CONTEXT) return nullptr;
   return std::shared_ptr<ShareGroup>(new ShareGroup(display, config, root));
 }
 
@@ -120,9 +110,7 @@ void ShareGroup::claim(std::uint32_t renderbuffer, Drawable* owner) {
 void ShareGroup::disclaim(std::uint32_t renderbuffer, const Drawable* owner) {
   const std::lock_guard lock(ownersMutex_);
   const auto found = owners_.find(renderbuffer);
-  if (found != owners_.end() && found->second == owner) {
-    owners_.erase(found);
-  }
+  if (found != owners_.end() && found->second == owner) owners_.erase(found);
 }
 
 Drawable* ShareGroup::ownerOf(std::uint32_t renderbuffer) {
@@ -138,9 +126,7 @@ ShareGroup::Scope::Scope(ShareGroup& group)
                EGL_TRUE) {}
 
 ShareGroup::Scope::~Scope() {
-  if (current_) {
-    former_.restore();
-  }
+  if (current_) former_.restore();
 }
 
 }  // namespace quorvid

@@ -44,9 +44,7 @@ bool holds(CVPixelBufferRef image, std::size_t plane, std::size_t width, std::si
 
 CVReturn CVOpenGLESTextureCacheCreate(const std::shared_ptr<EAGLContext>& context,
                                       CVOpenGLESTextureCacheRef* out) {
-  if (context == nullptr || out == nullptr) {
-    return kCVReturnInvalidArgument;
-  }
+  if (context == nullptr || out == nullptr) return kCVReturnInvalidArgument;
   *out = std::make_shared<CVOpenGLESTextureCache>(context->native().textures);
   return kCVReturnSuccess;
 }
@@ -55,9 +53,7 @@ CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(
     const CVOpenGLESTextureCacheRef& cache, CVPixelBufferRef image, std::uint32_t target,
     std::int32_t internalFormat, std::size_t width, std::size_t height, std::uint32_t format,
     std::uint32_t type, std::size_t plane, CVOpenGLESTextureRef* out) {
-  if (out == nullptr) {
-    return kCVReturnInvalidArgument;
-  }
+  if (out == nullptr) return kCVReturnInvalidArgument;
   out->reset();
   const std::size_t pixelSize = bytesPerPixel(format);
   if (cache == nullptr || image == nullptr || target != GL_TEXTURE_2D ||
@@ -66,9 +62,7 @@ CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(
   }
   const bool fits = holds(image, plane, width, height) &&
                     pixelSize == (CVPixelBufferGetPlaneCount(image) == 2 && plane == 1 ? 2U : 1U);
-  if (!fits) {
-    return kCVReturnPixelBufferNotOpenGLCompatible;
-  }
+  if (!fits) return kCVReturnPixelBufferNotOpenGLCompatible;
   const TexturePixels pixels{CVPixelBufferGetBaseAddressOfPlane(image, plane),
                              CVPixelBufferGetBytesPerRowOfPlane(image, plane), pixelSize};
   PooledTexture texture;

@@ -20,9 +20,7 @@ void packRows(const TexturePixels& from, std::size_t rowBytes, std::size_t rows,
 }  // namespace
 
 TexturePool::~TexturePool() {
-  if (idle_.empty()) {
-    return;
-  }
+  if (idle_.empty()) return;
   if (const ShareGroup::Scope root(*group_); root) {
     for (const PooledTexture& texture : idle_) {
       glDeleteTextures(1, &texture.name);
@@ -35,9 +33,7 @@ PooledTexture TexturePool::takeIdle(GLenum format, GLsizei width, GLsizei height
   const auto same = std::find_if(idle_.begin(), idle_.end(), [&](const PooledTexture& idle) {
     return idle.format == format && idle.width == width && idle.height == height;
   });
-  if (same == idle_.end()) {
-    return {};
-  }
+  if (same == idle_.end()) return {};
   const PooledTexture taken = *same;
   idle_.erase(same);
   return taken;
@@ -84,9 +80,7 @@ void TexturePool::upload(const PooledTexture& texture, const TexturePixels& pixe
   }
   glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, texture.width, texture.height, texture.format,
                   GL_UNSIGNED_BYTE, bytes);
-  if (longRows) {
-    glPixelStorei(GL_UNPACK_ROW_LENGTH_EXT, 0);
-  }
+  if (longRows) glPixelStorei(GL_UNPACK_ROW_LENGTH_EXT, 0);
 }
 
 bool TexturePool::readsLongRows() {
@@ -99,12 +93,8 @@ bool TexturePool::readsLongRows() {
 
 void TexturePool::giveBack(const PooledTexture& texture) {
   idle_.push_back(texture);
-  if (idle_.size() <= idleLimit) {
-    return;
-  }
-  if (const ShareGroup::Scope root(*group_); root) {
-    glDeleteTextures(1, &idle_.front().name);
-  }
+  if (idle_.size() <= idleLimit) return;
+  if (const ShareGroup::Scope root(*group_); root) glDeleteTextures(1, &idle_.front().name);
   idle_.erase(idle_.begin());
 }
 

@@ -61,17 +61,13 @@ TEST(Thread, HandlesNoSignalButItsOwnFaults) {
     std::set<int> numbers;
     pthread_sigmask(SIG_SETMASK, nullptr, &mask);
     for (int number = 1; number <= SIGRTMAX; ++number) {
-      if (sigismember(&mask, number) == 1) {
-        numbers.insert(number);
-      }
+      if (sigismember(&mask, number) == 1) numbers.insert(number);
     }
     return numbers;
   };
   std::set<int> expected;
   for (int number = 1; number <= SIGRTMAX; ++number) {
-    if (number < 32 || number >= SIGRTMIN) {
-      expected.insert(number);
-    }
+    if (number < 32 || number >= SIGRTMIN) expected.insert(number);
   }
   for (const int open :
        {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT, SIGPROF, SIGKILL, SIGSTOP}) {

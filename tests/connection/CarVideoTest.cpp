@@ -11,12 +11,13 @@ namespace {
 constexpr char kAnchor = 5;  // any type that needs no predecessor
 constexpr char kLinked = 3;
 
-std::string frame(char type, int64_t seq, const std::string& payload, int64_t payloadLen) {
+std::string frame(char type, std::int64_t seq, const std::string& payload,
+                  std::int64_t payloadLen) {
   return "3GTSV100" + word(seq) + "skip" + word(payloadLen) + std::string(13, 'i') + type + "ii" +
          payload;
 }
-std::string frame(char type, int64_t seq, const std::string& payload) {
-  return frame(type, seq, payload, static_cast<int64_t>(payload.size()));
+std::string frame(char type, std::int64_t seq, const std::string& payload) {
+  return frame(type, seq, payload, static_cast<std::int64_t>(payload.size()));
 }
 
 struct CarVideo : testing::Test {
@@ -58,7 +59,7 @@ TEST_F(CarVideo, TagWindowOutlivesAConnectionButNotTheSequence) {
   EXPECT_EQ(run.take(), "new");
 }
 
-class CarVideoLength : public CarVideo, public testing::WithParamInterface<int32_t> {};
+class CarVideoLength : public CarVideo, public testing::WithParamInterface<std::int32_t> {};
 
 TEST_P(CarVideoLength, OutOfBoundsBreaksTheConnection) {
   EXPECT_EQ(taken(frame(kAnchor, 1, "good")), "good");

@@ -29,7 +29,7 @@ void noteInsteadOfWaiting(const timespec& end) {
 
 // The first frame, "one", is taken in the last pause that is looked behind, then never. The lines
 // first and last say how long each frame had to wait.
-void expectWaits(decltype(&ThreadVideoSourceForFleet) worker, size_t requestSize,
+void expectWaits(decltype(&ThreadVideoSourceForFleet) worker, std::size_t requestSize,
                  const std::string& sent, int waits, double each, const std::string& first = "",
                  const std::string& last = "") {
   for (const bool never : {false, true}) {

@@ -14,8 +14,8 @@ using Clock = std::chrono::steady_clock;
 
 const std::string kAnswer = word(0) + std::string(14, 'n');
 
-std::string packet(char kind, const std::string& payload, size_t missing = 0) {
-  return kind + word(static_cast<int64_t>(payload.size() + missing)) + std::string(14, 'n') +
+std::string packet(char kind, const std::string& payload, std::size_t missing = 0) {
+  return kind + word(static_cast<std::int64_t>(payload.size() + missing)) + std::string(14, 'n') +
          payload;
 }
 
@@ -54,12 +54,12 @@ TEST(FleetVideo, UntakenFrameIsOverwrittenAfterHalfASecond) {
 // Both in one place, the flag in the length's low byte: the later one stays.
 TEST(FleetVideo, TheFlagIsSetBehindTheLength) {
   TestServer server;
-  uint8_t isCancel = 0;
-  int32_t lenAndFlag = 0;
-  std::vector<uint8_t> frame(131072);
+  std::uint8_t isCancel = 0;
+  std::int32_t lenAndFlag = 0;
+  std::vector<std::uint8_t> frame(131072);
   std::thread worker([&] {
     ThreadVideoSourceForFleet("127.0.0.1", server.port, 81, 2, "acc", "pwd", &isCancel, "stamp",
-                              "car", reinterpret_cast<uint8_t*>(&lenAndFlag), frame.data(),
+                              "car", reinterpret_cast<std::uint8_t*>(&lenAndFlag), frame.data(),
                               &lenAndFlag);
   });
   Peer peer = server.acceptRequest(81);

@@ -10,24 +10,24 @@ namespace quorvid::test {
 namespace {
 
 // Of the whole process. A sanitizer's allocator reports nothing here; it finds leaks by itself.
-size_t allocatedBytes() {
+std::size_t allocatedBytes() {
   const auto info = mallinfo2();
   return info.uordblks + info.hblkhd;
 }
 
 class GpsRun {
  public:
-  explicit GpsRun(int32_t port)
+  explicit GpsRun(std::int32_t port)
       : thread_([this, port] {
           result_ = ThreadGetCarGPS(myDevInfoItemsForGPS, &count, "127.0.0.1", port, 0, "a", "p",
                                     "t", &done, &run);
         }) {}
   ~GpsRun() { stop(); }
-  int32_t stop() {
+  std::int32_t stop() {
     set(run, 0xFE);
     return join();
   }
-  int32_t join() {
+  std::int32_t join() {
     if (thread_.joinable()) thread_.join();
     return result_;
   }
@@ -35,12 +35,12 @@ class GpsRun {
     return eventually([this] { return get(done) == 1; });
   }
 
-  int32_t count = -7;
-  int32_t done = 5;
-  uint8_t run = 0xFF;
+  std::int32_t count = -7;
+  std::int32_t done = 5;
+  std::uint8_t run = 0xFF;
 
  private:
-  int32_t result_ = -99;
+  std::int32_t result_ = -99;
   std::thread thread_;
 };
 
@@ -52,7 +52,7 @@ TEST(Gps, ConnectionsAndPollsLeaveNothingBehind) {
   GpsRun gps(server.port);
   const auto before = openDescriptors() + 1;  // with the one that the poller has open
   for (int i = 0; i < 100; ++i) server.acceptRequest(500).send(listHeader(0));
-  const size_t allocated = allocatedBytes();
+  const std::size_t allocated = allocatedBytes();
   for (int i = 0; i < 900; ++i) server.acceptRequest(500).send(listHeader(0));
   EXPECT_EQ(get(gps.count), -7);
   EXPECT_EQ(get(gps.done), 0);
@@ -117,8 +117,8 @@ TEST(Gps, AStopEndsItsRead) {
 // Both in one place, the later one stays.
 TEST(Gps, TheCountIsPublishedBehindDone) {
   TestServer server;
-  int32_t doneAndCount = 0;
-  uint8_t run = 1;
+  std::int32_t doneAndCount = 0;
+  std::uint8_t run = 1;
   std::thread poller([&] {
     ThreadGetCarGPS(myDevInfoItemsForGPS, &doneAndCount, "127.0.0.1", server.port, 0, "a", "p", "t",
                     &doneAndCount, &run);

@@ -9,9 +9,9 @@ namespace quorvid::test {
 namespace {
 
 struct ListOutcome {
-  int32_t result = -99;
-  int32_t count = 0;
-  int32_t done = 5;
+  std::int32_t result = -99;
+  std::int32_t count = 0;
+  std::int32_t done = 5;
   std::vector<DevInfoItem> items = std::vector<DevInfoItem>(200);
 };
 
@@ -45,8 +45,8 @@ TEST(List, FillsTheTableFieldByField) {
 
 // How many bytes follow a record depends on itemLen alone, and 281 to 283 announce none.
 TEST(List, SkipsWhatFollowsARecord) {
-  const std::pair<int32_t, size_t> cases[] = {{281, 0}, {282, 0},  {283, 0},
-                                              {284, 4}, {300, 20}, {2644, 2364}};
+  const std::pair<std::int32_t, std::size_t> cases[] = {{281, 0}, {282, 0},  {283, 0},
+                                                        {284, 4}, {300, 20}, {2644, 2364}};
   const std::string last = deviceRecord(280, 33);
   for (const auto& [itemLen, extra] : cases) {
     const ListOutcome got =
@@ -69,7 +69,7 @@ TEST(List, WrongOrShortReplyFails) {
   const struct {
     const char* what;
     std::string reply;
-    int32_t count;
+    std::int32_t count;
   } cases[] = {
       {"closed before the tag", "3GAPV10", 0},
       {"unknown tag", listHeader(1, "3GAPV106") + good, 0},
@@ -90,7 +90,8 @@ TEST(List, WrongOrShortReplyFails) {
   }
 }
 
-std::string relayReply(int32_t replyLen, size_t skipped, int32_t port, int32_t cmd = 0x8001) {
+std::string relayReply(std::int32_t replyLen, std::size_t skipped, std::int32_t port,
+                       std::int32_t cmd = 0x8001) {
   return listHeader(0, "3GAPV105", cmd, replyLen) + std::string(skipped, 's') + "\x7F\xC8\xC9\xFA" +
          word(port);
 }
@@ -113,7 +114,7 @@ TEST(Relay, StreamsFromTheAddressInTheReply) {
 }
 
 // A cancelled session still looks up; then the stream ends before it begins.
-int32_t lookupAnsweredWith(const std::string& reply) {
+std::int32_t lookupAnsweredWith(const std::string& reply) {
   TestServer lookup;
   VideoRun run(ThreadGetRelayForCar, lookup.port, 1);
   Peer peer = lookup.acceptRequest(500);

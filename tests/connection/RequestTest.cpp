@@ -19,21 +19,22 @@ namespace {
 
 const std::string k31(31, 'a'), k32(32, 'a'), k63(63, 'c'), k64(64, 'c');
 
-std::string built(decltype(&InitRequestStringForFleet) build, size_t size, int32_t channel,
-                  const char* acc, const char* pwd, const char* carId, const char* timestamp) {
+std::string built(decltype(&InitRequestStringForFleet) build, std::size_t size,
+                  std::int32_t channel, const char* acc, const char* pwd, const char* carId,
+                  const char* timestamp) {
   std::string out(size + 1, '\xEE');
-  build(reinterpret_cast<uint8_t*>(out.data()), static_cast<int32_t>(size), channel, acc, pwd,
-        carId, timestamp);
+  build(reinterpret_cast<std::uint8_t*>(out.data()), static_cast<std::int32_t>(size), channel, acc,
+        pwd, carId, timestamp);
   EXPECT_EQ(out[size], '\xEE');
   return out.substr(0, size);
 }
-std::string fleet(int32_t channel, const char* carId, const char* others = "a") {
+std::string fleet(std::int32_t channel, const char* carId, const char* others = "a") {
   return built(InitRequestStringForFleet, 81, channel, others, others, carId, others);
 }
-std::string car(int32_t channel, const char* acc, const char* carId, const char* timestamp) {
+std::string car(std::int32_t channel, const char* acc, const char* carId, const char* timestamp) {
   return built(InitRequestStringForCar, 500, channel, acc, "p", carId, timestamp);
 }
-std::string relay(int32_t channel, const char* carId, const char* timestamp) {
+std::string relay(std::int32_t channel, const char* carId, const char* timestamp) {
   return built(InitRequestStringGetRelayForCar, 500, channel, "a", "p", carId, timestamp);
 }
 
@@ -42,7 +43,8 @@ std::string carRecord(const std::string& acc, const char* pwd, const char* times
   return "3GTXV100" + word(2) + word(164) + padded(acc, 32) + padded(pwd, 32) +
          padded(timestamp, 32) + padded(carId, 64) + "\2\1" + number + zeros(321);
 }
-std::string queryRecord(int32_t command, int32_t size, const char* text3, int32_t wantsRelay) {
+std::string queryRecord(std::int32_t command, std::int32_t size, const char* text3,
+                        std::int32_t wantsRelay) {
   return "3GAPV104" + word(1) + word(command) + word(size) + padded("a", 32) + padded("p", 32) +
          padded(text3, 32) + word(wantsRelay);
 }
@@ -58,10 +60,10 @@ TEST(Request, VideoRecords) {
 
 TEST(Request, QueryRecords) {
   std::string list(500, '\xEE');
-  InitRequestStringGetListForCar(reinterpret_cast<uint8_t*>(list.data()), 500, "a", "p", "t3");
+  InitRequestStringGetListForCar(reinterpret_cast<std::uint8_t*>(list.data()), 500, "a", "p", "t3");
   EXPECT_EQ(list, padded(queryRecord(130, 284, "t3", 0), 500));
 
-  const int32_t size = sizeof(long) == 8 ? 104 : 84;
+  const std::int32_t size = sizeof(long) == 8 ? 104 : 84;
   const std::string block = word(size) + word(1);
   EXPECT_EQ(relay(0, "X9", "now"),
             padded(queryRecord(134, size, "now", 1) + block + padded("X9", 64) + word(1), 500));
@@ -107,12 +109,12 @@ T option(int fd, int level, int name) {
 // On a socket that isn't connected a request can't be sent, and the segment size is still told as
 // it was asked for.
 TEST(Request, EachSenderSetsTheProfileAndClosesAfterAFailureWithoutASignal) {
-  using Sender = int32_t (*)(int32_t);
+  using Sender = std::int32_t (*)(std::int32_t);
   constexpr Sender kSenders[] = {
-      [](int32_t fd) { return SendRequestForFleet(fd, 0, "a", "p", "t", "dev"); },
-      [](int32_t fd) { return SendRequestForCar(fd, 0, "a", "p", "t", "dev"); },
-      [](int32_t fd) { return SendRequestGetListForCar(fd, "a", "p", "t"); },
-      [](int32_t fd) { return SendRequestGetRelayForCar(fd, 0, "a", "p", "t", "dev"); }};
+      [](std::int32_t fd) { return SendRequestForFleet(fd, 0, "a", "p", "t", "dev"); },
+      [](std::int32_t fd) { return SendRequestForCar(fd, 0, "a", "p", "t", "dev"); },
+      [](std::int32_t fd) { return SendRequestGetListForCar(fd, "a", "p", "t"); },
+      [](std::int32_t fd) { return SendRequestGetRelayForCar(fd, 0, "a", "p", "t", "dev"); }};
   for (const Sender send : kSenders) {
     const int sending = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
     const Socket same(dup(sending));

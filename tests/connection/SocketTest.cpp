@@ -13,7 +13,7 @@
 #include "connection/Socket.h"
 #include "connection/TestServer.h"
 
-extern "C" int32_t tableBytesSeenFromC(void);
+extern "C" std::int32_t tableBytesSeenFromC(void);
 
 namespace quorvid::test {
 namespace {
@@ -40,8 +40,8 @@ TEST(Socket, ReadnAndWritenGoOnAfterASignal) {
   ASSERT_EQ(pipe(ends), 0);
   const std::string sent(1 << 20, 's');  // more than a pipe holds
   std::string received(sent.size(), '\0');
-  const auto size = static_cast<int32_t>(sent.size());
-  int32_t read = 0, written = 0;
+  const auto size = static_cast<std::int32_t>(sent.size());
+  std::int32_t read = 0, written = 0;
   std::thread reader([&] { read = readn(ends[0], received.data(), 8); });
   interruptOften(reader);
   std::thread writer([&] { written = writen(ends[1], sent.data(), size); });
@@ -64,7 +64,7 @@ TEST(Socket, SignalsDoNotStretchTheReceiveTimeout) {
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     const timeval second{1, 0};
     setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &second, sizeof second);
-    int32_t result = 0, error = 0;
+    std::int32_t result = 0, error = 0;
     std::atomic<bool> ended{false};
     const auto start = steady_clock::now();
     std::thread reader([&] {
@@ -145,7 +145,7 @@ TEST(Socket, ConnectGoesOnAfterASignal) {
     std::optional<TestServer> server(std::in_place, kHost, false);
     server->listen(0);
     const Socket filling(ConnectToServer(kHost, server->port));
-    int32_t connected = 0;
+    std::int32_t connected = 0;
     CaptureStdout();
     std::thread connecting([&, port = server->port] { connected = ConnectToServer(kHost, port); });
     EXPECT_TRUE(eventually([&] { return server->isAskedToConnect(); }));
@@ -172,7 +172,7 @@ TEST(Socket, FailureToConnectIsPrinted) {
 }
 
 TEST(Socket, HeaderServesC) {
-  EXPECT_EQ(tableBytesSeenFromC(), static_cast<int32_t>(200 * sizeof(DevInfoItem)));
+  EXPECT_EQ(tableBytesSeenFromC(), static_cast<std::int32_t>(200 * sizeof(DevInfoItem)));
 }
 
 }  // namespace

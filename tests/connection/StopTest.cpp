@@ -18,10 +18,10 @@ const std::string kCarFrame = "3GTSV100" + word(1) + zeros(4) + word(9000) + zer
 struct Case {
   const char* name;
   decltype(&ThreadVideoSourceForFleet) worker;
-  size_t requestSize;
+  std::size_t requestSize;
   std::string sent;
   bool trickles;
-  int32_t result;
+  std::int32_t result;
 };
 void PrintTo(const Case& stopped, std::ostream* out) {
   *out << stopped.name;

@@ -47,13 +47,13 @@ inline auto openDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-inline std::string zeros(size_t count) {
+inline std::string zeros(std::size_t count) {
   return std::string(count, '\0');
 }
-inline std::string padded(const std::string& text, size_t width) {
+inline std::string padded(const std::string& text, std::size_t width) {
   return text + zeros(width - text.size());
 }
-inline std::string word(int64_t value) {  // 4 bytes, little-endian
+inline std::string word(std::int64_t value) {  // 4 bytes, little-endian
   std::string bytes;
   for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(value >> shift & 0xFF);
   return bytes;
@@ -77,10 +77,10 @@ class Descriptor {
 class Peer : Descriptor {
  public:
   explicit Peer(int fd) : Descriptor(fd, 8) {}
-  std::string receive(size_t size) {
+  std::string receive(std::size_t size) {
     std::string bytes = zeros(size);
     const ssize_t count = ::recv(fd_, bytes.data(), size, MSG_WAITALL);
-    return bytes.substr(0, count < 0 ? 0 : static_cast<size_t>(count));
+    return bytes.substr(0, count < 0 ? 0 : static_cast<std::size_t>(count));
   }
   void send(const std::string& bytes) { ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
   void finish() { ::shutdown(fd_, SHUT_WR); }  // closes our direction in order
@@ -117,7 +117,7 @@ class TestServer : Descriptor {
     if (fd < 0) throw std::runtime_error("nobody connected");
     return Peer(fd);
   }
-  Peer acceptRequest(size_t size) {
+  Peer acceptRequest(std::size_t size) {
     Peer peer = accept();
     request = peer.receive(size);
     return peer;
@@ -129,7 +129,7 @@ class TestServer : Descriptor {
     return std::string(std::istreambuf_iterator<char>(table), {}).find(end) != std::string::npos;
   }
 
-  int32_t port;
+  std::int32_t port;
   std::string request;  // the last one
 };
 
@@ -137,21 +137,22 @@ class TestServer : Descriptor {
 class VideoRun {
  public:
   // 0xFE is as good as 0: only bit 0 of a flag counts.
-  VideoRun(decltype(&ThreadVideoSourceForFleet) worker, int32_t port, uint8_t cancelled = 0xFE)
+  VideoRun(decltype(&ThreadVideoSourceForFleet) worker, std::int32_t port,
+           std::uint8_t cancelled = 0xFE)
       : isCancel(cancelled), thread_([this, worker, port] {
           result_ = worker("127.0.0.1", port, 81, 2, "acc", "pwd", &isCancel, "stamp", "car",
                            &canGetFrame, frame.data(), &frameLen);
         }) {}
   ~VideoRun() { stop(); }
-  int32_t stop() {
+  std::int32_t stop() {
     set(isCancel, 1);
     return join();
   }
-  int32_t cancel() {
+  std::int32_t cancel() {
     CancelVideoSource(&isCancel);
     return join();
   }
-  int32_t join() {
+  std::int32_t join() {
     if (thread_.joinable()) thread_.join();
     return result_;
   }
@@ -163,24 +164,24 @@ class VideoRun {
     return taken;
   }
 
-  uint8_t isCancel;
-  uint8_t canGetFrame = 1;
-  int32_t frameLen = 0;
-  std::vector<uint8_t> frame = std::vector<uint8_t>(131072);
+  std::uint8_t isCancel;
+  std::uint8_t canGetFrame = 1;
+  std::int32_t frameLen = 0;
+  std::vector<std::uint8_t> frame = std::vector<std::uint8_t>(131072);
 
  private:
-  int32_t result_ = -99;
+  std::int32_t result_ = -99;
   std::thread thread_;
 };
 
 // The reply to a list request, up to the records.
-inline std::string listHeader(int32_t itemCount, const std::string& tag = "3GAPV104",
-                              int32_t cmd = 0x8001, int32_t replyLen = 8) {
+inline std::string listHeader(std::int32_t itemCount, const std::string& tag = "3GAPV104",
+                              std::int32_t cmd = 0x8001, std::int32_t replyLen = 8) {
   return tag + word(7) + word(cmd) + word(replyLen) + std::string(100, 'h') + word(itemCount);
 }
 
 // A record of 280 bytes, filled from seed, with extra bytes behind it.
-inline std::string deviceRecord(int32_t itemLen, uint8_t seed, size_t extra = 0) {
+inline std::string deviceRecord(std::int32_t itemLen, std::uint8_t seed, std::size_t extra = 0) {
   std::string bytes = word(itemLen);
   while (bytes.size() < 280) bytes += static_cast<char>(seed + bytes.size());
   return bytes + std::string(extra, 'x');
@@ -189,7 +190,7 @@ inline std::string deviceRecord(int32_t itemLen, uint8_t seed, size_t extra = 0)
 // Whether a record of the wire lies in an item that was all 0xFF before.
 inline bool holdsRecord(const DevInfoItem& item, const std::string& wire) {
   std::string expected(sizeof item, '\xFF');
-  const auto place = [&](size_t at, size_t from, size_t size) {
+  const auto place = [&](std::size_t at, std::size_t from, std::size_t size) {
     expected.replace(at, size, wire, from, size);
   };
   place(offsetof(DevInfoItem, itemLen), 0, 4);

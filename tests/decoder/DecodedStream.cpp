@@ -96,9 +96,7 @@ bool DecodedStream::feedFrame(const std::vector<std::uint8_t>& frame) {
   const auto size = static_cast<std::uint32_t>(frame.size());
   std::copy(frame.begin(), frame.end(), slot_.begin());
   char* const bytes = slot_.data();
-  if ((bytes[4] & 0x1F) != 7) {
-    return feedAt(bytes, size);
-  }
+  if ((bytes[4] & 0x1F) != 7) return feedAt(bytes, size);
   feedAt(bytes, 13);
   feedAt(bytes + 13, 8);
   const std::uint32_t slice = (bytes[25] & 0x1F) == 6 ? 30 : 21;

@@ -70,9 +70,7 @@ TEST_P(StreamTest, EveryPictureIsThereAtOnceAndLikeTheDrawnOne) {
     EXPECT_EQ(CVPixelBufferGetHeight(decoded->picture()), 960U);
   }
   TestPicture drawn = drawnPicture(options, options.frames - 1);
-  if (the.fullRange) {
-    toVideoRange(drawn);
-  }
+  if (the.fullRange) toVideoRange(drawn);
   const test::Likeness like = likeness(decoded->picture(), drawn);
   EXPECT_GT(like.y, 40);
   EXPECT_GT(like.u, 42);
@@ -279,9 +277,7 @@ TEST_P(HostileKeyFrameTest, NextGoodKeyFrameShows) {
     for (std::size_t size = 1; size <= 40; ++size) {
       for (unsigned first = 0; first < 256; ++first) {
         Bytes frame(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
-        if (GetParam()) {
-          std::generate(frame.begin(), frame.end(), random);
-        }
+        if (GetParam()) std::generate(frame.begin(), frame.end(), random);
         frame.resize(std::max<std::size_t>(size, 5));
         frame[4] = static_cast<std::uint8_t>(first);
         frame.resize(size);

@@ -112,9 +112,7 @@ AvFramePtr flatFrame(const FrameCase& the) {
       std::uint8_t* const at = frame->data[part.plane] + i / columns * frame->linesize[part.plane] +
                                i % columns * part.step + part.offset;
       at[0] = static_cast<std::uint8_t>(value & 0xFF);
-      if (part.depth > 8) {
-        at[1] = static_cast<std::uint8_t>(value >> 8);
-      }
+      if (part.depth > 8) at[1] = static_cast<std::uint8_t>(value >> 8);
     }
   }
   return frame;

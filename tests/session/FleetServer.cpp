@@ -21,9 +21,7 @@ std::string FleetClient::readRequest() {
 bool FleetClient::send(std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t count = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (count <= 0) {
-      return false;
-    }
+    if (count <= 0) return false;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }
   return true;
@@ -84,9 +82,7 @@ FleetServer::~FleetServer() {
 void FleetServer::acceptAll() {
   for (;;) {
     const int descriptor = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-    if (descriptor < 0) {
-      return;
-    }
+    if (descriptor < 0) return;
     const std::lock_guard lock(mutex_);
     if (ending_) {
       ::close(descriptor);

@@ -16,7 +16,7 @@ namespace {
 // The encoder's remarks are no test results.
 [[maybe_unused]] const bool quiet = (av_log_set_level(AV_LOG_QUIET), true);
 
-/// Pictures that no encoder can make small.
+// Pictures that no encoder can make small.
 class Noise final : public PictureSource {
  public:
   Noise(int width, int height, int count) : picture_(newPicture(width, height)), count_(count) {}
@@ -63,7 +63,7 @@ TEST(MediaLoop, StartsAnewWithLessUntilEveryFrameFitsTheWire) {
   }
 }
 
-/// A film of ten pictures a second, each of one colour. Its luma counts up from `y`.
+// A film of ten pictures a second, each of one colour. Its luma counts up from `y`.
 class Film {
  public:
   Film(int pictures, int y, int cb, int cr) {

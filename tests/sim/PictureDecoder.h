@@ -8,7 +8,7 @@
 
 namespace quorvid::sim {
 
-/// Decodes a stream of frames, one picture each.
+// Decodes a stream of frames, one picture each.
 class PictureDecoder {
  public:
   PictureDecoder() : codec_(avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_H264))) {
@@ -17,7 +17,7 @@ class PictureDecoder {
     if (avcodec_open2(codec_.get(), nullptr, nullptr) < 0) throw std::runtime_error("no decoder");
   }
 
-  /// @return the three planes without padding; empty when no picture came out
+  // @return the three planes without padding; empty when no picture came out
   Bytes decode(ByteView frame) {
     av_new_packet(packet_.get(), static_cast<int>(frame.size()));
     std::copy(frame.begin(), frame.end(), packet_->data);

@@ -13,7 +13,7 @@ PixelView lumaOf(const AVFrame& picture) {
   return {picture.data[0], picture.width, picture.height, picture.linesize[0]};
 }
 
-/// As a viewer's decoder hands pictures out, whatever the stream's size.
+// As a viewer's decoder hands pictures out, whatever the stream's size.
 FramePtr scaled(const AVFrame& from) {
   FramePtr to = newPicture(1280, 960);
   const ScalerPtr scaler(sws_getContext(from.width, from.height, AV_PIX_FMT_YUV420P, 1280, 960,

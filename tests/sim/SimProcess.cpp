@@ -16,7 +16,7 @@ SimProcess::SimProcess(std::vector<std::string> arguments) {
   close(out[0]);
 }
 
-/// Four lines "service port", one JSON object, or the end.
+// Four lines "service port", one JSON object, or the end.
 void SimProcess::readLines(int descriptor) {
   std::string line;
   for (char c = 0; lines_.size() < 4 && read(descriptor, &c, 1) == 1;) {

@@ -55,9 +55,7 @@ AVColorSpace colorSpace(TestMatrix matrix) {
 Context openEncoder(const TestStreamOptions& options) {
   const AVCodec* const codec = avcodec_find_encoder_by_name("libx264");
   Context context(codec != nullptr ? avcodec_alloc_context3(codec) : nullptr);
-  if (!context) {
-    fail("libx264 is missing");
-  }
+  if (!context) fail("libx264 is missing");
   context->log_level_offset = kQuiet;
   context->width = options.width;
   context->height = options.height;
@@ -76,9 +74,7 @@ Context openEncoder(const TestStreamOptions& options) {
   const std::string parameters =
       "slices=1:sliced-threads=0:no-psy=1:ref=1:weightp=0:scenecut=0:rc-lookahead=0:";
   av_opt_set(settings, "x264-params", (parameters + options.encoder).c_str(), 0);
-  if (avcodec_open2(context.get(), codec, nullptr) < 0) {
-    fail("libx264 does not open");
-  }
+  if (avcodec_open2(context.get(), codec, nullptr) < 0) fail("libx264 does not open");
   return context;
 }
 
@@ -100,25 +96,19 @@ void sendPicture(AVCodecContext* encoder, const TestStreamOptions& options, int 
   frame->width = encoder->width;
   frame->height = encoder->height;
   frame->pts = index;
-  if (av_frame_get_buffer(frame.get(), 0) < 0) {
-    fail("no memory");
-  }
+  if (av_frame_get_buffer(frame.get(), 0) < 0) fail("no memory");
   const TestPicture picture = drawnPicture(options, index);
   copyPlane(picture.y, picture.width, frame->data[0], frame->linesize[0]);
   copyPlane(picture.u, picture.width / 2, frame->data[1], frame->linesize[1]);
   copyPlane(picture.v, picture.width / 2, frame->data[2], frame->linesize[2]);
-  if (avcodec_send_frame(encoder, frame.get()) < 0) {
-    fail("the encoder refuses a picture");
-  }
+  if (avcodec_send_frame(encoder, frame.get()) < 0) fail("the encoder refuses a picture");
 }
 
 // The SPS of a baseline or main profile stream in the 9 bytes that recorders send: without its VUI,
 // zeros fill the place.
 Bytes recordersSps(h264::ByteView unit) {
   const auto sps = h264::parseSps(unit);
-  if (!sps) {
-    fail("an SPS that can't be read");
-  }
+  if (!sps) fail("an SPS that can't be read");
   Bytes rewritten = h264::withoutVui(*sps, unit);
   rewritten.resize(std::max(rewritten.size(), kSpsSize));
   return rewritten;
@@ -135,9 +125,7 @@ void takePacket(const AVPacket& packet, const TestStreamOptions& options, H264Te
       stream.pps.assign(unit.begin(), unit.end());
     } else if (found.type == UnitType::Slice || found.type == UnitType::KeySlice) {
       frame.isKey = found.type == UnitType::KeySlice;
-      if (!frame.slice.empty()) {
-        frame.slice.insert(frame.slice.end(), {0, 0, 0, 1});
-      }
+      if (!frame.slice.empty()) frame.slice.insert(frame.slice.end(), {0, 0, 0, 1});
       frame.slice.insert(frame.slice.end(), unit.begin(), unit.end());
     } else if (found.type != UnitType::Sei) {
       fail("an unexpected unit");

@@ -59,9 +59,7 @@ HostScreen::HostScreen(HostDisplay display, HostApi api, int width, int height, 
 }
 
 HostScreen::~HostScreen() {
-  if (isCurrent()) {
-    eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-  }
+  if (isCurrent()) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   eglDestroyContext(display_, context_);
 }
 
@@ -110,9 +108,7 @@ void makeStateUnusual() {
   for (const GLenum on : {GL_BLEND, GL_DEPTH_TEST, GL_CULL_FACE, GL_RASTERIZER_DISCARD}) {
     glEnable(on);
   }
-  if (isDesktop()) {
-    glEnable(framebufferSrgb);
-  }
+  if (isDesktop()) glEnable(framebufferSrgb);
 }
 
 std::vector<std::string> describeState() {
@@ -152,9 +148,7 @@ std::vector<std::string> describeState() {
     glGetBooleani_v(GL_COLOR_WRITEMASK, buffer, mask);
     all.push_back("mask " + std::to_string(mask[0] * 8 + mask[1] * 4 + mask[2] * 2 + mask[3]));
   }
-  if (isDesktop()) {
-    all.push_back("srgb " + std::to_string(glIsEnabled(framebufferSrgb)));
-  }
+  if (isDesktop()) all.push_back("srgb " + std::to_string(glIsEnabled(framebufferSrgb)));
   all.push_back("error " + std::to_string(glGetError()));
   return all;
 }

@@ -55,9 +55,7 @@ class OnScreen : public testing::Test {
       EXPECT_TRUE(window_->runTurn());
       image = screen_.screenshot();
       const SDL_Rect box = boxOf(image, color);
-      if (box.w == width && box.h == height) {
-        break;
-      }
+      if (box.w == width && box.h == height) break;
     }
     return image;
   }

@@ -69,9 +69,7 @@ TEST(Window, RefreshesAtSixtyHertzWithoutSpinning) {
   const auto window = openHeadless(32, 32);
   int ticks = 0;
   const auto link = CADisplayLink::displayLinkWithTarget([&] {
-    if (++ticks == 30) {
-      window->close();
-    }
+    if (++ticks == 30) window->close();
   });
   link->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);
   const auto begin = std::chrono::steady_clock::now();
@@ -116,13 +114,9 @@ void showInThreeWindows(std::shared_ptr<AAPLEAGLLayer> layer) {
   const Picture picture(32, 32, [](int, int) { return grey(235); });
   for (int i = 0; i < 3; ++i) {
     const auto window = openHeadless(64, 32);
-    if (layer == nullptr) {
-      layer = AAPLEAGLLayer::initWithFrame(CGRectMake(32, 0, 32, 32));
-    }
+    if (layer == nullptr) layer = AAPLEAGLLayer::initWithFrame(CGRectMake(32, 0, 32, 32));
     window->contentView()->layer()->addSublayer(layer);
-    if (i != 1) {
-      layer->setPixelBuffer(picture.get());
-    }
+    if (i != 1) layer->setPixelBuffer(picture.get());
     EXPECT_TRUE(window->runTurn());
     EXPECT_LE(distance(snapshotOf(*window).at(48, 16), {255, 255, 255}), 2) << i;
   }

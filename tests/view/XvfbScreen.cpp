@@ -13,9 +13,7 @@ namespace quorvid::test {
 XvfbScreen::XvfbScreen(int width, int height) {
   const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
   int ends[2];  // the server writes its display number, and nothing if it fails
-  if (pipe(ends) != 0) {
-    return;
-  }
+  if (pipe(ends) != 0) return;
   server_ = fork();
   if (server_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);  // a test that dies takes its server along
@@ -33,9 +31,7 @@ XvfbScreen::XvfbScreen(int width, int height) {
     name_ += digit;
   }
   close(ends[0]);
-  if (!name_.empty()) {
-    name_ = ":" + name_;
-  }
+  if (!name_.empty()) name_ = ":" + name_;
 }
 
 XvfbScreen::~XvfbScreen() {
@@ -48,9 +44,7 @@ XvfbScreen::~XvfbScreen() {
 Image XvfbScreen::screenshot() const {
   Image image;
   Display* display = XOpenDisplay(name_.c_str());
-  if (display == nullptr) {
-    return image;
-  }
+  if (display == nullptr) return image;
   image.width = DisplayWidth(display, 0);
   image.height = DisplayHeight(display, 0);
   XImage* shot =

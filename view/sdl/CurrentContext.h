@@ -23,9 +23,7 @@ class CurrentContext {
 
   // It is about to go: nothing is put back.
   void forget(EGLContext context) {
-    if (context_ == context) {
-      context_ = EGL_NO_CONTEXT;
-    }
+    if (context_ == context) context_ = EGL_NO_CONTEXT;
   }
 
  private:

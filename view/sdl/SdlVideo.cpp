@@ -88,9 +88,7 @@ std::unique_ptr<SdlVideo> SdlVideo::open(bool headless, std::string& error) {
     state() = State::Down;
   }
   setHints(headless);
-  if (state() == State::Down && !startUp(error)) {
-    return nullptr;
-  }
+  if (state() == State::Down && !startUp(error)) return nullptr;
   setAttributes();
   state() = State::InUse;
   return std::unique_ptr<SdlVideo>(new SdlVideo());

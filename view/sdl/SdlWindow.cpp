@@ -32,12 +32,8 @@ bool SdlWindow::create(const WindowOptions& options, std::string& error) {
 }
 
 SdlWindow::~SdlWindow() {
-  if (context_ != nullptr) {
-    destroyContext();
-  }
-  if (window_ != nullptr) {
-    SDL_DestroyWindow(window_);
-  }
+  if (context_ != nullptr) destroyContext();
+  if (window_ != nullptr) SDL_DestroyWindow(window_);
 }
 
 void SdlWindow::destroyContext() {
@@ -48,17 +44,13 @@ void SdlWindow::destroyContext() {
     host_.reset();  // views that nobody else holds go before their display does
     SDL_GL_MakeCurrent(nullptr, nullptr);
   }
-  if (ViewHost::displayInUse(eglDisplay_)) {
-    video_->keep(eglDisplay_);
-  }
+  if (ViewHost::displayInUse(eglDisplay_)) video_->keep(eglDisplay_);
   SDL_GL_DeleteContext(context_);
 }
 
 // SDL remembers what it made current and would not look: another context may have come since.
 bool SdlWindow::makeCurrent() {
-  if (eglGetCurrentContext() == eglContext_) {
-    return true;
-  }
+  if (eglGetCurrentContext() == eglContext_) return true;
   SDL_GL_MakeCurrent(window_, nullptr);
   return SDL_GL_MakeCurrent(window_, context_) == 0;
 }

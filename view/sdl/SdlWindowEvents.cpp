@@ -43,9 +43,7 @@ void SdlWindow::deliver(const SDL_KeyboardEvent& event) {
   const SDL_Keycode code = event.keysym.sym;
   const bool shortcut = (event.keysym.mod & (KMOD_CTRL | KMOD_ALT | KMOD_GUI)) != 0;
   const bool printable = code >= ' ' && code <= '~' && !shortcut;
-  if (printable || code == SDLK_ESCAPE) {
-    send({WindowEventKind::Key, static_cast<char>(code)});
-  }
+  if (printable || code == SDLK_ESCAPE) send({WindowEventKind::Key, static_cast<char>(code)});
 }
 
 void SdlWindow::send(const WindowEvent& event) {

@@ -37,9 +37,7 @@ double SdlWindow::measureSwap() {
   constexpr int swaps = 5;
   Clock::time_point begin;
   for (int i = 0; i < warmUp + swaps; ++i) {
-    if (i == warmUp) {
-      begin = Clock::now();
-    }
+    if (i == warmUp) begin = Clock::now();
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
     SDL_GL_SwapWindow(window_);
@@ -48,9 +46,7 @@ double SdlWindow::measureSwap() {
 }
 
 bool SdlWindow::runTurn() {
-  if (closed_) {
-    return false;
-  }
+  if (closed_) return false;
   const std::uint32_t refreshes = waitForRefresh();
   deliverEvents();
   if (!closed_) {
@@ -78,13 +74,9 @@ void SdlWindow::drawAnew() {
 }
 
 void SdlWindow::drawIfChanged() {
-  if (!isSeen() || (drawsDue_ == 0 && !host_->needsComposite())) {
-    return;
-  }
+  if (!isSeen() || (drawsDue_ == 0 && !host_->needsComposite())) return;
   const CurrentContext former;
-  if (!makeCurrent()) {
-    return;
-  }
+  if (!makeCurrent()) return;
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT);
@@ -96,21 +88,15 @@ void SdlWindow::drawIfChanged() {
 
 bool SdlWindow::snapshot(WindowPicture& picture) {
   const CurrentContext former;
-  if (!makeCurrent()) {
-    return false;
-  }
+  if (!makeCurrent()) return false;
   OffscreenTarget target(pixelWidth_, pixelHeight_);
-  if (!target.isComplete()) {
-    return false;
-  }
+  if (!target.isComplete()) return false;
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   if (host_->needsComposite()) {
     drawsDue_ = std::max(drawsDue_, 1);  // what is drawn here isn't in the window
   }
-  if (!host_->composite(0, 0, pixelWidth_, pixelHeight_)) {
-    return false;
-  }
+  if (!host_->composite(0, 0, pixelWidth_, pixelHeight_)) return false;
   picture.width = pixelWidth_;
   picture.height = pixelHeight_;
   target.read(picture.rgb);

@@ -17,9 +17,7 @@ std::unique_ptr<Window> openWindow(const WindowOptions& options, std::string& er
     return nullptr;
   }
   std::unique_ptr<SdlVideo> video = SdlVideo::open(options.headless, error);
-  if (video == nullptr) {
-    return nullptr;
-  }
+  if (video == nullptr) return nullptr;
   auto window = std::make_unique<SdlWindow>(std::move(video));
   return window->create(options, error) ? std::move(window) : nullptr;
 }
@@ -29,9 +27,7 @@ std::unique_ptr<Window> openWindow(const WindowOptions& options, std::string& er
 std::unique_ptr<Window> Window::open(const WindowOptions& options, std::string* error) {
   std::string reason;
   std::unique_ptr<Window> window = openWindow(options, reason);
-  if (window == nullptr && error != nullptr) {
-    *error = reason;
-  }
+  if (window == nullptr && error != nullptr) *error = reason;
   return window;
 }
 

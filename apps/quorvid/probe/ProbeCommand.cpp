@@ -68,9 +68,7 @@ class ProbeCommand {
 
   std::string resolve(const std::string& host) {
     const Reachability server = resolveServer(options_.target.server, options_.timeout);
-    if (server.address.empty()) {
-      throw ProbeFailure(server.sentence);
-    }
+    if (server.address.empty()) throw ProbeFailure(server.sentence);
     say("resolved", host + " is " + server.address);
     return server.address;
   }
@@ -129,9 +127,7 @@ class ProbeCommand {
     const bool hadFrames = figures_.frames() > 0;
     const bool hadKey = figures_.keyFrames() > 0;
     figures_.add(frame, now);
-    if (!hadFrames) {
-      say("frame", "the first has " + std::to_string(frame.size()) + " bytes");
-    }
+    if (!hadFrames) say("frame", "the first has " + std::to_string(frame.size()) + " bytes");
     if (!hadKey && figures_.keyFrames() > 0) {
       const std::string units = describeUnits(h264::unitsOf(frame));
       say("key frame", "the first has " + std::to_string(frame.size()) + " bytes: " + units);
@@ -139,9 +135,7 @@ class ProbeCommand {
   }
 
   void tellFigures() {
-    if (figures_.frames() == 0) {
-      return;
-    }
+    if (figures_.frames() == 0) return;
     for (const StreamFigures::Line& line : figures_.lines()) {
       say(line.name, line.text);
     }
@@ -161,9 +155,7 @@ class ProbeCommand {
                     size.height, figures_.framesPerSecond(), figures_.bitsPerSecond() / 1e6);
       text += rate;
     }
-    if (!end.empty()) {
-      problems.insert(problems.begin(), end);
-    }
+    if (!end.empty()) problems.insert(problems.begin(), end);
     const char* word = figures_.frames() == 0 ? "FAILED" : problems.empty() ? "OK" : "PROBLEM";
     for (std::size_t i = 0; i < problems.size(); ++i) {
       text += (i == 0 ? ": " : "; ") + problems[i];

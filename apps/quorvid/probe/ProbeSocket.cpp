@@ -39,9 +39,7 @@ ProbeSocket::ProbeSocket(const std::string& address, int port, double timeout)
   const std::string place = address + ":" + std::to_string(port);
   beginStep();
   fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (fd_ < 0) {
-    failWith("no socket", errno);
-  }
+  if (fd_ < 0) failWith("no socket", errno);
   try {
     sockaddr_in to{};
     to.sin_family = AF_INET;
@@ -56,9 +54,7 @@ ProbeSocket::ProbeSocket(const std::string& address, int port, double timeout)
     if (error == ECONNREFUSED) {
       throw ProbeFailure("nothing listens at " + place + " (connection refused)");
     }
-    if (error != 0) {
-      failWith("no connection to " + place, error);
-    }
+    if (error != 0) failWith("no connection to " + place, error);
   } catch (...) {
     close(fd_);
     throw;
@@ -77,15 +73,9 @@ void ProbeSocket::beginStep() {
 void ProbeSocket::waitFor(short events, const std::string& what) const {
   for (;;) {
     pollfd waited{fd_, events, 0};
-    if (poll(&waited, 1, kLookMilliseconds) == 1) {
-      return;
-    }
-    if (stopRequested()) {
-      throw ProbeInterrupted();
-    }
-    if (steadySeconds() >= deadline_) {
-      throw ProbeFailure(what + " within " + seconds(timeout_));
-    }
+    if (poll(&waited, 1, kLookMilliseconds) == 1) return;
+    if (stopRequested()) throw ProbeInterrupted();
+    if (steadySeconds() >= deadline_) throw ProbeFailure(what + " within " + seconds(timeout_));
   }
 }
 
@@ -136,9 +126,7 @@ void ProbeSocket::refill(const std::string& what, std::size_t missing) {
 void ProbeSocket::read(void* out, std::size_t size, const char* what) {
   auto* to = static_cast<std::uint8_t*>(out);
   while (size > 0) {
-    if (at_ == filled_) {
-      refill(what, size);
-    }
+    if (at_ == filled_) refill(what, size);
     const std::size_t part = std::min(size, filled_ - at_);
     std::memcpy(to, buffer_.data() + at_, part);
     at_ += part;
@@ -155,9 +143,7 @@ std::int32_t ProbeSocket::readInt32(const char* what) {
 }
 
 std::int32_t ProbeSocket::readInt32AtOnce(const char* what) {
-  if (at_ == filled_) {
-    refill(what, 4);
-  }
+  if (at_ == filled_) refill(what, 4);
   if (filled_ - at_ < 4) {
     throw ProbeFailure(std::string(what) + " came in pieces; the library takes it only whole");
   }
@@ -180,9 +166,7 @@ std::size_t ProbeSocket::findTag(const std::vector<std::string>& tags, const cha
     read(&byte, 1, what);
     window.erase(0, window.size() < 8 ? 0 : 1);
     window += byte;
-    if (std::find(tags.begin(), tags.end(), window) != tags.end()) {
-      return count + 1 - 8;
-    }
+    if (std::find(tags.begin(), tags.end(), window) != tags.end()) return count + 1 - 8;
   }
   throw ProbeFailure("a mebibyte came without " + std::string(what));
 }

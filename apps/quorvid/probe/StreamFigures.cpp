@@ -40,13 +40,9 @@ void StreamFigures::add(const std::vector<std::uint8_t>& frame, double now) {
   bytes_ += frame.size();
   largest_ = std::max(largest_, frame.size());
   const std::vector<h264::Unit> units = h264::unitsOf(frame);
-  if (units.empty() || units.front().startCode != 0 || units.front().header != 4) {
-    ++unusable_;
-  }
+  if (units.empty() || units.front().startCode != 0 || units.front().header != 4) ++unusable_;
   const auto isKey = [](const h264::Unit& unit) { return unit.type == h264::UnitType::KeySlice; };
-  if (std::any_of(units.begin(), units.end(), isKey)) {
-    addKeyFrame(frame, units, now);
-  }
+  if (std::any_of(units.begin(), units.end(), isKey)) addKeyFrame(frame, units, now);
 }
 
 void StreamFigures::addLeftOut(double now) {
@@ -115,9 +111,7 @@ std::vector<StreamFigures::Line> StreamFigures::lines() const {
 std::vector<std::string> StreamFigures::problems() const {
   std::vector<std::string> found;
   const auto note = [&found](bool troubled, std::string sentence) {
-    if (troubled) {
-      found.push_back(std::move(sentence));
-    }
+    if (troubled) found.push_back(std::move(sentence));
   };
   note(frames_ == 0, "no video frame came");
   note(frames_ > 0 && keyFrames_ == 0, "no key frame came: nothing can be decoded");

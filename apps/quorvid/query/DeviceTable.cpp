@@ -73,9 +73,7 @@ std::string lineOf(const Row& row, const std::vector<std::size_t>& widths) {
   std::string line;
   for (std::size_t i = 0; i < row.size(); ++i) {
     line += row[i];
-    if (i + 1 < row.size()) {
-      line.append(widths[i] - charactersIn(row[i]) + 2, ' ');
-    }
+    if (i + 1 < row.size()) line.append(widths[i] - charactersIn(row[i]) + 2, ' ');
   }
   line.erase(line.find_last_not_of(' ') + 1);
   return line + "\n";
@@ -129,9 +127,7 @@ nlohmann::ordered_json deviceJson(const std::vector<DevInfoItem>& devices, bool 
     item["itemLen"] = wireValue(device.itemLen);
     for (const Block& block : blocksOf(device)) {
       item[block.name] = printableText(block.bytes, block.size);
-      if (raw) {
-        item[std::string(block.name) + "_hex"] = hex(block);
-      }
+      if (raw) item[std::string(block.name) + "_hex"] = hex(block);
     }
     item["numA"] = wireValue(device.numA);
     item["numB"] = wireValue(device.numB);

@@ -38,12 +38,8 @@ class GpsCommand {
   int run() {
     while (!stopRequested() && !isDone()) {
       GpsFeed feed(options_.target);
-      if (!follow(feed)) {
-        leaveThreadsBehind(status());
-      }
-      if (!isDone()) {
-        pauseBeforeNextTry();
-      }
+      if (!follow(feed)) leaveThreadsBehind(status());
+      if (!isDone()) pauseBeforeNextTry();
     }
     return status();
   }
@@ -62,9 +58,7 @@ class GpsCommand {
         waitedSince = steadySeconds();
         pause_ = 1;
       }
-      if (stopRequested() || isDone()) {
-        return false;
-      }
+      if (stopRequested() || isDone()) return false;
       if (steadySeconds() - waitedSince >= options_.timeout) {
         char text[80];
         std::snprintf(text, sizeof text, "no complete reply within %g s", options_.timeout);

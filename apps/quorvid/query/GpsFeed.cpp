@@ -34,9 +34,7 @@ std::optional<std::vector<DevInfoItem>> GpsFeed::newPoll() {
   const std::atomic_ref done(shared_->done);
   const std::atomic_ref count(shared_->count);
   const std::int32_t records = count.load(std::memory_order_acquire);
-  if (records == kNoPollYet || done.load(std::memory_order_acquire) != 1) {
-    return std::nullopt;
-  }
+  if (records == kNoPollYet || done.load(std::memory_order_acquire) != 1) return std::nullopt;
   const DevInfoItem* const table = myDevInfoItemsForGPS;
   std::vector<DevInfoItem> devices(table, table + std::clamp(records, 0, 200));
   const bool whole = done.fetch_add(0, std::memory_order_acq_rel) == 1;  // after the copy

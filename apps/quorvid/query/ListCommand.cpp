@@ -49,24 +49,16 @@ struct Query {
 };
 
 std::string whyItFailed(const ListOptions& options, std::size_t arrived) {
-  if (arrived > 0) {
-    return "the list broke off after " + std::to_string(arrived) + " devices";
-  }
+  if (arrived > 0) return "the list broke off after " + std::to_string(arrived) + " devices";
   const Reachability reach = tryServer(options.target.server, kReachTimeout);
-  if (reach.state != Reachability::State::Connected) {
-    return reach.sentence;
-  }
+  if (reach.state != Reachability::State::Connected) return reach.sentence;
   return reach.sentence + " but did not answer with a device list (account, password, or port?)";
 }
 
 bool print(ReportOutput& output, const ListOptions& options,
            const std::vector<DevInfoItem>& devices, bool complete) {
-  if (!options.json && devices.empty()) {
-    return !complete || output.write("no devices\n");
-  }
-  if (!options.json) {
-    return output.write(deviceTable(devices, options.raw));
-  }
+  if (!options.json && devices.empty()) return !complete || output.write("no devices\n");
+  if (!options.json) return output.write(deviceTable(devices, options.raw));
   nlohmann::ordered_json json;
   json["server"] = options.target.server.text();
   json["complete"] = complete;
@@ -106,15 +98,11 @@ int runList(const ListOptions& options) {
   const auto query = std::make_shared<Query>();
   query->target = options.target;
   Abandonable<int> worker([query] { return query->run(); });
-  if (!wait(worker, *query, options)) {
-    leaveThreadsBehind(1);
-  }
+  if (!wait(worker, *query, options)) leaveThreadsBehind(1);
   const bool complete = worker.get() == 0;
   const std::vector<DevInfoItem> devices = query->devices();
   const bool printed = print(output, options, devices, complete);
-  if (!complete) {
-    return failed(whyItFailed(options, devices.size()));
-  }
+  if (!complete) return failed(whyItFailed(options, devices.size()));
   return printed ? 0 : 1;
 }
 

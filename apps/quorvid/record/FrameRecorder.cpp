@@ -34,18 +34,14 @@ bool FrameRecorder::take(const std::uint8_t* frame, std::size_t length, double n
     refused_ += isKey && !sps_.empty() && !pps_.empty() ? 1 : 0;
     return true;
   }
-  if (waitingForKey_ && !isKey) {
-    return true;
-  }
+  if (waitingForKey_ && !isKey) return true;
   std::vector<std::uint8_t> whole;
   if (waitingForKey_ && !holds(units, UnitType::Sps)) {
     // The sets came in frames of their own, before this picture.
     whole = parameterSets();
   }
   whole.insert(whole.end(), frame, frame + length);
-  if (!hasRoom(whole)) {
-    return true;
-  }
+  if (!hasRoom(whole)) return true;
   waitingForKey_ = false;
   if ((!file_ && !begin(now, error)) ||
       !file_->write(whole.data(), whole.size(), now - start_, isKey, error)) {
@@ -58,20 +54,14 @@ bool FrameRecorder::take(const std::uint8_t* frame, std::size_t length, double n
 
 void FrameRecorder::keepParameterSets(h264::ByteView frame, const std::vector<h264::Unit>& units) {
   for (const h264::Unit& unit : units) {
-    if (unit.type != UnitType::Sps && unit.type != UnitType::Pps) {
-      continue;
-    }
+    if (unit.type != UnitType::Sps && unit.type != UnitType::Pps) continue;
     std::vector<std::uint8_t> set(frame.begin() + unit.startCode, frame.begin() + unit.end);
     std::vector<std::uint8_t>& kept = unit.type == UnitType::Sps ? sps_ : pps_;
-    if (set == kept) {
-      continue;
-    }
+    if (set == kept) continue;
     changes_ += file_ ? 1 : 0;
     setsChanged_ = true;
     kept = std::move(set);
-    if (unit.type == UnitType::Sps) {
-      spsSize_ = sizeOfSps(unit.in(frame));
-    }
+    if (unit.type == UnitType::Sps) spsSize_ = sizeOfSps(unit.in(frame));
   }
 }
 

@@ -55,9 +55,7 @@ class RecordCommand {
     for (const std::string& sentence : odditiesOf(recorder_)) {
       note(sentence);
     }
-    if (!ok) {
-      return failed(error + "; what was written whole before stays readable");
-    }
+    if (!ok) return failed(error + "; what was written whole before stays readable");
     if (!output_.write(visibleText(options_.fileName) + ": " + figuresOf(recorder_) + "\n")) {
       return 1;
     }
@@ -66,9 +64,7 @@ class RecordCommand {
 
  private:
   bool isLongEnough() const {
-    if (options_.seconds <= 0) {
-      return false;
-    }
+    if (options_.seconds <= 0) return false;
     const double now = steadySeconds();
     const double waited = recorder_.frames() > 0 ? recorder_.elapsed(now) : now - start_;
     return isComplete() || waited >= options_.seconds + kPatience;
@@ -83,9 +79,7 @@ class RecordCommand {
 
   // Says why the recording ended before its time, and yields the exit status.
   int ending() const {
-    if (isComplete() || (stopRequested() && !isFull())) {
-      return 0;
-    }
+    if (isComplete() || (stopRequested() && !isFull())) return 0;
     if (recorder_.full() == FrameRecorder::Full::Limit) {
       note("the recording ends here: the file has reached its limit of " + options_.limitText);
       return kLimitReached;
@@ -122,9 +116,7 @@ class RecordCommand {
 
   void restartWhenDue(double now) {
     lookupFailed_ = lookupFailed_ || receiver_->hasFailed();
-    if (!watch_.restartDue(now)) {
-      return;
-    }
+    if (!watch_.restartDue(now)) return;
     progress_.clear();
     char text[80];
     std::snprintf(text, sizeof text, "no frame for %.1f s, starting the stream again",

@@ -39,9 +39,7 @@ std::string whyNothingWasWritten(const FrameRecorder& recorder, const std::strin
   if (recorder.full() == FrameRecorder::Full::Limit) {
     return "the first key frame doesn't fit into " + limit;
   }
-  if (recorder.full() == FrameRecorder::Full::Disk) {
-    return "the disk is nearly full";
-  }
+  if (recorder.full() == FrameRecorder::Full::Disk) return "the disk is nearly full";
   if (recorder.refused() > 0) {
     return "no file can begin with the parameter sets of the " +
            std::to_string(recorder.refused()) + " key frames that came";

@@ -21,9 +21,7 @@ const char* formatOf(const std::string& fileName) {
   static constexpr const char* kFormats[][2] = {
       {".h264", "h264"}, {".mp4", "mp4"}, {".mkv", "matroska"}};
   for (const auto& format : kFormats) {
-    if (fileName.ends_with(format[0])) {
-      return format[1];
-    }
+    if (fileName.ends_with(format[0])) return format[1];
   }
   return nullptr;
 }
@@ -73,9 +71,7 @@ struct StreamFile::Muxer {
 
   int describe(const std::vector<std::uint8_t>& parameterSets, PixelSize size) {
     stream = avformat_new_stream(context, nullptr);
-    if (stream == nullptr || !packet) {
-      return AVERROR(ENOMEM);
-    }
+    if (stream == nullptr || !packet) return AVERROR(ENOMEM);
     AVCodecParameters& codec = *stream->codecpar;
     codec.codec_type = AVMEDIA_TYPE_VIDEO;
     codec.codec_id = AV_CODEC_ID_H264;
@@ -83,9 +79,7 @@ struct StreamFile::Muxer {
     codec.height = size.height;
     codec.extradata =
         static_cast<std::uint8_t*>(av_mallocz(parameterSets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    if (codec.extradata == nullptr) {
-      return AVERROR(ENOMEM);
-    }
+    if (codec.extradata == nullptr) return AVERROR(ENOMEM);
     std::copy(parameterSets.begin(), parameterSets.end(), codec.extradata);
     codec.extradata_size = static_cast<int>(parameterSets.size());
     stream->time_base = AVRational{1, 90000};
@@ -158,9 +152,7 @@ bool StreamFile::begin(const std::vector<std::uint8_t>& parameterSets, PixelSize
 
 bool StreamFile::write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey,
                        std::string& error) {
-  if (failed_ || !muxer_) {
-    return false;
-  }
+  if (failed_ || !muxer_) return false;
   AVPacket* const packet = muxer_->packet.get();
   int result = av_new_packet(packet, static_cast<int>(length));
   if (result >= 0) {
@@ -177,13 +169,9 @@ bool StreamFile::write(const std::uint8_t* frame, std::size_t length, double sec
     av_packet_unref(packet);
   }
   const std::int64_t wholeBefore = wholeBytes_;
-  if (!noteWritten(result, error)) {
-    return false;
-  }
+  if (!noteWritten(result, error)) return false;
   const bool grew = wholeBytes_ > wholeBefore;  // by what was held; this frame may be held now
-  if (!fileName_.ends_with(".h264")) {
-    parts_ += (grew ? 1 : 0) + (isKey ? 1 : 0);
-  }
+  if (!fileName_.ends_with(".h264")) parts_ += (grew ? 1 : 0) + (isKey ? 1 : 0);
   pendingBytes_ = mostMuxed(frame, length) + (grew ? 0 : pendingBytes_);
   return true;
 }
@@ -193,9 +181,7 @@ std::int64_t StreamFile::bytesAtMostWith(const std::uint8_t* frame, std::size_t 
 }
 
 bool StreamFile::close(std::string& error) {
-  if (!muxer_) {
-    return !failed_;
-  }
+  if (!muxer_) return !failed_;
   const bool begun = !failed_ && muxer_->context != nullptr && muxer_->context->pb != nullptr;
   const bool finished = begun && noteWritten(av_write_trailer(muxer_->context), error);
   muxer_.reset();
@@ -215,17 +201,13 @@ bool StreamFile::noteWritten(int result, std::string& error) {
   }
   error = "can't write " + fileName_ + ": " + textOf(result);
   failed_ = true;
-  if (io != nullptr) {
-    cutBack();
-  }
+  if (io != nullptr) cutBack();
   return false;
 }
 
 void StreamFile::cutBack() {
   muxer_.reset();  // writes nothing more: what its buffer holds can't be written either
-  if (wholeBytes_ > 0 && truncate(fileName_.c_str(), wholeBytes_) != 0) {
-    failed_ = true;
-  }
+  if (wholeBytes_ > 0 && truncate(fileName_.c_str(), wholeBytes_) != 0) failed_ = true;
 }
 
 }  // namespace quorvid::app

@@ -7,9 +7,7 @@ namespace quorvid::app {
 std::unique_ptr<CarPlayer> CarPlayer::make(const StreamTarget& target, CGSize size,
                                            PictureHandler shown) {
   std::shared_ptr<AAPLEAGLLayer> layer = AAPLEAGLLayer::initWithFrame(CGRect{{0, 0}, size});
-  if (!layer) {
-    return nullptr;
-  }
+  if (!layer) return nullptr;
   return std::unique_ptr<CarPlayer>(new CarPlayer(target, std::move(layer), std::move(shown)));
 }
 
@@ -63,19 +61,13 @@ void CarPlayer::decode(StreamReceiver::Frame frame) {
   using h264::UnitType;
   const h264::ByteView bytes(frame.bytes, frame.length);
   for (const h264::Unit& unit : h264::unitsOf(bytes)) {
-    if (unit.header < 4 || unit.type == UnitType::Sei) {
-      continue;
-    }
+    if (unit.header < 4 || unit.type == UnitType::Sei) continue;
     const bool parameters = unit.type == UnitType::Sps || unit.type == UnitType::Pps;
-    if (unit.type == UnitType::Sps) {
-      streamSize_ = sizeOfSps(unit.in(bytes));
-    }
+    if (unit.type == UnitType::Sps) streamSize_ = sizeOfSps(unit.in(bytes));
     char* const start = reinterpret_cast<char*>(frame.bytes) + unit.header - 4;
     const std::size_t end = parameters ? unit.end : frame.length;
     decoder_->decodeNalu(start, static_cast<std::uint32_t>(end - (unit.header - 4)));
-    if (!parameters) {
-      break;
-    }
+    if (!parameters) break;
   }
 }
 

@@ -5,9 +5,7 @@ namespace quorvid::app {
 std::unique_ptr<FleetPlayer> FleetPlayer::make(const StreamTarget& target, CGSize size,
                                                PictureHandler shown) {
   std::shared_ptr<UIFleetLiveView> view = UIFleetLiveView::initWithFrame(CGRect{{0, 0}, size});
-  if (!view || !view->playLayer() || !view->h264Decoder()) {
-    return nullptr;
-  }
+  if (!view || !view->playLayer() || !view->h264Decoder()) return nullptr;
   view->setConnectionParm(target.server.host, target.server.port, target.channel, target.account,
                           target.password, target.device);
   return std::unique_ptr<FleetPlayer>(new FleetPlayer(std::move(view), std::move(shown)));
@@ -26,9 +24,7 @@ FleetPlayer::FleetPlayer(std::shared_ptr<UIFleetLiveView> view, PictureHandler s
   };
   const auto streamSize = [weak]() -> std::optional<PixelSize> {
     const auto live = weak.lock();
-    if (!live || !live->videoH264()) {
-      return std::nullopt;
-    }
+    if (!live || !live->videoH264()) return std::nullopt;
     return streamSizeOf(live->videoH264()->getFrameData(), live->videoH264()->getFrameLen());
   };
   tap_ = std::make_shared<PictureTap>(show, streamSize, std::move(shown));

@@ -16,9 +16,7 @@ void PictureMeter::pictureShown(double now, PixelSize size) {
 }
 
 std::optional<double> PictureMeter::timeToFirstPicture() const {
-  if (pictures_ == 0) {
-    return std::nullopt;
-  }
+  if (pictures_ == 0) return std::nullopt;
   return first_ - start_;
 }
 

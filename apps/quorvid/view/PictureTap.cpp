@@ -5,9 +5,7 @@
 namespace quorvid::app {
 
 void PictureTap::displayDecodedFrame(CVPixelBufferRef picture) {
-  if (picture == nullptr) {
-    return;
-  }
+  if (picture == nullptr) return;
   const ShownPicture told{{static_cast<int>(CVPixelBufferGetWidth(picture)),
                            static_cast<int>(CVPixelBufferGetHeight(picture))},
                           streamSize_()};
@@ -17,9 +15,7 @@ void PictureTap::displayDecodedFrame(CVPixelBufferRef picture) {
 
 std::optional<PixelSize> streamSizeOf(const void* frame, std::size_t length) {
   const auto* bytes = static_cast<const std::uint8_t*>(frame);
-  if (bytes == nullptr || length <= 4) {
-    return std::nullopt;
-  }
+  if (bytes == nullptr || length <= 4) return std::nullopt;
   // The decoder has written lengths over the start codes by now; the header byte is where it was.
   return sizeOfSps({bytes + 4, length - 4});
 }

@@ -17,9 +17,7 @@ void resizeLayer(AAPLEAGLLayer& layer, CGSize size) {
 
 std::unique_ptr<Player> makePlayer(const StreamTarget& target, CGSize size,
                                    Player::PictureHandler shown) {
-  if (target.path != StreamPath::Fleet) {
-    return CarPlayer::make(target, size, std::move(shown));
-  }
+  if (target.path != StreamPath::Fleet) return CarPlayer::make(target, size, std::move(shown));
   return FleetPlayer::make(target, size, std::move(shown));
 }
 

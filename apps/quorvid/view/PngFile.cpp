@@ -28,14 +28,10 @@ bool writePng(const WindowPicture& picture, const std::string& fileName, std::st
   image.format = PNG_FORMAT_RGB;
   const bool written = png_image_write_to_stdio(&image, file.get(), 0, picture.rgb.data(),
                                                 picture.width * 3, nullptr) != 0;
-  if (written && std::fflush(file.get()) == 0) {
-    return true;
-  }
+  if (written && std::fflush(file.get()) == 0) return true;
   error = "can't write " + fileName + ": " + (written ? std::strerror(errno) : image.message);
   struct stat info {};
-  if (fstat(fileno(file.get()), &info) == 0 && S_ISREG(info.st_mode)) {
-    unlink(fileName.c_str());
-  }
+  if (fstat(fileno(file.get()), &info) == 0 && S_ISREG(info.st_mode)) unlink(fileName.c_str());
   return false;
 }
 

@@ -37,9 +37,7 @@ void addFrame(UIView& mark, CGSize size) {
 }  // namespace
 
 void StallMark::show() {
-  if (mark_) {
-    return;
-  }
+  if (mark_) return;
   const CGSize size = container_->bounds().size;
   mark_ = UIView::initWithFrame(CGRect{{0, 0}, size});
   addStripes(*mark_, size);

@@ -18,9 +18,7 @@ std::unique_ptr<Tile> Tile::make(const StreamTarget& target, UIView& parent, CGR
   Tile* const self = tile.get();
   tile->player_ = makePlayer(target, frame.size,
                              [self](const ShownPicture& picture) { self->pictureShown(picture); });
-  if (!tile->player_) {
-    return nullptr;
-  }
+  if (!tile->player_) return nullptr;
   tile->container_->addSubview(tile->player_->view());
   parent.addSubview(tile->container_);
   return tile;
@@ -52,9 +50,7 @@ void Tile::play(LogFilter& log) {
 
 void Tile::look(double now) {
   player_->hasReceivedFrames();
-  if (watch_.isStalled(now)) {
-    mark_.show();
-  }
+  if (watch_.isStalled(now)) mark_.show();
   if (watch_.restartDue(now)) {
     noteStall(now);
     stopForRestart(now);
@@ -85,9 +81,7 @@ void Tile::pictureShown(const ShownPicture& picture) {
   }
   watch_.pictureArrived(now);
   meter_.pictureShown(now, picture.size);
-  if (picture.streamSize) {
-    meter_.setStreamSize(*picture.streamSize);
-  }
+  if (picture.streamSize) meter_.setStreamSize(*picture.streamSize);
 }
 
 void Tile::noteStall(double now) const {

@@ -34,9 +34,7 @@ CGFloat edge(CGFloat length, std::size_t parts, std::size_t index) {
 
 std::vector<CGRect> tileFrames(CGSize area, std::size_t count) {
   std::vector<CGRect> frames;
-  if (count == 0) {
-    return frames;
-  }
+  if (count == 0) return frames;
   const std::size_t columns = bestColumnCount(area, count);
   const std::size_t rows = (count + columns - 1) / columns;
   for (std::size_t i = 0; i < count; ++i) {

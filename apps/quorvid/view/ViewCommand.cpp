@@ -26,9 +26,7 @@ std::string likelyReason(Tile& tile, const LogFilter& log, std::optional<Reachab
            (last.empty() ? std::string(" (no key frame?)") : " (" + last + ")");
   }
   try {
-    if (!reach) {
-      reach = tryServer(target.server, kReachTimeout);
-    }
+    if (!reach) reach = tryServer(target.server, kReachTimeout);
   } catch (const std::runtime_error& error) {  // no thread for the look-up
     return error.what();
   }
@@ -48,21 +46,15 @@ TileReport reportOf(Tile& tile, double now, const LogFilter& log,
   report.streamSize = tile.meter().streamSize();
   report.restarts = tile.restarts();
   report.reason = tile.startError();
-  if (report.pictures == 0 && report.reason.empty()) {
-    report.reason = likelyReason(tile, log, reach);
-  }
+  if (report.pictures == 0 && report.reason.empty()) report.reason = likelyReason(tile, log, reach);
   return report;
 }
 
 // The snapshot's name when it was written.
 std::string saveLastPicture(Viewer& viewer, const ViewOptions& options, bool shown, bool& ok) {
-  if (options.snapshot.empty()) {
-    return {};
-  }
+  if (options.snapshot.empty()) return {};
   std::string error = "no snapshot written: there was no picture";
-  if (shown && viewer.saveSnapshot(options.snapshot, error)) {
-    return options.snapshot;
-  }
+  if (shown && viewer.saveSnapshot(options.snapshot, error)) return options.snapshot;
   failed(error);
   ok = false;
   return {};
@@ -74,9 +66,7 @@ int runView(const ViewOptions& options) {
   LogFilter log(options.verbose);
   std::string error;
   const std::unique_ptr<Viewer> viewer = Viewer::open(options, log, error);
-  if (!viewer) {
-    return failed(error + (options.headless ? "" : "; --headless needs no display"));
-  }
+  if (!viewer) return failed(error + (options.headless ? "" : "; --headless needs no display"));
   const double start = steadySeconds();
   viewer->run();
 
@@ -118,9 +108,7 @@ struct ViewArguments {
     view.size = parseSize(size);
     requireWithin("--seconds", view.seconds, 0, 1e6);
     requireWithin("--stall", view.stallAfter, 1, 3600);
-    if (!view.snapshot.empty()) {
-      requireWritable(view.snapshot);
-    }
+    if (!view.snapshot.empty()) requireWritable(view.snapshot);
     return view;
   }
 };

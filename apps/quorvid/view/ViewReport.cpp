@@ -31,18 +31,14 @@ Json tileJson(const TileReport& tile) {
   json["size"] = tile.pictures > 0 ? sizeJson(tile.pictureSize) : Json();
   json["stream_size"] = tile.streamSize ? sizeJson(*tile.streamSize) : Json();
   json["restarts"] = tile.restarts;
-  if (!tile.reason.empty()) {
-    json["reason"] = tile.reason;
-  }
+  if (!tile.reason.empty()) json["reason"] = tile.reason;
   return json;
 }
 
 // Nothing up to a second.
 std::string secondsText(const char* what, double seconds) {
   char text[80] = "";
-  if (seconds > 1) {
-    std::snprintf(text, sizeof text, "%s %.1f s", what, seconds);
-  }
+  if (seconds > 1) std::snprintf(text, sizeof text, "%s %.1f s", what, seconds);
   return text;
 }
 
@@ -58,9 +54,7 @@ std::string tileText(const TileReport& tile) {
                   tile.pictureSize.text().c_str());
   }
   std::string text = line;
-  if (tile.streamSize) {
-    text += " (sent as " + tile.streamSize->text() + ")";
-  }
+  if (tile.streamSize) text += " (sent as " + tile.streamSize->text() + ")";
   if (tile.pictures > 0) {
     text += secondsText(", longest pause", tile.longestPause);
     text += secondsText(", no picture for the last", tile.silence);

@@ -65,9 +65,7 @@ void Viewer::run() {
   playNext(start);
   while (!stopRequested() && window_->runTurn()) {
     const double now = steadySeconds();
-    if (options_.seconds > 0 && now - start >= options_.seconds) {
-      break;
-    }
+    if (options_.seconds > 0 && now - start >= options_.seconds) break;
     for (const auto& tile : tiles_) {
       tile->look(now);
     }
@@ -81,9 +79,7 @@ void Viewer::playNext(double now) {
   const auto next = std::min_element(
       tiles_.begin(), tiles_.end(),
       [](const auto& one, const auto& other) { return one->playDue() < other->playDue(); });
-  if ((*next)->playDue() <= now) {
-    (*next)->play(log_);
-  }
+  if ((*next)->playDue() <= now) (*next)->play(log_);
 }
 
 void Viewer::handle(const WindowEvent& event) {

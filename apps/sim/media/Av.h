@@ -27,17 +27,17 @@ using ScalerPtr = std::unique_ptr<SwsContext, AvDeleter>;
 FramePtr newFrame();
 PacketPtr newPacket();
 
-/// A planar 4:2:0 picture with memory of its own.
+// A planar 4:2:0 picture with memory of its own.
 FramePtr newPicture(int width, int height);
 
-/// What the media libraries say about an error code.
+// What the media libraries say about an error code.
 std::string errorText(int code);
 
-/// The Y'CbCr matrix of streams that state none: ITU-R 601 up to 576 lines, ITU-R 709 above.
+// The Y'CbCr matrix of streams that state none: ITU-R 601 up to 576 lines, ITU-R 709 above.
 AVColorSpace matrixForLines(int lines);
 
-/// Sets the matrices and ranges of a scaler whose result is a stream picture: video range, and the
-/// matrix for its number of lines. `matrix` and `fullRange` describe the source.
+// Sets the matrices and ranges of a scaler whose result is a stream picture: video range, and the
+// matrix for its number of lines. `matrix` and `fullRange` describe the source.
 void setColours(SwsContext* scaler, AVColorSpace matrix, bool fullRange, int targetLines);
 
 }  // namespace quorvid::sim

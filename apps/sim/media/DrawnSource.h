@@ -5,7 +5,7 @@
 
 namespace quorvid::sim {
 
-/// The drawn scene as a source: a loop of `frames` pictures whose end fits its beginning.
+// The drawn scene as a source: a loop of `frames` pictures whose end fits its beginning.
 class DrawnSource final : public PictureSource {
  public:
   DrawnSource(int width, int height, AVRational rate, std::size_t frames, SceneLabels labels);

@@ -11,8 +11,8 @@ int stopAsked(void* stop) {
   return static_cast<const std::atomic<bool>*>(stop)->load() ? 1 : 0;
 }
 
-/// The full-range formats that carry their range in their name, and whether the picture is full
-/// range.
+// The full-range formats that carry their range in their name, and whether the picture is full
+// range.
 AVPixelFormat plainFormat(const AVFrame& frame, bool& fullRange) {
   fullRange = frame.color_range == AVCOL_RANGE_JPEG;
   switch (frame.format) {
@@ -85,7 +85,7 @@ void FileSource::openDecoder(const AVStream& stream, const AVCodec* codec) {
   if (result < 0) fail(errorText(result));
 }
 
-/// Gives the decoder the next packet of the stream, or tells it that there are no more.
+// Gives the decoder the next packet of the stream, or tells it that there are no more.
 bool FileSource::feedDecoder() {
   if (draining_) return false;
   while (!stop_ && av_read_frame(format_.get(), packet_.get()) >= 0) {

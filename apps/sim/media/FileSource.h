@@ -8,13 +8,13 @@
 
 namespace quorvid::sim {
 
-/// The pictures of a media file, scaled to one size and re-timed to one rate.
+// The pictures of a media file, scaled to one size and re-timed to one rate.
 class FileSource final : public PictureSource {
  public:
-  /// Opens the file and decodes its first picture, so that an unusable file shows at once.
-  /// @param rate pictures a second; nothing keeps the file's own rate
-  /// @param stop breaks off reading of slow media when it becomes true; outlives this object
-  /// @throws SimError with a sentence about the file
+  // Opens the file and decodes its first picture, so that an unusable file shows at once.
+  // @param rate pictures a second; nothing keeps the file's own rate
+  // @param stop breaks off reading of slow media when it becomes true; outlives this object
+  // @throws SimError with a sentence about the file
   FileSource(std::string path, int width, int height, std::optional<AVRational> rate,
              const std::atomic<bool>& stop);
 

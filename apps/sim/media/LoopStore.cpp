@@ -16,7 +16,7 @@ namespace {
 constexpr std::ptrdiff_t kEncoders = 8;
 constexpr std::size_t kLoops = 256;
 
-/// Encodes one picture, so that a size that can't be sent is refused at the start.
+// Encodes one picture, so that a size that can't be sent is refused at the start.
 void tryEncoder(EncoderSettings settings) {
   const FramePtr picture = newPicture(settings.width, settings.height);
   for (int plane = 0; plane < 3; ++plane) {
@@ -93,7 +93,7 @@ void LoopStore::encode(MediaLoop& loop, std::unique_ptr<PictureSource> source) {
   slots_.release();
 }
 
-/// Forgets the loop that was not asked for longest, if one is finished and nobody plays it.
+// Forgets the loop that was not asked for longest, if one is finished and nobody plays it.
 void LoopStore::makeRoom() {
   if (entries_.size() < kLoops) return;
   auto oldest = entries_.end();

@@ -13,13 +13,13 @@
 
 namespace quorvid::sim {
 
-/// The loops that clients play: one for each device and channel of the drawn scene, or one of the
-/// input file for all. Each is encoded on a thread of its own when it is first asked for, and kept.
-///
-/// All calls on one thread.
+// The loops that clients play: one for each device and channel of the drawn scene, or one of the
+// input file for all. Each is encoded on a thread of its own when it is first asked for, and kept.
+//
+// All calls on one thread.
 class LoopStore {
  public:
-  /// @throws SimError when the input can't be used; UsageError when the size can't be sent
+  // @throws SimError when the input can't be used; UsageError when the size can't be sent
   explicit LoopStore(const Options& options);
   ~LoopStore();
 

@@ -30,7 +30,7 @@ void MediaLoop::encode(PictureSource& source, const std::atomic<bool>& stop) {
   }
 }
 
-/// @return false when a frame was too large for the wire
+// @return false when a frame was too large for the wire
 bool MediaLoop::encodeOnce(PictureSource& source, const EncoderSettings& settings,
                            const std::atomic<bool>& stop) {
   Encoder encoder(settings);

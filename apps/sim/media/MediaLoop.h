@@ -12,32 +12,32 @@
 
 namespace quorvid::sim {
 
-/// A closed loop of frames that any number of clients play. It is encoded once, on one thread, and
-/// can be played from its first frame on while it grows. When a frame turns out too large for the
-/// wire, the loop starts anew at half the bit rate; players see that by its generation and go back
-/// to the first frame.
+// A closed loop of frames that any number of clients play. It is encoded once, on one thread, and
+// can be played from its first frame on while it grows. When a frame turns out too large for the
+// wire, the loop starts anew at half the bit rate; players see that by its generation and go back
+// to the first frame.
 class MediaLoop {
  public:
   struct Look {
-    std::shared_ptr<const EncodedFrame> frame;  ///< null: not there (yet)
-    std::size_t index = 0;                      ///< of the frame, after wrapping
+    std::shared_ptr<const EncodedFrame> frame;  // null: not there (yet)
+    std::size_t index = 0;                      // of the frame, after wrapping
     unsigned generation = 0;
   };
 
   MediaLoop(EncoderSettings settings, std::size_t maxFrames)
       : settings_(settings), maxFrames_(maxFrames) {}
 
-  /// Encodes the loop; returns early when `stop` becomes true. Never throws: see failure().
+  // Encodes the loop; returns early when `stop` becomes true. Never throws: see failure().
   void encode(PictureSource& source, const std::atomic<bool>& stop);
 
-  /// The frame at `position`, which counts on over the loop's end. Any thread.
+  // The frame at `position`, which counts on over the loop's end. Any thread.
   Look look(std::size_t position) const;
-  /// Number of frames, once all are there.
+  // Number of frames, once all are there.
   std::optional<std::size_t> length() const;
-  /// Why there will be no more frames; empty while all is well.
+  // Why there will be no more frames; empty while all is well.
   std::string failure() const;
   AVRational rate() const { return settings_.rate; }
-  /// Time of a frame in the loop.
+  // Time of a frame in the loop.
   std::uint32_t timeMs(std::size_t index) const;
 
  private:
@@ -56,14 +56,14 @@ class MediaLoop {
   std::string failure_;
 };
 
-/// One client's place in a loop.
+// One client's place in a loop.
 class LoopCursor {
  public:
   explicit LoopCursor(std::shared_ptr<const MediaLoop> loop) : loop_(std::move(loop)) {}
 
-  /// The frame at the cursor, which moves on; null while it is not there yet.
+  // The frame at the cursor, which moves on; null while it is not there yet.
   std::shared_ptr<const EncodedFrame> next();
-  /// Index in the loop of the frame that next() gave last.
+  // Index in the loop of the frame that next() gave last.
   std::size_t index() const { return index_; }
   void moveTo(std::size_t position) { position_ = position; }
   const MediaLoop& loop() const { return *loop_; }

@@ -7,7 +7,7 @@
 namespace quorvid::sim {
 namespace {
 
-/// A time of day; each channel has its own, so that tiles are told apart at a glance.
+// A time of day; each channel has its own, so that tiles are told apart at a glance.
 struct Daylight {
   Paint zenith, haze, sun, farHills, nearHills;
 };

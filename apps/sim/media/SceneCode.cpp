@@ -16,7 +16,7 @@ std::uint16_t crc16(std::uint64_t sixBytes) {
   return static_cast<std::uint16_t>(crc);
 }
 
-/// Mean of the middle half of a cell, where scaling and compression blur least.
+// Mean of the middle half of a cell, where scaling and compression blur least.
 int cellValue(const PixelView& picture, double column, double row) {
   const double cellWidth = picture.width / kGridColumns;
   const double cellHeight = picture.height / kGridRows;

@@ -7,10 +7,10 @@
 
 namespace quorvid::sim {
 
-/// What the block code in a drawn picture says.
+// What the block code in a drawn picture says.
 struct SceneCode {
-  std::uint16_t counter = 0;  ///< number of the picture in its loop, from 0
-  std::uint32_t timeMs = 0;   ///< the picture's time in its loop, in milliseconds
+  std::uint16_t counter = 0;  // number of the picture in its loop, from 0
+  std::uint32_t timeMs = 0;   // the picture's time in its loop, in milliseconds
 
   friend bool operator==(const SceneCode&, const SceneCode&) = default;
 };
@@ -37,17 +37,17 @@ using CodeCells = std::array<bool, kCodeColumns * kCodeRows>;
 
 CodeCells codeCells(const SceneCode& code);
 
-/// One byte a pixel: a luma plane, or one channel of an interleaved picture.
+// One byte a pixel: a luma plane, or one channel of an interleaved picture.
 struct PixelView {
   const std::uint8_t* pixels = nullptr;
   int width = 0;
   int height = 0;
-  std::ptrdiff_t stride = 0;  ///< bytes from one row to the next
-  int step = 1;               ///< bytes from one pixel to the next: 4 for a channel of RGBA
+  std::ptrdiff_t stride = 0;  // bytes from one row to the next
+  int step = 1;               // bytes from one pixel to the next: 4 for a channel of RGBA
 };
 
-/// Reads the block code from a picture of any size.
-/// @return nothing when there is none, or it is damaged
+// Reads the block code from a picture of any size.
+// @return nothing when there is none, or it is damaged
 std::optional<SceneCode> readSceneCode(const PixelView& picture);
 
 }  // namespace quorvid::sim

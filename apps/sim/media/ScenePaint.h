@@ -12,7 +12,7 @@ struct Paint {
   double blue = 0;
 };
 
-/// `share` of `b`, the rest of `a`.
+// `share` of `b`, the rest of `a`.
 inline Paint mix(const Paint& a, const Paint& b, double share) {
   return {a.red + (b.red - a.red) * share, a.green + (b.green - a.green) * share,
           a.blue + (b.blue - a.blue) * share};

@@ -18,7 +18,7 @@ constexpr double kMiddle = -1.9;
 constexpr double kRightEdge = 1.9;
 constexpr Paint kHaze{.72, .78, .78};
 
-/// The camera's view at one moment: places on the road to places in the picture.
+// The camera's view at one moment: places on the road to places in the picture.
 class View {
  public:
   View(double width, const SceneMoment& moment) : middle_(width / 2) {
@@ -49,7 +49,7 @@ Paint hazed(const Paint& paint, double ahead) {
   return mix(paint, kHaze, std::clamp(ahead / 260, 0.0, .8));
 }
 
-/// A stripe of the ground between two sides, from one distance to another.
+// A stripe of the ground between two sides, from one distance to another.
 void fillStripe(cairo_t* cairo, const View& view, double left, double right, double from,
                 double to) {
   constexpr int steps = 8;
@@ -66,8 +66,8 @@ void fillStripe(cairo_t* cairo, const View& view, double left, double right, dou
   cairo_fill(cairo);
 }
 
-/// Calls `draw` with the distance of each thing that stands every `spacing` metres, the farthest
-/// first.
+// Calls `draw` with the distance of each thing that stands every `spacing` metres, the farthest
+// first.
 template <typename Draw>
 void everySoOften(const View& view, double spacing, double farthest, Draw draw) {
   const long first = std::lround(std::ceil((view.travelled() + kNearest) / spacing));
@@ -167,9 +167,7 @@ void drawTraffic(cairo_t* cairo, double width, const SceneMoment& moment) {
   drawCar(cairo, view, .12 * sway, 15 + 2.5 * sway, {{.68, .12, .12}, {1, .30, .22}});
   // The oncoming car comes out of the haze and is past the camera well before the loop's end.
   const double oncoming = 190 * (1 - view.share() / .8);
-  if (oncoming > kNearest) {
-    drawCar(cairo, view, -3.75, oncoming, {{.20, .33, .58}, {1, 1, .86}});
-  }
+  if (oncoming > kNearest) drawCar(cairo, view, -3.75, oncoming, {{.20, .33, .58}, {1, 1, .86}});
 }
 
 }  // namespace quorvid::sim

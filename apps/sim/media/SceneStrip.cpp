@@ -50,7 +50,7 @@ std::string clockText(double seconds) {
   return text.data();
 }
 
-/// Device and channel at the top left, the clock and a red dot that blinks at the top right.
+// Device and channel at the top left, the clock and a red dot that blinks at the top right.
 void drawLabels(cairo_t* cairo, double width, const SceneLabels& labels,
                 const SceneMoment& moment) {
   const Pen pen{.size = 18, .bold = true};
@@ -72,7 +72,7 @@ void drawLabels(cairo_t* cairo, double width, const SceneLabels& labels,
   }
 }
 
-/// The eight colour bars at 75 %.
+// The eight colour bars at 75 %.
 void drawBars(cairo_t* cairo, double cellWidth, double cellHeight) {
   constexpr double full = .75;
   constexpr std::array<Paint, 8> bars{{{full, full, full},

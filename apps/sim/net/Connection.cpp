@@ -81,7 +81,7 @@ void Connection::readRequest() {
       });
 }
 
-/// Clients say nothing after their request: reading shows when they leave.
+// Clients say nothing after their request: reading shows when they leave.
 void Connection::watch() {
   socket_->async_read_some(
       asio::buffer(rest_), [self = shared_from_this()](std::error_code error, std::size_t count) {

@@ -11,13 +11,13 @@
 
 namespace quorvid::sim {
 
-/// One line on standard error.
+// One line on standard error.
 void logLine(const std::string& text);
 
-/// One client: reads its request, which has a fixed length, has it answered, and notices when the
-/// client leaves.
-///
-/// Lives as long as something is under way on its socket. All calls on the network thread.
+// One client: reads its request, which has a fixed length, has it answered, and notices when the
+// client leaves.
+//
+// Lives as long as something is under way on its socket. All calls on the network thread.
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
   Connection(asio::ip::tcp::socket socket, const Options& options, Service service,
@@ -25,23 +25,23 @@ class Connection : public std::enable_shared_from_this<Connection> {
   virtual ~Connection() = default;
 
   void start();
-  /// Ends the connection at once; what the operating system has taken still goes out with
-  /// CloseStyle::order.
+  // Ends the connection at once; what the operating system has taken still goes out with
+  // CloseStyle::order.
   void end(CloseStyle style);
   bool ended() const { return ended_; }
 
  protected:
   virtual std::size_t requestBytes() const = 0;
-  /// Called once, with the whole request.
+  // Called once, with the whole request.
   virtual void answer(ByteView request) = 0;
-  /// Called once, when the connection is over: cancel what is under way.
+  // Called once, when the connection is over: cancel what is under way.
   virtual void leave() {}
 
   void send(Bytes message, std::chrono::microseconds pause = {}) {
     outlet_->send(std::move(message), pause);
   }
   std::size_t waiting() const { return outlet_->waiting(); }
-  /// Ends the connection in the style asked for, once all that was sent is out.
+  // Ends the connection in the style asked for, once all that was sent is out.
   void endWhenSent();
   void log(const std::string& text) const;
   void refuse(const std::string& reason);

@@ -7,7 +7,7 @@
 
 namespace quorvid::sim {
 
-/// The faults of one connection, and its random bytes.
+// The faults of one connection, and its random bytes.
 class ConnectionFaults {
  public:
   ConnectionFaults(const Options& options, Service service, unsigned number)

@@ -11,18 +11,18 @@
 
 namespace quorvid::sim {
 
-/// One port: takes clients in and gives each to a connection.
+// One port: takes clients in and gives each to a connection.
 class Listener {
  public:
   using Factory =
       std::function<std::shared_ptr<Connection>(asio::ip::tcp::socket, unsigned number)>;
 
-  /// @throws SimError when the address or the port can't be had
+  // @throws SimError when the address or the port can't be had
   Listener(asio::io_context& context, const Options& options, Service service, int port,
            Factory factory);
 
   int port() const { return port_; }
-  /// No more clients; those that are here are ended.
+  // No more clients; those that are here are ended.
   void stop();
 
  private:

@@ -82,7 +82,7 @@ void Outlet::written(std::size_t count) {
   pump();
 }
 
-/// Silence keeps the connection busy for ever: nothing goes out any more, whatever is sent.
+// Silence keeps the connection busy for ever: nothing goes out any more, whatever is sent.
 void Outlet::reachedCut() {
   if (!cutStyle_) return;
   if (const auto cut = events_.cut) cut(*cutStyle_);

@@ -10,26 +10,26 @@
 
 namespace quorvid::sim {
 
-/// The sending side of a connection: messages go out whole and in order. Faults that concern bytes
-/// rather than their meaning happen here: late, one by one, or no more than so many.
-///
-/// All calls and callbacks on the network thread.
+// The sending side of a connection: messages go out whole and in order. Faults that concern bytes
+// rather than their meaning happen here: late, one by one, or no more than so many.
+//
+// All calls and callbacks on the network thread.
 class Outlet : public std::enable_shared_from_this<Outlet> {
  public:
   struct Events {
-    std::function<void()> sent;               ///< nothing is waiting any more
-    std::function<void(std::string)> failed;  ///< the peer does not take it
-    std::function<void(CloseStyle)> cut;      ///< a fault ends the connection here
+    std::function<void()> sent;               // nothing is waiting any more
+    std::function<void(std::string)> failed;  // the peer does not take it
+    std::function<void(CloseStyle)> cut;      // a fault ends the connection here
   };
 
   Outlet(std::shared_ptr<asio::ip::tcp::socket> socket, const ConnectionFaults& faults,
          Events events);
 
-  /// @param pause time between the message before this one and this one
+  // @param pause time between the message before this one and this one
   void send(Bytes message, std::chrono::microseconds pause = {});
-  /// Messages that are not out yet.
+  // Messages that are not out yet.
   std::size_t waiting() const { return messages_.size(); }
-  /// No more callbacks; what waits is dropped.
+  // No more callbacks; what waits is dropped.
   void stop();
 
  private:

@@ -5,10 +5,10 @@
 
 namespace quorvid::sim {
 
-/// A client with one question: the device list, or the relay of a device. It gets one reply.
+// A client with one question: the device list, or the relay of a device. It gets one reply.
 class QueryConnection final : public Connection {
  public:
-  /// @param carPort where the relay lookup sends clients
+  // @param carPort where the relay lookup sends clients
   QueryConnection(asio::ip::tcp::socket from, const Options& options, Service service,
                   unsigned number, int carPort)
       : Connection(std::move(from), options, service, number),

@@ -87,7 +87,7 @@ StreamConnection::Clock::duration StreamConnection::period() const {
   return seconds(av_q2d(av_inv_q(cursor_->loop().rate())));
 }
 
-/// Moves to the next key frame on the loop's clock, which began with the Unix time.
+// Moves to the next key frame on the loop's clock, which began with the Unix time.
 bool StreamConnection::joinLive() {
   const auto length = cursor_->loop().length();
   if (!length) return false;
@@ -129,7 +129,7 @@ void StreamConnection::tick() {
   wait();
 }
 
-/// @return false when the next frame is not encoded yet
+// @return false when the next frame is not encoded yet
 bool StreamConnection::step() {
   const auto frame = cursor_->next();
   if (!frame) return false;

@@ -8,8 +8,8 @@
 
 namespace quorvid::sim {
 
-/// A client that plays a stream: its frames come at the loop's pace, beginning with a key frame. A
-/// client that falls a second behind loses frames, up to a key frame, when all it was sent is out.
+// A client that plays a stream: its frames come at the loop's pace, beginning with a key frame. A
+// client that falls a second behind loses frames, up to a key frame, when all it was sent is out.
 class StreamConnection final : public Connection {
  public:
   StreamConnection(asio::ip::tcp::socket socket, const Options& options, Service service,

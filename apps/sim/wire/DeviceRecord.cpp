@@ -42,7 +42,7 @@ struct Trip {
   const char* heading;
 };
 
-/// Every vehicle drives round in a circle of its own, somewhat further with each poll.
+// Every vehicle drives round in a circle of its own, somewhat further with each poll.
 Trip tripOf(std::size_t index, unsigned poll) {
   constexpr std::array<const char*, 8> headings{"north", "north-west", "west", "south-west",
                                                 "south", "south-east", "east", "north-east"};

@@ -5,8 +5,8 @@
 
 namespace quorvid::sim {
 
-/// Appends the 280-byte record of the device with this index. Everything that changes depends on
-/// `poll`.
+// Appends the 280-byte record of the device with this index. Everything that changes depends on
+// `poll`.
 void appendDeviceRecord(Bytes& out, const Options& options, std::size_t index, unsigned poll);
 
 }  // namespace quorvid::sim

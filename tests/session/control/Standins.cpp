@@ -46,9 +46,7 @@ std::shared_ptr<VehicleVideo> VehicleVideo::initWithVideo(const Text& host, int 
        std::to_string(cmd_port) + " " + std::to_string(channel) + " " + acc.description() + " " +
        pwd.description() + " " + std::to_string(device_type) + " " + carId.description() +
        (isPFrame ? " true" : " false"));
-  if (host.length() == 0) {
-    return nullptr;
-  }
+  if (host.length() == 0) return nullptr;
   std::fill(std::begin(frameMemory), std::end(frameMemory), '\0');
   auto session = std::make_shared<Session>();
   session->Channel = channel;

@@ -16,9 +16,7 @@ std::string hostileFrame(std::size_t size, int first, std::mt19937& random) {
     frame += static_cast<char>(random());
   }
   frame.resize(size);
-  if (size < 5) {
-    frame[0] = static_cast<char>(first);
-  }
+  if (size < 5) frame[0] = static_cast<char>(first);
   return frame;
 }
 

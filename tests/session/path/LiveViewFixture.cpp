@@ -24,9 +24,7 @@ Rgb rgbOf(Ycc colour) {
 bool isNear(const Rgb& a, const Rgb& b) {
   constexpr int kCodingLoss = 8;
   for (std::size_t i = 0; i < a.size(); ++i) {
-    if (std::abs(a[i] - b[i]) > kCodingLoss) {
-      return false;
-    }
+    if (std::abs(a[i] - b[i]) > kCodingLoss) return false;
   }
   return true;
 }
