@@ -1,3 +1,5 @@
+#include <cstdint>
+
 #include "quorvid/session/QuorvidVersion.h"
 
 const double QuorvidVersionNumber = 1.0;
