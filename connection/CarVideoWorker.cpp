@@ -1,13 +1,11 @@
 // The car dialect: frames that each begin with a tag, so that the stream is found again after any
-// damage, and that are numbered, so that frames which need a lost one are left out.
+// damage, and that are numbered, so that frames which need a lost one are left out. The layout is
+// drawn in VehicleConnection.h.
 #include <chrono>
 
-#include "connection/Pause.h"
-#include "connection/TagWindow.h"
 #include "connection/VideoRequest.h"
 #include "connection/VideoWorker.h"
 #include "connection/WireRecord.h"
-#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {
@@ -28,7 +26,6 @@ class CarVideoWorker final : public VideoWorker {
   std::int32_t readFrame();
   bool receiveHeader();
   bool isOutOfSequence() const;
-  void waitForConsumer() const;
 
   std::int32_t lastSeq_ = 0;  // of the last accepted frame of this connection
   std::int32_t frameSeq_ = 0;
@@ -75,15 +72,13 @@ std::int32_t CarVideoWorker::readFrame() {
     return kFindTag;  // its payload is skipped by the search, whatever its length
   lastSeq_ = frameSeq_;
   if (!isPayloadLength(payloadLen_)) return kBroken;
-  waitForConsumer();
+  waitForConsumer(std::chrono::milliseconds(5));
   const std::int32_t count = receivePayload(payloadLen_);
   if (count < 0) return kBroken;
   deliver(count);
   return kFindTag;
 }
 
-//  0            8          12        16           20          33          34     36
-//  | "3GTSV100" | frameSeq | skipped | payloadLen | info ...  | frameType | ...  | payload ...
 bool CarVideoWorker::receiveHeader() {
   return receiveField(&frameSeq_, 4) && discard(4) && receiveField(&payloadLen_, 4) &&
          receiveField(info_, sizeof info_);
@@ -92,12 +87,6 @@ bool CarVideoWorker::receiveHeader() {
 bool CarVideoWorker::isOutOfSequence() const {
   const std::int8_t frameType = info_[13];
   return frameType == kNeedsPrevious && frameSeq_ != following(lastSeq_);
-}
-
-void CarVideoWorker::waitForConsumer() const {
-  for (int counter = 0; counter < 100 && frameIsWaiting(); ++counter) {
-    pauseFor(std::chrono::milliseconds(5));
-  }
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-// The fleet dialect: an answer, then packets that follow each other without a mark.
+// The fleet dialect: an answer, then packets that follow each other without a mark. The layouts are
+// drawn in VehicleConnection.h.
 #include <chrono>
 #include <cstdio>
 
-#include "connection/Pause.h"
 #include "connection/VideoRequest.h"
 #include "connection/VideoWorker.h"
-#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {
@@ -25,7 +24,6 @@ class FleetVideoWorker final : public VideoWorker {
   std::int32_t readAnswer();
   std::int32_t readHeader();
   std::int32_t readPayload();
-  void waitForConsumer() const;
 
   // Zero at the start of a connection, so that a peer that closes before its first header fails;
   // after that a field that does not arrive keeps its last value.
@@ -59,15 +57,12 @@ std::int32_t FleetVideoWorker::step(std::int32_t state) {
   }
 }
 
-//  0              4           8                 18
-//  | answerStatus | skipped   | skipped         |
 std::int32_t FleetVideoWorker::readAnswer() {
   if (!receiveField(&answerStatus_, 4) || answerStatus_ != 0) return kBroken;
   return discard(4) && discard(10) ? kReadHeader : kBroken;
 }
 
-//  0            1            5           9                 19
-//  | packetKind | payloadLen | skipped   | skipped         | payload ...
+// Each field is judged before the next is read: of a stream that is out of step, no length is used.
 std::int32_t FleetVideoWorker::readHeader() {
   if (!receiveField(&packetKind_, 1)) return kBroken;
   if (packetKind_ != kVideo && packetKind_ != kDropped) return kBroken;
@@ -76,21 +71,14 @@ std::int32_t FleetVideoWorker::readHeader() {
 }
 
 std::int32_t FleetVideoWorker::readPayload() {
-  if (packetKind_ == kVideo) waitForConsumer();
+  if (packetKind_ == kVideo) {
+    const std::optional<int> waits = waitForConsumer(std::chrono::milliseconds(1));
+    if (waits) printf("Wait to canGetFrame %d\n", *waits);
+  }
   const std::int32_t count = receivePayload(payloadLen_);
   if (count < 0) return kBroken;
   if (packetKind_ == kVideo) deliver(count);
   return kReadHeader;
-}
-
-void FleetVideoWorker::waitForConsumer() const {
-  for (int counter = 0; counter < 500; ++counter) {
-    if (!frameIsWaiting()) {
-      printf("Wait to canGetFrame %d\n", counter);
-      return;
-    }
-    pauseFor(std::chrono::milliseconds(1));
-  }
 }
 
 }  // namespace

@@ -4,8 +4,7 @@
 
 #include <cstddef>
 
-#include "connection/FixedText.h"
-#include "connection/RequestProfile.h"
+#include "connection/ServerConnection.h"
 #include "connection/WireRecord.h"
 #include "quorvid/connection/VehicleConnection.h"
 

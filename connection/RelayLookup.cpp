@@ -2,11 +2,11 @@
 #include <array>
 #include <cstdio>
 
+#include "connection/QueryReply.h"
 #include "connection/QueryRequest.h"
-#include "connection/ReplyHeader.h"
 #include "connection/ServerConnection.h"
-#include "connection/TagWindow.h"
-#include "connection/WatchedSocket.h"
+#include "connection/Socket.h"
+#include "connection/WireRecord.h"
 #include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
@@ -17,10 +17,10 @@ struct Relay {
   std::int32_t port = 0;
 };
 
-//  0                    124            replyLen + 116   replyLen + 120
-//  | header, no count   | skipped      | a | b | c | d  | relayPort |
+// The address and the port are taken with single reads: a reply that comes in pieces there fails.
 bool readReply(std::int32_t fd, Relay& relay) {
-  std::array<std::uint8_t, 500> scratch{};  // the tag window first, then what is skipped
+  // The tag window first, then what is skipped; also the most that may be skipped.
+  std::array<std::uint8_t, 500> scratch{};
   std::int32_t replyLen = 0;
   if (!findReplyTag(fd, scratch.data()) || !readReplyStart(fd, replyLen)) return false;
   if (!receiveWhole(fd, scratch.data(), 104)) return false;
@@ -39,7 +39,7 @@ bool readReply(std::int32_t fd, Relay& relay) {
 bool lookUp(const char* host, std::int32_t port, std::int32_t channel, const char* acc,
             const char* pwd, const std::uint8_t* isCancel, const char* timestamp, const char* carId,
             Relay& relay) {
-  WatchedSocket socket(isCancel);
+  Socket socket(isCancel);
   const std::int32_t connected = ConnectToServer(host, port);
   if (connected == -1) return false;
   if (SendRequestGetRelayForCar(connected, channel, acc, pwd, timestamp, carId) == -1) return false;

@@ -1,17 +1,21 @@
 #include "connection/ServerConnection.h"
 
 #include <fcntl.h>
-#include <netinet/in.h>
+#include <netdb.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <new>
 
-#include "connection/HostAddress.h"
-#include "connection/NowTime.h"
-#include "connection/Socket.h"
+#include "connection/BlockingIO.h"
 
 namespace quorvid {
 namespace {
@@ -43,7 +47,43 @@ bool connectTo(std::int32_t descriptor, const sockaddr_in& peer) {
   return errno == EINTR && awaitConnected(descriptor);
 }
 
+template <class T>
+void setOption(std::int32_t socket, int level, int option, const T& value) {
+  static_cast<void>(::setsockopt(socket, level, option, &value, sizeof value));
+}
+
 }  // namespace
+
+// gethostbyname keeps the resolver's order (getaddrinfo re-sorts), and the order decides: only the
+// first address is ever tried.
+int resolveFirstAddress(const char* host, in_addr& address) {
+  constexpr std::size_t kMostWork = 1 << 20;
+  if (host == nullptr) return HOST_NOT_FOUND;
+  for (std::size_t size = 2048; size <= kMostWork; size *= 2) {
+    const std::unique_ptr<char[]> work(new (std::nothrow) char[size]);
+    hostent entry{};
+    hostent* found = nullptr;
+    int error = NETDB_INTERNAL;
+    if (work == nullptr) return NETDB_INTERNAL;
+    const int status = gethostbyname_r(host, &entry, work.get(), size, &found, &error);
+    if (status == ERANGE) continue;
+    if (status != 0 || found == nullptr) return error != 0 ? error : NETDB_INTERNAL;
+    if (found->h_addr_list[0] == nullptr) return NO_DATA;
+    memcpy(&address, found->h_addr_list[0], sizeof address);
+    return 0;
+  }
+  return NETDB_INTERNAL;
+}
+
+extern "C" char* getNowTime(void) {
+  // "Www Mmm dd hh:mm:ss yyyy\n" and NUL; empty for a year that has no such form.
+  thread_local char text[26];
+  const time_t now = time(nullptr);
+  tm local{};
+  tzset();
+  if (localtime_r(&now, &local) == nullptr || asctime_r(&local, text) == nullptr) text[0] = '\0';
+  return text;
+}
 
 extern "C" std::int32_t ConnectToServer(const char* host, std::int32_t port) {
   sockaddr_in peer{};
@@ -53,14 +93,28 @@ extern "C" std::int32_t ConnectToServer(const char* host, std::int32_t port) {
   }
   peer.sin_family = AF_INET;
   peer.sin_port = htons(static_cast<std::uint16_t>(port));
-  Socket socket(createSocket());
-  if (!connectTo(socket.descriptor(), peer)) {
-    printf("ConnectToHost connect to %s fail\n", host);
-    return -1;
-  }
-  const std::int32_t connected = socket.descriptor();
-  socket.forget();
-  return connected;
+  const std::int32_t created = createSocket();
+  if (connectTo(created, peer)) return created;
+  printf("ConnectToHost connect to %s fail\n", host);
+  if (created > 0) ::close(created);
+  return -1;
+}
+
+// Small segments and buffers and no delay, so that a request leaves at once and little of a live
+// stream lies in the system's buffers.
+void applyRequestProfile(std::int32_t socket) {
+  const timeval longestWait{kSilenceLimit.count(), 0};
+  const linger resetOnClose{1, 0};
+  const int segmentBytes = 1200;
+  const int bufferBytes = 72000;
+  const int on = 1;
+  setOption(socket, SOL_SOCKET, SO_SNDTIMEO, longestWait);
+  setOption(socket, SOL_SOCKET, SO_RCVTIMEO, longestWait);
+  setOption(socket, IPPROTO_TCP, TCP_MAXSEG, segmentBytes);
+  setOption(socket, SOL_SOCKET, SO_SNDBUF, bufferBytes);
+  setOption(socket, SOL_SOCKET, SO_RCVBUF, bufferBytes);
+  setOption(socket, SOL_SOCKET, SO_LINGER, resetOnClose);
+  setOption(socket, IPPROTO_TCP, TCP_NODELAY, on);
 }
 
 }  // namespace quorvid

@@ -2,9 +2,8 @@
 
 #include <unistd.h>
 
-#include "connection/FixedText.h"
-#include "connection/RequestProfile.h"
-#include "connection/SocketIO.h"
+#include "connection/BlockingIO.h"
+#include "connection/ServerConnection.h"
 #include "connection/WireRecord.h"
 
 namespace quorvid {

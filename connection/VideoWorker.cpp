@@ -2,21 +2,51 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
-#include "connection/Pause.h"
+#include "connection/BlockingIO.h"
 #include "connection/ServerConnection.h"
 #include "connection/SharedValue.h"
-#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {
 
-constexpr std::chrono::seconds kReconnectPause(3);
-constexpr std::chrono::milliseconds kEndOfStreamPause(100);
+constexpr std::chrono::milliseconds kEndOfStreamPause(100);  // unnoticed when cancelling
+
+std::uint8_t* allocateFilled(std::size_t size, int value) {
+  auto* buffer = static_cast<std::uint8_t*>(malloc(size));
+  if (buffer != nullptr) memset(buffer, value, size);
+  return buffer;
+}
+
+// A function of its own, so that a leak checker can tell this block from the two that are released.
+[[gnu::noinline]] void allocateSpareBuf(VideoSource* source) {
+  source->spareBuf = static_cast<std::uint8_t*>(calloc(1, kSpareSize));
+}
 
 }  // namespace
+
+extern "C" void InitVideoSource(VideoSource* source, const char* host, std::int32_t mediaPort,
+                                std::int32_t cmdPort, std::int32_t channel, const char* acc,
+                                const char* pwd) {
+  source->recvBuf = allocateFilled(QUORVID_FRAME_CAPACITY, 0);
+  source->tagWindow = allocateFilled(kTagWindowSize, 0xFF);
+  allocateSpareBuf(source);
+  source->host = host;
+  source->mediaPort = mediaPort;
+  source->cmdPort = cmdPort;
+  source->channel = channel;
+  source->acc = acc;
+  source->pwd = pwd;
+  source->state = 2;
+}
+
+extern "C" void FreeVideoSource(VideoSource* source) {
+  free(source->recvBuf);
+  free(source->tagWindow);
+}
 
 VideoWorker::VideoWorker(const VideoCall& call)
     : call_(call), source_(new (std::nothrow) VideoSource{}), socket_(call.isCancel) {
@@ -88,15 +118,21 @@ std::int32_t VideoWorker::receivePayload(std::int32_t payloadLen) {
   return note(payloadLen, readn(socket_.descriptor(), source_->recvBuf, payloadLen));
 }
 
+// The flag goes last and is released, so that a consumer that sees it sees the length and the
+// bytes, too. After a shutdown the last read may have ended early, so its frame may be cut.
 void VideoWorker::deliver(std::int32_t count) {
-  if (count < 1 || count > kFrameCapacity || socket_.wasInterrupted()) return;
+  if (count < 1 || count > QUORVID_FRAME_CAPACITY || socket_.wasInterrupted()) return;
   memcpy(call_.frameData, source_->recvBuf, static_cast<std::size_t>(count));
   publish(call_.frameLen, count);
   publish(call_.canGetFrame, 1);
 }
 
-bool VideoWorker::frameIsWaiting() const {
-  return isSet(call_.canGetFrame);
+std::optional<int> VideoWorker::waitForConsumer(std::chrono::milliseconds step) const {
+  for (int waits = 0; waits < kConsumerPatience / step; ++waits) {
+    if (!isSet(call_.canGetFrame)) return waits;
+    pauseFor(step);
+  }
+  return std::nullopt;
 }
 
 }  // namespace quorvid

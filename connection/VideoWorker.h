@@ -1,20 +1,56 @@
 // VideoWorker: what the two video workers share. It connects, asks, lets the dialect take one step
 // at a time, hands frames over and reconnects, until the caller cancels.
 //
-// One object a call, on the calling thread. Frames go through a slot for one: a consumer that does
-// not take a frame within half a second loses it to the next. A peer that closed in order is not
-// told apart from one that sends nothing; such turns only pause, so that they cost nothing.
+// One object a call, on the calling thread. Frames go through a slot for one, which the consumer
+// empties; one that it leaves longer than kConsumerPatience is lost to the next.
+//
+// A turn is one step of the dialect: a field, a header or a payload, and a look at the cancel flag
+// before it. A peer that closed in order is not told apart from one that sends nothing: its reads
+// succeed with no bytes, fields keep what they held, and the turns go on until the caller cancels.
+// A turn that found nothing but this end pauses, or a closed connection would take a processor.
 #pragma once
 
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
-#include "connection/VideoSource.h"
-#include "connection/WatchedSocket.h"
+#include "connection/Socket.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
+
+constexpr std::size_t kTagWindowSize = 32;
+constexpr std::size_t kSpareSize = 64;
+
+// The context record of one call, touched by its thread only. Texts are borrowed from the caller.
+struct VideoSource {
+  std::uint8_t* recvBuf;    // QUORVID_FRAME_CAPACITY bytes
+  std::uint8_t* tagWindow;  // kTagWindowSize bytes; the first 8 are the car stream's tag window
+  std::uint8_t* spareBuf;   // kSpareSize bytes; never used
+  const char* host;
+  std::int32_t mediaPort;
+  std::int32_t cmdPort;  // never used
+  std::int32_t channel;
+  const char* acc;
+  const char* pwd;
+  std::int32_t state;
+};
+
+extern "C" {
+
+// Allocates and fills the buffers and stores the rest. A buffer that could not be had stays null;
+// the caller looks before it uses one.
+void InitVideoSource(VideoSource* source, const char* host, std::int32_t mediaPort,
+                     std::int32_t cmdPort, std::int32_t channel, const char* acc, const char* pwd);
+
+// Releases recvBuf and tagWindow. spareBuf stays allocated for the life of the process; the record
+// itself is its owner's.
+void FreeVideoSource(VideoSource* source);
+
+}  // extern "C"
 
 // The arguments of one call, borrowed until it returns. The slot is frameData, frameLen and
 // canGetFrame, written in this order; the consumer clears the flag.
@@ -66,9 +102,11 @@ class VideoWorker {
   void deliver(std::int32_t count);
 
   static bool isPayloadLength(std::int32_t length) {
-    return length >= 0 && length <= kFrameCapacity;
+    return length >= 0 && length <= QUORVID_FRAME_CAPACITY;
   }
-  bool frameIsWaiting() const;
+  // Waits until the slot is empty, kConsumerPatience at most, looking once each step. How often it
+  // waited, nothing when the frame was still there to the end.
+  std::optional<int> waitForConsumer(std::chrono::milliseconds step) const;
   const VideoSource& source() const { return *source_; }
   const VideoCall& call() const { return call_; }
 
@@ -80,14 +118,18 @@ class VideoWorker {
   bool connect();
   void takeTurn();
   void dropConnection();
+  // Every read of a turn passes its count on through here. One of no bytes says nothing.
   std::int32_t note(std::int32_t asked, std::int32_t count);
 
   const VideoCall call_;
   std::unique_ptr<VideoSource, ReleaseSource> source_;
-  WatchedSocket socket_;
-  std::array<std::uint8_t, 50> scratch_{};  // what discarded fields are read into
-  bool sawEnd_ = false;                     // this turn: a read found the end of the stream
-  bool sawMore_ = false;                    // this turn: a read found anything else
+  Socket socket_;
+  std::array<std::uint8_t, 50> scratch_{};  // what is discarded, 10 bytes at a time at most
+  // This turn: a read that asked for something found the end of the stream at once; or anything
+  // else, bytes or an error. A read cut short by the end is "more", too: the next one finds the
+  // end.
+  bool sawEnd_ = false;
+  bool sawMore_ = false;
 };
 
 }  // namespace quorvid

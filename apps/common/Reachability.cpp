@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "apps/common/Deadline.h"
-#include "connection/HostAddress.h"
+#include "connection/ServerConnection.h"
 
 namespace quorvid::app {
 

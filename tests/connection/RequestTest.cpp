@@ -84,7 +84,7 @@ TEST(RequestDeathTest, TextThatDoesNotFitEndsTheProcess) {
 
 TEST(Request, SendersPlaceTheirTexts) {
   TestServer server;
-  const Socket socket(ConnectToServer("127.0.0.1", server.port));
+  const Socket socket(nullptr, ConnectToServer("127.0.0.1", server.port));
   const int fd = socket.descriptor();
   Peer peer = server.accept();
   ASSERT_EQ(SendRequestForCar(fd, 3, "a", "p", "stamp", "dev"), 500);
@@ -117,7 +117,7 @@ TEST(Request, EachSenderSetsTheProfileAndClosesAfterAFailureWithoutASignal) {
       [](std::int32_t fd) { return SendRequestGetRelayForCar(fd, 0, "a", "p", "t", "dev"); }};
   for (const Sender send : kSenders) {
     const int sending = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
-    const Socket same(dup(sending));
+    const Socket same(nullptr, dup(sending));
     EXPECT_EQ(send(sending), -1);
     EXPECT_EQ(fcntl(sending, F_GETFD), -1);
     const int fd = same.descriptor();

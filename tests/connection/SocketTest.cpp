@@ -116,7 +116,7 @@ TEST(Socket, WritenToALostPeerFailsWithoutASignal) {
 
 TEST(Socket, WritenToAResetConnectionFails) {
   TestServer server;
-  const Socket socket(ConnectToServer("127.0.0.1", server.port));
+  const Socket socket(nullptr, ConnectToServer("127.0.0.1", server.port));
   EXPECT_EQ(fcntl(socket.descriptor(), F_GETFD), FD_CLOEXEC);
   server.accept().reset();
   EXPECT_TRUE(eventually([&] { return writen(socket.descriptor(), "abc", 3) == -1; }));
@@ -127,7 +127,7 @@ TEST(Socket, ConnectsToADescriptorAboveZero) {
   TestServer server;
   const int input = dup(0);
   ::close(0);
-  const Socket socket(ConnectToServer("127.0.0.1", server.port + 65536));
+  const Socket socket(nullptr, ConnectToServer("127.0.0.1", server.port + 65536));
   EXPECT_TRUE(socket.isOpen());
   EXPECT_EQ(fcntl(socket.descriptor(), F_GETFD), FD_CLOEXEC);
   EXPECT_EQ(fcntl(0, F_GETFD), -1);
@@ -144,7 +144,7 @@ TEST(Socket, ConnectGoesOnAfterASignal) {
   for (const bool letIn : {true, false}) {
     std::optional<TestServer> server(std::in_place, kHost, false);
     server->listen(0);
-    const Socket filling(ConnectToServer(kHost, server->port));
+    const Socket filling(nullptr, ConnectToServer(kHost, server->port));
     std::int32_t connected = 0;
     CaptureStdout();
     std::thread connecting([&, port = server->port] { connected = ConnectToServer(kHost, port); });
@@ -153,7 +153,7 @@ TEST(Socket, ConnectGoesOnAfterASignal) {
     letIn ? static_cast<void>(server->accept()) : server.reset();
     connecting.join();
     EXPECT_EQ(GetCapturedStdout(), letIn ? "" : "ConnectToHost connect to 127.0.0.77 fail\n");
-    EXPECT_EQ(Socket(connected).isOpen(), letIn);
+    EXPECT_EQ(Socket(nullptr, connected).isOpen(), letIn);
   }
 }
 

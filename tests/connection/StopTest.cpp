@@ -88,7 +88,7 @@ TEST(Stop, LeavesOtherWorkersAloneAndNothingBehind) {
 TEST(Stop, ReachesALookupThatIsStillConnecting) {
   TestServer server("127.0.0.1", false);
   server.listen(0);
-  const Socket filling(ConnectToServer("127.0.0.1", server.port));
+  const Socket filling(nullptr, ConnectToServer("127.0.0.1", server.port));
   VideoRun lookup(ThreadGetRelayForCar, server.port);
   ASSERT_TRUE(eventually([&] { return server.isAskedToConnect(); }));
   CancelVideoSource(&lookup.isCancel);

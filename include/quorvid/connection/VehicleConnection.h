@@ -28,6 +28,9 @@
 extern "C" {
 #endif
 
+// The longest frame: what a stream may carry and the buffer of a slot holds.
+enum { QUORVID_FRAME_CAPACITY = 131072 };
+
 // Reads exactly n bytes from fd into buf, resuming after signals.
 //
 // Any thread. Returns n, fewer when the stream ended first, 0 for n <= 0, or -1 on an error

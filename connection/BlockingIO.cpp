@@ -1,4 +1,4 @@
-#include "connection/SocketIO.h"
+#include "connection/BlockingIO.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -90,6 +90,19 @@ bool mayReadOn(std::int32_t fd, Clock::time_point lastByte) {
 
 }  // namespace
 
+// Until a point in time: what is left of a pause would grow a little with each signal.
+void pauseFor(milliseconds time) {
+  timespec end{};
+  clock_gettime(CLOCK_MONOTONIC, &end);
+  const std::chrono::nanoseconds until = std::chrono::nanoseconds(end.tv_nsec) + time;
+  const auto whole = std::chrono::duration_cast<std::chrono::seconds>(until);
+  end.tv_sec += static_cast<time_t>(whole.count());
+  end.tv_nsec = static_cast<long>((until - whole).count());
+  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+  }
+}
+
+// send() knows how to keep quiet, but only on sockets.
 ssize_t writeOnce(std::int32_t fd, const void* data, std::size_t size) {
   const ssize_t sent = ::send(fd, data, size, MSG_NOSIGNAL);
   return sent < 0 && errno == ENOTSOCK ? writeShielded(fd, data, size) : sent;

@@ -1,8 +1,7 @@
-#include "connection/FixedText.h"
+#include "connection/WireRecord.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 namespace quorvid {
 
@@ -24,6 +23,19 @@ void formatChannel(char (&digits)[2], std::int32_t channel) {
     abort();
   }
   memcpy(digits, text, sizeof digits);
+}
+
+std::int32_t following(std::int32_t number) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(number) + 1U);
+}
+
+void shiftIntoWindow(std::uint8_t* window, std::uint8_t byte) {
+  memmove(window, window + 1, kTagSize - 1);
+  window[kTagSize - 1] = byte;
+}
+
+bool windowHolds(const std::uint8_t* window, const char* tag) {
+  return memcmp(window, tag, kTagSize) == 0;
 }
 
 }  // namespace quorvid

@@ -1,18 +1,23 @@
-// ReplyHeader: the 124 bytes that begin the reply to a query, found by their tag.
+// QueryReply: the reply to a query, a header found by its tag and then device records.
 //
-//  0     8         12         16         20              120         124
-//  | tag | skipped | replyCmd | replyLen | skipped       | itemCount |
-//
-// Every field is acted on as soon as it is read; one that is wrong or does not arrive whole fails.
-// A relay's reply has no itemCount: its last 104 bytes are all skipped.
+// The layouts are drawn in VehicleConnection.h. Every field is acted on as soon as it is read; one
+// that is wrong or does not arrive whole fails. A relay's reply has no itemCount: the last 104
+// bytes of its header are all skipped.
 #pragma once
 
+#include <array>
 #include <cstdint>
+
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 
 constexpr std::int32_t kReplyHeaderSize = 124;
+constexpr std::int32_t kDeviceRecordSize = 280;
 constexpr std::int32_t kMostDevices = 200;  // that a caller's table holds
+
+// Where skipped bytes of a record go; also the most that a record may have of them.
+using DeviceScratch = std::array<std::uint8_t, kReplyHeaderSize + 8 * kDeviceRecordSize>;
 
 // Reads size bytes; false when they do not all arrive.
 bool receiveWhole(std::int32_t fd, void* field, std::int32_t size);
@@ -31,5 +36,12 @@ bool findReplyTag(std::int32_t fd, std::uint8_t* window);
 bool readReplyStart(std::int32_t fd, std::int32_t& replyLen);
 // Reads the header behind the tag whole; itemCount is 1..200, greater counts are cut.
 bool readListHeader(std::int32_t fd, std::int32_t& itemCount);
+
+// Reads the 280 bytes field by field straight into item, up to the first field that does not arrive
+// whole; false in that case.
+bool readDeviceRecord(std::int32_t fd, DevInfoItem& item);
+
+// Skips the bytes that follow a whole record; false when there are too many or they do not arrive.
+bool skipExtraBytes(std::int32_t fd, const DevInfoItem& item, DeviceScratch& scratch);
 
 }  // namespace quorvid
