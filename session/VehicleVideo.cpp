@@ -14,7 +14,6 @@
 namespace quorvid {
 namespace {
 
-constexpr std::size_t kFrameDataSize = 0x20000;
 constexpr int kFleetDeviceType = 2;
 constexpr int kLastFleetChannel = 7;
 
@@ -54,7 +53,7 @@ std::shared_ptr<VehicleVideo> VehicleVideo::initWithVideo(const Text& host, int 
 
 bool VehicleVideo::setUp() {
   // Zeroed: the view looks at fixed offsets of a frame, however short it is.
-  FrameData.reset(static_cast<char*>(std::calloc(kFrameDataSize, 1)));
+  FrameData.reset(static_cast<char*>(std::calloc(QUORVID_FRAME_CAPACITY, 1)));
   if (FrameData == nullptr) return false;
   startThread();
   return true;

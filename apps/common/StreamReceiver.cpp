@@ -23,7 +23,7 @@ std::string sessionToken(const std::string& account) {
 struct StreamReceiver::Slot {
   StreamTarget target;
   std::string token;
-  std::array<std::uint8_t, 131072> frame;
+  std::array<std::uint8_t, QUORVID_FRAME_CAPACITY> frame;
   std::int32_t length = 0;
   std::uint8_t ready = 0;
   std::uint8_t cancel = 0;

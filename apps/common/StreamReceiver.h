@@ -5,7 +5,7 @@
 // attempt or pause. Nobody waits for it: slot and texts are shared with its thread and go with the
 // last of the two.
 //
-//   frame   131072 bytes   written by the worker, read by us while `ready` is set
+//   frame   its bytes      written by the worker, read by us while `ready` is set
 //   length  32 bits        written by the worker after the bytes
 //   ready   1 byte         set by the worker last; cleared by us when we are done with the bytes
 //   cancel  1 byte         set by us; read by the worker once a turn

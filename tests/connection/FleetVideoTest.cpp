@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "connection/BlockingIO.h"
 #include "connection/Signals.h"
 #include "connection/TestServer.h"
 
@@ -11,6 +12,8 @@ namespace {
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
 using Clock = std::chrono::steady_clock;
+
+static_assert(kReconnectPause == std::chrono::seconds(3));  // as the public header says
 
 const std::string kAnswer = word(0) + std::string(14, 'n');
 
@@ -28,7 +31,7 @@ TEST(FleetVideo, DeliversVideoAndDropsTheRest) {
   EXPECT_EQ(get(run.canGetFrame), 0);
   peer.send(kAnswer + packet('A', std::string(1000, 'V')) + packet('V', "") + packet('V', "one"));
   EXPECT_EQ(run.take(), "one");
-  const std::string largest(131072, 'L');
+  const std::string largest(QUORVID_FRAME_CAPACITY, 'L');
   set(run.canGetFrame, 0xFE);  // clear, as only bit 0 counts
   peer.send(packet('V', largest));
   EXPECT_EQ(run.take(), largest);
@@ -46,7 +49,7 @@ TEST(FleetVideo, UntakenFrameIsOverwrittenAfterHalfASecond) {
   const auto start = Clock::now();
   peer.send(kAnswer + packet('V', "one") + packet('A', "audio") + packet('V', "second"));
   EXPECT_TRUE(eventually([&] { return get(run.frameLen) == 6; }));
-  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(500));
+  EXPECT_GE(Clock::now() - start, kConsumerPatience);
   EXPECT_EQ(run.take(), "second");
   peer.finish();
 }
@@ -56,7 +59,7 @@ TEST(FleetVideo, TheFlagIsSetBehindTheLength) {
   TestServer server;
   std::uint8_t isCancel = 0;
   std::int32_t lenAndFlag = 0;
-  std::vector<std::uint8_t> frame(131072);
+  std::vector<std::uint8_t> frame(QUORVID_FRAME_CAPACITY);
   std::thread worker([&] {
     ThreadVideoSourceForFleet("127.0.0.1", server.port, 81, 2, "acc", "pwd", &isCancel, "stamp",
                               "car", reinterpret_cast<std::uint8_t*>(&lenAndFlag), frame.data(),
@@ -96,7 +99,7 @@ TEST(FleetVideo, UnreachableServerIsTriedAgain) {
   interruptOften(run.thread());
   server.listen();
   Peer peer = server.acceptRequest(81);
-  EXPECT_GE(Clock::now() - start, std::chrono::seconds(3));
+  EXPECT_GE(Clock::now() - start, kReconnectPause);
   peer.reset();
   EXPECT_EQ(run.stop(), 0);
   EXPECT_EQ(GetCapturedStdout(), "ConnectToHost connect to 127.0.0.1 fail\n");
@@ -126,7 +129,7 @@ TEST_P(FleetVideoBreak, LeadsToANewConnectionWithANewRequest) {
   EXPECT_TRUE(GetParam().how == Break::kByReset ? (peer.reset(), true) : peer.seesClose());
   Peer again = server.acceptRequest(81);
   EXPECT_EQ(server.request.size(), 81U);
-  EXPECT_GE(Clock::now() - start, std::chrono::seconds(3));
+  EXPECT_GE(Clock::now() - start, kReconnectPause);
   EXPECT_EQ(get(run.canGetFrame), 0);
   again.send(kAnswer + packet('V', "again"));
   EXPECT_EQ(run.take(), "again");
@@ -149,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Break{"NoHeader", kAnswer, Break::kByFinish},
                     Break{"UnknownKind", kFrame + audio() + "v"},
                     Break{"PayloadNegative", kFrame + "V" + word(-1)},
-                    Break{"PayloadTooLong", kFrame + "A" + word(131073)},
+                    Break{"PayloadTooLong", kFrame + "A" + word(QUORVID_FRAME_CAPACITY + 1)},
                     Break{"ResetInHeader", kFrame + "V", Break::kByReset},
                     Break{"ResetInPayload", kFrame + packet('V', "cut", 9), Break::kByReset}),
     testing::PrintToStringParamName());

@@ -4,10 +4,13 @@
 
 #include <cstring>
 
+#include "connection/BlockingIO.h"
 #include "connection/TestServer.h"
 
 namespace quorvid::test {
 namespace {
+
+static_assert(kPollPause == std::chrono::seconds(4));  // as the public header says
 
 // Of the whole process. A sanitizer's allocator reports nothing here; it finds leaks by itself.
 std::size_t allocatedBytes() {
@@ -87,7 +90,7 @@ TEST(Gps, ShortPollsCountTheirWholeRecords) {
 
   // A record with too many bytes behind it is whole itself, but nothing can follow.
   Peer peer = server.acceptRequest(500);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, kPollPause);
   EXPECT_EQ(get(carCount), 0);
   EXPECT_EQ(get(gps.count), 1);
   peer.send(listHeader(3) + record + deviceRecord(2645, 1, 2365) + record);

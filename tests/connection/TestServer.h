@@ -167,7 +167,7 @@ class VideoRun {
   std::uint8_t isCancel;
   std::uint8_t canGetFrame = 1;
   std::int32_t frameLen = 0;
-  std::vector<std::uint8_t> frame = std::vector<std::uint8_t>(131072);
+  std::vector<std::uint8_t> frame = std::vector<std::uint8_t>(QUORVID_FRAME_CAPACITY);
 
  private:
   std::int32_t result_ = -99;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "quorvid/connection/VehicleConnection.h"
 #include "quorvid/decoder/H264HwDecoderImpl.h"
 #include "support/H264TestStream.h"
 
@@ -32,7 +33,7 @@ class DecodedStream : public H264HwDecoderImplDelegate,
  private:
   bool feedAt(char* unit, std::uint32_t size);
   std::shared_ptr<H264HwDecoderImpl> decoder_;
-  std::vector<char> slot_ = std::vector<char>(0x20000);
+  std::vector<char> slot_ = std::vector<char>(QUORVID_FRAME_CAPACITY);
   CVPixelBufferRef picture_ = nullptr;
   int pictures_ = 0;
 };

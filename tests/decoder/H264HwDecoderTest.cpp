@@ -5,6 +5,7 @@
 #include <malloc.h>
 
 #include "decoder/RecordingDecompression.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
 namespace {
@@ -83,7 +84,7 @@ TEST_F(H264HwDecoderTest, LengthReplacesTheStartCodeAndOnlySetsStayOutOfTheDecod
 
 TEST_F(H264HwDecoderTest, UnitsOutsideTheGateAreLoggedAndGoNoFurther) {
   feedSets();
-  for (const std::uint32_t size : {0U, 4U, 131073U, 0xFFFFFFF5U}) {
+  for (const std::uint32_t size : {0U, 4U, QUORVID_FRAME_CAPACITY + 1U, 0xFFFFFFF5U}) {
     for (const char header : {'\x67', '\x68', '\x65'}) {
       recording().log.clear();
       std::string frame = std::string("\0\0\0\1", 4) + header + "rest";
@@ -94,9 +95,10 @@ TEST_F(H264HwDecoderTest, UnitsOutsideTheGateAreLoggedAndGoNoFurther) {
   }
   EXPECT_THAT(recording().calls, IsEmpty());
   feed("\x65");
-  feed(std::string(131068, '\x65'));
+  feed(std::string(QUORVID_FRAME_CAPACITY - 4, '\x65'));
   EXPECT_THAT(recording().calls,
-              IsSupersetOf({"sample 1 1 1 1 0 1 1 5", "sample 1 1 1 1 0 1 1 131072"}));
+              IsSupersetOf({"sample 1 1 1 1 0 1 1 5",
+                            "sample 1 1 1 1 0 1 1 " + std::to_string(QUORVID_FRAME_CAPACITY)}));
   EXPECT_EQ(recording().spsBytes, kSps);  // no refused set was stored
   EXPECT_EQ(recording().ppsBytes, kPps);
 }
@@ -194,7 +196,8 @@ TEST_F(H264HwDecoderTest, SetsThatReplaceOneAnotherTakeNoFurtherMemory) {
   const std::size_t before = held();
   for (int i = 0; i < 400; ++i) {
     for (const char header : {'\x67', '\x68'}) {
-      std::string set(static_cast<std::size_t>(131068 - i % 7), static_cast<char>(i));
+      std::string set(static_cast<std::size_t>(QUORVID_FRAME_CAPACITY - 4 - i % 7),
+                      static_cast<char>(i));
       set[0] = header;
       feed(set);
       recording().log.clear();

@@ -43,7 +43,7 @@ TEST(HostBinding, TheLibraryNeverCallsTheHostsFunctions) {
     std::atomic_ref<std::uint8_t>(isCancel).store(1);
     client.send("A");  // wakes the worker from its read; closing ends the packet
   });
-  std::vector<std::uint8_t> frame(0x20000);
+  std::vector<std::uint8_t> frame(QUORVID_FRAME_CAPACITY);
   std::int32_t length = 0;
   EXPECT_EQ(
       ThreadVideoSourceForFleet("127.0.0.1", server.port(), 80, 0, nullptr, nullptr, &isCancel,

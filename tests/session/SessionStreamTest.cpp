@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "base/Clock.h"
+#include "quorvid/connection/VehicleConnection.h"
 #include "quorvid/session/VehicleVideo.h"
 #include "session/FleetServer.h"
 
@@ -25,7 +26,7 @@ TEST(SessionStream, HandsOverFrameAfterFrameAndLeavesWhenCancelled) {
     request = client.readRequest();
     client.sendAnswer();
     client.sendVideo("first frame");
-    client.sendVideo(std::string(0x20000, 'z'));
+    client.sendVideo(std::string(QUORVID_FRAME_CAPACITY, 'z'));
     client.send("V");  // and silence, in the middle of a packet
     client.waitForClose();
     left = true;
@@ -37,8 +38,8 @@ TEST(SessionStream, HandsOverFrameAfterFrameAndLeavesWhenCancelled) {
   EXPECT_EQ(std::string(session->getFrameData(), session->getFrameLen()), "first frame");
   session->setIsFrameReady(false);
   waitFor([&] { return session->getIsFrameReady(); });
-  EXPECT_EQ(session->getFrameLen(), 0x20000U);
-  EXPECT_EQ(session->getFrameData()[0x1FFFF], 'z');
+  EXPECT_EQ(session->getFrameLen(), unsigned{QUORVID_FRAME_CAPACITY});
+  EXPECT_EQ(session->getFrameData()[QUORVID_FRAME_CAPACITY - 1], 'z');
   session->setIsFrameReady(false);
 
   const auto start = std::chrono::steady_clock::now();

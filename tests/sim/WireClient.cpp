@@ -8,6 +8,8 @@
 
 #include <cerrno>
 
+#include "quorvid/connection/VehicleConnection.h"
+
 namespace {
 
 void put(WireBytes& record, std::size_t at, const std::string& text) {
@@ -130,7 +132,7 @@ std::optional<WireFrame> WireClient::fleetFrame() {
   WireFrame frame;
   frame.kind = static_cast<char>(header[0]);
   const auto length = static_cast<std::size_t>(int32At(header, 1));
-  if (length > 131072) return std::nullopt;
+  if (length > QUORVID_FRAME_CAPACITY) return std::nullopt;
   frame.payload = read(length);
   return frame.payload.size() == length ? std::optional(frame) : std::nullopt;
 }
@@ -144,7 +146,7 @@ std::optional<WireFrame> WireClient::carFrame() {
   frame.number = static_cast<std::uint32_t>(int32At(header, 8));
   frame.type = header[33];
   const auto length = static_cast<std::size_t>(int32At(header, 16));
-  if (length > 131072) return std::nullopt;
+  if (length > QUORVID_FRAME_CAPACITY) return std::nullopt;
   frame.payload = read(length);
   return frame.payload.size() == length ? std::optional(frame) : std::nullopt;
 }

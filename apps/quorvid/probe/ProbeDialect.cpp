@@ -4,19 +4,19 @@
 
 #include "connection/QueryRequest.h"
 #include "connection/VideoRequest.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid::app {
 
 namespace {
 
-constexpr std::int32_t kLongestFrame = 131072;
 constexpr std::int32_t kReplySucceeded = 0x8001;
 constexpr std::int32_t kMostRelayExtra = 500;
 
 std::vector<std::uint8_t> readPayload(ProbeSocket& socket, std::int32_t length) {
-  if (length < 0 || length > kLongestFrame) {
+  if (length < 0 || length > QUORVID_FRAME_CAPACITY) {
     throw ProbeFailure("a frame states a length of " + std::to_string(length) + " bytes; at most " +
-                       std::to_string(kLongestFrame) + " are taken");
+                       std::to_string(QUORVID_FRAME_CAPACITY) + " are taken");
   }
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
   socket.read(bytes.data(), bytes.size(), "a frame");
@@ -96,7 +96,8 @@ class CarDialect : public ProbeDialect {
     const auto expected = static_cast<std::int32_t>(static_cast<std::uint32_t>(lastNumber_) + 1);
     frame.isLeftOut = info[13] == 3 && number != expected;
     if (frame.isLeftOut) {
-      unread_ = static_cast<std::size_t>(std::clamp(length, 0, kLongestFrame));
+      unread_ =
+          static_cast<std::size_t>(std::clamp<std::int32_t>(length, 0, QUORVID_FRAME_CAPACITY));
       return frame;
     }
     frame.bytes = readPayload(socket, length);

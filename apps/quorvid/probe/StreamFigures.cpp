@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "quorvid/connection/VehicleConnection.h"
+
 namespace quorvid::app {
 
 namespace {
 
-constexpr std::size_t kLongestFrame = 131072;
 constexpr double kMostShown = 30;       // frames a second that the live view takes
 constexpr double kRateTolerance = 1.2;  // what a server may catch up at the start
 constexpr double kWorryingPause = 1.5;  // seconds without a frame that a viewer sees as standing
@@ -95,7 +96,7 @@ std::vector<StreamFigures::Line> StreamFigures::lines() const {
                          ? format("%llu, one every %.2f s (at most %.2f s)", large(keyFrames_),
                                   keySpan / static_cast<double>(keyFrames_ - 1), longestKeyPause_)
                          : format("%llu", large(keyFrames_))});
-  lines.push_back({"largest", format("%zu bytes (limit %zu)", largest_, kLongestFrame)});
+  lines.push_back({"largest", format("%zu bytes (limit %d)", largest_, QUORVID_FRAME_CAPACITY)});
   lines.push_back(
       {"gaps", format("longest pause %.2f s; %llu frames out of sequence; %llu stray bytes",
                       longestPause_, large(leftOut_), large(garbage_))});

@@ -6,9 +6,6 @@
 
 namespace quorvid::sim {
 
-// No frame on the wire is larger: it is the size of a client's receive buffer.
-constexpr std::size_t kMaxFrameBytes = 131072;
-
 // The NAL units of a byte stream, without their start codes (00 00 01 or 00 00 00 01).
 std::vector<ByteView> splitUnits(ByteView stream);
 

@@ -1,6 +1,7 @@
 #include "sim/media/MediaLoop.h"
 
 #include <cmath>
+#include <string>
 
 #include "sim/Error.h"
 #include "sim/media/AccessUnit.h"
@@ -19,7 +20,8 @@ void MediaLoop::encode(PictureSource& source, const std::atomic<bool>& stop) {
     while (!encodeOnce(source, settings, stop)) {
       settings.bitrate /= 2;
       if (settings.bitrate < kLowestBitrate) {
-        throw SimError("a frame is larger than 131072 bytes even at the lowest bit rate");
+        throw SimError("a frame is larger than " + std::to_string(kMaxFrameBytes) +
+                       " bytes even at the lowest bit rate");
       }
       startAnew();
       source.rewind();

@@ -13,6 +13,10 @@ namespace quorvid::sim {
 using Bytes = std::vector<std::uint8_t>;
 using ByteView = std::span<const std::uint8_t>;
 
+// No frame on the wire is larger: it is the size of a client's receive buffer. The simulator knows
+// the wire by itself, so that a mistake in the library shows against it.
+constexpr std::size_t kMaxFrameBytes = 131072;
+
 // Integers on the wire: 4 bytes, least significant first.
 void appendInt32(Bytes& out, std::int64_t value);
 void putInt32(Bytes& out, std::size_t at, std::int64_t value);

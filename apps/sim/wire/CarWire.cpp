@@ -63,7 +63,7 @@ class CarDialect final : public StreamDialect {
   Bytes frame(const OutgoingFrame& frame) override {
     ++sent_;
     std::int64_t length = static_cast<std::int64_t>(frame.payload.size());
-    if (faults_.hits(FaultKind::tooLarge, sent_)) length = 131073;
+    if (faults_.hits(FaultKind::tooLarge, sent_)) length = kMaxFrameBytes + 1;
     if (faults_.hits(FaultKind::negative, sent_)) length = -1;
     Bytes out;
     appendText(out, faults_.hits(FaultKind::wrongTag, sent_) ? "3GTSV199" : "3GTSV100", 8);

@@ -64,7 +64,7 @@ class FleetDialect final : public StreamDialect {
   Bytes packet(char kind, const Bytes& payload) {
     ++number_;
     std::int64_t length = static_cast<std::int64_t>(payload.size());
-    if (faults_.hits(FaultKind::tooLarge, number_)) length = 131073;
+    if (faults_.hits(FaultKind::tooLarge, number_)) length = kMaxFrameBytes + 1;
     if (faults_.hits(FaultKind::negative, number_)) length = -1;
     if (faults_.hits(FaultKind::badKind, number_)) kind = 'X';
     Bytes out{static_cast<std::uint8_t>(kind)};

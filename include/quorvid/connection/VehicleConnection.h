@@ -61,8 +61,8 @@ QUORVID_CONNECTION_API int32_t writen(int32_t fd, const void* buf, int32_t n);
 //   canGetFrame       1: a frame waits in the slot; the consumer clears it once done with the
 //   bytes.
 //                     Cleared by the worker at its start and when a connection breaks
-//   frameData         131072 bytes of the caller's, filled with one unit of H.264
-//   frameLen          bytes in frameData, 1..131072, valid while canGetFrame is 1
+//   frameData         QUORVID_FRAME_CAPACITY bytes of the caller's, filled with one unit of H.264
+//   frameLen          bytes in frameData, 1 to QUORVID_FRAME_CAPACITY, valid while canGetFrame is 1
 //
 // A frame not taken within half a second is overwritten by the next one. For nearly every frame the
 // line "Wait to canGetFrame N" says after how many milliseconds the slot was found free.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Clock.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid::test {
 
@@ -14,7 +15,7 @@ void note(const std::string& entry) {
   standins.journal.push_back(entry);
 }
 
-char frameMemory[0x20000];
+char frameMemory[QUORVID_FRAME_CAPACITY];
 
 }  // namespace
 }  // namespace quorvid::test
