@@ -23,8 +23,7 @@ std::vector<std::uint8_t> readPayload(ProbeSocket& socket, std::int32_t length) 
   return bytes;
 }
 
-//  answer   +0 status  +4 skipped[14]
-//  packet   +0 kind 'V' or 'A'  +1 length  +5 skipped[14]  +19 payload
+// The layouts of both are drawn in VehicleConnection.h.
 class FleetDialect : public ProbeDialect {
  public:
   explicit FleetDialect(const StreamTarget& target) : target_(target) {}
@@ -65,8 +64,6 @@ class FleetDialect : public ProbeDialect {
   StreamTarget target_;
 };
 
-//  frame   +0 "3GTSV100"  +8 number  +12 skipped[4]  +16 length  +20 info[16]  +36 payload
-//  info    +13 type: 3 needs the frame before it
 class CarDialect : public ProbeDialect {
  public:
   CarDialect(const StreamTarget& target, std::string token)
@@ -94,6 +91,7 @@ class CarDialect : public ProbeDialect {
     std::int8_t info[16];
     socket.read(info, sizeof info, "a frame's header");
     const auto expected = static_cast<std::int32_t>(static_cast<std::uint32_t>(lastNumber_) + 1);
+    // A frame of type 3 needs the one before it.
     frame.isLeftOut = info[13] == 3 && number != expected;
     if (frame.isLeftOut) {
       unread_ =
@@ -131,8 +129,6 @@ std::vector<std::uint8_t> relayRequest(const StreamTarget& target, const std::st
   return record;
 }
 
-//  +0 tag  +8 skipped[4]  +12 command  +16 length  +20 skipped[104]  then length - 8 bytes skipped,
-//  4 bytes of the address, the port
 RelayAnswer readRelayAnswer(ProbeSocket& socket) {
   socket.findTag({"3GAPV103", "3GAPV104", "3GAPV105"}, "the reply's tag");
   socket.skip(4, "the reply");

@@ -5,27 +5,7 @@
 namespace quorvid::sim {
 namespace {
 
-/* Request, 500 bytes:
-     0    8  "3GTXV100"
-     8    4  2
-    12    4  164: bytes of fields after this one
-    16   32  account       texts, ended by a zero, zeros after it
-    48   32  password
-    80   32  time token
-   112   64  device
-   176    1  2
-   177    1  1
-   178    1  channel + 1
-   179    1  0
-   180  320  zero
-
-   Stream, frame after frame:
-     0    8  "3GTSV100"
-     8    4  frame number, from 1
-    12    4  free
-    16    4  payload length
-    20   16  frame info; byte 13 is the frame's type: 3 needs the frame before it
-    36       payload */
+// The layouts are drawn in docs/protocol.md. Frames are numbered from 1.
 constexpr std::size_t kRequestBytes = 500;
 constexpr std::size_t kInfoBytes = 16;
 constexpr std::size_t kTypeInInfo = 13;

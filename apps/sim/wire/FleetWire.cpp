@@ -5,23 +5,7 @@
 namespace quorvid::sim {
 namespace {
 
-/* Request, 81 bytes:
-     0   3  "001"
-     3  32  device, text ended by a zero, zeros after it
-    35   2  channel, two decimal digits
-    37   1  "L"
-    38  43  zero
-
-   Answer, once:
-     0   4  status, 0: frames follow
-     4  14  free
-
-   Packet:
-     0   1  'V' video, 'A' sound
-     1   4  payload length
-     5   4  free: number of the packet
-     9  10  free
-    19      payload */
+// The layouts are drawn in docs/protocol.md. What a client skips first in a packet is its number.
 constexpr std::size_t kRequestBytes = 81;
 constexpr std::size_t kAnswerBytes = 18;
 constexpr std::uint8_t kSilence = 0xd5;  // A-law

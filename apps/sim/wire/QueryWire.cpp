@@ -8,35 +8,8 @@
 namespace quorvid::sim {
 namespace {
 
-/* Request, 500 bytes:
-     0    8  "3GAPV104"
-     8    4  1
-    12    4  130 device list, 134 relay lookup
-    16    4  284; in a relay lookup 84 or 104, the size of a block in the memory of the client
-    20   32  account       texts, ended by a zero, zeros after it
-    52   32  password
-    84   32  third text
-   116    4  0 device list, 1 relay lookup
-   120   84  relay block:
-               0   4  the size at byte 16 again
-               4   4  1
-               8  64  device
-              72   4  channel + 1
-              76   8  zero
-   204  296  zero
-
-   Reply header, 124 bytes; then device records, or the relay's address:
-     0    8  "3GAPV103", "3GAPV104" or "3GAPV105"
-     8    4  free
-    12    4  8001 (hexadecimal)
-    16    4  reply length, at least 8
-    20  100  free
-   120    4  number of device records
-
-   After the header of a relay reply:
-     0       reply length - 8 bytes, free
-     .    4  address, four parts
-     .    4  port */
+// The layouts are drawn in docs/protocol.md. A lookup states the size of a block in the memory of
+// the client, 84 or 104; on the wire the block has 84 bytes.
 constexpr std::int32_t kListCommand = 130;
 constexpr std::int32_t kRelayCommand = 134;
 constexpr std::int32_t kReplyCommand = 0x8001;

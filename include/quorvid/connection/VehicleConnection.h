@@ -52,12 +52,14 @@ QUORVID_CONNECTION_API int32_t writen(int32_t fd, const void* buf, int32_t n);
 // and then holds it for as long as it likes; a pause: 3 s; a connect: as long as the system tries).
 // CancelVideoSource ends the read as well.
 //
-//   host, mediaPort   server; only the low 16 bits of the port count
+//   host, mediaPort   server, a name or a dotted address of any length (one that is too long for
+//   the
+//                     name service can't be resolved); only the low 16 bits of the port count
 //   cmdPort           kept, not used
-//   channel           0-based camera channel, two characters at most in decimal
-//   acc, pwd, timestamp  not part of the fleet request; may be null
+//   channel           0-based camera channel, -9 to 99: two characters; any other ends the process
+//   acc, pwd, timestamp  not part of the fleet request, so of any length; may be null
 //   isCancel          set by the caller to end the session; stays set until the call has returned
-//   carId             device identifier
+//   carId             device identifier, 31 characters at most
 //   canGetFrame       1: a frame waits in the slot; the consumer clears it once done with the
 //   bytes.
 //                     Cleared by the worker at its start and when a connection breaks
@@ -68,13 +70,13 @@ QUORVID_CONNECTION_API int32_t writen(int32_t fd, const void* buf, int32_t n);
 // line "Wait to canGetFrame N" says after how many milliseconds the slot was found free.
 // Returns 0 after cancellation, -1 when memory for the session could not be had.
 //
-// Fleet request, 81 bytes:
-//   +0 "001"  +3 carId[32]  +35 channel as two digits  +37 "L"  +38 zero[43]
+// Fleet request, 81 bytes, the channel as two decimal digits:
+//   +0 "001"  +3 carId[32]  +35 channel[2]  +37 "L"  +38 zero[43]
 //
-// Fleet stream: an answer of 18 bytes, then packets.
-//   answer   +0 answerStatus (0 or the connection ends)  +4 skipped[14]
-//   packet   +0 packetKind ('V' video, 'A' dropped, else the connection ends)
-//            +1 payloadLen (0..131072 or the connection ends)  +5 skipped[14]  +19 payload
+// Fleet stream: an answer of 18 bytes, then packets of kind 'V' (video) or 'A' (dropped). Any other
+// status, kind or length ends the connection.
+//   answer   +0 answerStatus (0)  +4 skipped[14]
+//   packet   +0 byte packetKind  +1 payloadLen (0..131072)  +5 skipped[14]  +19 payload
 QUORVID_CONNECTION_API int32_t ThreadVideoSourceForFleet(const char* host, int32_t mediaPort,
                                                          int32_t cmdPort, int32_t channel,
                                                          const char* acc, const char* pwd,
@@ -85,15 +87,16 @@ QUORVID_CONNECTION_API int32_t ThreadVideoSourceForFleet(const char* host, int32
 // Streams one camera channel from a car relay: arguments, slot and result as for the fleet.
 //
 // Blocks its thread. acc and pwd go out together or, if either is null, both empty; timestamp and
-// carId may be null. The stream is searched for its tag byte by byte, so any damage is skipped.
+// carId may be null. acc, pwd and timestamp have 31 characters at most, carId 63; a longer one ends
+// the process. The stream is searched for its tag byte by byte, so any damage is skipped.
 //
 // Car request, 500 bytes:
 //   +0 "3GTXV100"  +8 2  +12 164  +16 acc[32]  +48 pwd[32]  +80 timestamp[32]  +112 carId[64]
 //   +176 byte 2  +177 byte 1  +178 byte channel + 1  +179 byte 0  +180 zero[320]
 //
-// Car stream: frames, each found by its tag.
+// Car stream: frames, each found by its tag; byte 13 of info is frameType.
 //   +0 "3GTSV100"  +8 frameSeq  +12 skipped[4]  +16 payloadLen (0..131072)
-//   +20 info[16], of which info[13] is frameType  +36 payload
+//   +20 info[16]  +36 payload
 // A frame of type 3 is dropped unless frameSeq follows that of the last accepted frame.
 QUORVID_CONNECTION_API int32_t ThreadVideoSourceForCar(const char* host, int32_t mediaPort,
                                                        int32_t cmdPort, int32_t channel,
@@ -106,9 +109,12 @@ QUORVID_CONNECTION_API int32_t ThreadVideoSourceForCar(const char* host, int32_t
 // meaning here. On the wire the record is packed and its integers have 4 bytes; where a long has 8,
 // the low half is filled and the high half left as it was (start from a zeroed table).
 //
-//   +0 itemLen, the record's length on the wire: from 284 on, itemLen - 280 more bytes follow
-//   +4 blk64  +68 blkA32  +100 blkB32  +132 numA  +136 numB
-//   +140 byteA  +141 byteB  +142 byteC  +143 blk9  +152 blk128  +280
+// itemLen is the record's length on the wire: from 284 on, bytes follow that are skipped, 2364 at
+// most.
+//
+//   +0 itemLen  +4 blk64  +68 blkA32  +100 blkB32  +132 numA  +136 numB
+//   +140 byte byteA  +141 byte byteB  +142 byte byteC  +143 blk9  +152 blk128
+//   +280 skipped[itemLen - 280]
 typedef struct DevInfoItem {
   long itemLen;
   uint8_t blk64[64];
@@ -138,7 +144,7 @@ QUORVID_CONNECTION_API extern int32_t carCount;
 //   items             at least 200 records, filled from index 0; more are not asked for
 //   count             grows by 1 for each complete record; the caller sets it to 0 before
 //   host, port        server; port2 is not used
-//   acc, pwd, text3   may be null
+//   acc, pwd, text3   31 characters at most, a longer one ends the process; may be null
 //   done              becomes 1 on success, else is left alone
 //
 // Returns 0 on success. Returns -1 when the server can't be reached or the reply is wrong or short;
@@ -148,9 +154,10 @@ QUORVID_CONNECTION_API extern int32_t carCount;
 //   +0 "3GAPV104"  +8 1  +12 130  +16 284  +20 acc[32]  +52 pwd[32]  +84 text3[32]  +116 0
 //   +120 zero[380]
 //
-// Reply: any bytes, then a header of 124 bytes, then itemCount records.
-//   +0 "3GAPV103", "3GAPV104" or "3GAPV105"  +8 skipped[4]  +12 replyCmd (32769)
-//   +16 replyLen (8 or more)  +20 skipped[100]  +120 itemCount (1 or more; above 200 counts as 200)
+// Reply: any bytes, then a header of 124 bytes, then itemCount records, of which 200 are read. The
+// tag is "3GAPV103", "3GAPV104" or "3GAPV105".
+//   +0 tag[8]  +8 skipped[4]  +12 replyCmd (32769)  +16 replyLen (8 or more)  +20 skipped[100]
+//   +120 itemCount (1 or more)
 QUORVID_CONNECTION_API int32_t ThreadGetListForCar(DevInfoItem* items, int32_t* count,
                                                    const char* host, int32_t port, int32_t port2,
                                                    const char* acc, const char* pwd,
@@ -160,17 +167,17 @@ QUORVID_CONNECTION_API int32_t ThreadGetListForCar(DevInfoItem* items, int32_t* 
 //
 // Blocks its thread; isCancel is looked at only once the stream runs, but CancelVideoSource ends a
 // lookup under way, too. Returns 0 when the stream was cancelled, -1 when the lookup failed (it is
-// not repeated). carId goes into the lookup only beside
-// a timestamp that is not null.
+// not repeated). carId goes into the lookup only beside a timestamp that is not null. Texts have
+// the lengths of the car stream.
 //
 // Relay request, 500 bytes:
 //   +0 "3GAPV104"  +8 1  +12 134  +16 size  +20 acc[32]  +52 pwd[32]  +84 timestamp[32]  +116 1
 //   +120 size  +124 1  +128 carId[64]  +192 channel + 1  +196 0  +200 0  +204 zero[296]
 // where size is 104 on systems with 64-bit longs and 84 on those with 32-bit longs.
 //
-// Reply: any bytes, then
-//   +0 tag and header up to replyLen as in a list reply  +20 skipped[104]
-//   +124 skipped[replyLen - 8], 500 at most  then relayAddr, 4 bytes a.b.c.d, and relayPort
+// Reply: any bytes, then a header with a tag of a list reply's; relayAddr is a.b.c.d.
+//   +0 tag[8]  +8 skipped[4]  +12 replyCmd (32769)  +16 replyLen (8..508)  +20 skipped[104]
+//   +124 skipped[replyLen - 8], relayAddr[4], relayPort
 QUORVID_CONNECTION_API int32_t ThreadGetRelayForCar(const char* host, int32_t port, int32_t cmdPort,
                                                     int32_t channel, const char* acc,
                                                     const char* pwd, uint8_t* isCancel,
@@ -180,7 +187,8 @@ QUORVID_CONNECTION_API int32_t ThreadGetRelayForCar(const char* host, int32_t po
 
 // Fetches the device list again and again, 4 s after each poll, while bit 0 of run is set.
 //
-// Blocks its thread. items, host, port, port2, acc, pwd and text3 as for the list. done is 0 while
+// Blocks its thread. items, host, port, port2, acc, pwd and text3 as for the list, their lengths
+// included. done is 0 while
 // a reply is searched for. A wrong reply is asked for again at once, without a pause: also one with
 // no records, so a server that has none is asked as fast as it answers. Returns 0 once run was
 // cleared (done is 1 then), -1 when the server can't be reached.
