@@ -1,12 +1,12 @@
 #include "render/TextFile.h"
 
+#include <utf8.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string_view>
-
-#include "base/Utf8.h"
 
 namespace quorvid {
 namespace {
@@ -35,15 +35,6 @@ std::string pathOf(std::string_view url) {
   return path;
 }
 
-bool isUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t size = utf8CharacterAt(text).size;
-    if (size == 0) return false;
-    text.remove_prefix(size);
-  }
-  return true;
-}
-
 }  // namespace
 
 std::string readTextFile(const Text& url, std::string& text) {
@@ -60,7 +51,7 @@ std::string readTextFile(const Text& url, std::string& text) {
   text.resize(std::fread(text.data(), 1, text.size(), file.get()));
   if (std::ferror(file.get()) != 0) return path + ": it can't be read";
   if (text.size() > sizeLimit) return path + ": it is too large for a shader";
-  return isUtf8(text) ? "" : path + ": it is not UTF-8 text";
+  return utf8::is_valid(text.begin(), text.end()) ? "" : path + ": it is not UTF-8 text";
 }
 
 }  // namespace quorvid

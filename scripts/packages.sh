@@ -3,7 +3,8 @@ build_packages=(
   g++ cmake ninja-build pkg-config ca-certificates
   libsdl2-dev libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri
   libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libyuv-dev
-  libpng-dev libcairo2-dev fonts-dejavu-core libasio-dev libcli11-dev nlohmann-json3-dev
+  libpng-dev libcairo2-dev fonts-dejavu-core libasio-dev libcli11-dev libfmt-dev
+  libutfcpp-dev nlohmann-json3-dev
 )
 test_packages=(googletest libgtest-dev libgmock-dev ffmpeg xvfb xauth)
 check_packages=(

@@ -2,55 +2,34 @@
 // names puts what is to be done into `chosen`.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
-#include <string>
 
-#include "apps/common/Arguments.h"
+#include "apps/common/Options.h"
 
 namespace quorvid::app {
 
-// Yields the exit status: 0 done, 1 failed (the reason is on standard error). Throws UsageError,
-// which becomes 2, before anything else has happened.
+// Yields the exit status: 0 done, 1 not what was asked for. What can't be done at all is a Failure.
 using ChosenCommand = std::function<int()>;
 
-// The options that say which stream is meant, as text.
-struct TargetOptions {
-  std::string server;
-  std::string device;
-  std::string channels = "0";
-  std::string account;
-  std::string passwordFile;
-  std::string path = "fleet";
-
-  void addTo(CLI::App& command);
-  // Checked; the channel is the first one named.
-  StreamTarget target() const;
-};
-
-// Refuses more than one channel.
-void requireOneChannel(const TargetOptions& options);
-
-// The options of a query: server and account.
-struct AccountOptions {
-  std::string server;
-  std::string account;
-  std::string passwordFile;
-
-  void addTo(CLI::App& command);
-  AccountTarget target() const;  // checked
-};
+// What all of them do: Options declare themselves by addTo(), are checked by complete(), and given
+// to `run` once the whole command line was understood.
+template <typename Options>
+void addCommand(CLI::App& program, ChosenCommand& chosen, const char* name, const char* purpose,
+                int (*run)(const Options&)) {
+  CLI::App* const command = program.add_subcommand(name, purpose);
+  const auto options = std::make_shared<Options>();
+  options->addTo(*command);
+  command->callback([options, run, &chosen] {
+    options->complete();
+    chosen = [options, run] { return run(*options); };
+  });
+}
 
 void addViewCommand(CLI::App& program, ChosenCommand& chosen);
 void addListCommand(CLI::App& program, ChosenCommand& chosen);
 void addGpsCommand(CLI::App& program, ChosenCommand& chosen);
 void addRecordCommand(CLI::App& program, ChosenCommand& chosen);
 void addProbeCommand(CLI::App& program, ChosenCommand& chosen);
-
-// Prints "quorvid: <sentence>" on standard error, with nothing in it that steers a terminal.
-void note(const std::string& sentence);
-// The same, and returns 1.
-int failed(const std::string& sentence);
 
 }  // namespace quorvid::app

@@ -1,41 +1,50 @@
-// Deadline: runs something that may block for ever and waits for it only so long.
+// Deadline: time that never jumps, and how to wait only so long for what may block for ever.
 //
 // The library's query workers and the resolver can't be interrupted. They run on a detached thread;
 // when the time is up the caller goes on and the thread is left behind. Whatever the body uses must
-// therefore be owned by the body (captured by value or by shared_ptr). A thread that the system
-// refuses is a std::runtime_error whose text is a sentence for the user.
+// therefore be owned by the body (captured by value or by shared_ptr).
 #pragma once
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <future>
 #include <memory>
 #include <optional>
-#include <stdexcept>
-#include <string>
 #include <utility>
 
-#include "apps/common/Steady.h"
-#include "apps/common/StopSignal.h"
-#include "apps/common/WorkerThread.h"
+#include "apps/common/Process.h"
 
 namespace quorvid::app {
 
-// The body's result on its way from the detached thread. One waiting thread.
+// Seconds of a clock that never jumps: for durations, deadlines and rates. Any thread.
+inline double steadySeconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(now).count();
+}
+
+// So long a look outward may take: `seconds`, or half a second of them where the command has been
+// asked to end, which then still can say what it found.
+inline double patience(double seconds) {
+  constexpr double kWhenStopping = 0.5;
+  return stopRequested() ? std::min(seconds, kWhenStopping) : seconds;
+}
+
+// The body's result on its way from the detached thread. One waiting thread. A thread that the
+// system refuses is a Failure.
 template <typename Result>
 class Abandonable {
  public:
   explicit Abandonable(std::function<Result()> body) {
     auto promise = std::make_shared<std::promise<Result>>();
     result_ = promise->get_future();
-    const std::string refusal =
-        startWorkerThread([promise, body = std::move(body)] { promise->set_value(body()); });
-    if (!refusal.empty()) throw std::runtime_error(refusal);
+    startWorkerThread([promise, body = std::move(body)] { promise->set_value(body()); });
   }
+  ~Abandonable() {
+    if (result_.valid() && !waitFor(0)) leaveThreadBehind();
+  }
+  Abandonable(const Abandonable&) = delete;
+  Abandonable& operator=(const Abandonable&) = delete;
 
   // Waits for at most that long; true when the body has returned.
   bool waitFor(double seconds) {
@@ -48,24 +57,14 @@ class Abandonable {
   std::future<Result> result_;
 };
 
-// Ends the process at once, with what was written flushed: the way out while a thread that was left
-// behind may still be inside the library.
-[[noreturn]] inline void leaveThreadsBehind(int status) {
-  std::fflush(nullptr);
-  _exit(status);
-}
-
-// Nothing when the body did not return in time: `seconds`, or half a second of them where the
-// command has been asked to end.
+// Nothing when the body did not return in time.
 template <typename Result>
 std::optional<Result> callWithin(double seconds, std::function<Result()> body) {
-  constexpr double lookInterval = 0.05;
-  constexpr double whenStopping = 0.5;
+  constexpr double kLookInterval = 0.05;
   const double start = steadySeconds();
   Abandonable<Result> call(std::move(body));
-  while (!call.waitFor(std::min(seconds, lookInterval))) {
-    const double longest = stopRequested() ? std::min(seconds, whenStopping) : seconds;
-    if (steadySeconds() - start >= longest) return std::nullopt;
+  while (!call.waitFor(std::min(seconds, kLookInterval))) {
+    if (steadySeconds() - start >= patience(seconds)) return std::nullopt;
   }
   return call.get();
 }

@@ -1,6 +1,7 @@
 #include "apps/common/PasswordFile.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,8 +9,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "apps/common/Arguments.h"
-#include "apps/common/Steady.h"
+#include "apps/common/Deadline.h"
+#include "apps/common/Failure.h"
+#include "apps/common/Values.h"
 
 namespace quorvid::app {
 
@@ -25,9 +27,9 @@ constexpr int kLookMilliseconds = 50;
 class PasswordSource {
  public:
   explicit PasswordSource(const std::string& fileName)
-      : name_("the password file '" + fileName + "'"),
+      : name_(fmt::format("the password file '{}'", fileName)),
         fd_(open(fileName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {
-    if (fd_ < 0) refuse("can't be read: " + std::string(std::strerror(errno)));
+    if (fd_ < 0) refuseRead();
   }
   ~PasswordSource() {
     if (fd_ >= 0) close(fd_);
@@ -35,15 +37,18 @@ class PasswordSource {
   PasswordSource(const PasswordSource&) = delete;
   PasswordSource& operator=(const PasswordSource&) = delete;
 
-  [[noreturn]] void refuse(const std::string& why) const { throw UsageError(name_ + " " + why); }
+  [[noreturn]] void refuse(const std::string& why) const { throw Failure(name_ + " " + why); }
+  [[noreturn]] void refuseRead() const {
+    refuse(std::string("can't be read: ") + std::strerror(errno));
+  }
 
   // Refuses a folder and a file that is open to others.
   void requireOwn(const std::string& fileName) {
     struct stat info {};
-    if (fstat(fd_, &info) != 0) refuse("can't be read: " + std::string(std::strerror(errno)));
+    if (fstat(fd_, &info) != 0) refuseRead();
     if (S_ISDIR(info.st_mode)) refuse("is a folder");
     if (S_ISREG(info.st_mode) && (info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-      refuse("is open to other users; mend it with: chmod 600 '" + fileName + "'");
+      refuse(fmt::format("is open to other users; mend it with: chmod 600 '{}'", fileName));
     }
     isPipe_ = S_ISFIFO(info.st_mode);
   }
@@ -57,10 +62,10 @@ class PasswordSource {
       if (count > 0) {
         text.append(bytes, static_cast<std::size_t>(count));
         if (text.size() > kMostRead) {
-          refuse("has no line end within " + std::to_string(kMostRead) + " bytes");
+          refuse(fmt::format("has no line end within {} bytes", kMostRead));
         }
       } else if (count < 0 && errno != EAGAIN && errno != EINTR) {
-        refuse("can't be read: " + std::string(std::strerror(errno)));
+        refuseRead();
       } else if (count == 0 && !(text.empty() && mayGetWriter())) {
         return text;
       } else {

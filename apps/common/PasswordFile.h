@@ -10,7 +10,7 @@ namespace quorvid::app {
 //
 // A regular file that group or others may read or write is refused. A pipe (/dev/stdin, a shell's
 // <(...), a FIFO) is nobody else's to read: it has 30 s for its line, and a FIFO 3 s for a writer.
-// Throws UsageError with a sentence for each way in which this can fail; never waits longer.
+// Throws Failure with a sentence for each way in which this can fail; never waits longer.
 std::string readPassword(const std::string& fileName);
 
 }  // namespace quorvid::app

@@ -1,14 +1,10 @@
 #include "apps/common/Reachability.h"
 
-#include <arpa/inet.h>
+#include <fmt/format.h>
 #include <netdb.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
 
 #include "apps/common/Deadline.h"
 #include "connection/ServerConnection.h"
@@ -17,17 +13,12 @@ namespace quorvid::app {
 
 namespace {
 
+using asio::ip::tcp;
+
 struct Resolved {
   in_addr address{};
-  int error = NETDB_INTERNAL;
+  int error = TRY_AGAIN;
 };
-
-// As the library does it, so that both try the same address.
-Resolved resolve(const std::string& host) {
-  Resolved result;
-  result.error = resolveFirstAddress(host.c_str(), result.address);
-  return result;
-}
 
 const char* reasonOf(int error) {
   switch (error) {
@@ -42,65 +33,69 @@ const char* reasonOf(int error) {
   }
 }
 
-// 0 when connected, else the error number; ETIMEDOUT when nothing came in time.
-int connectWithin(const sockaddr_in& address, double timeout) {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (fd < 0) return errno;
-  int error = 0;
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) error = errno;
-  if (error == EINPROGRESS) {
-    pollfd waited{fd, POLLOUT, 0};
-    error = ETIMEDOUT;
-    if (poll(&waited, 1, static_cast<int>(timeout * 1000)) == 1) {
-      socklen_t size = sizeof error;
-      getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
-    }
+// timed_out when nothing came in time.
+asio::error_code connectWithin(const tcp::endpoint& server, double timeout) {
+  constexpr std::chrono::milliseconds kLookInterval(50);
+  asio::error_code result = asio::error::timed_out;
+  asio::io_context context;
+  tcp::socket socket(context);
+  socket.async_connect(server, [&result](asio::error_code error) { result = error; });
+  const double start = steadySeconds();
+  while (!context.stopped() && steadySeconds() - start < patience(timeout)) {
+    context.run_one_for(kLookInterval);
   }
-  close(fd);
-  return error;
+  return result;
 }
 
 }  // namespace
 
 Reachability resolveServer(const Endpoint& server, double timeout) {
-  Reachability result;
-  // The resolver knows no deadline of its own.
-  const auto resolved =
-      callWithin<Resolved>(timeout, [host = server.host] { return resolve(host); });
-  if (!resolved || resolved->error != 0) {
-    result.state = Reachability::State::Unresolved;
-    result.sentence = "the name " + server.host +
-                      " can't be resolved: " + reasonOf(resolved ? resolved->error : TRY_AGAIN);
+  // As the library does it, so that both try the same address. It knows no deadline of its own.
+  const auto resolve = [host = server.host] {
+    Resolved result;
+    result.error = resolveFirstAddress(host.c_str(), result.address);
     return result;
+  };
+  const Resolved resolved = callWithin<Resolved>(timeout, resolve).value_or(Resolved{});
+  if (resolved.error != 0) {
+    return {
+        false, "",
+        fmt::format("the name {} can't be resolved: {}", server.host, reasonOf(resolved.error))};
   }
-  char dotted[INET_ADDRSTRLEN] = "";
-  inet_ntop(AF_INET, &resolved->address, dotted, sizeof dotted);
-  result.address = dotted;
-  return result;
+  return {false, asio::ip::address_v4(ntohl(resolved.address.s_addr)).to_string(), ""};
 }
 
 Reachability tryServer(const Endpoint& server, double timeout) {
   Reachability result = resolveServer(server, timeout);
   if (result.address.empty()) return result;
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(server.port));
-  inet_pton(AF_INET, result.address.c_str(), &address.sin_addr);
-  const int error = callWithin<int>(timeout + 1, [address, timeout] {
-                      return connectWithin(address, timeout);
-                    }).value_or(ETIMEDOUT);
-  if (error == 0) {
-    result.state = Reachability::State::Connected;
+  const tcp::endpoint place(asio::ip::make_address_v4(result.address),
+                            static_cast<std::uint16_t>(server.port));
+  const asio::error_code error = connectWithin(place, timeout);
+  result.connected = !error;
+  if (!error) {
     result.sentence = server.text() + " accepts connections";
-  } else if (error == ECONNREFUSED) {
-    result.state = Reachability::State::Refused;
-    result.sentence = "nothing listens at " + server.text() + " (connection refused)";
-  } else if (error == ETIMEDOUT) {
-    result.sentence = "no answer from " + server.text() + " (address, network or firewall)";
+  } else if (error == asio::error::connection_refused) {
+    result.sentence = fmt::format("nothing listens at {} (connection refused)", server.text());
+  } else if (error == asio::error::timed_out) {
+    result.sentence =
+        fmt::format("no answer from {} (address, network or firewall)", server.text());
   } else {
-    result.sentence = server.text() + " can't be reached: " + std::strerror(error);
+    result.sentence = fmt::format("{} can't be reached: {}", server.text(), error.message());
   }
   return result;
+}
+
+std::string whyNoStream(const StreamTarget& target, const Reachability& server, bool lookupFailed) {
+  if (!server.connected) return server.sentence;
+  if (lookupFailed) {
+    return fmt::format(
+        "{} named no relay for device {} (unknown device, account, or no lookup server?)",
+        target.server.text(), target.device);
+  }
+  return fmt::format(
+      "{} but sent no stream for device {}, channel {} (unknown or off line?); `quorvid probe` "
+      "shows the exchange",
+      server.sentence, target.device, target.channel);
 }
 
 }  // namespace quorvid::app

@@ -1,25 +1,29 @@
-// Reachability: tries a server once, to tell why a stream did not come.
+// Reachability: tries a server once, to tell a person why a stream did not come, as far as that can
+// be told from outside.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
-#include "apps/common/Arguments.h"
+#include "apps/common/Target.h"
 
 namespace quorvid::app {
 
 struct Reachability {
-  enum class State : std::uint8_t { Unresolved, Refused, Silent, Connected };
-  State state = State::Silent;
+  bool connected = false;
   std::string address;   // dotted, once the name was resolved
   std::string sentence;  // what was found, for a person
 };
 
-// Only resolves the name: `address` is empty when that failed.
+// Only resolves the name: `address` is empty when that failed. At most `timeout` seconds, or half a
+// second of them where the command has been asked to end; any thread.
 Reachability resolveServer(const Endpoint& server, double timeout);
 
 // Resolves the name and opens a connection of its own, which it closes at once. Takes at most
-// `timeout` seconds; any thread.
+// `timeout` seconds for each of the two.
 Reachability tryServer(const Endpoint& server, double timeout);
+
+// One sentence. server: what a connection of its own found. lookupFailed: the relay lookup of the
+// target's server gave nothing.
+std::string whyNoStream(const StreamTarget& target, const Reachability& server, bool lookupFailed);
 
 }  // namespace quorvid::app

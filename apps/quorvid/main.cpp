@@ -1,27 +1,13 @@
 // quorvid: shows, lists, records and examines live streams of vehicle cameras.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-
 #include "apps/common/Commands.h"
+#include "apps/common/Failure.h"
+#include "apps/common/Process.h"
+#include "apps/common/Terminal.h"
 
+namespace quorvid::app {
 namespace {
 
-// A process started without standard descriptors would otherwise get its sockets there.
-void openStandardDescriptors() {
-  int fd = 0;
-  do {
-    fd = open("/dev/null", O_RDWR);
-  } while (fd >= 0 && fd <= STDERR_FILENO);
-  if (fd >= 0) close(fd);
-}
-
-int usage(const std::string& sentence) {
-  quorvid::app::note(sentence);
-  return 2;
-}
+constexpr int kWrongArguments = 2;  // exit status
 
 // What was not expected, without the value that came with it: it may be a password.
 std::string unexpected(const std::vector<std::string>& arguments) {
@@ -39,7 +25,6 @@ std::string unexpected(const std::vector<std::string>& arguments) {
 }
 
 int run(int argc, char** argv) {
-  using namespace quorvid::app;
   CLI::App program("Live H.264 video from vehicle cameras.", "quorvid");
   program.require_subcommand(1);
   program.set_version_flag("--version", "quorvid " QUORVID_APP_VERSION);
@@ -51,28 +36,33 @@ int run(int argc, char** argv) {
   addProbeCommand(program, chosen);
   try {
     program.parse(argc, argv);
-    return chosen();
   } catch (const CLI::Success& wish) {  // help or version
     return program.exit(wish);
-  } catch (const CLI::ExtrasError&) {
-    return usage(unexpected(program.remaining(true)));
-  } catch (const CLI::ParseError& error) {
-    return usage(error.what());
-  } catch (const UsageError& error) {
-    return usage(error.what());
+  } catch (const CLI::RequiredError& error) {
+    throw Failure(error.what(), kWrongArguments);
+  } catch (const std::exception& refusal) {
+    // An unknown option goes first: what follows it may have been taken for another's value.
+    const std::vector<std::string> extras = program.remaining(true);
+    throw Failure(extras.empty() ? refusal.what() : unexpected(extras), kWrongArguments);
   }
+  catchStopSignals();
+  return chosen();
 }
 
 }  // namespace
+}  // namespace quorvid::app
 
 int main(int argc, char** argv) {
+  using namespace quorvid::app;
+  int status = 1;
   try {
     openStandardDescriptors();
-    return run(argc, argv);
+    status = run(argc, argv);
+  } catch (const Failure& failure) {
+    note(failure.what());
+    status = failure.status();
   } catch (const std::exception& error) {
-    quorvid::app::note(error.what());
-  } catch (...) {
-    std::fputs("quorvid: an error of unknown kind\n", stderr);
+    note(error.what());
   }
-  return 1;
+  return endProcess(status);
 }

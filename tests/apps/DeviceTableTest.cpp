@@ -5,7 +5,7 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "apps/common/TerminalText.h"
+#include "apps/common/Terminal.h"
 
 namespace quorvid::app {
 namespace {
@@ -37,6 +37,9 @@ TEST(VisibleText, SpellsOutWhatATerminalWouldActOnOrHide) {
   EXPECT_EQ(visibleText("\xE2\x80\xAE\xD8\x9C\xC2\xAD\xF3\xA0\x81\x81"),
             "\\u202e\\u061c\\u00ad\\U000e0041");
   EXPECT_EQ(visibleText("\xE0\x80\xAF\xFF\xC3"), "\\xe0\\x80\\xaf\\xff\\xc3") << "no UTF-8";
+  EXPECT_EQ(visibleText("\xF4\x8F\xBF\xBD\xF4\x90\x80\x80\xED\xA0\x80\xE4\xBA!"),
+            "\xF4\x8F\xBF\xBD\\xf4\\x90\\x80\\x80\\xed\\xa0\\x80\\xe4\\xba!")
+      << "beyond the last character, a surrogate, cut short";
 }
 
 TEST(DeviceTable, GivesSignedNumbersAndColumnsThatStandUnderEachOther) {

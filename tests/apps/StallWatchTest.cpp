@@ -1,4 +1,4 @@
-#include "apps/common/StallWatch.h"
+#include "apps/common/Stream.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "base/Exception.h"
-#include "base/Utf8.h"
 #include "quorvid/base/Log.h"
 
 namespace quorvid {
@@ -37,16 +36,6 @@ TEST(Text, SubstringThrowsThePlatformsExceptionBeyondTheEnd) {
   EXPECT_TRUE(text.substringFromIndex(2) == Text("34567"));
   EXPECT_TRUE(text.substringFromIndex(7) == Text(""));
   EXPECT_THROW(text.substringFromIndex(text.length() - 8), Exception);  // wraps round
-}
-
-TEST(Utf8, OnlyTheShortestFormOfACharacterIsOne) {
-  EXPECT_EQ(utf8CharacterAt("\xF0\x9F\x9A\x9A!").code, 0x1F69AU);
-  EXPECT_EQ(utf8CharacterAt("\xE0\xA0\x80").size, 3U);
-  EXPECT_EQ(utf8CharacterAt("\xF4\x8F\xBF\xBF").code, 0x10FFFFU);
-  for (const char* none : {"", "\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",
-                           "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE4\xBA", "\xE4\xBA!"}) {
-    EXPECT_EQ(utf8CharacterAt(none).size, 0U) << testing::PrintToString(none);
-  }
 }
 
 TEST(Log, SinkGetsWholeMessagesOneAtATime) {

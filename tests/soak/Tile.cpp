@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "apps/common/Steady.h"
+#include "apps/common/Deadline.h"
 
 using quorvid::app::StallWatch;
 using quorvid::app::steadySeconds;

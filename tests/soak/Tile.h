@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "apps/common/StallWatch.h"
+#include "apps/common/Stream.h"
 #include "quorvid/session/UIFleetLiveView.h"
 
 // What all tiles of a run share.

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-#include "apps/common/Steady.h"
+#include "apps/common/Deadline.h"
 #include "quorvid/base/Log.h"
 #include "quorvid/view/Window.h"
 #include "soak/Tile.h"

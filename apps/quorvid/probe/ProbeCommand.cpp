@@ -1,14 +1,13 @@
 // `quorvid probe`: connects to a stream and says step by step what happens.
-#include <cstdio>
+#include <fmt/chrono.h>
+
 #include <ctime>
 
 #include "apps/common/Commands.h"
+#include "apps/common/Deadline.h"
+#include "apps/common/Output.h"
 #include "apps/common/Reachability.h"
-#include "apps/common/ReportOutput.h"
-#include "apps/common/Steady.h"
-#include "apps/common/StopSignal.h"
-#include "apps/common/StreamReceiver.h"
-#include "apps/common/TerminalText.h"
+#include "apps/common/Terminal.h"
 #include "apps/quorvid/probe/ProbeDialect.h"
 #include "apps/quorvid/probe/StreamFigures.h"
 
@@ -16,21 +15,16 @@ namespace quorvid::app {
 
 namespace {
 
-// A ticket is read days later, elsewhere.
-std::string timeOfDay() {
-  const std::time_t now = std::time(nullptr);
-  std::tm utc{};
-  gmtime_r(&now, &utc);
-  char text[40];
-  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc);
-  return text;
-}
-
-struct ProbeOptions {
-  TargetOptions text;
-  StreamTarget target;
+struct ProbeOptions : StreamOptions {
   double seconds = 10;
   double timeout = 10;
+
+  void addTo(CLI::App& command) {
+    StreamOptions::addTo(command);
+    addSeconds(command, "--seconds", seconds, 0.5, 86400, "how long to measure (10)");
+    addSeconds(command, "--timeout", timeout, 0.1, 3600, "longest wait in each step (10)");
+    command.footer("Exit status: 0 the verdict is OK, 1 it is not, 2 wrong arguments.");
+  }
 };
 
 class ProbeCommand {
@@ -60,13 +54,12 @@ class ProbeCommand {
 
  private:
   // One line: how long it took since the start, what step, what happened.
-  void say(const std::string& step, const std::string& text) {
-    char start[48];
-    std::snprintf(start, sizeof start, "%7.3f s  %-10s ", steadySeconds() - start_, step.c_str());
-    output_.write(start + visibleText(text) + "\n");
+  void say(const char* step, const std::string& text) const {
+    output_.write(
+        fmt::format("{:7.3f} s  {:<10} {}\n", steadySeconds() - start_, step, visibleText(text)));
   }
 
-  std::string resolve(const std::string& host) {
+  std::string resolve(const std::string& host) const {
     const Reachability server = resolveServer(options_.target.server, options_.timeout);
     if (server.address.empty()) throw ProbeFailure(server.sentence);
     say("resolved", host + " is " + server.address);
@@ -75,14 +68,14 @@ class ProbeCommand {
 
   RelayAnswer lookUp(const std::string& address, int port) {
     ProbeSocket socket(address, port, options_.timeout);
-    say("connected", "to the lookup server " + address + ":" + std::to_string(port));
+    say("connected", fmt::format("to the lookup server {}:{}", address, port));
     const std::vector<std::uint8_t> record = relayRequest(options_.target, token_);
     socket.beginStep();
     socket.send(record);
-    say("request", "relay lookup, " + std::to_string(record.size()) + " bytes, sent");
+    say("request", fmt::format("relay lookup, {} bytes, sent", record.size()));
     socket.beginStep();
     RelayAnswer relay = readRelayAnswer(socket);
-    say("answer", "the relay is " + relay.address + ":" + std::to_string(relay.port));
+    say("answer", fmt::format("the relay is {}:{}", relay.address, relay.port));
     if (relay.port < 1 || relay.port > 65535) {
       throw ProbeFailure("the relay's port is out of range");
     }
@@ -94,13 +87,13 @@ class ProbeCommand {
                                                       ? fleetDialect(options_.target)
                                                       : carDialect(options_.target, token_);
     ProbeSocket socket(address, port, options_.timeout);
-    say("connected", "to " + address + ":" + std::to_string(port));
+    say("connected", fmt::format("to {}:{}", address, port));
     const std::vector<std::uint8_t> record = dialect->request();
     socket.beginStep();
     socket.send(record);
-    say("request", std::string(dialect->requestName()) + ", " + std::to_string(record.size()) +
-                       " bytes, for device " + options_.target.device + ", channel " +
-                       std::to_string(options_.target.channel) + ", sent");
+    say("request",
+        fmt::format("{}, {} bytes, for device {}, channel {}, sent", dialect->requestName(),
+                    record.size(), options_.target.device, options_.target.channel));
     socket.beginStep();
     say("answer", dialect->readAnswer(socket));
     measure(*dialect, socket);
@@ -127,10 +120,10 @@ class ProbeCommand {
     const bool hadFrames = figures_.frames() > 0;
     const bool hadKey = figures_.keyFrames() > 0;
     figures_.add(frame, now);
-    if (!hadFrames) say("frame", "the first has " + std::to_string(frame.size()) + " bytes");
+    if (!hadFrames) say("frame", fmt::format("the first has {} bytes", frame.size()));
     if (!hadKey && figures_.keyFrames() > 0) {
       const std::string units = describeUnits(h264::unitsOf(frame));
-      say("key frame", "the first has " + std::to_string(frame.size()) + " bytes: " + units);
+      say("key frame", fmt::format("the first has {} bytes: {}", frame.size(), units));
     }
   }
 
@@ -142,59 +135,42 @@ class ProbeCommand {
   }
 
   // end: why the stream ended before its time, empty when it did not.
-  int verdict(const std::string& end) {
+  int verdict(const std::string& end) const {
     const StreamTarget& target = options_.target;
-    std::string text = "device " + target.device + ", channel " + std::to_string(target.channel) +
-                       ", " + nameOf(target.path) + " path, " + target.server.text();
+    std::string text = fmt::format("device {}, channel {}, {} path, {}", target.device,
+                                   target.channel, nameOf(target.path), target.server.text());
     std::vector<std::string> problems;
     if (figures_.frames() > 0) {
       problems = figures_.problems();
-      char rate[120];
-      const PixelSize size = figures_.size().value_or(PixelSize{});
-      std::snprintf(rate, sizeof rate, " streams %dx%d at %.1f frames/s, %.2f Mbit/s", size.width,
-                    size.height, figures_.framesPerSecond(), figures_.bitsPerSecond() / 1e6);
-      text += rate;
+      text += fmt::format(" streams {} at {:.1f} frames/s, {:.2f} Mbit/s",
+                          figures_.size().value_or(PixelSize{}).text(), figures_.framesPerSecond(),
+                          figures_.bitsPerSecond() / 1e6);
     }
     if (!end.empty()) problems.insert(problems.begin(), end);
     const char* word = figures_.frames() == 0 ? "FAILED" : problems.empty() ? "OK" : "PROBLEM";
-    for (std::size_t i = 0; i < problems.size(); ++i) {
-      text += (i == 0 ? ": " : "; ") + problems[i];
-    }
-    const bool written = output_.write(std::string("verdict: ") + word + ": " + visibleText(text) +
-                                       " (" + timeOfDay() + ", quorvid " QUORVID_APP_VERSION ")\n");
-    return problems.empty() && figures_.frames() > 0 && written ? 0 : 1;
+    if (!problems.empty()) text += fmt::format(": {}", fmt::join(problems, "; "));
+    // A ticket is read days later, elsewhere.
+    output_.write(fmt::format("verdict: {}: {} ({:%Y-%m-%d %H:%M:%S} UTC, quorvid {})\n", word,
+                              visibleText(text), fmt::gmtime(std::time(nullptr)),
+                              QUORVID_APP_VERSION));
+    return problems.empty() && figures_.frames() > 0 ? 0 : 1;
   }
 
   const ProbeOptions& options_;
   const double start_ = steadySeconds();
   const std::string token_ = sessionToken(options_.target.account);
-  ReportOutput output_{false};
+  const ReportOutput output_{false};
   StreamFigures figures_;
 };
 
 int runProbe(const ProbeOptions& options) {
-  catchStopSignals();
   return ProbeCommand(options).run();
 }
 
 }  // namespace
 
 void addProbeCommand(CLI::App& program, ChosenCommand& chosen) {
-  CLI::App* command = program.add_subcommand("probe", "examine a stream step by step");
-  const auto options = std::make_shared<ProbeOptions>();
-  options->text.addTo(*command);
-  command->add_option("--channel", options->text.channels, "camera, 0 to 7")->type_name("N");
-  command->add_option("--seconds", options->seconds, "how long to measure (10)")->type_name("S");
-  command->add_option("--timeout", options->timeout, "longest wait in each step (10)")
-      ->type_name("S");
-  command->footer("Exit status: 0 the verdict is OK, 1 it is not, 2 wrong arguments.");
-  command->callback([options, &chosen] {
-    options->target = options->text.target();
-    requireOneChannel(options->text);
-    requireWithin("--seconds", options->seconds, 0.5, 86400);
-    requireWithin("--timeout", options->timeout, 0.1, 3600);
-    chosen = [options] { return runProbe(*options); };
-  });
+  addCommand(program, chosen, "probe", "examine a stream step by step", runProbe);
 }
 
 }  // namespace quorvid::app

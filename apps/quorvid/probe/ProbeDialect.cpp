@@ -1,5 +1,7 @@
 #include "apps/quorvid/probe/ProbeDialect.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "connection/QueryRequest.h"
@@ -15,8 +17,8 @@ constexpr std::int32_t kMostRelayExtra = 500;
 
 std::vector<std::uint8_t> readPayload(ProbeSocket& socket, std::int32_t length) {
   if (length < 0 || length > QUORVID_FRAME_CAPACITY) {
-    throw ProbeFailure("a frame states a length of " + std::to_string(length) + " bytes; at most " +
-                       std::to_string(QUORVID_FRAME_CAPACITY) + " are taken");
+    throw ProbeFailure(fmt::format("a frame states a length of {} bytes; at most {} are taken",
+                                   length, int{QUORVID_FRAME_CAPACITY}));
   }
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
   socket.read(bytes.data(), bytes.size(), "a frame");
@@ -39,18 +41,17 @@ class FleetDialect : public ProbeDialect {
   std::string readAnswer(ProbeSocket& socket) override {
     const std::int32_t status = socket.readInt32("the answer");
     if (status != 0) {
-      throw ProbeFailure("the server refuses the stream: answer status " + std::to_string(status));
+      throw ProbeFailure(fmt::format("the server refuses the stream: answer status {}", status));
     }
     socket.skip(14, "the answer");
     return "accepted (status 0)";
   }
 
   ProbeFrame nextFrame(ProbeSocket& socket) override {
-    char kind = 0;
+    std::uint8_t kind = 0;
     socket.read(&kind, 1, "a packet");
     if (kind != 'V' && kind != 'A') {
-      throw ProbeFailure("a packet is of an unknown kind: " +
-                         std::to_string(static_cast<unsigned char>(kind)));
+      throw ProbeFailure(fmt::format("a packet is of an unknown kind: {}", kind));
     }
     const std::int32_t length = socket.readInt32("a packet's length");
     socket.skip(14, "a packet's header");
@@ -134,21 +135,16 @@ RelayAnswer readRelayAnswer(ProbeSocket& socket) {
   socket.skip(4, "the reply");
   const std::int32_t command = socket.readInt32("the reply");
   if (command != kReplySucceeded) {
-    throw ProbeFailure("the lookup was refused: reply command " + std::to_string(command));
+    throw ProbeFailure(fmt::format("the lookup was refused: reply command {}", command));
   }
   const std::int32_t length = socket.readInt32("the reply");
   if (length < 8 || length - 8 > kMostRelayExtra) {
-    throw ProbeFailure("the reply states a length of " + std::to_string(length) + " bytes");
+    throw ProbeFailure(fmt::format("the reply states a length of {} bytes", length));
   }
   socket.skip(104 + static_cast<std::size_t>(length - 8), "the reply");
   std::uint8_t quad[4];
   socket.read(quad, sizeof quad, "the relay's address");
-  RelayAnswer relay;
-  for (const std::uint8_t part : quad) {
-    relay.address += (relay.address.empty() ? "" : ".") + std::to_string(part);
-  }
-  relay.port = socket.readInt32AtOnce("the relay's port");
-  return relay;
+  return {fmt::format("{}", fmt::join(quad, ".")), socket.readInt32AtOnce("the relay's port")};
 }
 
 }  // namespace quorvid::app

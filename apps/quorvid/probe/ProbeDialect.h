@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/common/Target.h"
 #include "apps/quorvid/probe/ProbeSocket.h"
 
 namespace quorvid::app {

@@ -1,18 +1,13 @@
 #include "apps/quorvid/probe/ProbeSocket.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <asio/buffer.hpp>
+#include <asio/write.hpp>
 #include <cstring>
 
-#include "apps/common/Steady.h"
-#include "apps/common/StopSignal.h"
+#include "apps/common/Deadline.h"
 
 namespace quorvid::app {
 
@@ -20,49 +15,22 @@ namespace {
 
 constexpr std::size_t kBufferSize = 65536;
 constexpr std::size_t kMostGarbage = 1 << 20;
-constexpr int kLookMilliseconds = 100;  // how soon a signal is noticed
-
-[[noreturn]] void failWith(const std::string& what, int error) {
-  throw ProbeFailure(what + ": " + std::strerror(error));
-}
-
-std::string seconds(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%g s", value);
-  return text;
-}
+constexpr std::chrono::milliseconds kLookInterval(50);  // how soon a signal is noticed
 
 }  // namespace
 
 ProbeSocket::ProbeSocket(const std::string& address, int port, double timeout)
     : timeout_(timeout), buffer_(kBufferSize) {
-  const std::string place = address + ":" + std::to_string(port);
+  const asio::ip::tcp::endpoint place(asio::ip::make_address_v4(address),
+                                      static_cast<std::uint16_t>(port));
+  const std::string missing = fmt::format("no connection to {}:{}", address, port);
   beginStep();
-  fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (fd_ < 0) failWith("no socket", errno);
-  try {
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(static_cast<std::uint16_t>(port));
-    inet_pton(AF_INET, address.c_str(), &to.sin_addr);
-    int error = connect(fd_, reinterpret_cast<const sockaddr*>(&to), sizeof to) == 0 ? 0 : errno;
-    if (error == EINPROGRESS) {
-      waitFor(POLLOUT, "no connection to " + place);
-      socklen_t size = sizeof error;
-      getsockopt(fd_, SOL_SOCKET, SO_ERROR, &error, &size);
-    }
-    if (error == ECONNREFUSED) {
-      throw ProbeFailure("nothing listens at " + place + " (connection refused)");
-    }
-    if (error != 0) failWith("no connection to " + place, error);
-  } catch (...) {
-    close(fd_);
-    throw;
+  socket_.async_connect(place, [this](asio::error_code error) { error_ = error; });
+  finish(missing);
+  if (error_ == asio::error::connection_refused) {
+    throw ProbeFailure(fmt::format("nothing listens at {}:{} (connection refused)", address, port));
   }
-}
-
-ProbeSocket::~ProbeSocket() {
-  close(fd_);
+  if (error_) throw ProbeFailure(missing + ": " + error_.message());
 }
 
 void ProbeSocket::beginStep() {
@@ -70,57 +38,46 @@ void ProbeSocket::beginStep() {
   stepHasBytes_ = false;
 }
 
-void ProbeSocket::waitFor(short events, const std::string& what) const {
-  for (;;) {
-    pollfd waited{fd_, events, 0};
-    if (poll(&waited, 1, kLookMilliseconds) == 1) return;
+void ProbeSocket::finish(const std::string& late) {
+  context_.restart();
+  while (!context_.stopped()) {
     if (stopRequested()) throw ProbeInterrupted();
-    if (steadySeconds() >= deadline_) throw ProbeFailure(what + " within " + seconds(timeout_));
+    context_.run_one_for(kLookInterval);
+    if (!context_.stopped() && steadySeconds() >= deadline_) {
+      throw ProbeFailure(fmt::format("{} within {:g} s", late, timeout_));
+    }
   }
 }
 
 void ProbeSocket::send(const std::vector<std::uint8_t>& record) {
-  std::size_t sent = 0;
-  while (sent < record.size()) {
-    const ssize_t count = ::send(fd_, record.data() + sent, record.size() - sent, MSG_NOSIGNAL);
-    if (count > 0) {
-      sent += static_cast<std::size_t>(count);
-    } else if (errno == EAGAIN) {
-      waitFor(POLLOUT, "the request could not be sent");
-    } else if (errno != EINTR) {
-      failWith("the request could not be sent", errno);
-    }
-  }
+  asio::async_write(socket_, asio::buffer(record),
+                    [this](asio::error_code error, std::size_t) { error_ = error; });
+  finish("the request could not be sent");
+  if (error_) throw ProbeFailure("the request could not be sent: " + error_.message());
 }
 
 void ProbeSocket::refill(const std::string& what, std::size_t missing) {
+  const std::string incomplete = what + " did not come whole";
   if (stepHasBytes_ && steadySeconds() >= deadline_) {
-    throw ProbeFailure(what + " did not come whole within " + seconds(timeout_));
+    throw ProbeFailure(fmt::format("{} within {:g} s", incomplete, timeout_));
   }
-  for (;;) {
-    const ssize_t count = recv(fd_, buffer_.data(), buffer_.size(), 0);
-    if (count > 0) {
-      at_ = 0;
-      filled_ = static_cast<std::size_t>(count);
-      stepHasBytes_ = true;
-      return;
-    }
-    if (count == 0) {
-      std::string sentence = "the server closed the connection where ";
-      sentence += missing > 1 ? std::to_string(missing) + " bytes of " : "";
-      throw ProbeFailure(sentence.append(what).append(" should come"));
-    }
-    if (errno == EAGAIN) {
-      waitFor(POLLIN,
-              stepHasBytes_
-                  ? what + " did not come whole"
-                  : std::string("the server is silent: nothing of ").append(what) + " came");
-    } else if (errno == ECONNRESET) {
-      throw ProbeFailure("the server reset the connection where " + what + " should come");
-    } else if (errno != EINTR) {
-      failWith("reading " + what + " failed", errno);
-    }
+  socket_.async_read_some(asio::buffer(buffer_), [this](asio::error_code error, std::size_t count) {
+    error_ = error;
+    at_ = 0;
+    filled_ = count;
+  });
+  finish(stepHasBytes_ ? incomplete
+                       : fmt::format("the server is silent: nothing of {} came", what));
+  stepHasBytes_ = true;
+  if (error_ == asio::error::eof) {
+    const std::string part = missing > 1 ? fmt::format("{} bytes of ", missing) : "";
+    throw ProbeFailure(
+        fmt::format("the server closed the connection where {}{} should come", part, what));
   }
+  if (error_ == asio::error::connection_reset) {
+    throw ProbeFailure(fmt::format("the server reset the connection where {} should come", what));
+  }
+  if (error_) throw ProbeFailure(fmt::format("reading {} failed: {}", what, error_.message()));
 }
 
 void ProbeSocket::read(void* out, std::size_t size, const char* what) {
@@ -145,7 +102,7 @@ std::int32_t ProbeSocket::readInt32(const char* what) {
 std::int32_t ProbeSocket::readInt32AtOnce(const char* what) {
   if (at_ == filled_) refill(what, 4);
   if (filled_ - at_ < 4) {
-    throw ProbeFailure(std::string(what) + " came in pieces; the library takes it only whole");
+    throw ProbeFailure(fmt::format("{} came in pieces; the library takes it only whole", what));
   }
   return readInt32(what);
 }
@@ -168,7 +125,7 @@ std::size_t ProbeSocket::findTag(const std::vector<std::string>& tags, const cha
     window += byte;
     if (std::find(tags.begin(), tags.end(), window) != tags.end()) return count + 1 - 8;
   }
-  throw ProbeFailure("a mebibyte came without " + std::string(what));
+  throw ProbeFailure(fmt::format("a mebibyte came without {}", what));
 }
 
 }  // namespace quorvid::app

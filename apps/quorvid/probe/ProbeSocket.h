@@ -4,19 +4,21 @@
 // sentence. One thread.
 #pragma once
 
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
 #include <cstddef>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "apps/common/Arguments.h"
+#include "apps/common/Failure.h"
 
 namespace quorvid::app {
 
-class ProbeFailure : public std::runtime_error {
+// What a probe has found wrong: part of its report.
+class ProbeFailure : public Failure {
  public:
-  using std::runtime_error::runtime_error;
+  using Failure::Failure;
 };
 
 // The user does not want to wait any longer.
@@ -30,9 +32,6 @@ class ProbeSocket {
   // Connects to a dotted IPv4 address. timeout: seconds for this and for every later step, however
   // many bytes it takes.
   ProbeSocket(const std::string& address, int port, double timeout);
-  ~ProbeSocket();
-  ProbeSocket(const ProbeSocket&) = delete;
-  ProbeSocket& operator=(const ProbeSocket&) = delete;
 
   // The time for what follows starts anew.
   void beginStep();
@@ -48,10 +47,14 @@ class ProbeSocket {
   std::size_t findTag(const std::vector<std::string>& tags, const char* what);
 
  private:
-  void waitFor(short events, const std::string& what) const;
+  // Runs the operation that was just begun to its end. late: what to say when the step's time is
+  // up.
+  void finish(const std::string& late);
   void refill(const std::string& what, std::size_t missing);
 
-  int fd_ = -1;
+  asio::io_context context_;
+  asio::ip::tcp::socket socket_{context_};
+  asio::error_code error_;  // of the last operation
   double timeout_;
   double deadline_ = 0;
   bool stepHasBytes_ = false;

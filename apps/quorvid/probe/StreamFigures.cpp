@@ -1,7 +1,8 @@
 #include "apps/quorvid/probe/StreamFigures.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
-#include <cstdio>
 
 #include "quorvid/connection/VehicleConnection.h"
 
@@ -9,22 +10,50 @@ namespace quorvid::app {
 
 namespace {
 
+using h264::UnitType;
+
 constexpr double kMostShown = 30;       // frames a second that the live view takes
 constexpr double kRateTolerance = 1.2;  // what a server may catch up at the start
 constexpr double kWorryingPause = 1.5;  // seconds without a frame that a viewer sees as standing
 
-template <typename... Arguments>
-std::string format(const char* pattern, Arguments... arguments) {
-  char text[240];
-  std::snprintf(text, sizeof text, pattern, arguments...);
-  return text;
-}
-
-unsigned long long large(std::uint64_t number) {
-  return number;
+std::string nameOf(UnitType type) {
+  switch (type) {
+    case UnitType::Sps:
+      return "SPS";
+    case UnitType::Pps:
+      return "PPS";
+    case UnitType::Sei:
+      return "SEI";
+    case UnitType::KeySlice:
+      return "key slice";
+    case UnitType::Slice:
+      return "slice";
+    default:
+      return fmt::format("type {}", static_cast<int>(type));
+  }
 }
 
 }  // namespace
+
+bool hasFixedKeyLayout(const std::vector<h264::Unit>& units) {
+  const auto lies = [&units](std::size_t i, UnitType type, std::size_t from, std::size_t to) {
+    return i < units.size() && units[i].type == type && units[i].startCode == from &&
+           units[i].header == from + 4 && (to == 0 || units[i].end == to);
+  };
+  if (!lies(0, UnitType::Sps, 0, 13) || !lies(1, UnitType::Pps, 13, 21)) return false;
+  return lies(2, UnitType::KeySlice, 21, 0) ||
+         (lies(2, UnitType::Sei, 21, 30) && lies(3, UnitType::KeySlice, 30, 0));
+}
+
+std::string describeUnits(const std::vector<h264::Unit>& units) {
+  std::string text;
+  for (const h264::Unit& unit : units) {
+    text +=
+        fmt::format("{}{} {}", text.empty() ? "" : ", ", nameOf(unit.type), unit.end - unit.header);
+    if (text.size() > 120) return text + ", ...";
+  }
+  return text.empty() ? "no H.264 unit" : text + " bytes";
+}
 
 void StreamFigures::noteTime(double now) {
   if (frames_ + leftOut_ == 0) {
@@ -85,27 +114,24 @@ double StreamFigures::bitsPerSecond() const {
 
 std::vector<StreamFigures::Line> StreamFigures::lines() const {
   std::vector<Line> lines;
-  lines.push_back({"frames", format("%llu in %.1f s: %.1f frames/s", large(frames_), seconds(),
-                                    framesPerSecond())});
-  lines.push_back(
-      {"size", size_ ? size_->text() : std::string("unknown: no parameter set was understood")});
-  lines.push_back({"bit rate", format("%.2f Mbit/s", bitsPerSecond() / 1e6)});
+  const auto add = [&lines](const char* name, std::string text) {
+    lines.push_back({name, std::move(text)});
+  };
+  add("frames",
+      fmt::format("{} in {:.1f} s: {:.1f} frames/s", frames_, seconds(), framesPerSecond()));
+  add("size", size_ ? size_->text() : "unknown: no parameter set was understood");
+  add("bit rate", fmt::format("{:.2f} Mbit/s", bitsPerSecond() / 1e6));
   const double keySpan = lastKey_ - firstKey_;
-  lines.push_back(
-      {"key frames", keyFrames_ > 1
-                         ? format("%llu, one every %.2f s (at most %.2f s)", large(keyFrames_),
-                                  keySpan / static_cast<double>(keyFrames_ - 1), longestKeyPause_)
-                         : format("%llu", large(keyFrames_))});
-  lines.push_back({"largest", format("%zu bytes (limit %d)", largest_, QUORVID_FRAME_CAPACITY)});
-  lines.push_back(
-      {"gaps", format("longest pause %.2f s; %llu frames out of sequence; %llu stray bytes",
-                      longestPause_, large(leftOut_), large(garbage_))});
-  if (audioPackets_ > 0) {
-    lines.push_back({"audio", format("%llu packets, skipped", large(audioPackets_))});
-  }
-  lines.push_back({"layout", format("%llu of %llu key frames keep the fixed layout",
-                                    large(layoutKept_), large(keyFrames_)) +
-                                 (layoutBroken_.empty() ? "" : "; one is " + layoutBroken_)});
+  add("key frames",
+      keyFrames_ > 1 ? fmt::format("{}, one every {:.2f} s (at most {:.2f} s)", keyFrames_,
+                                   keySpan / static_cast<double>(keyFrames_ - 1), longestKeyPause_)
+                     : fmt::format("{}", keyFrames_));
+  add("largest", fmt::format("{} bytes (limit {})", largest_, int{QUORVID_FRAME_CAPACITY}));
+  add("gaps", fmt::format("longest pause {:.2f} s; {} frames out of sequence; {} stray bytes",
+                          longestPause_, leftOut_, garbage_));
+  if (audioPackets_ > 0) add("audio", fmt::format("{} packets, skipped", audioPackets_));
+  add("layout", fmt::format("{} of {} key frames keep the fixed layout{}{}", layoutKept_,
+                            keyFrames_, layoutBroken_.empty() ? "" : "; one is ", layoutBroken_));
   return lines;
 }
 
@@ -117,17 +143,17 @@ std::vector<std::string> StreamFigures::problems() const {
   note(frames_ == 0, "no video frame came");
   note(frames_ > 0 && keyFrames_ == 0, "no key frame came: nothing can be decoded");
   note(keyFrames_ > layoutKept_,
-       "key frames do not keep the fixed layout that the live view relies on (" + layoutBroken_ +
-           ")");
+       fmt::format("key frames do not keep the fixed layout that the live view relies on ({})",
+                   layoutBroken_));
   note(keyFrames_ > 0 && !size_, "the stream's parameter sets are not understood");
   note(sizeChanges_ > 0, "the picture size changes within the stream; the decoder keeps the first");
-  note(unusable_ > 0,
-       format("%llu frames do not begin with a 4-byte start code", large(unusable_)));
-  note(longestPause_ > kWorryingPause, format("the stream paused for %.1f s", longestPause_));
-  note(leftOut_ > 0, format("%llu frames were out of sequence and are not shown", large(leftOut_)));
+  note(unusable_ > 0, fmt::format("{} frames do not begin with a 4-byte start code", unusable_));
+  note(longestPause_ > kWorryingPause,
+       fmt::format("the stream paused for {:.1f} s", longestPause_));
+  note(leftOut_ > 0, fmt::format("{} frames were out of sequence and are not shown", leftOut_));
   note(framesPerSecond() > kMostShown * kRateTolerance,
-       format("%.1f frames/s are more than the %.0f that the live view takes: it will lag",
-              framesPerSecond(), kMostShown));
+       fmt::format("{:.1f} frames/s are more than the {:.0f} that the live view takes: it will lag",
+                   framesPerSecond(), kMostShown));
   return found;
 }
 

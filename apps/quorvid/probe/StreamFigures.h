@@ -8,9 +8,16 @@
 #include <string>
 #include <vector>
 
-#include "apps/common/H264.h"
+#include "apps/common/Stream.h"
 
 namespace quorvid::app {
+
+// True for the key frame that the live view relies on: start codes of 4 bytes, a parameter set of 9
+// bytes, one of 4, perhaps an SEI unit of 5, then the key picture.
+bool hasFixedKeyLayout(const std::vector<h264::Unit>& units);
+
+// For people: "SPS 9, PPS 4, key slice 12034 bytes".
+std::string describeUnits(const std::vector<h264::Unit>& units);
 
 class StreamFigures {
  public:
@@ -29,9 +36,9 @@ class StreamFigures {
   double framesPerSecond() const;
   double bitsPerSecond() const;
 
-  // One line for each group of figures: {name, text}.
+  // One line for each group of figures.
   struct Line {
-    std::string name;
+    const char* name;
     std::string text;
   };
   std::vector<Line> lines() const;

@@ -1,12 +1,14 @@
 #include "apps/quorvid/query/DeviceTable.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "apps/common/TerminalText.h"
+#include "apps/common/Terminal.h"
 
 namespace quorvid::app {
 
@@ -32,13 +34,7 @@ std::int32_t wireValue(long number) {
 }
 
 std::string hex(const Block& block) {
-  std::string text;
-  for (std::size_t i = 0; i < block.size; ++i) {
-    char digits[3];
-    std::snprintf(digits, sizeof digits, "%02x", block.bytes[i]);
-    text += digits;
-  }
-  return text;
+  return fmt::format("{:02x}", fmt::join(block.bytes, block.bytes + block.size, ""));
 }
 
 using Row = std::vector<std::string>;
@@ -58,8 +54,7 @@ Row rowOf(const DevInfoItem& device, std::size_t index) {
           text(2),
           std::to_string(wireValue(device.numA)),
           std::to_string(wireValue(device.numB)),
-          std::to_string(device.byteA) + "/" + std::to_string(device.byteB) + "/" +
-              std::to_string(device.byteC),
+          fmt::format("{}/{}/{}", device.byteA, device.byteB, device.byteC),
           text(3),
           text(4)};
 }
@@ -80,13 +75,11 @@ std::string lineOf(const Row& row, const std::vector<std::size_t>& widths) {
 }
 
 std::string rawLines(const DevInfoItem& device) {
-  std::string text = "    itemLen " + std::to_string(wireValue(device.itemLen)) + "\n";
+  std::string text = fmt::format("    itemLen {}\n", wireValue(device.itemLen));
   for (const Block& block : blocksOf(device)) {
     const std::string digits = hex(block);
     for (std::size_t from = 0; from < digits.size(); from += 64) {
-      char start[40];
-      std::snprintf(start, sizeof start, "    %-6s +%-3zu ", block.name, from / 2);
-      text += start + digits.substr(from, 64) + "\n";
+      text += fmt::format("    {:<6} +{:<3} {}\n", block.name, from / 2, digits.substr(from, 64));
     }
   }
   return text;

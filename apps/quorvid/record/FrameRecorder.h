@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/common/H264.h"
+#include "apps/common/Stream.h"
 #include "apps/quorvid/record/StreamFile.h"
 
 namespace quorvid::app {
@@ -19,18 +19,17 @@ class FrameRecorder {
  public:
   enum class Full : std::uint8_t { No, Limit, Disk };
 
-  // limit: the file never gets larger than so many bytes; 0: as large as the disk has room for, see
-  // roomOnDisk().
+  // limit: the file never gets larger than so many bytes; 0: as large as the disk has room for.
   explicit FrameRecorder(std::string fileName, std::int64_t limit = 0)
       : fileName_(std::move(fileName)), limit_(limit) {}
 
-  // now: when the frame came, in seconds of the steady clock. False, with a sentence in `error`,
-  // when it could not be written; nothing more should be given then, nor once full() says so.
-  bool take(const std::uint8_t* frame, std::size_t length, double now, std::string& error);
+  // now: when the frame came, in seconds of the steady clock. Throws Failure when it can't be
+  // written; nothing more should be given then, nor once full() says so.
+  void take(const std::uint8_t* frame, std::size_t length, double now);
   // The stream was started anew: waits for the next key frame.
   void streamRestarted() { waitingForKey_ = true; }
-  // Finishes the file; true when nothing was begun.
-  bool close(std::string& error);
+  // Finishes the file, if one was begun. Throws Failure.
+  void close();
 
   // Why nothing more is written: the next frame would not have fitted.
   Full full() const { return full_; }
@@ -38,19 +37,21 @@ class FrameRecorder {
   double seconds() const { return lastTime_; }  // from the first frame to the last
   double elapsed(double now) const { return file_ ? now - start_ : 0; }  // since the first frame
   std::int64_t bytes() const { return file_ ? file_->bytes() : 0; }
-  PixelSize size() const { return size_; }                         // that the file's header states
-  PixelSize lastSize() const { return spsSize_.value_or(size_); }  // that the stream states by now
-  std::uint64_t unusable() const { return unusable_; }  // frames without any unit, left out
   // Key frames left out because no file can begin with their parameter sets.
   std::uint64_t refused() const { return refused_; }
-  unsigned changes() const { return changes_; }  // times that the parameter sets changed
+
+  // "76 frames, 3.04 s, 0.21 MB, 640x480".
+  std::string figures() const;
+  // What a user should know of the frames, a sentence each.
+  std::vector<std::string> oddities() const;
+  // Why nothing was written although frames came. limit: the file's limit as the user gave it.
+  std::string whyNothingWasWritten(const std::string& limit) const;
 
  private:
   void keepParameterSets(h264::ByteView frame, const std::vector<h264::Unit>& units);
   bool judgeParameterSets();
   std::vector<std::uint8_t> parameterSets() const;
   bool hasRoom(const std::vector<std::uint8_t>& frame);
-  bool begin(double now, std::string& error);
 
   std::string fileName_;
   std::int64_t limit_;
@@ -62,13 +63,13 @@ class FrameRecorder {
   bool setsChanged_ = false;
   bool setsUsable_ = false;
   std::optional<PixelSize> spsSize_;  // nothing when the SPS can't be understood
-  PixelSize size_;
+  PixelSize size_;                    // that the file's header states
   double start_ = 0;
   double lastTime_ = 0;
   std::uint64_t frames_ = 0;
-  std::uint64_t unusable_ = 0;
+  std::uint64_t unusable_ = 0;  // frames without any unit, left out
   std::uint64_t refused_ = 0;
-  unsigned changes_ = 0;
+  unsigned changes_ = 0;  // times that the parameter sets changed
   bool waitingForKey_ = true;
 };
 

@@ -8,9 +8,13 @@ extern "C" {
 
 #include <unistd.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+
+#include "apps/common/Failure.h"
 
 namespace quorvid::app {
 
@@ -119,23 +123,9 @@ bool StreamFile::canWrite(const std::string& fileName) {
   return formatOf(fileName) != nullptr;
 }
 
-std::unique_ptr<StreamFile> StreamFile::create(const std::string& fileName,
-                                               const std::vector<std::uint8_t>& parameterSets,
-                                               PixelSize size, std::string& error) {
-  std::unique_ptr<StreamFile> file(new StreamFile(fileName));
-  return file->begin(parameterSets, size, error) ? std::move(file) : nullptr;
-}
-
-StreamFile::StreamFile(std::string fileName)
-    : fileName_(std::move(fileName)), muxer_(std::make_unique<Muxer>()) {}
-
-StreamFile::~StreamFile() {
-  std::string ignored;
-  close(ignored);
-}
-
-bool StreamFile::begin(const std::vector<std::uint8_t>& parameterSets, PixelSize size,
-                       std::string& error) {
+StreamFile::StreamFile(std::string fileName, const std::vector<std::uint8_t>& parameterSets,
+                       PixelSize size)
+    : fileName_(std::move(fileName)), muxer_(std::make_unique<Muxer>()) {
   av_log_set_level(AV_LOG_FATAL);
   // The "file:" keeps a name with a colon from being taken for a protocol.
   const std::string url = "file:" + fileName_;
@@ -147,12 +137,19 @@ bool StreamFile::begin(const std::vector<std::uint8_t>& parameterSets, PixelSize
     muxer_->context->flags |= AVFMT_FLAG_FLUSH_PACKETS;
     result = muxer_->writeHeader();
   }
-  return noteWritten(result, error);
+  noteWritten(result);
 }
 
-bool StreamFile::write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey,
-                       std::string& error) {
-  if (failed_ || !muxer_) return false;
+StreamFile::~StreamFile() {
+  try {
+    close();
+  } catch (const std::exception&) {  // nobody is left to be told
+    muxer_.reset();
+  }
+}
+
+void StreamFile::write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey) {
+  if (!muxer_) return;
   AVPacket* const packet = muxer_->packet.get();
   int result = av_new_packet(packet, static_cast<int>(length));
   if (result >= 0) {
@@ -169,27 +166,24 @@ bool StreamFile::write(const std::uint8_t* frame, std::size_t length, double sec
     av_packet_unref(packet);
   }
   const std::int64_t wholeBefore = wholeBytes_;
-  if (!noteWritten(result, error)) return false;
+  noteWritten(result);
   const bool grew = wholeBytes_ > wholeBefore;  // by what was held; this frame may be held now
   if (!fileName_.ends_with(".h264")) parts_ += (grew ? 1 : 0) + (isKey ? 1 : 0);
   pendingBytes_ = mostMuxed(frame, length) + (grew ? 0 : pendingBytes_);
-  return true;
 }
 
 std::int64_t StreamFile::bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const {
   return wholeBytes_ + pendingBytes_ + mostMuxed(frame, length) + kPartExtra * parts_ + kLastExtra;
 }
 
-bool StreamFile::close(std::string& error) {
-  if (!muxer_) return !failed_;
-  const bool begun = !failed_ && muxer_->context != nullptr && muxer_->context->pb != nullptr;
-  const bool finished = begun && noteWritten(av_write_trailer(muxer_->context), error);
+void StreamFile::close() {
+  if (!muxer_) return;
+  noteWritten(av_write_trailer(muxer_->context));
   muxer_.reset();
-  return finished;
 }
 
 // Remembers how much of the file is whole, or cuts it back to that after an error.
-bool StreamFile::noteWritten(int result, std::string& error) {
+void StreamFile::noteWritten(int result) {
   AVIOContext* const io = muxer_->context != nullptr ? muxer_->context->pb : nullptr;
   if (io != nullptr) {
     avio_flush(io);
@@ -197,17 +191,13 @@ bool StreamFile::noteWritten(int result, std::string& error) {
   }
   if (result >= 0) {
     wholeBytes_ = avio_size(io);
-    return true;
+    return;
   }
-  error = "can't write " + fileName_ + ": " + textOf(result);
-  failed_ = true;
-  if (io != nullptr) cutBack();
-  return false;
-}
-
-void StreamFile::cutBack() {
   muxer_.reset();  // writes nothing more: what its buffer holds can't be written either
-  if (wholeBytes_ > 0 && truncate(fileName_.c_str(), wholeBytes_) != 0) failed_ = true;
+  if (wholeBytes_ > 0) {
+    [[maybe_unused]] const int ignored = truncate(fileName_.c_str(), wholeBytes_);
+  }
+  throw Failure(fmt::format("can't write {}: {}", fileName_, textOf(result)));
 }
 
 }  // namespace quorvid::app

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/common/Arguments.h"
+#include "apps/common/Target.h"
 
 namespace quorvid::app {
 
@@ -26,40 +26,34 @@ class StreamFile {
   static bool canBegin(const std::string& fileName, const std::vector<std::uint8_t>& parameterSets,
                        PixelSize size);
 
-  // parameterSets: the stream's SPS and PPS with start codes; size: what they state. Null, with a
-  // sentence in `error`, when the file can't be made.
-  static std::unique_ptr<StreamFile> create(const std::string& fileName,
-                                            const std::vector<std::uint8_t>& parameterSets,
-                                            PixelSize size, std::string& error);
+  // Makes the file. parameterSets: the stream's SPS and PPS with start codes; size: what they
+  // state. Throws Failure.
+  StreamFile(std::string fileName, const std::vector<std::uint8_t>& parameterSets, PixelSize size);
   // Closes the file if close() was not called.
   ~StreamFile();
   StreamFile(const StreamFile&) = delete;
   StreamFile& operator=(const StreamFile&) = delete;
 
-  // seconds: since the first frame; times that do not grow are moved on. After a failure (disk
-  // full) the file is cut back to its last whole part and takes no more.
-  bool write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey,
-             std::string& error);
-  // Finishes the file. False when something of it could not be written.
-  bool close(std::string& error);
+  // seconds: since the first frame; times that do not grow are moved on. Throws Failure when it
+  // can't be written (disk full): the file is cut back to its last whole part then and takes no
+  // more.
+  void write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey);
+  // Finishes the file. Throws Failure when something of it can't be written.
+  void close();
   std::int64_t bytes() const { return wholeBytes_; }
   // How large the file can become at most when this frame is written too and the file is finished.
   std::int64_t bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const;
 
  private:
   struct Muxer;
-  explicit StreamFile(std::string fileName);
-  bool begin(const std::vector<std::uint8_t>& parameterSets, PixelSize size, std::string& error);
-  bool noteWritten(int result, std::string& error);
-  void cutBack();
+  void noteWritten(int result);
 
   std::string fileName_;
-  std::unique_ptr<Muxer> muxer_;
+  std::unique_ptr<Muxer> muxer_;   // null once the file is closed or has failed
   std::int64_t lastTime_ = -1;     // in the stream's time base
   std::int64_t pendingBytes_ = 0;  // at most, of frames that the muxer still holds
   std::int64_t parts_ = 0;         // parts and key frames that the index names, at most
   std::int64_t wholeBytes_ = 0;    // up to the end of the last part that was written whole
-  bool failed_ = false;
 };
 
 }  // namespace quorvid::app

@@ -1,6 +1,6 @@
 #include "apps/quorvid/view/CarPlayer.h"
 
-#include "apps/common/H264.h"
+#include "apps/common/Failure.h"
 
 namespace quorvid::app {
 
@@ -31,7 +31,13 @@ CarPlayer::~CarPlayer() {
 void CarPlayer::play() {
   decoder_ = H264HwDecoderImpl::init();
   decoder_->setDelegate(tap_);
-  receiver_ = std::make_unique<StreamReceiver>(target_);
+  startError_.clear();
+  try {
+    receiver_ = std::make_unique<StreamReceiver>(target_);
+  } catch (const Failure& failure) {
+    startError_ = failure.what();
+    return;
+  }
   link_ = CADisplayLink::displayLinkWithTarget([this] { tick(); });
   link_->setFrameInterval(2);
   link_->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);

@@ -6,7 +6,7 @@
 // picture to the tap before it returns, and the tap to the layer.
 #pragma once
 
-#include "apps/common/StreamReceiver.h"
+#include "apps/common/Stream.h"
 #include "apps/quorvid/view/PictureTap.h"
 #include "apps/quorvid/view/Player.h"
 #include "quorvid/render/AAPLEAGLLayer.h"
@@ -23,7 +23,7 @@ class CarPlayer : public Player {
   std::shared_ptr<UIView> view() const override { return view_; }
   void play() override;
   void stop() override;
-  std::string startError() const override { return receiver_ ? receiver_->startError() : ""; }
+  std::string startError() const override { return startError_; }
   void resize(CGSize size) override;
   bool hasReceivedFrames() override { return receivedFrames_; }
   bool lookupFailed() const override { return lookupFailed_; }
@@ -40,6 +40,7 @@ class CarPlayer : public Player {
   std::shared_ptr<PictureTap> tap_;
   std::shared_ptr<CADisplayLink> link_;
   std::unique_ptr<StreamReceiver> receiver_;
+  std::string startError_;
   std::optional<PixelSize> streamSize_;
   bool receivedFrames_ = false;
   bool lookupFailed_ = false;

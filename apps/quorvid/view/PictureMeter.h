@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "apps/common/Arguments.h"
+#include "apps/common/Target.h"
 
 namespace quorvid::app {
 

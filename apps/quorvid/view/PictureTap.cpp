@@ -1,6 +1,6 @@
 #include "apps/quorvid/view/PictureTap.h"
 
-#include "apps/common/H264.h"
+#include "apps/common/Stream.h"
 
 namespace quorvid::app {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "apps/common/Arguments.h"
+#include "apps/common/Target.h"
 #include "quorvid/render/AAPLEAGLLayer.h"
 #include "quorvid/view/View.h"
 

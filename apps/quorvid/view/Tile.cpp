@@ -4,7 +4,7 @@
 #include <limits>
 #include <utility>
 
-#include "apps/common/Steady.h"
+#include "apps/common/Deadline.h"
 
 namespace quorvid::app {
 

@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "apps/common/LogFilter.h"
-#include "apps/common/StallWatch.h"
+#include "apps/common/Output.h"
+#include "apps/common/Stream.h"
 #include "apps/quorvid/view/PictureMeter.h"
 #include "apps/quorvid/view/Player.h"
 #include "apps/quorvid/view/StallMark.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/common/Arguments.h"
+#include "apps/common/Target.h"
 
 namespace quorvid::app {
 

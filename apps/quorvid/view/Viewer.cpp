@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "apps/common/Commands.h"
-#include "apps/common/Steady.h"
-#include "apps/common/StopSignal.h"
+#include "apps/common/Deadline.h"
+#include "apps/common/Process.h"
+#include "apps/common/Terminal.h"
 #include "apps/quorvid/view/PngFile.h"
 #include "apps/quorvid/view/TileGrid.h"
 

@@ -1,14 +1,14 @@
-#include "apps/common/TerminalText.h"
+#include "apps/common/Terminal.h"
 
+#include <fmt/format.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utf8.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
 #include <sstream>
-
-#include "base/Utf8.h"
 
 namespace quorvid::app {
 
@@ -44,11 +44,11 @@ bool isInvisible(std::uint32_t code) {
                      [code](const auto& range) { return code >= range[0] && code <= range[1]; });
 }
 
-std::string escapeOf(std::uint32_t code, bool isInvisible) {
-  const char* const form = !isInvisible ? "\\x%02x" : code < 0x10000 ? "\\u%04x" : "\\U%08x";
-  char text[12];
-  std::snprintf(text, sizeof text, form, code);
-  return text;
+// What stands for a character that a terminal must not get, or for a byte that is part of none.
+std::string replacementOf(std::uint32_t code, std::size_t size, Unseen style) {
+  if (style == Unseen::Dotted) return std::string(size, '.');
+  if (!isInvisible(code)) return fmt::format("\\x{:02x}", code);
+  return code < 0x10000 ? fmt::format("\\u{:04x}", code) : fmt::format("\\U{:08x}", code);
 }
 
 std::string cutLine(const std::string& line, std::size_t columns) {
@@ -72,24 +72,27 @@ winsize terminalSize() {
 
 }  // namespace
 
-std::string visibleText(std::string_view utf8, Unseen style) {
-  std::string text;
-  while (!utf8.empty()) {
-    const Utf8Character character = utf8CharacterAt(utf8);
-    const std::size_t size = std::max<std::size_t>(character.size, 1);
-    const std::uint32_t code =
-        character.size > 0 ? character.code : static_cast<std::uint8_t>(utf8.front());
-    const bool invisible = character.size > 0 && isInvisible(code);
-    if (character.size > 0 && !isControl(code) && !invisible) {
-      text += utf8.substr(0, size);
-    } else if (style == Unseen::Dotted) {
-      text.append(size, '.');
-    } else {
-      text += escapeOf(code, invisible);
+std::string visibleText(std::string_view text, Unseen style) {
+  std::string visible;
+  const auto* at = text.begin();
+  while (at != text.end()) {
+    for (const auto* const invalid = utf8::find_invalid(at, text.end()); at != invalid;) {
+      const auto* const start = at;
+      const std::uint32_t code = utf8::unchecked::next(at);
+      const auto size = static_cast<std::size_t>(at - start);
+      if (isControl(code) || isInvisible(code)) {
+        visible += replacementOf(code, size, style);
+      } else {
+        visible.append(start, size);
+      }
     }
-    utf8.remove_prefix(size);
+    if (at != text.end()) visible += replacementOf(static_cast<std::uint8_t>(*at++), 1, style);
   }
-  return text;
+  return visible;
+}
+
+void note(const std::string& sentence) {
+  fmt::print(stderr, "quorvid: {}\n", visibleText(sentence));
 }
 
 std::string cutTo(const std::string& text, std::size_t rows, std::size_t columns) {
@@ -105,12 +108,28 @@ std::string cutTo(const std::string& text, std::size_t rows, std::size_t columns
       ++left;
     }
   }
-  return left > 0 ? result + "... and " + std::to_string(left) + " more" : result;
+  return left > 0 ? result + fmt::format("... and {} more", left) : result;
 }
 
 std::string redrawn(const std::string& text) {
   const winsize size = terminalSize();
   return "\033[H\033[2J" + cutTo(text, size.ws_row, size.ws_col);
+}
+
+ProgressLine::ProgressLine() : terminal_(isatty(STDERR_FILENO) != 0) {}
+
+void ProgressLine::show(const std::string& text) {
+  if (terminal_ && text != shown_) {
+    fmt::print(stderr, "\r{}\033[K", text);
+    shown_ = text;
+  }
+}
+
+void ProgressLine::clear() {
+  if (!shown_.empty()) {
+    std::fputs("\r\033[K", stderr);
+    shown_.clear();
+  }
 }
 
 }  // namespace quorvid::app

@@ -1,17 +1,20 @@
-#include "apps/common/StreamReceiver.h"
+#include "apps/common/Stream.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <ctime>
 
-#include "apps/common/WorkerThread.h"
+#include "apps/common/Process.h"
 #include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid::app {
 
 namespace {
 
-constexpr int kCommandPort = 80;  // the workers keep it without using it
+constexpr int kCommandPort = 80;      // the workers keep it without using it
+constexpr double kLongestPause = 30;  // from one restart to the next
+constexpr std::int64_t kLongestSide = 16384;
 
 }  // namespace
 
@@ -46,7 +49,7 @@ struct StreamReceiver::Slot {
 StreamReceiver::StreamReceiver(const StreamTarget& target) : slot_(std::make_shared<Slot>()) {
   slot_->target = target;
   slot_->token = sessionToken(target.account);
-  startError_ = startWorkerThread([slot = slot_] { slot->run(); });
+  startWorkerThread([slot = slot_] { slot->run(); });
 }
 
 StreamReceiver::~StreamReceiver() {
@@ -64,6 +67,38 @@ void StreamReceiver::release() {
 
 bool StreamReceiver::hasFailed() const {
   return slot_->failed;
+}
+
+StallWatch::StallWatch(double stallAfter, double now)
+    : stallAfter_(stallAfter),
+      pause_(stallAfter),
+      lastPicture_(now),
+      nextRestart_(now + stallAfter) {}
+
+void StallWatch::pictureArrived(double now) {
+  lastPicture_ = now;
+  pause_ = stallAfter_;
+  nextRestart_ = now + stallAfter_;
+}
+
+bool StallWatch::restartDue(double now) {
+  if (now < nextRestart_) return false;
+  nextRestart_ = now + pause_;
+  pause_ = std::max(stallAfter_, std::min(2 * pause_, kLongestPause));
+  return true;
+}
+
+void StallWatch::restartedByHand(double now) {
+  pause_ = stallAfter_;
+  nextRestart_ = now + stallAfter_;
+}
+
+std::optional<PixelSize> sizeOfSps(h264::ByteView sps) {
+  const auto fields = h264::peekSps(sps);
+  const std::int64_t width = fields ? fields->displayedWidth() : 0;
+  const std::int64_t height = fields ? fields->displayedHeight() : 0;
+  if (width < 1 || height < 1 || width > kLongestSide || height > kLongestSide) return std::nullopt;
+  return PixelSize{static_cast<int>(width), static_cast<int>(height)};
 }
 
 }  // namespace quorvid::app

@@ -1,13 +1,19 @@
-#include "apps/common/StopSignal.h"
+#include "apps/common/Process.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
 
-#include "apps/common/WorkerThread.h"
+#include "apps/common/Failure.h"
+#include "base/SignalsKeptAway.h"
 
 namespace quorvid::app {
 
@@ -23,6 +29,7 @@ constexpr unsigned kLongestEndByAlarm = 2;  // s
 std::atomic<int> stopSeen = 0;  // the first signal's number
 static_assert(std::atomic<int>::is_always_lock_free);
 std::atomic<bool> hasWatcher = true;
+std::atomic<bool> threadLeftBehind = false;
 
 // The second signal strikes when the handler has returned.
 void noteStop(int number) {
@@ -68,11 +75,20 @@ void watch() {
 
 }  // namespace
 
+void openStandardDescriptors() {
+  int fd = 0;
+  do {
+    fd = open("/dev/null", O_RDWR);
+  } while (fd >= 0 && fd <= STDERR_FILENO);
+  if (fd >= 0) close(fd);
+}
+
 void catchStopSignals() {
+  const sigset_t stops = stopSignals();
   struct sigaction action {};
   action.sa_handler = noteStop;
   action.sa_flags = SA_RESTART;
-  action.sa_mask = stopSignals();
+  action.sa_mask = stops;
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
   action.sa_handler = SIG_IGN;
@@ -80,9 +96,10 @@ void catchStopSignals() {
   sigaction(SIGPIPE, &action, nullptr);
   sigaction(SIGXFSZ, &action, nullptr);
 
-  const sigset_t stops = stopSignals();
   pthread_sigmask(SIG_BLOCK, &stops, nullptr);
-  if (!startWorkerThread(watch).empty()) {
+  try {
+    startWorkerThread(watch);
+  } catch (const Failure&) {
     hasWatcher = false;
     pthread_sigmask(SIG_UNBLOCK, &stops, nullptr);
   }
@@ -90,6 +107,25 @@ void catchStopSignals() {
 
 bool stopRequested() {
   return stopSeen != 0;
+}
+
+void startWorkerThread(std::function<void()> body) {
+  const SignalsKeptAway quiet;
+  try {
+    std::thread(std::move(body)).detach();
+  } catch (const std::system_error& error) {
+    throw Failure(std::string("can't start a thread: ") + error.what());
+  }
+}
+
+void leaveThreadBehind() {
+  threadLeftBehind = true;
+}
+
+int endProcess(int status) {
+  if (!threadLeftBehind) return status;
+  std::fflush(nullptr);
+  _exit(status);
 }
 
 }  // namespace quorvid::app

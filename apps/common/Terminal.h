@@ -1,5 +1,5 @@
-// TerminalText: text as a terminal may see it, and text that is drawn again in the same place of
-// one. visibleText() on any thread, the rest on the main thread.
+// Terminal: text as a terminal may see it: sentences, one progress line, a table that is drawn
+// again in the same place. visibleText() on any thread, the rest on the main thread.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,10 @@ enum class Unseen : std::uint8_t { Escaped, Dotted };
 // that are no UTF-8 become "\x1b"; marks that turn the direction of writing, and characters that
 // draw nothing, become "\u202e", or "\U000e0041" above U+FFFF. Line ends and tabs count as
 // controls.
-std::string visibleText(std::string_view utf8, Unseen style = Unseen::Escaped);
+std::string visibleText(std::string_view text, Unseen style = Unseen::Escaped);
+
+// Prints "quorvid: <sentence>" on standard error, with nothing in it that steers a terminal.
+void note(const std::string& sentence);
 
 // The first `rows` - 1 lines of UTF-8 text, each cut to `columns` characters; a last line says how
 // many were left out.
@@ -26,5 +29,23 @@ std::string cutTo(const std::string& text, std::size_t rows, std::size_t columns
 // Clears the screen and writes as much of the text as the terminal on standard error or input
 // shows.
 std::string redrawn(const std::string& text);
+
+// One line on standard error that is written over again and again; nothing at all where standard
+// error is no terminal.
+class ProgressLine {
+ public:
+  ProgressLine();
+  ~ProgressLine() { clear(); }
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
+
+  void show(const std::string& text);
+  // To be called before anything else is written.
+  void clear();
+
+ private:
+  bool terminal_;
+  std::string shown_;
+};
 
 }  // namespace quorvid::app

@@ -1,0 +1,109 @@
+#include "apps/common/Options.h"
+
+#include "apps/common/Failure.h"
+#include "apps/common/PasswordFile.h"
+#include "apps/common/Values.h"
+
+namespace quorvid::app {
+
+namespace {
+
+// Width of the text fields in the requests, less the closing NUL.
+constexpr std::size_t kLongestText = 31;
+constexpr std::size_t kLongestCarDevice = 63;
+// The car path sends "account-12345678" in a text field of its own.
+constexpr std::size_t kLongestCarAccount = kLongestText - 9;
+
+void addServer(CLI::App& command, Endpoint& server) {
+  const auto take = [&server](const std::string& text) { server = parseEndpoint(text); };
+  command.add_option_function<std::string>("server", take, "the server as HOST:PORT")
+      ->required()
+      ->type_name("HOST:PORT");
+}
+
+CLI::Option* addAccount(CLI::App& command, std::string& account, std::string& passwordFile,
+                        const char* purpose) {
+  CLI::Option* const option = command.add_option("--account", account, purpose)->type_name("NAME");
+  command
+      .add_option("--password-file", passwordFile,
+                  "file whose first line is the password, open to its owner alone (chmod 600), or "
+                  "a pipe: <(pass show truck)")
+      ->type_name("FILE");
+  return option;
+}
+
+void addPath(CLI::App& command, StreamPath& path) {
+  std::map<std::string, StreamPath> paths;
+  for (const StreamPath one : {StreamPath::Fleet, StreamPath::Car, StreamPath::Relay}) {
+    paths[nameOf(one)] = one;
+  }
+  // The later one comes first: only a name becomes a path, not a number.
+  command.add_option("--path", path, "fleet (the default), car, or relay (a lookup server)")
+      ->transform(CLI::Transformer(paths).description(""))
+      ->transform(CLI::IsMember(paths).description(""))
+      ->type_name("PATH");
+}
+
+}  // namespace
+
+void AccountOptions::addTo(CLI::App& command) {
+  addServer(command, target.server);
+  addAccount(command, target.account, passwordFile, "account, at most 31 bytes")->required();
+}
+
+void AccountOptions::complete() {
+  requireFits("the account", target.account, kLongestText);
+  target.password = readPassword(passwordFile);
+}
+
+void StreamOptions::addTo(CLI::App& command, Channels count) {
+  addServer(command, target.server);
+  command
+      .add_option("--device", target.device, "device identifier, at most 31 bytes (car paths: 63)")
+      ->required()
+      ->type_name("ID");
+  addAccount(command, target.account, passwordFile, "account, at most 31 bytes (car paths: 22)");
+  addPath(command, target.path);
+  const auto take = [this, count](const std::string& text) {
+    channels = parseChannels(text);
+    if (count == Channels::One && channels.size() > 1) {
+      throw Failure("this command takes one channel, not " + text);
+    }
+  };
+  const bool one = count == Channels::One;
+  command
+      .add_option_function<std::string>("--channel", take,
+                                        one ? "camera, 0 to 7" : "cameras, 0 to 7: N[,N...]")
+      ->type_name(one ? "N" : "LIST");
+}
+
+void StreamOptions::complete() {
+  const bool fleet = target.path == StreamPath::Fleet;
+  target.channel = channels.front();
+  if (target.device.empty()) throw Failure("the device identifier is empty");
+  requireFits("the device identifier", target.device, fleet ? kLongestText : kLongestCarDevice);
+  requireFits(fleet ? "the account" : "the account for this path", target.account,
+              fleet ? kLongestText : kLongestCarAccount);
+  target.password = readPassword(passwordFile);
+}
+
+void addSeconds(CLI::App& command, const std::string& name, double& seconds, double least,
+                double most, const std::string& purpose) {
+  const auto isNumber = [](const std::string& text) {
+    return text.find_first_of("nN") == std::string::npos ? "" : text + " is no number";
+  };
+  command.add_option(name, seconds, purpose)
+      ->check(CLI::Range(least, most).description(""))
+      ->check(isNumber)  // a range takes "nan", which is neither below nor above
+      ->type_name("S");
+}
+
+CLI::Validator writableFile() {
+  const auto refuse = [](const std::string& fileName) {
+    if (!fileName.empty()) requireWritable(fileName);
+    return std::string();
+  };
+  return CLI::Validator(refuse, "");
+}
+
+}  // namespace quorvid::app
