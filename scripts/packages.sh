@@ -2,7 +2,7 @@
 build_packages=(
   g++ cmake ninja-build pkg-config ca-certificates
   libsdl2-dev libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri
-  libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libyuv-dev
+  libavcodec-dev libavfilter-dev libavformat-dev libavutil-dev libswscale-dev libyuv-dev
   libpng-dev libcairo2-dev fonts-dejavu-core libasio-dev libcli11-dev libfmt-dev
   libutfcpp-dev nlohmann-json3-dev
 )

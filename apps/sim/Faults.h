@@ -2,36 +2,39 @@
 
 #include <cstdint>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "sim/wire/Bytes.h"
+
 namespace quorvid::sim {
 
-enum class Service : std::uint8_t { fleet, list, relay, car };
+enum class Service : std::uint8_t { Fleet, List, Relay, Car };
 
 const char* nameOf(Service service);
 
 // What can be made to go wrong. Each kind says in Faults.cpp where it applies and what its number
 // means.
 enum class FaultKind : std::uint8_t {
-  refuse,
-  delay,
-  answer,
-  badKind,
-  wrongTag,
-  wrongCommand,
-  tooLarge,
-  negative,
-  shortHeader,
-  shortRecord,
-  oneByte,
-  splitPort,
-  stall,
-  close,
-  reset,
-  random,
-  noise,
-  burst,
+  Refuse,
+  Delay,
+  Answer,
+  BadKind,
+  WrongTag,
+  WrongCommand,
+  TooLarge,
+  Negative,
+  ShortHeader,
+  ShortRecord,
+  OneByte,
+  SplitPort,
+  Stall,
+  Close,
+  Reset,
+  Random,
+  Noise,
+  Burst,
 };
 
 // The faults asked for on the command line.
@@ -43,7 +46,9 @@ class FaultPlan {
 
   // The number of the fault if it was asked for: its own, or the kind's usual one.
   std::optional<std::int64_t> find(Service service, FaultKind kind) const;
-  bool has(Service service, FaultKind kind) const { return find(service, kind).has_value(); }
+
+  int times = 0;           // the first so many connections of a service are hit; 0: all
+  std::uint64_t seed = 1;  // where the random bytes start
 
  private:
   struct Fault {
@@ -52,6 +57,25 @@ class FaultPlan {
     std::int64_t number;
   };
   std::vector<Fault> faults_;
+};
+
+// The faults of one connection, and its random bytes.
+class ConnectionFaults {
+ public:
+  // @param number of the connection among those of its service, from 1
+  ConnectionFaults(const FaultPlan& plan, Service service, unsigned number);
+
+  std::optional<std::int64_t> find(FaultKind kind) const;
+  bool has(FaultKind kind) const { return find(kind).has_value(); }
+  // Whether the fault was asked for with this number.
+  bool hits(FaultKind kind, std::uint32_t number) const { return find(kind) == number; }
+  Bytes randomBytes(std::size_t count);
+
+ private:
+  const FaultPlan& plan_;
+  const Service service_;
+  const bool active_;
+  std::mt19937_64 random_;
 };
 
 // The kinds of faults for the help text, one a line.

@@ -11,8 +11,8 @@
 namespace quorvid::sim {
 
 enum class CloseStyle : std::uint8_t {
-  order,  // what was sent arrives, then the end of the stream
-  reset,  // the connection is torn down
+  Order,  // what was sent arrives, then the end of the stream
+  Reset,  // the connection is torn down
 };
 
 // What the command line asks for, checked.
@@ -26,8 +26,8 @@ struct Options {
 
   std::string input;  // empty: the drawn scene
   EncoderSettings encoder;
-  bool rateGiven = false;  // otherwise a file keeps its own rate
-  double loopSeconds = 4;
+  std::optional<AVRational> rate;     // otherwise a file keeps its own
+  std::optional<double> loopSeconds;  // at most
 
   std::vector<std::string> devices;  // announced by the list reply
   bool onlyTheseDevices = false;     // others are refused
@@ -42,13 +42,14 @@ struct Options {
   int itemLength = 280;
   int relayExtra = 0;  // bytes between the relay reply's header and its address
 
-  CloseStyle close = CloseStyle::order;
+  CloseStyle close = CloseStyle::Order;
   std::optional<double> dropAfter;
   std::optional<double> stallAfter;
   FaultPlan faults;
-  int faultTimes = 0;  // faults hit the first so many connections of a service; 0: all
-  std::uint64_t seed = 1;
 };
+
+// What the device with this index is called that was not given a name.
+std::string simulatedDevice(std::size_t index);
 
 // @return nothing when the text to print (help, version) is all that was asked for; it is on
 // standard output

@@ -6,7 +6,6 @@
 #include <random>
 
 #include "sim/Error.h"
-#include "sim/media/AccessUnit.h"
 #include "sim/media/FileSource.h"
 #include "sim/media/MediaLoop.h"
 

@@ -39,8 +39,8 @@ class PictureDecoder {
 
  private:
   CodecPtr codec_;
-  PacketPtr packet_ = newPacket();
-  FramePtr picture_ = newFrame();
+  PacketPtr packet_ = owned(av_packet_alloc());
+  FramePtr picture_ = owned(av_frame_alloc());
 };
 
 }  // namespace quorvid::sim

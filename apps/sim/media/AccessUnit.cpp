@@ -1,14 +1,17 @@
 #include "sim/media/AccessUnit.h"
 
+#include <fmt/format.h>
+
 #include <array>
 
+#include "h264/ParameterSets.h"
 #include "h264/Units.h"
 #include "sim/Error.h"
-#include "sim/media/SpsRewriter.h"
 
 namespace quorvid::sim {
 namespace {
 
+constexpr std::size_t kSpsBytes = 9;
 constexpr std::size_t kPpsBytes = 4;
 constexpr unsigned kSlice = 1;
 constexpr unsigned kKeySlice = 5;
@@ -25,9 +28,28 @@ void appendUnit(Bytes& frame, ByteView unit) {
 }
 
 void keepOnly(ByteView& kept, ByteView unit, const char* what) {
-  if (!kept.empty())
-    throw SimError(std::string("the encoder made more than one ") + what + " for a picture");
+  if (!kept.empty()) {
+    throw SimError(fmt::format("the encoder made more than one {} for a picture", what));
+  }
   kept = unit;
+}
+
+// Without usability information, and with zeros up to the 9 bytes.
+Bytes rewriteSps(ByteView unit) {
+  const auto sps = h264::parseSps(unit);
+  if (!sps || sps->profileIdc >= 100 || sps->picOrderCntType == 1 || !sps->frameMbsOnly ||
+      sps->cropX != 0 || sps->cropY != 0) {
+    throw SimError("the encoder's sequence parameter set is of a form that can't be rewritten");
+  }
+  Bytes rewritten = h264::withoutVui(*sps, unit);
+  if (rewritten.size() > kSpsBytes) {
+    throw SimError(
+        fmt::format("pictures of {}x{} can't have a sequence parameter set of at most {} bytes, "
+                    "which the key-frame layout needs",
+                    sps->displayedWidth(), sps->displayedHeight(), kSpsBytes));
+  }
+  rewritten.resize(kSpsBytes);
+  return rewritten;
 }
 
 }  // namespace

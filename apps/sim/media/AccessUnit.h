@@ -15,13 +15,11 @@ inline unsigned unitType(ByteView unit) {
 
 // Puts what an encoder made of one picture into the layout in which recorders send it.
 //
-//   key frame   bytes 0-12   00 00 00 01, sequence parameter set of 9 bytes, zeros at its end
-//   included
-//               bytes 13-20  00 00 00 01, picture parameter set of 4 bytes
-//               bytes 21-29  00 00 00 01, supplemental information of 5 bytes (only with `sei`)
-//               then         00 00 00 01, the key picture's one slice
-//   other       00 00 00 01, one slice
+// Clients cut key frames at fixed places (docs/protocol.md, "Key frames"): the sequence parameter
+// set loses its usability information, which carries the colours and the clock, and where it has
+// less than 9 bytes then, as that of 352x288, zeros fill its place. Every other frame is one slice.
 //
+// @param sei puts a unit of supplemental information into key frames
 // @throws SimError when the picture does not fit the layout: several slices, other lengths
 Bytes arrangeFrame(ByteView encoded, bool sei);
 

@@ -15,10 +15,16 @@ class DrawnSource final : public PictureSource {
   AVRational rate() const override { return rate_; }
 
  private:
+  void draw(const SceneMoment& moment);
+
   AVRational rate_;
   std::size_t frames_;
   std::size_t index_ = 0;
-  Scene scene_;
+  const SceneLabels labels_;
+  const double sceneWidth_;  // in drawing units
+  SurfacePtr surface_;
+  SurfacePtr background_;
+  CairoPtr cairo_;
   FramePtr picture_;
   ScalerPtr scaler_;
 };

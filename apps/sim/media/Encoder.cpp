@@ -1,5 +1,7 @@
 #include "sim/media/Encoder.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "sim/Error.h"
@@ -30,11 +32,11 @@ std::int64_t effectiveBitrate(const EncoderSettings& settings) {
   return std::max<std::int64_t>(static_cast<std::int64_t>(pixels * 0.16), 100'000);
 }
 
-Encoder::Encoder(const EncoderSettings& settings) : settings_(settings), packet_(newPacket()) {
+Encoder::Encoder(const EncoderSettings& settings)
+    : settings_(settings), packet_(owned(av_packet_alloc())) {
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
   if (codec == nullptr) throw SimError("the H.264 encoder libx264 is not available");
-  codec_.reset(avcodec_alloc_context3(codec));
-  if (!codec_) throw std::bad_alloc();
+  codec_ = owned(avcodec_alloc_context3(codec));
   codec_->width = settings.width;
   codec_->height = settings.height;
   codec_->pix_fmt = AV_PIX_FMT_YUV420P;
@@ -52,8 +54,8 @@ Encoder::Encoder(const EncoderSettings& settings) : settings_(settings), packet_
   av_opt_set(codec_->priv_data, "x264-params", kParameters, 0);
   const int result = avcodec_open2(codec_.get(), codec, nullptr);
   if (result < 0) {
-    throw SimError("the H.264 encoder refuses " + std::to_string(settings.width) + "x" +
-                   std::to_string(settings.height) + ": " + errorText(result));
+    throw SimError(fmt::format("the H.264 encoder refuses {}x{}: {}", settings.width,
+                               settings.height, errorText(result)));
   }
 }
 
@@ -64,7 +66,7 @@ ByteView Encoder::encodePlain(AVFrame& picture) {
   av_packet_unref(packet_.get());
   int result = avcodec_send_frame(codec_.get(), &picture);
   if (result >= 0) result = avcodec_receive_packet(codec_.get(), packet_.get());
-  if (result < 0) throw SimError("the H.264 encoder failed: " + errorText(result));
+  if (result < 0) throw SimError(fmt::format("the H.264 encoder failed: {}", errorText(result)));
   return {packet_->data, static_cast<std::size_t>(packet_->size)};
 }
 

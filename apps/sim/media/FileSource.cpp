@@ -1,8 +1,16 @@
 #include "sim/media/FileSource.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <cmath>
 
 #include "sim/Error.h"
+
+extern "C" {
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
+}
 
 namespace quorvid::sim {
 namespace {
@@ -11,26 +19,8 @@ int stopAsked(void* stop) {
   return static_cast<const std::atomic<bool>*>(stop)->load() ? 1 : 0;
 }
 
-// The full-range formats that carry their range in their name, and whether the picture is full
-// range.
-AVPixelFormat plainFormat(const AVFrame& frame, bool& fullRange) {
-  fullRange = frame.color_range == AVCOL_RANGE_JPEG;
-  switch (frame.format) {
-    case AV_PIX_FMT_YUVJ420P:
-      fullRange = true;
-      return AV_PIX_FMT_YUV420P;
-    case AV_PIX_FMT_YUVJ422P:
-      fullRange = true;
-      return AV_PIX_FMT_YUV422P;
-    case AV_PIX_FMT_YUVJ444P:
-      fullRange = true;
-      return AV_PIX_FMT_YUV444P;
-    case AV_PIX_FMT_YUVJ440P:
-      fullRange = true;
-      return AV_PIX_FMT_YUV440P;
-    default:
-      return static_cast<AVPixelFormat>(frame.format);
-  }
+std::int64_t stampOf(double seconds) {
+  return std::llround(seconds * AV_TIME_BASE);
 }
 
 }  // namespace
@@ -38,25 +28,34 @@ AVPixelFormat plainFormat(const AVFrame& frame, bool& fullRange) {
 FileSource::FileSource(std::string path, int width, int height, std::optional<AVRational> rate,
                        const std::atomic<bool>& stop)
     : path_(std::move(path)),
+      width_(width),
+      height_(height),
+      wantedRate_(rate),
       stop_(stop),
-      packet_(newPacket()),
-      current_(newFrame()),
-      upcoming_(newFrame()),
-      picture_(newPicture(width, height)) {
-  open();
-  rate_ = rate.value_or(fileRate_);
-  if (!decode(*upcoming_)) fail("no picture in it can be decoded");
-  upcomingTime_ = secondsOf(*upcoming_);
-  hasUpcoming_ = true;
+      packet_(owned(av_packet_alloc())),
+      decoded_(owned(av_frame_alloc())),
+      picture_(owned(av_frame_alloc())) {
+  rewind();
 }
 
 void FileSource::fail(const std::string& what) const {
-  throw SimError("the input " + path_ + " can't be used: " + what);
+  throw SimError(fmt::format("the input {} can't be used: {}", path_, what));
+}
+
+void FileSource::rewind() {
+  codec_.reset();
+  format_.reset();
+  draining_ = false;
+  origin_.reset();
+  lastTime_ = 0;
+  open();
+  if (!decode()) fail("no picture in it can be decoded");
+  openGraph();
+  pushDecoded();
 }
 
 void FileSource::open() {
-  AVFormatContext* raw = avformat_alloc_context();
-  if (raw == nullptr) throw std::bad_alloc();
+  AVFormatContext* raw = owned(avformat_alloc_context()).release();
   raw->interrupt_callback = {stopAsked, const_cast<std::atomic<bool>*>(&stop_)};
   int result = avformat_open_input(&raw, path_.c_str(), nullptr, nullptr);
   if (result < 0) fail(errorText(result));
@@ -77,12 +76,33 @@ void FileSource::open() {
 }
 
 void FileSource::openDecoder(const AVStream& stream, const AVCodec* codec) {
-  codec_.reset(avcodec_alloc_context3(codec));
-  if (!codec_) throw std::bad_alloc();
+  codec_ = owned(avcodec_alloc_context3(codec));
   int result = avcodec_parameters_to_context(codec_.get(), stream.codecpar);
   codec_->pkt_timebase = stream.time_base;
   if (result >= 0) result = avcodec_open2(codec_.get(), codec, nullptr);
   if (result < 0) fail(errorText(result));
+}
+
+// Pictures come in with their time less the tolerance, and `round=up` shows each from the first
+// moment that is not before that: the picture on show is the nearest one, however the stamps of a
+// steady file are rounded.
+void FileSource::openGraph() {
+  graph_ = owned(avfilter_graph_alloc());
+  graph_->nb_threads = 1;
+  const std::string filters = fmt::format(
+      "buffer@in=width={}:height={}:pix_fmt={}:time_base=1/{},fps={}/{}:round=up,"
+      "scale={}:{}:flags=bicubic+accurate_rnd:out_color_matrix={}:out_range=tv,"
+      "format=yuv420p,sidedata=delete,buffersink@out",
+      decoded_->width, decoded_->height, decoded_->format, AV_TIME_BASE, rate().num, rate().den,
+      width_, height_, matrixForLines(height_) == AVCOL_SPC_BT709 ? "bt709" : "smpte170m");
+  AVFilterInOut* openIn = nullptr;
+  AVFilterInOut* openOut = nullptr;
+  int result = avfilter_graph_parse2(graph_.get(), filters.c_str(), &openIn, &openOut);
+  if (result >= 0) result = avfilter_graph_config(graph_.get(), nullptr);
+  if (result < 0) fail("its pictures can't be scaled");
+  into_ = avfilter_graph_get_filter(graph_.get(), "buffer@in");
+  outOf_ = avfilter_graph_get_filter(graph_.get(), "buffersink@out");
+  tolerance_ = std::min(av_q2d(av_inv_q(rate())), av_q2d(av_inv_q(fileRate_))) / 2;
 }
 
 // Gives the decoder the next packet of the stream, or tells it that there are no more.
@@ -100,88 +120,50 @@ bool FileSource::feedDecoder() {
   return true;
 }
 
-bool FileSource::decode(AVFrame& into) {
+bool FileSource::decode() {
   while (true) {
-    const int result = avcodec_receive_frame(codec_.get(), &into);
+    const int result = avcodec_receive_frame(codec_.get(), decoded_.get());
     if (result >= 0) return true;
     if (result == AVERROR_EOF || !feedDecoder()) return false;
   }
 }
 
-double FileSource::secondsOf(const AVFrame& frame) {
-  double seconds = lastTime_ + av_q2d(av_inv_q(fileRate_));
-  if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
-    const double stamp = static_cast<double>(frame.best_effort_timestamp) *
-                         av_q2d(format_->streams[stream_]->time_base);
-    if (!origin_) origin_ = stamp;
-    seconds = stamp - *origin_;
-  } else if (!origin_) {
-    origin_ = seconds = 0;
+// Time of the decoded picture since the first; one without a stamp follows the one before it.
+double FileSource::secondsOfDecoded() {
+  const std::int64_t stamp = decoded_->best_effort_timestamp;
+  if (stamp == AV_NOPTS_VALUE) {
+    if (origin_) return lastTime_ + av_q2d(av_inv_q(fileRate_));
+    origin_ = 0;
+    return 0;
   }
-  lastTime_ = seconds;
-  return seconds;
+  const double seconds = static_cast<double>(stamp) * av_q2d(format_->streams[stream_]->time_base);
+  if (!origin_) origin_ = seconds;
+  return seconds - *origin_;
 }
 
-void FileSource::advance() {
-  av_frame_unref(current_.get());
-  std::swap(current_, upcoming_);
-  currentTime_ = upcomingTime_;
-  hasUpcoming_ = decode(*upcoming_);
-  if (hasUpcoming_) upcomingTime_ = secondsOf(*upcoming_);
+void FileSource::pushDecoded() {
+  lastTime_ = secondsOfDecoded();
+  decoded_->pts = stampOf(lastTime_ - tolerance_);
+  if (decoded_->colorspace == AVCOL_SPC_UNSPECIFIED) {
+    decoded_->colorspace = matrixForLines(decoded_->height);
+  }
+  if (av_buffersrc_add_frame(into_, decoded_.get()) < 0) fail("its pictures can't be scaled");
 }
 
 AVFrame* FileSource::next() {
-  const double period = av_q2d(av_inv_q(rate_));
-  const double filePeriod = av_q2d(av_inv_q(fileRate_));
-  const double now = static_cast<double>(count_) * period;
-  // The stamps of a steady file are rounded.
-  const double tolerance = std::min(period, filePeriod) / 2;
-  if (count_ == 0) advance();
-  while (hasUpcoming_ && upcomingTime_ <= now + tolerance) advance();
-  if (!hasUpcoming_ && now >= currentTime_ + filePeriod - tolerance) return nullptr;
-  ++count_;
-  scale(*current_);
-  return picture_.get();
-}
-
-void FileSource::rewind() {
-  // Opening anew works for everything that can be opened once, seekable or not.
-  scaler_.reset();
-  scalerFormat_ = -1;
-  codec_.reset();
-  format_.reset();
-  open();
-  origin_.reset();
-  lastTime_ = 0;
-  draining_ = false;
-  count_ = 0;
-  av_frame_unref(upcoming_.get());
-  hasUpcoming_ = decode(*upcoming_);
-  if (!hasUpcoming_) fail("no picture in it can be decoded");
-  upcomingTime_ = secondsOf(*upcoming_);
-}
-
-void FileSource::scale(const AVFrame& from) {
-  bool fullRange = false;
-  const AVPixelFormat format = plainFormat(from, fullRange);
-  const AVColorSpace matrix =
-      from.colorspace == AVCOL_SPC_UNSPECIFIED ? matrixForLines(from.height) : from.colorspace;
-  if (!scaler_ || scalerWidth_ != from.width || scalerHeight_ != from.height ||
-      scalerFormat_ != format || scalerMatrix_ != matrix || scalerFullRange_ != fullRange) {
-    scaler_.reset(sws_getContext(from.width, from.height, format, picture_->width, picture_->height,
-                                 AV_PIX_FMT_YUV420P, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr,
-                                 nullptr, nullptr));
-    if (!scaler_) fail("its pictures can't be scaled");
-    setColours(scaler_.get(), matrix, fullRange, picture_->height);
-    scalerWidth_ = from.width;
-    scalerHeight_ = from.height;
-    scalerFormat_ = format;
-    scalerMatrix_ = matrix;
-    scalerFullRange_ = fullRange;
+  av_frame_unref(picture_.get());
+  while (true) {
+    const int result = av_buffersink_get_frame(outOf_, picture_.get());
+    if (result >= 0) return picture_.get();
+    if (result == AVERROR_EOF) return nullptr;
+    if (result != AVERROR(EAGAIN)) fail("its pictures can't be scaled");
+    if (decode()) {
+      pushDecoded();
+    } else {
+      const double end = lastTime_ + av_q2d(av_inv_q(fileRate_));
+      av_buffersrc_close(into_, stampOf(end - tolerance_), 0);
+    }
   }
-  if (av_frame_make_writable(picture_.get()) < 0) throw std::bad_alloc();
-  sws_scale(scaler_.get(), from.data, from.linesize, 0, from.height, picture_->data,
-            picture_->linesize);
 }
 
 }  // namespace quorvid::sim

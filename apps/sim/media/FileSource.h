@@ -8,7 +8,7 @@
 
 namespace quorvid::sim {
 
-// The pictures of a media file, scaled to one size and re-timed to one rate.
+// The pictures of a media file, scaled to one size and re-timed to one rate by a filter graph.
 class FileSource final : public PictureSource {
  public:
   // Opens the file and decodes its first picture, so that an unusable file shows at once.
@@ -19,40 +19,38 @@ class FileSource final : public PictureSource {
              const std::atomic<bool>& stop);
 
   AVFrame* next() override;
+  // Opens the file anew, which works for everything that can be opened once, seekable or not.
   void rewind() override;
-  AVRational rate() const override { return rate_; }
+  AVRational rate() const override { return wantedRate_.value_or(fileRate_); }
 
  private:
+  [[noreturn]] void fail(const std::string& what) const;
   void open();
   void openDecoder(const AVStream& stream, const AVCodec* codec);
-  [[noreturn]] void fail(const std::string& what) const;
-  bool decode(AVFrame& into);
+  void openGraph();
   bool feedDecoder();
-  void advance();
-  double secondsOf(const AVFrame& frame);
-  void scale(const AVFrame& from);
+  bool decode();
+  double secondsOfDecoded();
+  void pushDecoded();
 
   const std::string path_;
+  const int width_, height_;
+  const std::optional<AVRational> wantedRate_;
   const std::atomic<bool>& stop_;
   FormatPtr format_;
   CodecPtr codec_;
+  GraphPtr graph_;
+  AVFilterContext* into_ = nullptr;  // the graph's two ends
+  AVFilterContext* outOf_ = nullptr;
   int stream_ = -1;
-  PacketPtr packet_;
-  AVRational fileRate_{25, 1};
-  AVRational rate_{25, 1};
-  // The picture on show and the one after it, with their times since the first.
-  FramePtr current_, upcoming_;
-  bool hasUpcoming_ = false;
-  double currentTime_ = 0, upcomingTime_ = 0;
-  std::optional<double> origin_;
-  double lastTime_ = 0;
   bool draining_ = false;
-  std::int64_t count_ = 0;
+  AVRational fileRate_{25, 1};
+  double tolerance_ = 0;          // half the shorter period
+  std::optional<double> origin_;  // time stamp of the first picture
+  double lastTime_ = 0;           // of the last decoded picture, since the first
+  PacketPtr packet_;
+  FramePtr decoded_;
   FramePtr picture_;
-  ScalerPtr scaler_;
-  int scalerWidth_ = 0, scalerHeight_ = 0, scalerFormat_ = -1;
-  AVColorSpace scalerMatrix_ = AVCOL_SPC_UNSPECIFIED;
-  bool scalerFullRange_ = false;
 };
 
 }  // namespace quorvid::sim

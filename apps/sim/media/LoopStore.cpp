@@ -1,12 +1,13 @@
 #include "sim/media/LoopStore.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
 #include "sim/Error.h"
 #include "sim/media/DrawnSource.h"
 #include "sim/media/FileSource.h"
-#include "sim/net/Connection.h"
 
 namespace quorvid::sim {
 namespace {
@@ -15,6 +16,9 @@ namespace {
 // nothing.
 constexpr std::ptrdiff_t kEncoders = 8;
 constexpr std::size_t kLoops = 256;
+
+constexpr double kDrawnSeconds = 4;
+constexpr double kFileSeconds = 10;
 
 // Encodes one picture, so that a size that can't be sent is refused at the start.
 void tryEncoder(EncoderSettings settings) {
@@ -26,7 +30,7 @@ void tryEncoder(EncoderSettings settings) {
   try {
     Encoder(settings).encode(*picture);
   } catch (const SimError& error) {
-    throw UsageError(std::string("--size: ") + error.what());
+    throw UsageError(fmt::format("--size: {}", error.what()));
   }
 }
 
@@ -34,14 +38,15 @@ void tryEncoder(EncoderSettings settings) {
 
 LoopStore::LoopStore(const Options& options)
     : options_(options), settings_(options.encoder), slots_(kEncoders) {
+  settings_.rate = options.rate.value_or(settings_.rate);
   std::unique_ptr<PictureSource> file;
   if (!options.input.empty()) {
     file = openSource({});
     settings_.rate = file->rate();
   }
   tryEncoder(settings_);
-  frames_ = static_cast<std::size_t>(
-      std::max(1L, std::lround(options.loopSeconds * av_q2d(settings_.rate))));
+  const double seconds = options.loopSeconds.value_or(file ? kFileSeconds : kDrawnSeconds);
+  frames_ = static_cast<std::size_t>(std::max(1L, std::lround(seconds * av_q2d(settings_.rate))));
   if (file) {
     Entry& entry = entries_[{}];
     entry.loop = std::make_shared<MediaLoop>(settings_, frames_);
@@ -62,8 +67,7 @@ std::unique_ptr<PictureSource> LoopStore::openSource(const Key& key) {
   const int width = settings_.width;
   const int height = settings_.height;
   if (!options_.input.empty()) {
-    const auto rate = options_.rateGiven ? std::optional(settings_.rate) : std::nullopt;
-    return std::make_unique<FileSource>(options_.input, width, height, rate, stop_);
+    return std::make_unique<FileSource>(options_.input, width, height, options_.rate, stop_);
   }
   return std::make_unique<DrawnSource>(width, height, settings_.rate, frames_,
                                        SceneLabels{key.first, key.second});
@@ -99,8 +103,9 @@ void LoopStore::makeRoom() {
   auto oldest = entries_.end();
   for (auto it = entries_.begin(); it != entries_.end(); ++it) {
     const bool idle = it->second.loop.use_count() == 1;
-    if (idle && (oldest == entries_.end() || it->second.lastUse < oldest->second.lastUse))
+    if (idle && (oldest == entries_.end() || it->second.lastUse < oldest->second.lastUse)) {
       oldest = it;
+    }
   }
   if (oldest == entries_.end()) return;
   oldest->second.encoding.join();

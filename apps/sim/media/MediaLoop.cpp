@@ -1,10 +1,8 @@
 #include "sim/media/MediaLoop.h"
 
-#include <cmath>
-#include <string>
+#include <fmt/format.h>
 
 #include "sim/Error.h"
-#include "sim/media/AccessUnit.h"
 
 namespace quorvid::sim {
 namespace {
@@ -20,8 +18,8 @@ void MediaLoop::encode(PictureSource& source, const std::atomic<bool>& stop) {
     while (!encodeOnce(source, settings, stop)) {
       settings.bitrate /= 2;
       if (settings.bitrate < kLowestBitrate) {
-        throw SimError("a frame is larger than " + std::to_string(kMaxFrameBytes) +
-                       " bytes even at the lowest bit rate");
+        throw SimError(fmt::format("a frame is larger than {} bytes even at the lowest bit rate",
+                                   kMaxFrameBytes));
       }
       startAnew();
       source.rewind();
@@ -80,11 +78,6 @@ std::string MediaLoop::failure() const {
   return failure_;
 }
 
-std::uint32_t MediaLoop::timeMs(std::size_t index) const {
-  return static_cast<std::uint32_t>(
-      std::lround(static_cast<double>(index) * 1000 * settings_.rate.den / settings_.rate.num));
-}
-
 std::shared_ptr<const EncodedFrame> LoopCursor::next() {
   MediaLoop::Look look = loop_->look(position_);
   if (look.generation != generation_) {
@@ -92,10 +85,7 @@ std::shared_ptr<const EncodedFrame> LoopCursor::next() {
     position_ = 0;
     look = loop_->look(position_);
   }
-  if (look.frame) {
-    index_ = look.index;
-    position_ = look.index + 1;
-  }
+  if (look.frame) position_ = look.index + 1;
   return std::move(look.frame);
 }
 

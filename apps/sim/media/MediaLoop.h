@@ -37,8 +37,6 @@ class MediaLoop {
   // Why there will be no more frames; empty while all is well.
   std::string failure() const;
   AVRational rate() const { return settings_.rate; }
-  // Time of a frame in the loop.
-  std::uint32_t timeMs(std::size_t index) const;
 
  private:
   bool encodeOnce(PictureSource& source, const EncoderSettings& settings,
@@ -48,8 +46,8 @@ class MediaLoop {
 
   const EncoderSettings settings_;
   const std::size_t maxFrames_;
-  mutable std::mutex
-      mutex_;  // guards all below: the encoding thread writes, the network thread reads
+  // Guards all below: the encoding thread writes, the network thread reads.
+  mutable std::mutex mutex_;
   std::vector<std::shared_ptr<const EncodedFrame>> frames_;
   bool complete_ = false;
   unsigned generation_ = 0;
@@ -63,15 +61,12 @@ class LoopCursor {
 
   // The frame at the cursor, which moves on; null while it is not there yet.
   std::shared_ptr<const EncodedFrame> next();
-  // Index in the loop of the frame that next() gave last.
-  std::size_t index() const { return index_; }
   void moveTo(std::size_t position) { position_ = position; }
   const MediaLoop& loop() const { return *loop_; }
 
  private:
   std::shared_ptr<const MediaLoop> loop_;
   std::size_t position_ = 0;
-  std::size_t index_ = 0;
   unsigned generation_ = 0;
 };
 

@@ -2,7 +2,6 @@
 #include <cmath>
 
 #include "sim/media/Scene.h"
-#include "sim/media/ScenePaint.h"
 
 namespace quorvid::sim {
 namespace {

@@ -2,7 +2,6 @@
 #include <cmath>
 
 #include "sim/media/Scene.h"
-#include "sim/media/ScenePaint.h"
 
 namespace quorvid::sim {
 namespace {
@@ -52,14 +51,14 @@ Paint hazed(const Paint& paint, double ahead) {
 // A stripe of the ground between two sides, from one distance to another.
 void fillStripe(cairo_t* cairo, const View& view, double left, double right, double from,
                 double to) {
-  constexpr int steps = 8;
+  constexpr int kSteps = 8;
   const double ratio = to / from;
-  for (int i = 0; i <= steps; ++i) {
-    const double ahead = from * std::pow(ratio, i / double{steps});
+  for (int i = 0; i <= kSteps; ++i) {
+    const double ahead = from * std::pow(ratio, i / double{kSteps});
     cairo_line_to(cairo, view.x(left, ahead), view.y(ahead));
   }
-  for (int i = steps; i >= 0; --i) {
-    const double ahead = from * std::pow(ratio, i / double{steps});
+  for (int i = kSteps; i >= 0; --i) {
+    const double ahead = from * std::pow(ratio, i / double{kSteps});
     cairo_line_to(cairo, view.x(right, ahead), view.y(ahead));
   }
   cairo_close_path(cairo);

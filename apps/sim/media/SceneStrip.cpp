@@ -1,10 +1,9 @@
-#include <array>
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "sim/media/Scene.h"
-#include "sim/media/SceneCode.h"
-#include "sim/media/ScenePaint.h"
 
 namespace quorvid::sim {
 namespace {
@@ -17,10 +16,14 @@ struct Pen {
   Paint paint{1, 1, 1};
 };
 
-void write(cairo_t* cairo, double x, double y, const std::string& text, const Pen& pen) {
+void select(cairo_t* cairo, const Pen& pen) {
   cairo_select_font_face(cairo, kFont, CAIRO_FONT_SLANT_NORMAL,
                          pen.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
   cairo_set_font_size(cairo, pen.size);
+}
+
+void write(cairo_t* cairo, double x, double y, const std::string& text, const Pen& pen) {
+  select(cairo, pen);
   setPaint(cairo, pen.paint);
   cairo_move_to(cairo, x, y);
   cairo_show_text(cairo, text.c_str());
@@ -29,9 +32,7 @@ void write(cairo_t* cairo, double x, double y, const std::string& text, const Pe
 }
 
 double textWidth(cairo_t* cairo, const std::string& text, const Pen& pen) {
-  cairo_select_font_face(cairo, kFont, CAIRO_FONT_SLANT_NORMAL,
-                         pen.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-  cairo_set_font_size(cairo, pen.size);
+  select(cairo, pen);
   cairo_text_extents_t extents;
   cairo_text_extents(cairo, text.c_str(), &extents);
   return extents.x_advance;
@@ -43,11 +44,8 @@ void plate(cairo_t* cairo, double x, double y, double width, double height) {
 }
 
 std::string clockText(double seconds) {
-  std::array<char, 32> text{};
   const long ms = std::lround(seconds * 1000);
-  std::snprintf(text.data(), text.size(), "%02ld:%02ld.%03ld", ms / 60000, ms / 1000 % 60,
-                ms % 1000);
-  return text.data();
+  return fmt::format("{:02}:{:02}.{:03}", ms / 60000, ms / 1000 % 60, ms % 1000);
 }
 
 // Device and channel at the top left, the clock and a red dot that blinks at the top right.
@@ -60,7 +58,7 @@ void drawLabels(cairo_t* cairo, double width, const SceneLabels& labels,
   write(cairo, width - wide + 20, 30, clock, pen);
 
   // A long name is written smaller, so that it leaves the clock free.
-  const std::string name = labels.device + "  CH " + std::to_string(labels.channel);
+  const std::string name = fmt::format("{}  CH {}", labels.device, labels.channel);
   const double room = width - wide - 60;
   const Pen fitting{.size = pen.size * std::min(1.0, room / textWidth(cairo, name, pen)),
                     .bold = true};
@@ -74,24 +72,23 @@ void drawLabels(cairo_t* cairo, double width, const SceneLabels& labels,
 
 // The eight colour bars at 75 %.
 void drawBars(cairo_t* cairo, double cellWidth, double cellHeight) {
-  constexpr double full = .75;
-  constexpr std::array<Paint, 8> bars{{{full, full, full},
-                                       {full, full, 0},
-                                       {0, full, full},
-                                       {0, full, 0},
-                                       {full, 0, full},
-                                       {full, 0, 0},
-                                       {0, 0, full},
-                                       {0, 0, 0}}};
-  for (std::size_t i = 0; i < bars.size(); ++i) {
-    setPaint(cairo, bars[i]);
+  constexpr double kFull = .75;
+  constexpr std::array<Paint, 8> kBars{{{kFull, kFull, kFull},
+                                        {kFull, kFull, 0},
+                                        {0, kFull, kFull},
+                                        {0, kFull, 0},
+                                        {kFull, 0, kFull},
+                                        {kFull, 0, 0},
+                                        {0, 0, kFull},
+                                        {0, 0, 0}}};
+  for (std::size_t i = 0; i < kBars.size(); ++i) {
+    setPaint(cairo, kBars[i]);
     fillBox(cairo, (1 + 1.5 * static_cast<double>(i)) * cellWidth, kCodeTop * cellHeight,
             1.5 * cellWidth, kCodeRows * cellHeight);
   }
 }
 
-void drawCode(cairo_t* cairo, double cellWidth, double cellHeight, const SceneCode& code) {
-  const CodeCells cells = codeCells(code);
+void drawCode(cairo_t* cairo, double cellWidth, double cellHeight, const CodeCells& cells) {
   cairo_set_antialias(cairo, CAIRO_ANTIALIAS_NONE);
   setPaint(cairo, {0, 0, 0});
   fillBox(cairo, kCodeLeft * cellWidth, kCodeTop * cellHeight, kCodeColumns * cellWidth,
@@ -107,22 +104,40 @@ void drawCode(cairo_t* cairo, double cellWidth, double cellHeight, const SceneCo
   cairo_set_antialias(cairo, CAIRO_ANTIALIAS_DEFAULT);
 }
 
+std::uint16_t crc16(std::uint64_t sixBytes) {
+  std::uint32_t crc = 0xffff;
+  for (int bit = 47; bit >= 0; --bit) {
+    const bool in = (sixBytes >> bit & 1) != 0;
+    const bool out = (crc & 0x8000) != 0;
+    crc = crc << 1 & 0xffff;
+    if (in != out) crc ^= 0x1021;
+  }
+  return static_cast<std::uint16_t>(crc);
+}
+
 void drawCounter(cairo_t* cairo, double cellWidth, const SceneMoment& moment) {
-  std::array<char, 16> text{};
-  std::snprintf(text.data(), text.size(), "%05u", unsigned{moment.counter});
+  const std::string text = fmt::format("{:05}", moment.counter);
   const double left = 14 * cellWidth;
   const double room = 8 * cellWidth;
   // Narrow pictures have less room between bars and code.
-  const double size = room / textWidth(cairo, text.data(), {.size = 100, .bold = true}) * 100;
+  const double size = room / textWidth(cairo, text, {.size = 100, .bold = true}) * 100;
   const Pen digits{.size = std::min(size, 44.0), .bold = true};
-  const double used = textWidth(cairo, text.data(), digits);
-  write(cairo, left + (room - used) / 2, 450, text.data(), digits);
+  const double used = textWidth(cairo, text, digits);
+  write(cairo, left + (room - used) / 2, 450, text, digits);
   const Pen small{.size = digits.size * .36, .paint = {.72, .75, .78}};
   const double label = textWidth(cairo, "PICTURE", small);
   write(cairo, left + (room - label) / 2, 470, "PICTURE", small);
 }
 
 }  // namespace
+
+CodeCells codeCells(std::uint16_t counter, std::uint32_t timeMs) {
+  const std::uint64_t data = static_cast<std::uint64_t>(counter) << 32 | timeMs;
+  const std::uint64_t bits = data << 16 | crc16(data);
+  CodeCells cells{};
+  for (std::size_t i = 0; i < cells.size(); ++i) cells[i] = (bits >> (63 - i) & 1) != 0;
+  return cells;
+}
 
 void drawStrip(cairo_t* cairo, double width, const SceneLabels& labels, const SceneMoment& moment) {
   const double cellWidth = width / kGridColumns;
@@ -131,8 +146,9 @@ void drawStrip(cairo_t* cairo, double width, const SceneLabels& labels, const Sc
   fillBox(cairo, 0, (kCodeTop - .5) * cellHeight, width, kSceneHeight);
   drawBars(cairo, cellWidth, cellHeight);
   drawCounter(cairo, cellWidth, moment);
-  drawCode(cairo, cellWidth, cellHeight,
-           {moment.counter, static_cast<std::uint32_t>(std::lround(moment.seconds * 1000))});
+  drawCode(
+      cairo, cellWidth, cellHeight,
+      codeCells(moment.counter, static_cast<std::uint32_t>(std::lround(moment.seconds * 1000))));
   drawLabels(cairo, width, labels, moment);
 }
 

@@ -1,5 +1,7 @@
 #include "sim/net/Connection.h"
 
+#include <fmt/format.h>
+
 #include <asio/read.hpp>
 #include <iostream>
 
@@ -16,21 +18,21 @@ constexpr int kSendBuffer = 128 * 1024;
 }  // namespace
 
 void logLine(const std::string& text) {
-  std::cerr << "quorvid-sim: " + text + "\n" << std::flush;
+  std::cerr << fmt::format("quorvid-sim: {}\n", text) << std::flush;
 }
 
 Connection::Connection(tcp::socket socket, const Options& options, Service service, unsigned number)
     : options_(options),
       service_(service),
       number_(number),
-      faults_(options, service, number),
+      faults_(options.faults, service, number),
       socket_(std::make_shared<tcp::socket>(std::move(socket))),
       deadline_(socket_->get_executor()) {}
 
 void Connection::prepareSocket() {
   std::error_code error;
   const tcp::endpoint peer = socket_->remote_endpoint(error);
-  if (!error) peer_ = peer.address().to_string() + ":" + std::to_string(peer.port());
+  if (!error) peer_ = fmt::format("{}:{}", peer.address().to_string(), peer.port());
   socket_->set_option(tcp::no_delay(true), error);
   socket_->set_option(asio::socket_base::send_buffer_size(kSendBuffer), error);
 }
@@ -45,7 +47,7 @@ void Connection::makeOutlet() {
     const auto self = here.lock();
     if (!self || self->ended_) return;
     self->log("gone: " + why);
-    self->end(CloseStyle::reset);
+    self->end(CloseStyle::Reset);
   };
   events.cut = [here](CloseStyle style) {
     if (const auto self = here.lock()) self->end(style);
@@ -56,7 +58,7 @@ void Connection::makeOutlet() {
 void Connection::start() {
   prepareSocket();
   makeOutlet();
-  request_.resize(requestBytes());
+  request_.resize(requestBytes(service_));
   deadline_.expires_after(kRequestTime);
   deadline_.async_wait([self = shared_from_this()](std::error_code error) {
     if (error || self->ended_) return;
@@ -73,26 +75,34 @@ void Connection::readRequest() {
         if (self->ended_) return;
         self->deadline_.cancel();
         if (error) {
-          return self->refuse("a request of " + std::to_string(count) + " bytes instead of " +
-                              std::to_string(self->request_.size()) + " (" + error.message() + ")");
+          return self->refuse(fmt::format("a request of {} bytes instead of {} ({})", count,
+                                          self->request_.size(), error.message()));
         }
         self->watch();
-        self->answer(self->request_);
+        self->takeRequest();
       });
+}
+
+void Connection::takeRequest() {
+  try {
+    answer(parseRequest(service_, request_));
+  } catch (const Refusal& refusal) {
+    refuse(refusal.what());
+  }
 }
 
 // Clients say nothing after their request: reading shows when they leave.
 void Connection::watch() {
-  socket_->async_read_some(
-      asio::buffer(rest_), [self = shared_from_this()](std::error_code error, std::size_t count) {
-        if (self->ended_) return;
-        if (!error) {
-          self->log(std::to_string(count) + " bytes after the request: ignored");
-          return self->watch();
-        }
-        if (!self->endWhenSent_) self->log("left (" + error.message() + ")");
-        self->end(self->options_.close);
-      });
+  socket_->async_read_some(asio::buffer(rest_),
+                           [self = shared_from_this()](std::error_code error, std::size_t count) {
+                             if (self->ended_) return;
+                             if (!error) {
+                               self->log(fmt::format("{} bytes after the request: ignored", count));
+                               return self->watch();
+                             }
+                             if (!self->endWhenSent_) self->log("left (" + error.message() + ")");
+                             self->end(self->options_.close);
+                           });
 }
 
 void Connection::refuse(const std::string& reason) {
@@ -107,13 +117,13 @@ void Connection::endWhenSent() {
 
 void Connection::sent() {
   if (!endWhenSent_ || ended_) return;
-  if (options_.close == CloseStyle::reset) return end(CloseStyle::reset);
+  if (options_.close == CloseStyle::Reset) return end(CloseStyle::Reset);
   // The client closes in its turn, which watch() notices; one that doesn't is not waited for long.
   std::error_code error;
   socket_->shutdown(tcp::socket::shutdown_send, error);
   deadline_.expires_after(kFarewellTime);
   deadline_.async_wait([self = shared_from_this()](std::error_code cancelled) {
-    if (!cancelled) self->end(CloseStyle::order);
+    if (!cancelled) self->end(CloseStyle::Order);
   });
 }
 
@@ -124,7 +134,7 @@ void Connection::end(CloseStyle style) {
   if (outlet_) outlet_->stop();
   deadline_.cancel();
   std::error_code error;
-  if (style == CloseStyle::reset) {
+  if (style == CloseStyle::Reset) {
     socket_->set_option(asio::socket_base::linger(true, 0), error);
   } else {
     socket_->shutdown(tcp::socket::shutdown_both, error);
@@ -133,8 +143,7 @@ void Connection::end(CloseStyle style) {
 }
 
 void Connection::log(const std::string& text) const {
-  logLine(std::string(nameOf(service_)) + " #" + std::to_string(number_) + " " + peer_ + ": " +
-          text);
+  logLine(fmt::format("{} #{} {}: {}", nameOf(service_), number_, peer_, text));
 }
 
 }  // namespace quorvid::sim

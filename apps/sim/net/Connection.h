@@ -6,8 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "sim/net/ConnectionFaults.h"
+#include "sim/Options.h"
 #include "sim/net/Outlet.h"
+#include "sim/wire/Request.h"
 
 namespace quorvid::sim {
 
@@ -26,14 +27,13 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
   void start();
   // Ends the connection at once; what the operating system has taken still goes out with
-  // CloseStyle::order.
+  // CloseStyle::Order.
   void end(CloseStyle style);
   bool ended() const { return ended_; }
 
  protected:
-  virtual std::size_t requestBytes() const = 0;
-  // Called once, with the whole request.
-  virtual void answer(ByteView request) = 0;
+  // Called once, with what the request says.
+  virtual void answer(const Order& order) = 0;
   // Called once, when the connection is over: cancel what is under way.
   virtual void leave() {}
 
@@ -49,11 +49,14 @@ class Connection : public std::enable_shared_from_this<Connection> {
   const Options& options() const { return options_; }
   ConnectionFaults& faults() { return faults_; }
   asio::ip::tcp::socket& socket() { return *socket_; }
+  Service service() const { return service_; }
+  unsigned number() const { return number_; }
 
  private:
   void prepareSocket();
   void makeOutlet();
   void readRequest();
+  void takeRequest();
   void watch();
   void sent();
   void endStyle() { end(options_.close); }

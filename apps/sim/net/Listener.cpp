@@ -1,6 +1,6 @@
 #include "sim/net/Listener.h"
 
-#include <algorithm>
+#include <fmt/format.h>
 
 #include "sim/Error.h"
 
@@ -16,7 +16,7 @@ Listener::Listener(asio::io_context& context, const Options& options, Service se
       acceptor_(context),
       timer_(context) {
   open(port);
-  const auto refused = options.faults.find(service, FaultKind::refuse);
+  const auto refused = options.faults.find(service, FaultKind::Refuse);
   if (!refused) {
     listen();
     return;
@@ -31,14 +31,16 @@ Listener::Listener(asio::io_context& context, const Options& options, Service se
 void Listener::open(int port) {
   std::error_code error;
   const auto address = asio::ip::make_address_v4(options_.bind, error);
-  if (error) throw UsageError("--bind: '" + options_.bind + "' is not an IPv4 address");
+  if (error) {
+    throw UsageError(fmt::format("--bind: '{}' is not an IPv4 address", options_.bind));
+  }
   const tcp::endpoint endpoint(address, static_cast<asio::ip::port_type>(port));
   acceptor_.open(endpoint.protocol(), error);
   if (!error) acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
   if (!error) acceptor_.bind(endpoint, error);
   if (error) {
-    throw SimError("the " + std::string(nameOf(service_)) + " port " + options_.bind + ":" +
-                   std::to_string(port) + " can't be had: " + error.message());
+    throw SimError(fmt::format("the {} port {}:{} can't be had: {}", nameOf(service_),
+                               options_.bind, port, error.message()));
   }
   port_ = acceptor_.local_endpoint().port();
 }
@@ -47,8 +49,8 @@ void Listener::listen() {
   std::error_code error;
   acceptor_.listen(asio::socket_base::max_listen_connections, error);
   if (error) {
-    throw SimError("the " + std::string(nameOf(service_)) + " port " + options_.bind + ":" +
-                   std::to_string(port_) + " can't be listened on: " + error.message());
+    throw SimError(fmt::format("the {} port {}:{} can't be listened on: {}", nameOf(service_),
+                               options_.bind, port_, error.message()));
   }
   accept();
 }
@@ -61,7 +63,7 @@ void Listener::accept() {
       return accept();
     }
     // Out of descriptors, most likely: some clients leave sooner or later.
-    logLine(std::string(nameOf(service_)) + ": can't take a client in: " + error.message());
+    logLine(fmt::format("{}: can't take a client in: {}", nameOf(service_), error.message()));
     timer_.expires_after(std::chrono::milliseconds(200));
     timer_.async_wait([this](std::error_code cancelled) {
       if (!cancelled) accept();
@@ -70,9 +72,7 @@ void Listener::accept() {
 }
 
 void Listener::welcome(tcp::socket socket) {
-  const auto over = [](const std::weak_ptr<Connection>& here) { return here.expired(); };
-  connections_.erase(std::remove_if(connections_.begin(), connections_.end(), over),
-                     connections_.end());
+  std::erase_if(connections_, [](const auto& here) { return here.expired(); });
   const auto connection = factory_(std::move(socket), ++count_);
   connections_.push_back(connection);
   connection->start();

@@ -7,8 +7,8 @@ namespace quorvid::sim {
 Outlet::Outlet(std::shared_ptr<asio::ip::tcp::socket> socket, const ConnectionFaults& faults,
                Events events)
     : socket_(std::move(socket)), timer_(socket_->get_executor()), events_(std::move(events)) {
-  if (const auto ms = faults.find(FaultKind::delay)) firstPause_ = std::chrono::milliseconds(*ms);
-  if (const auto us = faults.find(FaultKind::oneByte)) bytePause_ = std::chrono::microseconds(*us);
+  if (const auto ms = faults.find(FaultKind::Delay)) firstPause_ = std::chrono::milliseconds(*ms);
+  if (const auto us = faults.find(FaultKind::OneByte)) bytePause_ = std::chrono::microseconds(*us);
   setCut(faults);
 }
 
@@ -18,8 +18,8 @@ void Outlet::setCut(const ConnectionFaults& faults) {
     std::optional<CloseStyle> style;
   };
   for (const Cut& cut :
-       {Cut{FaultKind::stall, std::nullopt}, Cut{FaultKind::close, CloseStyle::order},
-        Cut{FaultKind::reset, CloseStyle::reset}, Cut{FaultKind::shortHeader, CloseStyle::order}}) {
+       {Cut{FaultKind::Stall, std::nullopt}, Cut{FaultKind::Close, CloseStyle::Order},
+        Cut{FaultKind::Reset, CloseStyle::Reset}, Cut{FaultKind::ShortHeader, CloseStyle::Order}}) {
     const auto count = faults.find(cut.kind);
     if (!count || (cutAt_ && *cutAt_ <= static_cast<std::size_t>(*count))) continue;
     cutAt_ = static_cast<std::size_t>(*count);

@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "sim/net/ConnectionFaults.h"
+#include "sim/Options.h"
 
 namespace quorvid::sim {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "sim/net/Connection.h"
-#include "sim/wire/QueryWire.h"
+#include "sim/wire/Reply.h"
 
 namespace quorvid::sim {
 
@@ -11,22 +11,14 @@ class QueryConnection final : public Connection {
   // @param carPort where the relay lookup sends clients
   QueryConnection(asio::ip::tcp::socket from, const Options& options, Service service,
                   unsigned number, int carPort)
-      : Connection(std::move(from), options, service, number),
-        service_(service),
-        number_(number),
-        carPort_(carPort) {}
+      : Connection(std::move(from), options, service, number), carPort_(carPort) {}
 
  protected:
-  std::size_t requestBytes() const override { return kQueryRequestBytes; }
-  void answer(ByteView request) override;
+  void answer(const Order& order) override;
 
  private:
-  void answerList(ByteView request);
-  void answerRelay(ByteView request);
-  void reply(Reply reply);
+  Reply replyTo(const Order& order);
 
-  const Service service_;
-  const unsigned number_;
   const int carPort_;
 };
 

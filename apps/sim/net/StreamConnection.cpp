@@ -1,5 +1,7 @@
 #include "sim/net/StreamConnection.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -19,49 +21,45 @@ StreamConnection::StreamConnection(asio::ip::tcp::socket from, const Options& op
                                    Service service, unsigned number, LoopStore& loops)
     : Connection(std::move(from), options, service, number),
       loops_(loops),
-      dialect_(service == Service::fleet ? makeFleetDialect(faults()) : makeCarDialect(faults())),
+      writer_(service, faults()),
       pace_(socket().get_executor()),
       limit_(socket().get_executor()) {}
 
-void StreamConnection::answer(ByteView request) {
-  const auto parsed = dialect_->parse(request);
-  if (const auto* refusal = std::get_if<Refusal>(&parsed)) return refuse(refusal->reason);
-  const auto& order = std::get<StreamOrder>(parsed);
-  std::string reason;
-  if (!serves(order, reason)) {
+void StreamConnection::answer(const Order& order) {
+  const std::string reason = notServed(order);
+  if (!reason.empty()) {
     log("refused: " + reason);
-    send(dialect_->opening(1));
+    send(writer_.opening(1));
     return endWhenSent();
   }
-  if (const auto count = faults().find(FaultKind::random)) {
+  if (const auto count = faults().find(FaultKind::Random)) {
     log("random bytes instead of a stream");
     send(faults().randomBytes(static_cast<std::size_t>(*count)));
     return endWhenSent();
   }
-  if (const auto status = faults().find(FaultKind::answer)) {
-    log("answered with status " + std::to_string(*status));
-    send(dialect_->opening(static_cast<std::int32_t>(*status)));
+  if (const auto status = faults().find(FaultKind::Answer)) {
+    log(fmt::format("answered with status {}", *status));
+    send(writer_.opening(static_cast<std::int32_t>(*status)));
     return endWhenSent();
   }
   play(order);
 }
 
-bool StreamConnection::serves(const StreamOrder& order, std::string& reason) const {
+std::string StreamConnection::notServed(const Order& order) const {
   const auto& devices = options().devices;
   if (options().onlyTheseDevices &&
       std::find(devices.begin(), devices.end(), order.device) == devices.end()) {
-    reason = "device '" + order.device + "' is not served";
-  } else if (order.channel >= options().channels) {
-    reason = "channel " + std::to_string(order.channel) + " is not served";
+    return fmt::format("device '{}' is not served", order.device);
   }
-  return reason.empty();
+  if (order.channel < options().channels) return {};
+  return fmt::format("channel {} is not served", order.channel);
 }
 
-void StreamConnection::play(const StreamOrder& order) {
-  log("device '" + order.device + "' channel " + std::to_string(order.channel));
+void StreamConnection::play(const Order& order) {
+  log(fmt::format("device '{}' channel {}", order.device, order.channel));
   cursor_.emplace(loops_.loopFor(order.device, order.channel));
-  send(dialect_->opening(0));
-  burst_ = static_cast<int>(std::max<std::int64_t>(1, faults().find(FaultKind::burst).value_or(1)));
+  send(writer_.opening(0));
+  burst_ = static_cast<int>(std::max<std::int64_t>(1, faults().find(FaultKind::Burst).value_or(1)));
   maxWaiting_ = static_cast<std::size_t>(std::max(5.0, av_q2d(cursor_->loop().rate())) *
                                          (1 + options().audio)) +
                 static_cast<std::size_t>(2 * burst_);
@@ -133,34 +131,32 @@ void StreamConnection::tick() {
 bool StreamConnection::step() {
   const auto frame = cursor_->next();
   if (!frame) return false;
-  ++number_;
+  ++frameNumber_;
   if (!leftOut(*frame)) deliver(*frame);
   return true;
 }
 
 bool StreamConnection::leftOut(const EncodedFrame& frame) {
   if (skipping_ && frame.key && waiting() == 0) {
-    log("goes on with frame " + std::to_string(number_));
+    log(fmt::format("goes on with frame {}", frameNumber_));
     skipping_ = false;
   }
   if (!skipping_ && waiting() > maxWaiting_) {
-    log("does not keep up: frames are left out from " + std::to_string(number_));
+    log(fmt::format("does not keep up: frames are left out from {}", frameNumber_));
     skipping_ = true;
   }
   const auto gap = static_cast<std::uint32_t>(options().gap);
-  const bool inGap = gap > 0 && number_ % gap == 0 && !frame.key;
+  const bool inGap = gap > 0 && frameNumber_ % gap == 0 && !frame.key;
   return skipping_ || inGap;
 }
 
 void StreamConnection::deliver(const EncodedFrame& frame) {
-  OutgoingFrame out{frame.bytes, frame.key, number_};
-  const auto noise = faults().find(FaultKind::noise);
-  if (noise && *noise > 0 && number_ % *noise == 0)
-    out.payload = faults().randomBytes(frame.bytes.size());
-  send(dialect_->frame(out));
+  const auto noise = faults().find(FaultKind::Noise);
+  const bool noisy = noise && *noise > 0 && frameNumber_ % *noise == 0;
+  const Bytes random = faults().randomBytes(noisy ? frame.bytes.size() : 0);
+  send(writer_.frame({noisy ? random : frame.bytes, frame.key, frameNumber_}));
   if (options().audio) {
-    send(
-        dialect_->sound(static_cast<std::size_t>(8000 * av_q2d(av_inv_q(cursor_->loop().rate())))));
+    send(writer_.sound(static_cast<std::size_t>(8000 * av_q2d(av_inv_q(cursor_->loop().rate())))));
   }
 }
 

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "sim/media/LoopStore.h"
 #include "sim/net/Connection.h"
-#include "sim/wire/StreamDialect.h"
+#include "sim/wire/StreamWriter.h"
 
 namespace quorvid::sim {
 
@@ -16,15 +14,15 @@ class StreamConnection final : public Connection {
                    unsigned number, LoopStore& loops);
 
  protected:
-  std::size_t requestBytes() const override { return dialect_->requestBytes(); }
-  void answer(ByteView request) override;
+  void answer(const Order& order) override;
   void leave() override;
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  bool serves(const StreamOrder& order, std::string& reason) const;
-  void play(const StreamOrder& order);
+  // Why the order is refused; empty when it is served.
+  std::string notServed(const Order& order) const;
+  void play(const Order& order);
   void setLimits();
   bool joinLive();
   void wait();
@@ -35,14 +33,14 @@ class StreamConnection final : public Connection {
   Clock::duration period() const;
 
   LoopStore& loops_;
-  std::unique_ptr<StreamDialect> dialect_;
+  StreamWriter writer_;
   std::optional<LoopCursor> cursor_;
   asio::steady_timer pace_;
   asio::steady_timer limit_;
   Clock::time_point due_;
   int burst_ = 1;
   int burstSent_ = 0;  // of the burst under way, while the encoder is not far enough
-  std::uint32_t number_ = 0;
+  std::uint32_t frameNumber_ = 0;
   std::size_t maxWaiting_ = 0;
   bool joined_ = false;
   bool skipping_ = false;

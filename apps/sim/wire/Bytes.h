@@ -1,10 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -13,24 +12,32 @@ namespace quorvid::sim {
 using Bytes = std::vector<std::uint8_t>;
 using ByteView = std::span<const std::uint8_t>;
 
-// No frame on the wire is larger: it is the size of a client's receive buffer. The simulator knows
-// the wire by itself, so that a mistake in the library shows against it.
+// No frame on the wire is larger: it is the size of a client's receive buffer.
 constexpr std::size_t kMaxFrameBytes = 131072;
 
 // Integers on the wire: 4 bytes, least significant first.
-void appendInt32(Bytes& out, std::int64_t value);
-void putInt32(Bytes& out, std::size_t at, std::int64_t value);
-std::int32_t readInt32(ByteView bytes, std::size_t at);
+inline void putInt32(Bytes& out, std::size_t at, std::int64_t value) {
+  for (std::size_t i = 0; i < 4; ++i) out.at(at + i) = static_cast<std::uint8_t>(value >> (8 * i));
+}
+
+inline void appendZeros(Bytes& out, std::size_t count) {
+  out.resize(out.size() + count, 0);
+}
+
+inline void appendInt32(Bytes& out, std::int64_t value) {
+  appendZeros(out, 4);
+  putInt32(out, out.size() - 4, value);
+}
+
+inline void appendBytes(Bytes& out, ByteView bytes) {
+  out.insert(out.end(), bytes.begin(), bytes.end());
+}
 
 // A text of at most `width` bytes, then zeros up to `width`. A longer text is cut.
-void appendText(Bytes& out, std::string_view text, std::size_t width);
-void appendZeros(Bytes& out, std::size_t count);
-
-// The text of a fixed-width field: printable characters, one NUL, and zeros up to the field's end.
-// Nothing when the field is not of this form.
-std::optional<std::string> readText(ByteView field);
-
-bool allZero(ByteView bytes);
-bool startsWith(ByteView bytes, std::string_view text);
+inline void appendText(Bytes& out, std::string_view text, std::size_t width) {
+  text = text.substr(0, width);
+  out.insert(out.end(), text.begin(), text.end());
+  appendZeros(out, width - text.size());
+}
 
 }  // namespace quorvid::sim

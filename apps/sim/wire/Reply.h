@@ -1,26 +1,14 @@
 #pragma once
 
 #include <array>
-#include <string>
-#include <variant>
 
-#include "sim/net/ConnectionFaults.h"
-#include "sim/wire/StreamDialect.h"
+#include "sim/Options.h"
+#include "sim/wire/Bytes.h"
 
 namespace quorvid::sim {
 
-constexpr std::size_t kQueryRequestBytes = 500;
-constexpr std::size_t kReplyHeaderBytes = 124;
-constexpr std::size_t kRecordBytes = 280;
-
-struct ListOrder {
-  std::string account;
-};
-
-std::variant<ListOrder, Refusal> parseListRequest(ByteView request);
-std::variant<StreamOrder, Refusal> parseRelayRequest(ByteView request);
-
-// A reply, and how many of its bytes go out (all of them, but for a fault).
+// A reply to a query, laid out as docs/protocol.md draws it, and how many of its bytes go out (all
+// of them, but for a fault).
 struct Reply {
   Bytes bytes;
   std::size_t end = 0;    // the connection is ended after so many bytes

@@ -1,10 +1,9 @@
-#include "sim/media/SpsRewriter.h"
+#include "sim/media/AccessUnit.h"
 
 #include <gtest/gtest.h>
 
 #include "sim/Error.h"
 #include "sim/PictureDecoder.h"
-#include "sim/media/AccessUnit.h"
 #include "sim/media/DrawnSource.h"
 #include "sim/media/Encoder.h"
 
@@ -58,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, KeyFrameLayout,
                                          Size{704, 576}, Size{960, 544}, Size{1280, 720},
                                          Size{1280, 960}, Size{1920, 1088}));
 
-TEST(SpsRewriter, RefusesASizeThatNeedsALongerSet) {
+TEST(AccessUnit, RefusesASizeThatNeedsALongerSet) {
   EncoderSettings settings;
   settings.width = 2048;
   settings.height = 1152;
