@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/ChildProcess.h"
+#include "support/Eventually.h"
 
 class Command {
  public:
@@ -15,7 +16,7 @@ class Command {
   std::string errors() const { return errors_.text(); }
   // Waits until one of the two contains the text, 30 s at most.
   bool says(const std::string& text) const {
-    return comesTrue([&] { return (output() + "\n" + errors()).find(text) != std::string::npos; });
+    return eventually([&] { return (output() + "\n" + errors()).find(text) != std::string::npos; });
   }
 
  private:

@@ -21,7 +21,7 @@ class HeldRecording : public testing::Test {
     fcntl(pipe_, F_SETPIPE_SZ, 4096);  // the first frame does not fit
     command_.emplace(std::vector<std::string>{"record", at(sim_.port("fleet")), "--device",
                                               "TRUCK-7", "-o", file_});
-    ASSERT_TRUE(comesTrue([this] {
+    ASSERT_TRUE(eventually([this] {
       pollfd writable{pipe_, POLLOUT, 0};
       return poll(&writable, 1, 0) == 0;
     }));

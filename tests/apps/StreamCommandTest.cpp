@@ -41,7 +41,7 @@ TEST(Record, ClosesTheFileOnASignal) {
   const std::string file = freshFile("signal.mp4");
   Command command(stream("record", sim.port("relay"), {"-o", file, "--path", "relay"}));
   // Wait for the second fragment: the first is whole then.
-  for (int i = 0; i < 3000 && readRecording(file).frames < 25; ++i) usleep(10'000);
+  ASSERT_TRUE(eventually([&] { return readRecording(file).frames >= 25; }));
   command.signal(SIGINT);
   EXPECT_EQ(command.wait(), 0) << command.errors();
   EXPECT_NE(command.output().find(" frames, "), std::string::npos);
@@ -53,7 +53,7 @@ TEST(Record, EndsWhenTheStreamDoesNotComeBack) {
   SimProcess sim({"--fps", "5"});
   const std::string file = freshFile("broken.h264");
   Command command(stream("record", sim.port("fleet"), {"-o", file, "--seconds", "8"}));
-  for (int i = 0; i < 3000 && readRecording(file).frames < 5; ++i) usleep(10'000);
+  ASSERT_TRUE(eventually([&] { return readRecording(file).frames >= 5; }));
   sim.signal(SIGSTOP);
   EXPECT_EQ(command.wait(), 1);
   EXPECT_NE(command.errors().find("broke off"), std::string::npos) << command.errors();

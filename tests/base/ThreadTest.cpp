@@ -11,15 +11,10 @@
 
 #include "base/Clock.h"
 #include "quorvid/base/Log.h"
+#include "support/Eventually.h"
 
 namespace quorvid {
 namespace {
-
-void waitUntilEnded(const Thread& thread) {
-  while (thread.isExecuting()) {
-    sleepForTimeInterval(0.001);
-  }
-}
 
 TEST(Thread, ExecutesFromStartToTheBodysEnd) {
   std::promise<void> go;
@@ -31,7 +26,7 @@ TEST(Thread, ExecutesFromStartToTheBodysEnd) {
   EXPECT_TRUE(thread.isCancelled());
   EXPECT_TRUE(thread.isExecuting());  // a mark only
   go.set_value();
-  waitUntilEnded(thread);
+  EXPECT_TRUE(eventually([&] { return !thread.isExecuting(); }));
   thread.start();  // once
   EXPECT_FALSE(thread.isExecuting());
 }
@@ -51,6 +46,7 @@ TEST(Thread, TheBodysCapturesGoWithItOnItsOwnThread) {
   owner->thread->start();
   owner.reset();
   go.set_value();
+  ASSERT_EQ(end.wait_for(std::chrono::minutes(1)), std::future_status::ready);
   EXPECT_TRUE(end.get() != std::this_thread::get_id());
 }
 
@@ -77,9 +73,9 @@ TEST(Thread, HandlesNoSignalButItsOwnFaults) {
   std::promise<std::set<int>> seen;
   Thread thread([&] { seen.set_value(blockedHere()); });
   thread.start();
+  EXPECT_TRUE(eventually([&] { return !thread.isExecuting(); }));
   EXPECT_EQ(seen.get_future().get(), expected);
   EXPECT_EQ(blockedHere(), before);
-  waitUntilEnded(thread);
 }
 
 // A default stack larger than the address space: no thread can be made.

@@ -23,16 +23,9 @@
 #include <vector>
 
 #include "quorvid/connection/VehicleConnection.h"
+#include "support/Eventually.h"
 
 namespace quorvid::test {
-
-// Polls until the condition holds; false after half a minute.
-template <class Condition>
-bool eventually(Condition holds) {
-  const std::chrono::milliseconds step(1);
-  for (int i = 0; i < 30000 && !holds(); ++i) std::this_thread::sleep_for(step);
-  return holds();
-}
 
 template <class T>
 T get(T& shared) {

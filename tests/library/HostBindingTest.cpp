@@ -6,6 +6,7 @@
 
 #include "quorvid/connection/VehicleConnection.h"
 #include "session/FleetServer.h"
+#include "support/Eventually.h"
 
 namespace {
 std::atomic<int> hostCalls{0};
@@ -37,9 +38,8 @@ TEST(HostBinding, TheLibraryNeverCallsTheHostsFunctions) {
     client.readRequest();
     client.sendAnswer();
     client.sendVideo("frame");
-    while (std::atomic_ref<std::uint8_t>(canGetFrame).load() == 0 && hostCalls == 0) {
-      std::this_thread::yield();
-    }
+    eventually(
+        [&] { return std::atomic_ref<std::uint8_t>(canGetFrame).load() != 0 || hostCalls != 0; });
     std::atomic_ref<std::uint8_t>(isCancel).store(1);
     client.send("A");  // wakes the worker from its read; closing ends the packet
   });

@@ -1,5 +1,7 @@
 #include "session/FleetServer.h"
 
+#include <gtest/gtest.h>
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -7,9 +9,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace quorvid::test {
+namespace {
+
+constexpr std::chrono::minutes kPatience{1};
+
+}  // namespace
 
 std::string FleetClient::readRequest() {
   std::string request(81, '\0');
@@ -45,8 +54,10 @@ bool FleetClient::sendVideo(std::string_view frame) {
 
 void FleetClient::waitForClose() {
   std::array<char, 64> ignored;
+  errno = 0;
   while (::recv(descriptor_, ignored.data(), ignored.size(), 0) > 0) {
   }
+  EXPECT_NE(errno, EAGAIN) << "the client did not close within a minute";
 }
 
 FleetServer::FleetServer(Script script) : script_(std::move(script)) {
@@ -76,7 +87,10 @@ FleetServer::~FleetServer() {
   acceptor_.join();
   ::close(listener_);
   std::unique_lock lock(mutex_);
-  scriptEnded_.wait(lock, [this] { return open_ == 0; });
+  const bool ended = scriptEnded_.wait_for(lock, kPatience, [this] { return open_ == 0; });
+  if (ended) return;
+  std::fputs("FleetServer: a script has not ended within a minute\n", stderr);
+  std::abort();  // it uses what goes away now
 }
 
 void FleetServer::acceptAll() {
@@ -88,6 +102,9 @@ void FleetServer::acceptAll() {
       ::close(descriptor);
       return;
     }
+    const timeval minute{std::chrono::seconds(kPatience).count(), 0};
+    ::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &minute, sizeof minute);
+    ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &minute, sizeof minute);
     ++clients_;
     ++open_;
     descriptors_.push_back(descriptor);

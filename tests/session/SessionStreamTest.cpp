@@ -1,23 +1,16 @@
 // A session with its real worker against a server on the loopback interface.
 #include <gtest/gtest.h>
 
-#include "base/Clock.h"
 #include "quorvid/connection/VehicleConnection.h"
 #include "quorvid/session/VehicleVideo.h"
 #include "session/FleetServer.h"
+#include "support/Eventually.h"
 
 namespace quorvid {
 namespace {
 
 using test::FleetClient;
 using test::FleetServer;
-
-template <typename Condition>
-void waitFor(Condition condition) {
-  while (!condition()) {
-    sleepForTimeInterval(0.001);
-  }
-}
 
 TEST(SessionStream, HandsOverFrameAfterFrameAndLeavesWhenCancelled) {
   std::string request;
@@ -34,10 +27,10 @@ TEST(SessionStream, HandsOverFrameAfterFrameAndLeavesWhenCancelled) {
   auto session = VehicleVideo::initWithVideo("127.0.0.1", server.port(), 80, 3, "acc", "pwd", 2,
                                              "BUS-17", true);
   ASSERT_NE(session, nullptr);
-  waitFor([&] { return session->getIsFrameReady(); });
+  eventually([&] { return session->getIsFrameReady(); });
   EXPECT_EQ(std::string(session->getFrameData(), session->getFrameLen()), "first frame");
   session->setIsFrameReady(false);
-  waitFor([&] { return session->getIsFrameReady(); });
+  eventually([&] { return session->getIsFrameReady(); });
   EXPECT_EQ(session->getFrameLen(), unsigned{QUORVID_FRAME_CAPACITY});
   EXPECT_EQ(session->getFrameData()[QUORVID_FRAME_CAPACITY - 1], 'z');
   session->setIsFrameReady(false);
@@ -46,9 +39,9 @@ TEST(SessionStream, HandsOverFrameAfterFrameAndLeavesWhenCancelled) {
   session->cancelVideoThread();
   const std::weak_ptr<VehicleVideo> watch = session;
   session.reset();
-  waitFor([&] { return watch.expired(); });
+  eventually([&] { return watch.expired(); });
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
-  waitFor([&] { return left.load(); });
+  eventually([&] { return left.load(); });
   EXPECT_EQ(request.substr(0, 9), "001BUS-17");
   EXPECT_EQ(server.clientsSoFar(), 1);
 }

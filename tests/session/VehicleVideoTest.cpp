@@ -11,6 +11,7 @@
 #include "base/Clock.h"
 #include "quorvid/base/Log.h"
 #include "quorvid/connection/VehicleConnection.h"
+#include "support/Eventually.h"
 
 namespace {
 
@@ -72,18 +73,11 @@ std::shared_ptr<VehicleVideo> make(const Text& host, int channel, int deviceType
                                      true);
 }
 
-template <typename Condition>
-void waitFor(Condition condition) {
-  while (!condition()) {
-    sleepForTimeInterval(0.001);
-  }
-}
-
 // Lets the session go and waits until its thread has, too.
 void finish(std::shared_ptr<VehicleVideo>& session) {
   const std::weak_ptr<VehicleVideo> watch = session;
   session.reset();
-  waitFor([&] { return watch.expired(); });
+  eventually([&] { return watch.expired(); });
 }
 
 TEST(VehicleVideo, RefusesBadChannelsAndHosts) {
@@ -105,12 +99,12 @@ TEST(VehicleVideo, GivesTheWorkerItsArgumentsAndTheSlot) {
   worker = [&](const WorkerCall& call) {
     seen = call;
     called = true;
-    waitFor([&] { return isSet(call.isCancel); });
+    eventually([&] { return isSet(call.isCancel); });
   };
   const Text host("10.0.0.1");
   auto session = make(host, 7, 2);
   ASSERT_NE(session, nullptr);
-  waitFor([&] { return called.load(); });
+  eventually([&] { return called.load(); });
   EXPECT_EQ(seen.host, "10.0.0.1");
   EXPECT_EQ(seen.mediaPort, 6608);
   EXPECT_EQ(seen.cmdPort, 80);
@@ -160,12 +154,12 @@ TEST(VehicleVideo, CancelSetsTheFlagsAndTheRunningWorkerKeepsTheSession) {
     slotFlag = call.canGetFrame;
     std::atomic_ref<std::uint8_t>(*slotFlag).store(1);
     filled = true;
-    waitFor([&] { return go.load(); });
+    eventually([&] { return go.load(); });
     cancelled = isSet(call.isCancel);
     call.frameData[0x1FFFF] = 1;  // still the session's memory
   };
   auto session = make("h", 0, 2);
-  waitFor([&] { return filled.load(); });
+  eventually([&] { return filled.load(); });
   EXPECT_TRUE(session->getIsFrameReady());
   session->setIsFrameReady(2);  // only the lowest bit counts
   EXPECT_FALSE(session->getIsFrameReady());
@@ -181,14 +175,14 @@ TEST(VehicleVideo, CancelSetsTheFlagsAndTheRunningWorkerKeepsTheSession) {
   session.reset();
   EXPECT_FALSE(watch.expired());
   go = true;
-  waitFor([&] { return watch.expired(); });
+  eventually([&] { return watch.expired(); });
   EXPECT_TRUE(cancelled);
 }
 
 TEST(VehicleVideo, AStopRightAfterTheStartIsNotLostAndOneAfterTheEndChangesNothing) {
   std::atomic<int> cancelledEarly{0};
   worker = [&](const WorkerCall& call) {
-    waitFor([&] { return isSet(call.isCancel); });
+    eventually([&] { return isSet(call.isCancel); });
     ++cancelledEarly;
   };
   for (int i = 0; i < 50; ++i) {
@@ -206,7 +200,7 @@ TEST(VehicleVideo, AStopRightAfterTheStartIsNotLostAndOneAfterTheEndChangesNothi
     done = true;
   };
   auto session = make("h", 0, 2);
-  waitFor([&] { return done.load() && session.use_count() == 1; });
+  eventually([&] { return done.load() && session.use_count() == 1; });
   sleepForTimeInterval(0.05);  // from the body's last step to the thread's end
   session->cancelVideoThread();
   EXPECT_FALSE(isSet(isCancel));

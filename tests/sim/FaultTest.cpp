@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include "sim/SimProcess.h"
 #include "sim/WireClient.h"
+#include "support/Eventually.h"
 
 namespace {
 
@@ -80,12 +79,8 @@ TEST(Faults, RefusedForATime) {
   SimProcess sim({"--fault", "refuse:fleet:1"});
   EXPECT_FALSE(WireClient(sim.port("fleet"), fleetRequest("A1", 0)).connected());
   EXPECT_TRUE(WireClient(sim.port("car"), carRequest("A1", 0)).connected());
-  bool connected = false;
-  for (int i = 0; i < 100 && !connected; ++i) {
-    usleep(100'000);
-    connected = WireClient(sim.port("fleet"), fleetRequest("A1", 0)).connected();
-  }
-  EXPECT_TRUE(connected);
+  EXPECT_TRUE(
+      eventually([&] { return WireClient(sim.port("fleet"), fleetRequest("A1", 0)).connected(); }));
 }
 
 TEST(Faults, OneByteAtATimeChangesNoByte) {

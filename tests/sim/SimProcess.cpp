@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/Eventually.h"
+
 SimProcess::SimProcess(std::vector<std::string> arguments) {
   std::array<int, 2> out{};
   if (pipe2(out.data(), O_CLOEXEC) != 0) throw std::runtime_error("no descriptors");
@@ -36,5 +38,5 @@ void SimProcess::readLines(int descriptor) {
 }
 
 bool SimProcess::says(const std::string& text) const {
-  return comesTrue([&] { return errors().find(text) != std::string::npos; });
+  return eventually([&] { return errors().find(text) != std::string::npos; });
 }

@@ -19,7 +19,7 @@ class SimProcess {
   int wait() { return process_->wait(); }
   // What was written on standard error so far.
   std::string errors() const { return errors_.text(); }
-  // Waits until standard error contains the text, 30 s at most.
+  // Waits until standard error contains the text, a minute at most.
   bool says(const std::string& text) const;
 
  private:

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 
 #include "quorvid/connection/VehicleConnection.h"
 
@@ -113,8 +114,9 @@ WireBytes WireClient::readSome(std::size_t count) {
 }
 
 WireBytes WireClient::read(std::size_t count) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
   WireBytes bytes;
-  while (bytes.size() < count && end_ == End::none) {
+  while (bytes.size() < count && end_ == End::none && std::chrono::steady_clock::now() < end) {
     const WireBytes some = readSome(count - bytes.size());
     bytes.insert(bytes.end(), some.begin(), some.end());
   }

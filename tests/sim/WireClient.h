@@ -25,7 +25,7 @@ struct WireFrame {
   bool key() const { return payload.size() > 4 && (payload[4] & 31) == 7; }
 };
 
-// A connection over a plain socket. Reading gives up after 10 s.
+// A connection over a plain socket. Reading gives up after 10 s of silence, or a minute.
 class WireClient {
  public:
   enum class End { none, order, reset, silence };

@@ -1,12 +1,11 @@
 #include "support/ChildProcess.h"
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <stdexcept>
-#include <thread>
 
 WrittenText::WrittenText() : file_(std::tmpfile(), std::fclose) {
   if (file_ == nullptr) throw std::runtime_error("no temporary file");
@@ -30,6 +29,7 @@ ChildProcess::ChildProcess(const char* program, std::vector<std::string> argumen
   if (pid_ == 0) {
     dup2(output, STDOUT_FILENO);
     dup2(errors, STDERR_FILENO);
+    alarm(100);
     execv(program, argv.data());
     _exit(127);
   }
@@ -50,13 +50,6 @@ int ChildProcess::wait() {
   int status = 0;
   waitpid(pid_, &status, 0);
   pid_ = -1;
+  if (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) ADD_FAILURE() << "it ran for 100 s";
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-bool comesTrue(const std::function<bool()>& condition) {
-  for (int i = 0; i < 3000; ++i) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
 }

@@ -1,10 +1,9 @@
-// ChildProcess: a program of the project as a user runs it. Killed with the object.
+// ChildProcess: a program of the project as a user runs it. Killed with the object, or after 100 s.
 #pragma once
 
 #include <sys/types.h>
 
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,6 +34,3 @@ class ChildProcess {
  private:
   pid_t pid_ = -1;
 };
-
-// Looks every 10 ms, 30 s at most.
-bool comesTrue(const std::function<bool()>& condition);

@@ -3,6 +3,7 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -27,7 +28,8 @@ XvfbScreen::XvfbScreen(int width, int height) {
   }
   close(ends[1]);
   char digit = 0;
-  while (read(ends[0], &digit, 1) == 1 && digit != '\n') {
+  pollfd end{ends[0], POLLIN, 0};
+  while (poll(&end, 1, 60'000) == 1 && read(ends[0], &digit, 1) == 1 && digit != '\n') {
     name_ += digit;
   }
   close(ends[0]);

@@ -54,11 +54,7 @@ class Lifetime : public LiveViewFixture {
   // Every worker has returned; its thread, the server's and what a driver does on the side (it
   // keeps a cache of shaders on disk) get some time to leave, too.
   Usage usageWhenQuiet(const Usage& goal) {
-    for (const auto& session : sessions_) {
-      while (!session.expired()) {
-        sleepForTimeInterval(0.01);
-      }
-    }
+    for (const auto& session : sessions_) eventually([&] { return session.expired(); });
     sessions_ = {};
     Usage usage = usageNow();
     for (int i = 0; i < 2000 && !(server_.clientsNow() == 0 && usage.threads <= goal.threads &&

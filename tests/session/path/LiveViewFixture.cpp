@@ -61,11 +61,15 @@ std::shared_ptr<UIFleetLiveView> LiveViewFixture::makeView(const FleetServer& se
   return view;
 }
 
-void LiveViewFixture::refreshUntil(const std::function<bool()>& condition) {
-  while (!condition()) {
-    RunLoop::currentRunLoop()->refresh(2);
-    sleepForTimeInterval(0.001);
-  }
+void LiveViewFixture::refreshUntil(const std::function<bool()>& condition, const char* file,
+                                   int line) {
+  eventually(
+      [&] {
+        if (condition()) return true;
+        RunLoop::currentRunLoop()->refresh(2);
+        return false;
+      },
+      file, line);
 }
 
 Rgb LiveViewFixture::pixelAt(int x, int y) {

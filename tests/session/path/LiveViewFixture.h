@@ -9,6 +9,7 @@
 
 #include "quorvid/session/UIFleetLiveView.h"
 #include "session/FleetServer.h"
+#include "support/Eventually.h"
 #include "support/H264TestStream.h"
 
 namespace quorvid::test {
@@ -35,8 +36,9 @@ class LiveViewFixture : public ::testing::Test {
   void TearDown() override;
 
   static std::shared_ptr<UIFleetLiveView> makeView(const FleetServer& server, CGRect frame);
-  // One display refresh every millisecond until the condition holds.
-  static void refreshUntil(const std::function<bool()>& condition);
+  // Display refreshes until the condition holds, as eventually() waits.
+  static void refreshUntil(const std::function<bool()>& condition,
+                           const char* file = __builtin_FILE(), int line = __builtin_LINE());
   // From the lower left, in what the layer drew last; its context is current then.
   static Rgb pixelAt(int x, int y);
   // True when the layer has drawn a picture with that pixel in that colour.

@@ -13,8 +13,7 @@ TEST_F(Picture, FromTheServerToThePixels) {
     for (const auto& frame : oneColouredFrames(kRust)) {
       client.sendVideo(frame);
     }
-    while (!change) {
-      client.send(std::string("A") + std::string(18, '\0'));  // other packets in between
+    while (!change && client.send("A" + std::string(18, '\0'))) {  // other packets in between
     }
     for (const auto& frame : oneColouredFrames(kTeal, true)) {
       client.sendVideo(frame);
