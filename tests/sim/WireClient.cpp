@@ -1,4 +1,5 @@
 #include "sim/WireClient.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -8,8 +9,6 @@
 
 #include <cerrno>
 #include <chrono>
-
-#include "quorvid/connection/VehicleConnection.h"
 
 namespace {
 
@@ -128,15 +127,19 @@ WireBytes WireClient::readAll(int seconds) {
   return read(100'000'000);
 }
 
+std::optional<WireFrame> WireClient::withPayload(WireFrame frame, std::int32_t length) {
+  if (length < 0 || length > QUORVID_FRAME_CAPACITY) return std::nullopt;
+  frame.payload = read(static_cast<std::size_t>(length));
+  if (end_ != End::none) return std::nullopt;
+  return frame;
+}
+
 std::optional<WireFrame> WireClient::fleetFrame() {
   const WireBytes header = read(19);
   if (header.size() < 19) return std::nullopt;
   WireFrame frame;
   frame.kind = static_cast<char>(header[0]);
-  const auto length = static_cast<std::size_t>(int32At(header, 1));
-  if (length > QUORVID_FRAME_CAPACITY) return std::nullopt;
-  frame.payload = read(length);
-  return frame.payload.size() == length ? std::optional(frame) : std::nullopt;
+  return withPayload(std::move(frame), int32At(header, 1));
 }
 
 std::optional<WireFrame> WireClient::carFrame() {
@@ -147,8 +150,5 @@ std::optional<WireFrame> WireClient::carFrame() {
   WireFrame frame;
   frame.number = static_cast<std::uint32_t>(int32At(header, 8));
   frame.type = header[33];
-  const auto length = static_cast<std::size_t>(int32At(header, 16));
-  if (length > QUORVID_FRAME_CAPACITY) return std::nullopt;
-  frame.payload = read(length);
-  return frame.payload.size() == length ? std::optional(frame) : std::nullopt;
+  return withPayload(std::move(frame), int32At(header, 16));
 }

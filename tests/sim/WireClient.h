@@ -48,6 +48,8 @@ class WireClient {
   End end() const { return end_; }
 
  private:
+  std::optional<WireFrame> withPayload(WireFrame frame, std::int32_t length);
+
   int socket_;
   End end_ = End::none;
 };

@@ -88,7 +88,7 @@ void FileSource::openDecoder(const AVStream& stream, const AVCodec* codec) {
 // steady file are rounded.
 void FileSource::openGraph() {
   graph_ = owned(avfilter_graph_alloc());
-  graph_->nb_threads = 1;
+  graph_->nb_threads = 1;  // a loop is made on one thread
   const std::string filters = fmt::format(
       "buffer@in=width={}:height={}:pix_fmt={}:time_base=1/{},fps={}/{}:round=up,"
       "scale={}:{}:flags=bicubic+accurate_rnd:out_color_matrix={}:out_range=tv,"
