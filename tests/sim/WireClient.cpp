@@ -1,5 +1,4 @@
 #include "sim/WireClient.h"
-#include "quorvid/connection/VehicleConnection.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -9,6 +8,8 @@
 
 #include <cerrno>
 #include <chrono>
+
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace {
 
