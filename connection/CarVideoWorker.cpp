@@ -12,7 +12,7 @@ namespace {
 
 class CarVideoWorker final : public VideoWorker {
  public:
-  explicit CarVideoWorker(const VideoCall& call) : VideoWorker(call) {}
+  CarVideoWorker(const VideoCall& call, StreamObserver* observer) : VideoWorker(call, observer) {}
 
  private:
   enum State : std::int32_t { kFindTag = 2, kReadFrame = 101 };
@@ -71,7 +71,7 @@ std::int32_t CarVideoWorker::readFrame() {
   if (isOutOfSequence())
     return kFindTag;  // its payload is skipped by the search, whatever its length
   lastSeq_ = frameSeq_;
-  if (!isPayloadLength(payloadLen_)) return kBroken;
+  if (!isPayloadLength(payloadLen_)) return broken(StreamEvent::kWrongLength, payloadLen_);
   waitForConsumer(std::chrono::milliseconds(5));
   const std::int32_t count = receivePayload(payloadLen_);
   if (count < 0) return kBroken;
@@ -90,6 +90,11 @@ bool CarVideoWorker::isOutOfSequence() const {
 }
 
 }  // namespace
+
+std::int32_t runCarVideo(const VideoCall& call, StreamObserver* observer) {
+  return CarVideoWorker(call, observer).run();
+}
+
 }  // namespace quorvid
 
 std::int32_t ThreadVideoSourceForCar(const char* host, std::int32_t mediaPort, std::int32_t cmdPort,
@@ -97,7 +102,7 @@ std::int32_t ThreadVideoSourceForCar(const char* host, std::int32_t mediaPort, s
                                      std::uint8_t* isCancel, const char* timestamp,
                                      const char* carId, std::uint8_t* canGetFrame,
                                      std::uint8_t* frameData, std::int32_t* frameLen) {
-  return quorvid::CarVideoWorker({host, mediaPort, cmdPort, channel, acc, pwd, isCancel, timestamp,
-                                  carId, canGetFrame, frameData, frameLen})
-      .run();
+  return quorvid::runCarVideo({host, mediaPort, cmdPort, channel, acc, pwd, isCancel, timestamp,
+                               carId, canGetFrame, frameData, frameLen},
+                              nullptr);
 }

@@ -11,7 +11,7 @@ namespace {
 
 class FleetVideoWorker final : public VideoWorker {
  public:
-  explicit FleetVideoWorker(const VideoCall& call) : VideoWorker(call) {}
+  FleetVideoWorker(const VideoCall& call, StreamObserver* observer) : VideoWorker(call, observer) {}
 
  private:
   enum State : std::int32_t { kReadAnswer = 801, kReadHeader = 802, kReadPayload = 803 };
@@ -58,15 +58,21 @@ std::int32_t FleetVideoWorker::step(std::int32_t state) {
 }
 
 std::int32_t FleetVideoWorker::readAnswer() {
-  if (!receiveField(&answerStatus_, 4) || answerStatus_ != 0) return kBroken;
-  return discard(4) && discard(10) ? kReadHeader : kBroken;
+  if (!receiveField(&answerStatus_, 4)) return kBroken;
+  if (answerStatus_ != 0) return broken(StreamEvent::kRefused, answerStatus_);
+  if (!discard(4) || !discard(10)) return kBroken;
+  tell(StreamEvent::kAccepted);
+  return kReadHeader;
 }
 
 // Each field is judged before the next is read: of a stream that is out of step, no length is used.
 std::int32_t FleetVideoWorker::readHeader() {
   if (!receiveField(&packetKind_, 1)) return kBroken;
-  if (packetKind_ != kVideo && packetKind_ != kDropped) return kBroken;
-  if (!receiveField(&payloadLen_, 4) || !isPayloadLength(payloadLen_)) return kBroken;
+  if (packetKind_ != kVideo && packetKind_ != kDropped) {
+    return broken(StreamEvent::kUnknownKind, packetKind_);
+  }
+  if (!receiveField(&payloadLen_, 4)) return kBroken;
+  if (!isPayloadLength(payloadLen_)) return broken(StreamEvent::kWrongLength, payloadLen_);
   return discard(4) && discard(10) ? kReadPayload : kBroken;
 }
 
@@ -82,6 +88,11 @@ std::int32_t FleetVideoWorker::readPayload() {
 }
 
 }  // namespace
+
+std::int32_t runFleetVideo(const VideoCall& call, StreamObserver* observer) {
+  return FleetVideoWorker(call, observer).run();
+}
+
 }  // namespace quorvid
 
 std::int32_t ThreadVideoSourceForFleet(const char* host, std::int32_t mediaPort,
@@ -90,7 +101,7 @@ std::int32_t ThreadVideoSourceForFleet(const char* host, std::int32_t mediaPort,
                                        const char* timestamp, const char* carId,
                                        std::uint8_t* canGetFrame, std::uint8_t* frameData,
                                        std::int32_t* frameLen) {
-  return quorvid::FleetVideoWorker({host, mediaPort, cmdPort, channel, acc, pwd, isCancel,
-                                    timestamp, carId, canGetFrame, frameData, frameLen})
-      .run();
+  return quorvid::runFleetVideo({host, mediaPort, cmdPort, channel, acc, pwd, isCancel, timestamp,
+                                 carId, canGetFrame, frameData, frameLen},
+                                nullptr);
 }

@@ -1,11 +1,13 @@
 // ThreadGetRelayForCar: asks where a device's stream is served, then streams from there.
 #include <array>
+#include <cerrno>
 #include <cstdio>
 
 #include "connection/QueryReply.h"
 #include "connection/QueryRequest.h"
 #include "connection/ServerConnection.h"
 #include "connection/Socket.h"
+#include "connection/StreamObserver.h"
 #include "connection/WireRecord.h"
 #include "quorvid/connection/VehicleConnection.h"
 
@@ -36,18 +38,43 @@ bool readReply(std::int32_t fd, Relay& relay) {
   return receiveAtOnce(fd, &relay.port, 4);
 }
 
-bool lookUp(const char* host, std::int32_t port, std::int32_t channel, const char* acc,
-            const char* pwd, const std::uint8_t* isCancel, const char* timestamp, const char* carId,
-            Relay& relay) {
-  Socket socket(isCancel);
-  const std::int32_t connected = ConnectToServer(host, port);
+void tell(StreamObserver* observer, StreamEvent event, std::int32_t detail) {
+  if (observer != nullptr) observer->told(event, detail);
+}
+
+bool lookUp(const VideoCall& call, StreamObserver* observer, Relay& relay) {
+  Socket socket(call.isCancel);
+  const std::int32_t connected = openConnection(call.host, call.mediaPort, observer);
   if (connected == -1) return false;
-  if (SendRequestGetRelayForCar(connected, channel, acc, pwd, timestamp, carId) == -1) return false;
+  if (SendRequestGetRelayForCar(connected, call.channel, call.acc, call.pwd, call.timestamp,
+                                call.carId) == -1) {
+    tell(observer, StreamEvent::kUnsent, errno);
+    return false;
+  }
   socket.adopt(connected);
-  return readReply(socket.descriptor(), relay);
+  tell(observer, StreamEvent::kConnected, 0);
+  errno = 0;
+  const bool found = readReply(socket.descriptor(), relay);
+  if (found) {
+    tell(observer, StreamEvent::kRelayFound, relay.port);
+  } else if (!socket.wasInterrupted()) {
+    tell(observer, StreamEvent::kNoRelay, errno);
+  }
+  return found;
 }
 
 }  // namespace
+
+std::int32_t runRelayVideo(const VideoCall& call, StreamObserver* observer) {
+  Relay relay;
+  if (!lookUp(call, observer, relay)) return -1;
+  VideoCall stream = call;
+  stream.host = relay.address.data();
+  stream.mediaPort = relay.port;
+  runCarVideo(stream, observer);
+  return 0;
+}
+
 }  // namespace quorvid
 
 std::int32_t ThreadGetRelayForCar(const char* host, std::int32_t port, std::int32_t cmdPort,
@@ -55,9 +82,7 @@ std::int32_t ThreadGetRelayForCar(const char* host, std::int32_t port, std::int3
                                   std::uint8_t* isCancel, const char* timestamp, const char* carId,
                                   std::uint8_t* canGetFrame, std::uint8_t* frameData,
                                   std::int32_t* frameLen) {
-  quorvid::Relay relay;
-  if (!quorvid::lookUp(host, port, channel, acc, pwd, isCancel, timestamp, carId, relay)) return -1;
-  ThreadVideoSourceForCar(relay.address.data(), relay.port, cmdPort, channel, acc, pwd, isCancel,
-                          timestamp, carId, canGetFrame, frameData, frameLen);
-  return 0;
+  return quorvid::runRelayVideo({host, port, cmdPort, channel, acc, pwd, isCancel, timestamp, carId,
+                                 canGetFrame, frameData, frameLen},
+                                nullptr);
 }

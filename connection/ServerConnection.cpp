@@ -16,6 +16,7 @@
 #include <new>
 
 #include "connection/BlockingIO.h"
+#include "connection/StreamObserver.h"
 
 namespace quorvid {
 namespace {
@@ -38,7 +39,9 @@ bool awaitConnected(std::int32_t descriptor) {
   }
   int error = 0;
   socklen_t size = sizeof error;
-  return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+  if (::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) != 0) return false;
+  errno = error;
+  return error == 0;
 }
 
 bool connectTo(std::int32_t descriptor, const sockaddr_in& peer) {
@@ -51,6 +54,19 @@ template <class T>
 void setOption(std::int32_t socket, int level, int option, const T& value) {
   static_cast<void>(::setsockopt(socket, level, option, &value, sizeof value));
 }
+
+class PrintedFailures final : public StreamObserver {
+ public:
+  explicit PrintedFailures(const char* host) : host_(host) {}
+  void told(StreamEvent event, std::int32_t /*detail*/) override {
+    if (event == StreamEvent::kUnresolved) printf("%s Gethostname error\n", getNowTime());
+    if (event == StreamEvent::kUnreachable) printf("ConnectToHost connect to %s fail\n", host_);
+  }
+  void frameArrived(const std::uint8_t* /*bytes*/, std::size_t /*size*/) override {}
+
+ private:
+  const char* const host_;
+};
 
 }  // namespace
 
@@ -85,19 +101,28 @@ extern "C" char* getNowTime(void) {
   return text;
 }
 
-extern "C" std::int32_t ConnectToServer(const char* host, std::int32_t port) {
+std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver* observer) {
+  PrintedFailures printed(host);
+  StreamObserver& told = observer != nullptr ? *observer : printed;
   sockaddr_in peer{};
-  if (resolveFirstAddress(host, peer.sin_addr) != 0) {
-    printf("%s Gethostname error\n", getNowTime());
+  told.told(StreamEvent::kResolving, 0);
+  const int unresolved = resolveFirstAddress(host, peer.sin_addr);
+  if (unresolved != 0) {
+    told.told(StreamEvent::kUnresolved, unresolved);
     return -1;
   }
+  told.told(StreamEvent::kConnecting, 0);
   peer.sin_family = AF_INET;
   peer.sin_port = htons(static_cast<std::uint16_t>(port));
   const std::int32_t created = createSocket();
-  if (connectTo(created, peer)) return created;
-  printf("ConnectToHost connect to %s fail\n", host);
+  if (created > 0 && connectTo(created, peer)) return created;
+  told.told(StreamEvent::kUnreachable, errno);
   if (created > 0) ::close(created);
   return -1;
+}
+
+extern "C" std::int32_t ConnectToServer(const char* host, std::int32_t port) {
+  return openConnection(host, port, nullptr);
 }
 
 // Small segments and buffers and no delay, so that a request leaves at once and little of a live

@@ -8,6 +8,8 @@
 
 namespace quorvid {
 
+class StreamObserver;
+
 // The first IPv4 address of a name or a dotted address, in the order of the resolver. 0, or the
 // resolver's error: HOST_NOT_FOUND, NO_DATA, TRY_AGAIN, NO_RECOVERY, NETDB_INTERNAL.
 int resolveFirstAddress(const char* host, in_addr& address);
@@ -24,6 +26,9 @@ char* getNowTime(void);
 std::int32_t ConnectToServer(const char* host, std::int32_t port);
 
 }  // extern "C"
+
+// As ConnectToServer, but tells the observer instead of printing; null: prints.
+std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver* observer);
 
 // Sets a request's options on a connected socket, where they stay in force for the stream that
 // follows: no read or write waits longer than kSilenceLimit, and closing resets the connection at

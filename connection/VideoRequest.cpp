@@ -2,8 +2,13 @@
 
 #include <unistd.h>
 
+#include <cstring>
+#include <string>
+#include <tuple>
+
 #include "connection/BlockingIO.h"
 #include "connection/ServerConnection.h"
+#include "connection/StreamObserver.h"
 #include "connection/WireRecord.h"
 
 namespace quorvid {
@@ -52,7 +57,38 @@ std::int32_t sendVideoRequest(Builder build, std::int32_t socket, std::int32_t c
   return static_cast<std::int32_t>(sent);
 }
 
+// The name is for people. Fields hold a NUL behind the text.
+std::string refusalOfText(const char* name, const char* text, std::size_t width) {
+  if (text == nullptr || strnlen(text, width) < width) return "";
+  return std::string("the ") + name + " has more than " + std::to_string(width - 1) + " characters";
+}
+
+std::string refusalOfTarget(const VideoCall& call, std::int32_t lastChannel) {
+  if (call.host == nullptr || *call.host == '\0') return "no host is given";
+  if (call.mediaPort < 1 || call.mediaPort > 65535) return "the port is not from 1 to 65535";
+  if (call.channel >= 0 && call.channel <= lastChannel) return "";
+  return "the channel is not from 0 to " + std::to_string(lastChannel);
+}
+
 }  // namespace
+
+std::string refusalOfFleet(const VideoCall& call) {
+  const std::string refusal = refusalOfTarget(call, 99);  // two digits
+  if (!refusal.empty()) return refusal;
+  return refusalOfText("device name", call.carId, sizeof FleetRecord::carId);
+}
+
+std::string refusalOfCar(const VideoCall& call) {
+  std::string refusal = refusalOfTarget(call, 254);  // one more has to fit one byte
+  for (const auto& [name, text, width] :
+       {std::tuple("account", call.acc, sizeof CarRecord::acc),
+        std::tuple("password", call.pwd, sizeof CarRecord::pwd),
+        std::tuple("token", call.timestamp, sizeof CarRecord::timestamp),
+        std::tuple("device name", call.carId, sizeof CarRecord::carId)}) {
+    if (refusal.empty()) refusal = refusalOfText(name, text, width);
+  }
+  return refusal;
+}
 
 extern "C" {
 

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -48,8 +49,11 @@ extern "C" void FreeVideoSource(VideoSource* source) {
   free(source->tagWindow);
 }
 
-VideoWorker::VideoWorker(const VideoCall& call)
-    : call_(call), source_(new (std::nothrow) VideoSource{}), socket_(call.isCancel) {
+VideoWorker::VideoWorker(const VideoCall& call, StreamObserver* observer)
+    : call_(call),
+      observer_(observer),
+      source_(new (std::nothrow) VideoSource{}),
+      socket_(call.isCancel) {
   if (source_ == nullptr) return;
   InitVideoSource(source_.get(), call.host, call.mediaPort, call.cmdPort, call.channel, call.acc,
                   call.pwd);
@@ -62,12 +66,12 @@ void VideoWorker::ReleaseSource::operator()(VideoSource* source) const {
 
 std::int32_t VideoWorker::run() {
   if (source_ == nullptr || source_->recvBuf == nullptr || source_->tagWindow == nullptr) return -1;
-  publish(call_.canGetFrame, 0);
+  clearSlot();
   while (!isSet(call_.isCancel)) {
     if (socket_.isOpen() || connect()) {
       takeTurn();
     } else {
-      pauseFor(kReconnectPause);
+      pauseBeforeNextTry();
     }
   }
   return 0;
@@ -75,9 +79,14 @@ std::int32_t VideoWorker::run() {
 
 bool VideoWorker::connect() {
   source_->state = beginConnection();
-  const std::int32_t connected = ConnectToServer(source_->host, source_->mediaPort);
-  if (connected == -1 || sendRequest(connected) == -1) return false;
+  const std::int32_t connected = openConnection(source_->host, source_->mediaPort, observer_);
+  if (connected == -1) return false;
+  if (sendRequest(connected) == -1) {
+    tell(StreamEvent::kUnsent, errno);
+    return false;
+  }
   socket_.adopt(connected);
+  tell(StreamEvent::kConnected);
   return true;
 }
 
@@ -93,13 +102,41 @@ void VideoWorker::takeTurn() {
 
 void VideoWorker::dropConnection() {
   socket_.close();
-  publish(call_.canGetFrame, 0);
+  clearSlot();
+  pauseBeforeNextTry();
+}
+
+void VideoWorker::clearSlot() {
+  if (observer_ == nullptr) publish(call_.canGetFrame, 0);
+}
+
+void VideoWorker::pauseBeforeNextTry() {
+  constexpr std::chrono::milliseconds kPause = kReconnectPause;
+  tell(StreamEvent::kPausing, static_cast<std::int32_t>(kPause.count()));
   pauseFor(kReconnectPause);
+}
+
+void VideoWorker::tell(StreamEvent event, std::int32_t detail) {
+  if (observer_ != nullptr && !socket_.wasInterrupted()) observer_->told(event, detail);
+}
+
+std::int32_t VideoWorker::broken(StreamEvent event, std::int32_t detail) {
+  tell(event, detail);
+  return kBroken;
 }
 
 std::int32_t VideoWorker::note(std::int32_t asked, std::int32_t count) {
   if (asked > 0) (count == 0 ? sawEnd_ : sawMore_) = true;
-  return count;
+  if (observer_ == nullptr || asked <= 0 || count == asked) return count;
+  const int error = errno;
+  if (count >= 0) {
+    tell(StreamEvent::kClosed);
+  } else if (error == EAGAIN) {
+    tell(StreamEvent::kSilent);
+  } else {
+    tell(StreamEvent::kReset, error);
+  }
+  return -1;
 }
 
 bool VideoWorker::receiveField(void* field, std::int32_t size) {
@@ -122,12 +159,17 @@ std::int32_t VideoWorker::receivePayload(std::int32_t payloadLen) {
 // bytes, too. After a shutdown the last read may have ended early, so its frame may be cut.
 void VideoWorker::deliver(std::int32_t count) {
   if (count < 1 || count > QUORVID_FRAME_CAPACITY || socket_.wasInterrupted()) return;
+  if (observer_ != nullptr) {
+    observer_->frameArrived(source_->recvBuf, static_cast<std::size_t>(count));
+    return;
+  }
   memcpy(call_.frameData, source_->recvBuf, static_cast<std::size_t>(count));
   publish(call_.frameLen, count);
   publish(call_.canGetFrame, 1);
 }
 
 std::optional<int> VideoWorker::waitForConsumer(std::chrono::milliseconds step) const {
+  if (observer_ != nullptr) return std::nullopt;
   for (int waits = 0; waits < kConsumerPatience / step; ++waits) {
     if (!isSet(call_.canGetFrame)) return waits;
     pauseFor(step);

@@ -18,6 +18,7 @@
 #include <optional>
 
 #include "connection/Socket.h"
+#include "connection/StreamObserver.h"
 #include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid {
@@ -52,23 +53,6 @@ void FreeVideoSource(VideoSource* source);
 
 }  // extern "C"
 
-// The arguments of one call, borrowed until it returns. The slot is frameData, frameLen and
-// canGetFrame, written in this order; the consumer clears the flag.
-struct VideoCall {
-  const char* host;
-  std::int32_t mediaPort;
-  std::int32_t cmdPort;
-  std::int32_t channel;
-  const char* acc;
-  const char* pwd;
-  std::uint8_t* isCancel;
-  const char* timestamp;
-  const char* carId;
-  std::uint8_t* canGetFrame;
-  std::uint8_t* frameData;
-  std::int32_t* frameLen;
-};
-
 class VideoWorker {
  public:
   VideoWorker(const VideoWorker&) = delete;
@@ -81,7 +65,12 @@ class VideoWorker {
  protected:
   static constexpr std::int32_t kBroken = 100;
 
-  explicit VideoWorker(const VideoCall& call);
+  VideoWorker(const VideoCall& call, StreamObserver* observer);
+
+  // Tells the observer, if there is one and the call isn't being cancelled.
+  void tell(StreamEvent event, std::int32_t detail = 0);
+  // Tells why the connection is of no use; kBroken.
+  std::int32_t broken(StreamEvent event, std::int32_t detail);
 
   // The dialect: forget the last connection's fields and name the first state; send the request
   // (-1: failed, socket closed); take one step in a state and name the next.
@@ -90,7 +79,7 @@ class VideoWorker {
   virtual std::int32_t step(std::int32_t state) = 0;
 
   // Reads a field whole (readn). Only an error is a failure: after the peer's close the field keeps
-  // the bytes it held.
+  // the bytes it held. With an observer the close is an error, here and below.
   bool receiveField(void* field, std::int32_t size);
   bool discard(std::int32_t size);
   // One byte with a plain read: 1, 0 at the end of the stream, negative on an error.
@@ -105,7 +94,7 @@ class VideoWorker {
     return length >= 0 && length <= QUORVID_FRAME_CAPACITY;
   }
   // Waits until the slot is empty, kConsumerPatience at most, looking once each step. How often it
-  // waited, nothing when the frame was still there to the end.
+  // waited, nothing when the frame was still there to the end or goes to an observer.
   std::optional<int> waitForConsumer(std::chrono::milliseconds step) const;
   const VideoSource& source() const { return *source_; }
   const VideoCall& call() const { return call_; }
@@ -118,10 +107,13 @@ class VideoWorker {
   bool connect();
   void takeTurn();
   void dropConnection();
+  void clearSlot();
+  void pauseBeforeNextTry();
   // Every read of a turn passes its count on through here. One of no bytes says nothing.
   std::int32_t note(std::int32_t asked, std::int32_t count);
 
   const VideoCall call_;
+  StreamObserver* const observer_;
   std::unique_ptr<VideoSource, ReleaseSource> source_;
   Socket socket_;
   std::array<std::uint8_t, 50> scratch_{};  // what is discarded, 10 bytes at a time at most
