@@ -73,7 +73,7 @@ std::string refusalOfTarget(const VideoCall& call, std::int32_t lastChannel) {
 }  // namespace
 
 std::string refusalOfFleet(const VideoCall& call) {
-  const std::string refusal = refusalOfTarget(call, 99);  // two digits
+  std::string refusal = refusalOfTarget(call, 99);  // two digits
   if (!refusal.empty()) return refusal;
   return refusalOfText("device name", call.carId, sizeof FleetRecord::carId);
 }

@@ -52,16 +52,15 @@ QUORVID_CONNECTION_API int32_t writen(int32_t fd, const void* buf, int32_t n);
 // and then holds it for as long as it likes; a pause: 3 s; a connect: as long as the system tries).
 // CancelVideoSource ends the read as well.
 //
-//   host, mediaPort   server, a name or a dotted address of any length (one that is too long for
-//   the
-//                     name service can't be resolved); only the low 16 bits of the port count
+//   host, mediaPort   server, a name or a dotted address of any length; what is too long for the
+//                     name service is not found. Only the low 16 bits of the port count
 //   cmdPort           kept, not used
-//   channel           0-based camera channel, -9 to 99: two characters; any other ends the process
+//   channel           0-based camera channel; the fleet request holds two characters, and another
+//                     number than -9 to 99 ends the process
 //   acc, pwd, timestamp  not part of the fleet request, so of any length; may be null
 //   isCancel          set by the caller to end the session; stays set until the call has returned
 //   carId             device identifier, 31 characters at most
-//   canGetFrame       1: a frame waits in the slot; the consumer clears it once done with the
-//   bytes.
+//   canGetFrame       1: a frame waits in the slot; the consumer clears it once done with it.
 //                     Cleared by the worker at its start and when a connection breaks
 //   frameData         QUORVID_FRAME_CAPACITY bytes of the caller's, filled with one unit of H.264
 //   frameLen          bytes in frameData, 1 to QUORVID_FRAME_CAPACITY, valid while canGetFrame is 1
