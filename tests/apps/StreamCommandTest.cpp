@@ -120,6 +120,21 @@ TEST(Probe, ExplainsAGoodStreamAndWhatIsWrongWithOthers) {
   }
 }
 
+TEST(AStopSignal, EndsAProbeAtOnceAndLeavesTimeToSayWhyNothingCame) {
+  SimProcess drip({"--fault", "one-byte:relay:50000"});
+  Command probe(stream("probe", drip.port("relay"), {"--path", "relay", "--timeout", "60"}));
+  SimProcess sim({"--devices", "OTHER"});
+  Command record(stream("record", sim.port("fleet"), {"-o", freshFile("none.mp4")}));
+  ASSERT_TRUE(probe.says("relay lookup")) << probe.errors();
+  probe.signal(SIGTERM);
+  EXPECT_EQ(probe.wait(), 1);
+  EXPECT_NE(probe.output().find(": interrupted ("), std::string::npos) << probe.output();
+  ASSERT_TRUE(record.says("starting the stream again")) << record.errors();
+  record.signal(SIGTERM);
+  EXPECT_EQ(record.wait(), 1);
+  EXPECT_NE(record.errors().find("sent no stream for"), std::string::npos) << record.errors();
+}
+
 TEST(ViewOfTheCarPath, ShowsPicturesAndSaysWhenThereIsNoRelay) {
   SimProcess sim({});
   for (const char* path : {"car", "relay"}) {
