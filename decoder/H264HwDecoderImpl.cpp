@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "h264/Units.h"
 #include "port/VideoDecompression.h"
 #include "quorvid/base/Log.h"
 
@@ -17,8 +18,6 @@ constexpr std::uint32_t kSmallestUnit = kPrefixSize + 1;
 constexpr std::uint32_t kLargestUnit = 131072;
 constexpr int kPictureWidth = 1280;
 constexpr int kPictureHeight = 960;
-
-enum NaluType : std::uint8_t { kSequenceParameterSet = 7, kPictureParameterSet = 8 };
 
 void writeBigEndian(char* bytes, std::uint32_t value) {
   for (int shift = 24; shift >= 0; shift -= 8) {
@@ -90,18 +89,18 @@ void H264HwDecoderImpl::setDelegate(const std::shared_ptr<H264HwDecoderImplDeleg
 
 void H264HwDecoderImpl::decodeNalu(char* frame, std::uint32_t frameSize) {
   logMessage("==========> 開始解碼");
-  const int type = frame[kPrefixSize] & 0x1F;
+  const h264::UnitType type = h264::typeOf(static_cast<std::uint8_t>(frame[kPrefixSize]));
   const std::uint32_t length = frameSize - kPrefixSize;
   writeBigEndian(frame, length);
-  logMessage("type:%d, size:%d", type, static_cast<int>(frameSize));
+  logMessage("type:%d, size:%d", static_cast<int>(type), static_cast<int>(frameSize));
   if (frameSize < kSmallestUnit || frameSize > kLargestUnit) {
     logMessage("unit of %u bytes refused: not between %u and %u", frameSize, kSmallestUnit,
                kLargestUnit);
     return;
   }
-  if (type == kSequenceParameterSet) {
+  if (type == h264::UnitType::Sps) {
     storeParameterSet(_sps, _spsSize, frame + kPrefixSize, length);
-  } else if (type == kPictureParameterSet) {
+  } else if (type == h264::UnitType::Pps) {
     storeParameterSet(_pps, _ppsSize, frame + kPrefixSize, length);
   } else if (initH264Decoder()) {
     decode(frame, frameSize);

@@ -30,26 +30,21 @@ std::size_t prefixOf(ByteView sample) {
          static_cast<std::size_t>(sample[2]) << 8 | sample[3];
 }
 
-void append(ByteView unit, Bytes& packet) {
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    packet.push_back(static_cast<std::uint8_t>(unit.size() >> shift & 0xFF));
-  }
-  packet.insert(packet.end(), unit.begin(), unit.end());
-}
-
 // Takes the units of one sample.
-class Repacker {
+class SampleReader {
  public:
-  Repacker(const Sps& stream, std::uint64_t mostWork, Bytes& packet)
-      : stream_(stream), bounds_(stream, mostWork), packet_(packet) {}
+  SampleReader(const Sps& stream, std::uint64_t mostWork)
+      : stream_(stream), bounds_(stream, mostWork) {}
 
-  SampleKind take(ByteView unit) {
+  // False for a unit that damages the whole sample.
+  bool take(ByteView unit, Sample& sample) {
     const UnitType type = typeOf(unit);
     if ((unit[0] & 0x80) != 0 || isPartition(type) || (isSlice(type) && !isWithinBounds(unit))) {
-      return SampleKind::Damaged;
+      return false;
     }
-    if (isSlice(type) || type == UnitType::Sei) append(unit, packet_);
-    return isSlice(type) ? SampleKind::Picture : SampleKind::Nothing;
+    if (isSlice(type) || type == UnitType::Sei) sample.units.push_back(unit);
+    if (isSlice(type)) sample.kind = SampleKind::Picture;
+    return true;
   }
 
  private:
@@ -60,7 +55,6 @@ class Repacker {
 
   const Sps& stream_;
   WorkBounds bounds_;
-  Bytes& packet_;
 };
 
 }  // namespace
@@ -78,23 +72,34 @@ std::vector<Unit> unitsOf(ByteView frame) {
   }
 }
 
-SampleKind repackSample(ByteView sample, const Sps& stream, std::uint64_t mostWork, Bytes& packet) {
-  packet.clear();
-  if (sample.size() <= kPrefixSize || prefixOf(sample) != sample.size() - kPrefixSize) {
-    return SampleKind::Damaged;
-  }
-  Repacker repacker(stream, mostWork, packet);
-  SampleKind kind = SampleKind::Nothing;
-  for (ByteView rest = sample.subspan(kPrefixSize); !rest.empty();) {
+Sample readSample(ByteView bytes, const Sps& stream, std::uint64_t mostWork) {
+  if (bytes.size() <= kPrefixSize || prefixOf(bytes) != bytes.size() - kPrefixSize) return {};
+  SampleReader reader(stream, mostWork);
+  Sample sample{SampleKind::Nothing, {}};
+  for (ByteView rest = bytes.subspan(kPrefixSize); !rest.empty();) {
     const std::size_t size = startCodeIn(rest);
     const bool last = size == rest.size();
     const ByteView unit = last ? rest : withoutPadding(rest.first(size));
     rest = last ? ByteView{} : rest.subspan(size + kStartCode.size());
-    const SampleKind found = unit.empty() ? SampleKind::Nothing : repacker.take(unit);
-    if (found == SampleKind::Damaged) return found;
-    kind = found == SampleKind::Picture ? found : kind;
+    if (!unit.empty() && !reader.take(unit, sample)) return {};
   }
-  return kind;
+  return sample;
+}
+
+std::size_t Sample::packedSize() const {
+  std::size_t size = units.size() * kPrefixSize;
+  for (const ByteView unit : units) size += unit.size();
+  return size;
+}
+
+void Sample::packInto(std::span<std::uint8_t> packet) const {
+  auto to = packet.begin();
+  for (const ByteView unit : units) {
+    for (int shift = 24; shift >= 0; shift -= 8) {
+      *to++ = static_cast<std::uint8_t>(unit.size() >> shift & 0xFF);
+    }
+    to = std::copy(unit.begin(), unit.end(), to);
+  }
 }
 
 }  // namespace quorvid::h264

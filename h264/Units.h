@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "h264/Sps.h"
@@ -21,9 +22,13 @@ enum class UnitType : std::uint8_t {
   Pps = 8
 };
 
+// header: the first byte of a unit.
+inline UnitType typeOf(std::uint8_t header) {
+  return static_cast<UnitType>(header & 0x1F);
+}
 // unit: not empty, NAL header first.
 inline UnitType typeOf(ByteView unit) {
-  return static_cast<UnitType>(unit[0] & 0x1F);
+  return typeOf(unit[0]);
 }
 
 // One unit of a frame: where its start code and its header byte lie and where it ends.
@@ -47,11 +52,22 @@ enum class SampleKind : std::uint8_t {
             // beyond the bounds of Slice.h
 };
 
+// What a decoder may see of a caller's unit: the slices and SEI units in it, in order, which lie in
+// the caller's memory. Parameter sets inside are left out, the session keeps its own.
+struct Sample {
+  SampleKind kind = SampleKind::Damaged;
+  std::vector<ByteView> units;
+
+  // Bytes of the units with a length of 4 bytes in front of each, the form in which a decoder takes
+  // them, and those bytes.
+  std::size_t packedSize() const;
+  void packInto(std::span<std::uint8_t> packet) const;
+};
+
 // sample: a length of 4 bytes, most significant byte first, and that many bytes. A caller that
 // hands over the rest of an access unit as one has start codes inside, which a single unit can't
 // contain: there the unit is taken apart, so that pictures of several slices come out whole.
-// `packet` gets the slices and SEI units, each with its length in front; parameter sets inside are
-// left out, the session keeps its own. mostWork: see WorkBounds.
-SampleKind repackSample(ByteView sample, const Sps& stream, std::uint64_t mostWork, Bytes& packet);
+// mostWork: see WorkBounds.
+Sample readSample(ByteView sample, const Sps& stream, std::uint64_t mostWork);
 
 }  // namespace quorvid::h264

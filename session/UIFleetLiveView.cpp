@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Clock.h"
+#include "h264/Units.h"
 #include "quorvid/base/Log.h"
 
 namespace quorvid {
@@ -14,12 +15,9 @@ constexpr int kFleetDeviceType = 2;
 constexpr int kRefreshesPerFrame = 2;
 constexpr double kPauseBetweenSessions = 0.5;  // seconds; lets the cancelled worker leave
 
-constexpr int kUnitSps = 7;
-constexpr int kUnitSei = 6;
-
-// The type of the unit whose 4-byte start code lies in front of `header`.
-int unitType(const char* header) {
-  return static_cast<unsigned char>(*header) & 0x1F;
+// The type of the unit whose 4-byte start code begins at `unit`.
+h264::UnitType unitType(const char* unit) {
+  return h264::typeOf(static_cast<std::uint8_t>(unit[4]));
 }
 
 }  // namespace
@@ -106,7 +104,7 @@ void UIFleetLiveView::feedFrames() {
   char* const frame = session->getFrameData();
   const std::uint32_t length = session->getFrameLen();
   if (const std::shared_ptr<H264HwDecoderImpl> decoder = h264Decoder_) {
-    if (unitType(frame + 4) == kUnitSps) {
+    if (unitType(frame) == h264::UnitType::Sps) {
       feedKeyFrame(*decoder, frame, length);
     } else {
       decoder->decodeNalu(frame, length);
@@ -131,7 +129,7 @@ void UIFleetLiveView::feedKeyFrame(H264HwDecoderImpl& decoder, char* frame, std:
   decoder.decodeNalu(frame, kSpsSize);
   decoder.decodeNalu(frame + kSpsSize, kPpsSize);
   std::uint32_t picture = kSpsSize + kPpsSize;
-  if (unitType(frame + picture + 4) == kUnitSei) picture += kSeiSize;
+  if (unitType(frame + picture) == h264::UnitType::Sei) picture += kSeiSize;
   decoder.decodeNalu(frame + picture, length - picture);
 }
 

@@ -8,11 +8,49 @@
 // key frame at the latest, and none of them is opened for each of many units. One thread.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
-#include "port/av/PictureDecoder.h"
+#include "h264/ParameterSets.h"
+#include "port/VideoDecompression.h"
+#include "port/av/AvFrames.h"
 
 namespace quorvid {
+
+struct DecodedPicture {
+  OSStatus status = noErr;
+  // In memory; null when there is none. Belongs to the decoder and lasts until its next call.
+  const AVFrame* frame = nullptr;
+};
+
+// One way to decode a stream, in hardware or software.
+class PictureDecoder {
+ public:
+  virtual ~PictureDecoder() = default;
+  // packet: units with their lengths in front, at least one slice among them; in padded,
+  // reference-counted memory, so that no decoder needs a copy.
+  virtual DecodedPicture decode(const AVPacket& packet) = 0;
+};
+
+// A way that may be tried. open() gives null where the machine doesn't offer it, without noise and
+// without waiting.
+struct DecoderCandidate {
+  std::string name;
+  std::function<std::unique_ptr<PictureDecoder>(const h264::ParameterSets& sets)> open;
+};
+using DecoderCandidates = std::vector<DecoderCandidate>;
+
+// The ways of this machine: one candidate for each kind of device that libavcodec's H.264 decoder
+// works with and whose device files are there, in libavcodec's order, then "software". No display
+// and no environment variable is looked at; VDPAU, which needs a display, is left out: its devices
+// work as CUDA or VAAPI, too. Opening one that fails may bring a line of the device's own library,
+// or of libavutil's device contexts (which have no log level of their own), on standard error; a
+// kind that failed to open is not tried again in this process. libavcodec's V4L2 memory-to-memory
+// wrapper is not among them: it waits without limit for a picture that such a device may give only
+// after further units.
+DecoderCandidates decoderCandidates();
 
 class DecoderChain {
  public:
@@ -20,7 +58,7 @@ class DecoderChain {
   static std::unique_ptr<DecoderChain> open(DecoderCandidates candidates, h264::ParameterSets sets);
 
   // The picture lasts until the next call.
-  DecodedPicture decode(std::span<const std::uint8_t> packet);
+  DecodedPicture decode(const AVPacket& packet);
   const std::string& name() const { return name_; }
 
  private:

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <vector>
 
 #include "h264/Slice.h"
+#include "h264/Units.h"
 #include "port/VideoDecompression.h"
 #include "port/av/DecoderChain.h"
 #include "port/av/PictureConverter.h"
@@ -31,6 +31,7 @@ class VTDecompressionSession {
 
  private:
   OSStatus makePicture(std::span<const std::uint8_t> sample, CVPixelBufferRef& picture);
+  bool pack(const h264::Sample& sample);
   DecodedPicture decodeTimed();
 
   std::unique_ptr<DecoderChain> decoder_;
@@ -38,7 +39,7 @@ class VTDecompressionSession {
   std::uint64_t mostWork_ = h264::kWorkOfHonestUnits;  // until a unit took too long
   PictureConverter converter_;
   VTDecompressionOutputCallbackRecord callback_;
-  std::vector<std::uint8_t> packet_;
+  AvPacketPtr packet_{av_packet_alloc()};
 };
 
 }  // namespace quorvid

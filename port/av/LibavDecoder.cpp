@@ -56,15 +56,15 @@ std::unique_ptr<PictureDecoder> LibavDecoder::open(const LibavDecoderSetup& setu
 
 bool LibavDecoder::configure(const LibavDecoderSetup& setup, const h264::ParameterSets& sets) {
   context_.reset(setup.codec != nullptr ? avcodec_alloc_context3(setup.codec) : nullptr);
-  packet_.reset(av_packet_alloc());
   for (AvFramePtr* frame : {&next_, &frame_, &fetched_}) {
     frame->reset(av_frame_alloc());
   }
-  if (!context_ || !packet_ || !next_ || !frame_ || !fetched_ ||
-      !setExtradata(*context_, sets.avcRecord())) {
+  if (!context_ || !next_ || !frame_ || !fetched_ || !setExtradata(*context_, sets.avcRecord())) {
     return false;
   }
   context_->log_level_offset = kQuieter;
+  // More threads would each hold a picture back; low delay stops libavcodec from waiting for
+  // pictures that belong before the one that it has.
   context_->thread_count = 1;
   context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
   // Lost macroblocks are taken from the picture before, and mark the picture as damaged. Guessing
@@ -88,21 +88,11 @@ AVPixelFormat LibavDecoder::choosePixels(AVCodecContext* context, const AVPixelF
   return AV_PIX_FMT_NONE;  // the device can't do this stream: an error, and the next candidate
 }
 
-DecodedPicture LibavDecoder::decode(std::span<const std::uint8_t> packet) {
-  const int sent = send(packet);
+DecodedPicture LibavDecoder::decode(const AVPacket& packet) {
+  const int sent = avcodec_send_packet(context_.get(), &packet);
   DecodedPicture picture = receive();
   if (sent < 0) picture = {statusOf(sent), nullptr};
   return picture;
-}
-
-// libavcodec reads a little beyond the end of its input, so the unit needs a padded place.
-int LibavDecoder::send(std::span<const std::uint8_t> packet) {
-  const int allocated = av_new_packet(packet_.get(), static_cast<int>(packet.size()));
-  if (allocated < 0) return allocated;
-  std::memcpy(packet_->data, packet.data(), packet.size());
-  const int sent = avcodec_send_packet(context_.get(), packet_.get());
-  av_packet_unref(packet_.get());
-  return sent;
 }
 
 // Takes all there is and keeps the latest, so that nothing is left to delay a later unit.
@@ -118,6 +108,8 @@ DecodedPicture LibavDecoder::receive() {
   return frame_->format == devicePixels_ ? fetchFromDevice() : DecodedPicture{noErr, frame_.get()};
 }
 
+// A device's frame is only a handle: its samples are copied into memory, and size and colours
+// beside them.
 DecodedPicture LibavDecoder::fetchFromDevice() {
   av_frame_unref(fetched_.get());
   if (av_hwframe_transfer_data(fetched_.get(), frame_.get(), 0) < 0 ||

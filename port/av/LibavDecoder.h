@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "port/av/PictureDecoder.h"
+#include "port/av/DecoderChain.h"
 
 namespace quorvid {
 
@@ -22,19 +22,17 @@ class LibavDecoder : public PictureDecoder {
   // Null when the decoder can't be had.
   static std::unique_ptr<PictureDecoder> open(const LibavDecoderSetup& setup,
                                               const h264::ParameterSets& sets);
-  DecodedPicture decode(std::span<const std::uint8_t> packet) override;
+  DecodedPicture decode(const AVPacket& packet) override;
 
  private:
   explicit LibavDecoder(AVPixelFormat devicePixels) : devicePixels_(devicePixels) {}
   bool configure(const LibavDecoderSetup& setup, const h264::ParameterSets& sets);
-  int send(std::span<const std::uint8_t> packet);
   DecodedPicture receive();
   DecodedPicture fetchFromDevice();
   static AVPixelFormat choosePixels(AVCodecContext* context, const AVPixelFormat* offered);
 
   AVPixelFormat devicePixels_;
   AvCodecContextPtr context_;
-  AvPacketPtr packet_;
   AvFramePtr next_, frame_, fetched_;
 };
 

@@ -4,16 +4,11 @@
 
 #include <utility>
 
-#include "port/av/SampleRange.h"
-
-extern "C" {
-#include <libavutil/pixdesc.h>
-}
-
 namespace quorvid {
 namespace {
 
-constexpr int kTallestStandardDefinition = 576;
+// Pictures kept for use: one shown, one being made, and some in a host's hands.
+constexpr std::size_t kMostKept = 4;
 
 struct PlaneView {
   std::uint8_t* base;
@@ -27,33 +22,6 @@ PlaneView planeOf(CVPixelBufferRef picture, std::size_t plane) {
           static_cast<int>(CVPixelBufferGetHeightOfPlane(picture, plane))};
 }
 
-const char* matrixOf(const AVFrame& frame) {
-  switch (frame.colorspace) {
-    case AVCOL_SPC_BT709:
-      return kCVImageBufferYCbCrMatrix_ITU_R_709_2;
-    case AVCOL_SPC_FCC:
-    case AVCOL_SPC_BT470BG:
-    case AVCOL_SPC_SMPTE170M:
-      return kCVImageBufferYCbCrMatrix_ITU_R_601_4;
-    case AVCOL_SPC_SMPTE240M:
-      return kCVImageBufferYCbCrMatrix_SMPTE_240M_1995;
-    case AVCOL_SPC_BT2020_NCL:
-    case AVCOL_SPC_BT2020_CL:
-      return kCVImageBufferYCbCrMatrix_ITU_R_2020;
-    default:
-      return frame.height <= kTallestStandardDefinition ? kCVImageBufferYCbCrMatrix_ITU_R_601_4
-                                                        : kCVImageBufferYCbCrMatrix_ITU_R_709_2;
-  }
-}
-
-bool isFullRange(const AVFrame& frame) {
-  return frame.color_range == AVCOL_RANGE_JPEG || frame.format == AV_PIX_FMT_YUVJ420P;
-}
-
-bool isScaledDirectly(int format) {
-  return format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P || format == AV_PIX_FMT_NV12;
-}
-
 // Room for the samples of a plane.
 std::uint8_t* fit(std::vector<std::uint8_t>& samples, int width, int height) {
   samples.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
@@ -65,35 +33,23 @@ void scale(const PlaneView& from, const PlaneView& to) {
                      to.height, libyuv::kFilterBilinear);
 }
 
-// The formats with a J in their name are the same samples with the range in the name.
-AVPixelFormat withoutRange(int format) {
-  switch (format) {
-    case AV_PIX_FMT_YUVJ422P:
-      return AV_PIX_FMT_YUV422P;
-    case AV_PIX_FMT_YUVJ444P:
-      return AV_PIX_FMT_YUV444P;
-    default:
-      return static_cast<AVPixelFormat>(format);
-  }
-}
-
-bool isYCbCr(AVPixelFormat format) {
-  const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(format);
-  return description != nullptr && description->nb_components == 3 &&
-         (description->flags & AV_PIX_FMT_FLAG_RGB) == 0;
-}
-
-AvFramePtr planarFrame(int width, int height) {
-  AvFramePtr frame(av_frame_alloc());
-  if (frame) {
-    frame->format = AV_PIX_FMT_YUV420P;
-    frame->width = width;
-    frame->height = height;
-  }
-  return frame && av_frame_get_buffer(frame.get(), 0) == 0 ? std::move(frame) : nullptr;
-}
-
 }  // namespace
+
+PicturePool::~PicturePool() {
+  for (CVPixelBufferRef buffer : buffers_) {
+    CVPixelBufferRelease(buffer);
+  }
+}
+
+CVPixelBufferRef PicturePool::take() {
+  for (CVPixelBufferRef buffer : buffers_) {
+    if (CVPixelBufferGetRetainCount(buffer) == 1) return CVPixelBufferRetain(buffer);
+  }
+  CVPixelBufferRef made = nullptr;
+  CVPixelBufferCreate(width_, height_, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0, &made);
+  if (made != nullptr && buffers_.size() < kMostKept) buffers_.push_back(CVPixelBufferRetain(made));
+  return made;
+}
 
 CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
   if (frame.width < 2 || frame.height < 2) return nullptr;
@@ -107,8 +63,10 @@ CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
   return picture;
 }
 
+// The range is changed after scaling: the picture that is shown may be the smaller one, and it is
+// ours to write to, which a frame that the decoder still refers to is not.
 bool PictureConverter::fill(const AVFrame& frame, CVPixelBufferRef picture) {
-  const bool direct = isScaledDirectly(frame.format);
+  const bool direct = isScaledDirectly(frame);
   if (!direct && !toPlanar(frame)) return false;
   const AVFrame& source = direct ? frame : *planar_;
   const PlaneView luma = planeOf(picture, 0);
@@ -153,8 +111,8 @@ bool PictureConverter::toPlanar(const AVFrame& frame) {
 }
 
 bool PictureConverter::prepareConversion(const AVFrame& frame) {
-  const AVPixelFormat format = withoutRange(frame.format);
-  if (!isYCbCr(format) || sws_isSupportedInput(format) == 0) return false;
+  const AVPixelFormat format = convertibleFormat(frame);
+  if (format == AV_PIX_FMT_NONE) return false;
   if (!planar_ || planar_->width != frame.width || planar_->height != frame.height) {
     planar_ = planarFrame(frame.width, frame.height);
   }

@@ -12,10 +12,30 @@
 #include <cstdint>
 #include <vector>
 
-#include "port/av/AvHandles.h"
-#include "port/av/PicturePool.h"
+#include "port/av/AvFrames.h"
+#include "quorvid/base/PixelBuffer.h"
 
 namespace quorvid {
+
+// Pixel buffers that are used again once everybody else let them go: a fresh buffer of this size
+// costs more page faults than the whole conversion. The pool holds one reference to each buffer: a
+// buffer with no other reference is free. One thread takes; any thread may release what was taken.
+// Buffers that are still held outlive the pool.
+class PicturePool {
+ public:
+  PicturePool(std::size_t width, std::size_t height) : width_(width), height_(height) {}
+  ~PicturePool();
+  PicturePool(const PicturePool&) = delete;
+  PicturePool& operator=(const PicturePool&) = delete;
+
+  // A "420v" buffer with one reference for the caller; its bytes are those of an earlier picture.
+  // Null when memory is short.
+  CVPixelBufferRef take();
+
+ private:
+  std::size_t width_, height_;
+  std::vector<CVPixelBufferRef> buffers_;
+};
 
 class PictureConverter {
  public:

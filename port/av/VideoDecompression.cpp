@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "port/av/DecompressionSession.h"
-#include "port/av/HardwareDecoders.h"
 
 namespace quorvid {
 
@@ -28,6 +27,7 @@ class CMSampleBuffer {
 
 namespace {
 
+// Deletes through an owner, as everything else here is owned.
 template <class T>
 void destroy(T* object) {
   const std::unique_ptr<T> last(object);

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include "h264/Units.h"
-#include "port/av/HardwareDecoders.h"
 #include "port/av/LibavDecoder.h"
 #include "support/H264TestStream.h"
 
@@ -24,7 +23,7 @@ class StandIn : public PictureDecoder {
  public:
   StandIn(Device& device, std::unique_ptr<PictureDecoder> real)
       : device_(device), real_(std::move(real)) {}
-  DecodedPicture decode(std::span<const std::uint8_t> packet) override {
+  DecodedPicture decode(const AVPacket& packet) override {
     return device_.goodUnits-- > 0 ? real_->decode(packet)
                                    : DecodedPicture{device_.failure, nullptr};
   }
@@ -52,10 +51,12 @@ class DecoderChainTest : public testing::Test {
         candidate("first", first), candidate("second", second), {"software", software}};
     return DecoderChain::open(std::move(all), *h264::ParameterSets::make(stream_.sps, stream_.pps));
   }
-  bool decode(DecoderChain& chain, std::vector<std::uint8_t> unit) {
-    const auto size = static_cast<std::uint8_t>(unit.size());
-    unit.insert(unit.begin(), {0, 0, static_cast<std::uint8_t>(unit.size() >> 8), size});
-    last_ = chain.decode(unit);
+  bool decode(DecoderChain& chain, const std::vector<std::uint8_t>& unit) {
+    const h264::Sample sample{h264::SampleKind::Picture, {unit}};
+    const AvPacketPtr packet(av_packet_alloc());
+    av_new_packet(packet.get(), static_cast<int>(sample.packedSize()));
+    sample.packInto({packet->data, sample.packedSize()});
+    last_ = chain.decode(*packet);
     return last_.frame != nullptr && last_.frame->width == 640;
   }
   bool decode(DecoderChain& chain, std::size_t index) {

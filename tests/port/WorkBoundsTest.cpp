@@ -100,7 +100,7 @@ TEST(WorkBoundsTest, FirstMacroblocksRiseAndOnlyASecondFieldBeginsAgain) {
 class SlowDecoder : public PictureDecoder {
  public:
   explicit SlowDecoder(int& units) : units_(units) {}
-  DecodedPicture decode(std::span<const std::uint8_t> /*packet*/) override {
+  DecodedPicture decode(const AVPacket& /*packet*/) override {
     ++units_;
     const auto begin = std::clock();
     while (std::clock() - begin < CLOCKS_PER_SEC * 3 / 10) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "h264/Units.h"
 #include "sim/Error.h"
 #include "sim/PictureDecoder.h"
 #include "sim/media/DrawnSource.h"
@@ -37,14 +38,14 @@ TEST_P(KeyFrameLayout, IsExactAndDecodesToTheEncodersPictures) {
       EXPECT_EQ(parts[1].data() - frame.data(), 17);
       EXPECT_EQ(parts[1].size(), 4u);
       EXPECT_EQ(parts[2].data() - frame.data(), 25);
-      EXPECT_EQ(unitType(parts[2]), 6u);
+      EXPECT_EQ(h264::typeOf(parts[2]), h264::UnitType::Sei);
       EXPECT_EQ(parts[2].size(), 5u);
       EXPECT_EQ(parts[3].data() - frame.data(), 34);
-      EXPECT_EQ(unitType(parts[3]), 5u);
+      EXPECT_EQ(h264::typeOf(parts[3]), h264::UnitType::KeySlice);
     } else {
       ASSERT_EQ(parts.size(), 1u);
       EXPECT_EQ(parts[0].data() - frame.data(), 4);
-      EXPECT_EQ(unitType(parts[0]), 1u);
+      EXPECT_EQ(h264::typeOf(parts[0]), h264::UnitType::Slice);
     }
     const Bytes expected = plain.decode(units);
     EXPECT_EQ(expected.size(), static_cast<std::size_t>(width * height * 3 / 2));

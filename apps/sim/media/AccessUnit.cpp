@@ -11,12 +11,10 @@
 namespace quorvid::sim {
 namespace {
 
+using h264::UnitType;
+
 constexpr std::size_t kSpsBytes = 9;
 constexpr std::size_t kPpsBytes = 4;
-constexpr unsigned kSlice = 1;
-constexpr unsigned kKeySlice = 5;
-constexpr unsigned kSps = 7;
-constexpr unsigned kPps = 8;
 
 // Recovery point: payload type 6, 1 byte: recovery_frame_cnt 0, exact_match 1, broken_link 0, no
 // slice groups.
@@ -66,14 +64,14 @@ std::vector<ByteView> splitUnits(ByteView stream) {
 Bytes arrangeFrame(ByteView encoded, bool sei) {
   ByteView sps, pps, slice;
   for (const ByteView unit : splitUnits(encoded)) {
-    const unsigned type = unitType(unit);
-    if (type == kSps) keepOnly(sps, unit, "sequence parameter set");
-    if (type == kPps) keepOnly(pps, unit, "picture parameter set");
-    if (type == kSlice || type == kKeySlice) keepOnly(slice, unit, "slice");
+    const UnitType type = h264::typeOf(unit);
+    if (type == UnitType::Sps) keepOnly(sps, unit, "sequence parameter set");
+    if (type == UnitType::Pps) keepOnly(pps, unit, "picture parameter set");
+    if (type == UnitType::Slice || type == UnitType::KeySlice) keepOnly(slice, unit, "slice");
   }
   if (slice.empty()) throw SimError("the encoder made no slice for a picture");
   Bytes frame;
-  if (unitType(slice) == kKeySlice) {
+  if (h264::typeOf(slice) == UnitType::KeySlice) {
     if (sps.empty() || pps.size() != kPpsBytes) {
       throw SimError(
           "the encoder's key frame does not have the parameter sets that the layout needs");
@@ -87,7 +85,7 @@ Bytes arrangeFrame(ByteView encoded, bool sei) {
 }
 
 bool isKeyFrame(ByteView frame) {
-  return frame.size() > 4 && (frame[4] & 31u) == kSps;
+  return frame.size() > 4 && h264::typeOf(frame[4]) == UnitType::Sps;
 }
 
 }  // namespace quorvid::sim

@@ -9,10 +9,6 @@ namespace quorvid::sim {
 // The NAL units of a byte stream, without their start codes (00 00 01 or 00 00 00 01).
 std::vector<ByteView> splitUnits(ByteView stream);
 
-inline unsigned unitType(ByteView unit) {
-  return unit.empty() ? 0u : unit[0] & 31u;
-}
-
 // Puts what an encoder made of one picture into the layout in which recorders send it.
 //
 // Clients cut key frames at fixed places (docs/protocol.md, "Key frames"): the sequence parameter
