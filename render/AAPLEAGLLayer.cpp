@@ -1,5 +1,6 @@
 #include "quorvid/render/AAPLEAGLLayer.h"
 
+#include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 
 #include <array>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr GLsizei twoFloats = 2 * sizeof(GLfloat);
 
-const GLfloat* conversionOf(CVPixelBufferRef pixelBuffer) {
+const float* conversionOf(CVPixelBufferRef pixelBuffer) {
   const Text matrix = CVBufferGetAttachment(pixelBuffer, kCVImageBufferYCbCrMatrixKey);
   const bool is601 = !matrix.isMissing() &&
                      std::strcmp(matrix.c_str(), kCVImageBufferYCbCrMatrix_ITU_R_601_4) == 0;

@@ -1,4 +1,6 @@
 // The shader operations of AAPLEAGLLayer: compiling, linking and validating.
+#include <GLES2/gl2.h>
+
 #include <cstdio>
 #include <vector>
 
@@ -61,7 +63,7 @@ bool AAPLEAGLLayer::loadShaders() {
   return true;
 }
 
-bool AAPLEAGLLayer::compileShaderString(GLuint* shader, GLenum type, const char* shaderString) {
+bool AAPLEAGLLayer::compileShaderString(std::uint32_t* shader, std::uint32_t type, const char* shaderString) {
   *shader = glCreateShader(type);
   glShaderSource(*shader, 1, &shaderString, nullptr);
   glCompileShader(*shader);
@@ -79,7 +81,7 @@ bool AAPLEAGLLayer::compileShaderString(GLuint* shader, GLenum type, const char*
   return true;
 }
 
-bool AAPLEAGLLayer::compileShader(GLuint* shader, GLenum type, const Text& URL) {
+bool AAPLEAGLLayer::compileShader(std::uint32_t* shader, std::uint32_t type, const Text& URL) {
   std::string text;
   if (const std::string error = readTextFile(URL, text); !error.empty()) {
     logMessage("Failed to load vertex shader: %s", error.c_str());
@@ -88,7 +90,7 @@ bool AAPLEAGLLayer::compileShader(GLuint* shader, GLenum type, const Text& URL) 
   return compileShaderString(shader, type, text.c_str());
 }
 
-bool AAPLEAGLLayer::linkProgram(GLuint prog) {
+bool AAPLEAGLLayer::linkProgram(std::uint32_t prog) {
   glLinkProgram(prog);
   GLint logLength = 0;
   glGetProgramiv(prog, GL_INFO_LOG_LENGTH, &logLength);
@@ -98,7 +100,7 @@ bool AAPLEAGLLayer::linkProgram(GLuint prog) {
   return status != GL_FALSE;
 }
 
-bool AAPLEAGLLayer::validateProgram(GLuint prog) {
+bool AAPLEAGLLayer::validateProgram(std::uint32_t prog) {
   glValidateProgram(prog);
   GLint logLength = 0;
   glGetProgramiv(prog, GL_INFO_LOG_LENGTH, &logLength);

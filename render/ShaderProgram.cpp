@@ -28,17 +28,17 @@ const char* shader_fsh =
     "rgb = colorConversionMatrix * yuv;" BLANKS_4  //
     "gl_FragColor = vec4(rgb, 1);}";
 
-GLint uniforms[4];
+std::int32_t uniforms[4];
 
 // ITU-R BT.601, the matrix of standard definition television.
-const GLfloat kColorConversion601[9] = {
+const float kColorConversion601[9] = {
     1.164F, 1.164F,  1.164F,  // Y'
     0.0F,   -0.392F, 2.017F,  // Cb
     1.596F, -0.813F, 0.0F,    // Cr
 };
 
 // ITU-R BT.709, the matrix of high definition television.
-const GLfloat kColorConversion709[9] = {
+const float kColorConversion709[9] = {
     1.164F, 1.164F,  1.164F,  // Y'
     0.0F,   -0.213F, 2.112F,  // Cb
     1.793F, -0.533F, 0.0F,    // Cr

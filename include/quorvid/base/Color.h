@@ -6,7 +6,6 @@ namespace quorvid {
 // Red, green, blue, alpha in 0..1; alpha 0 fills nothing, every other alpha fills solidly.
 struct CGColorRef {
   float red = 0, green = 0, blue = 0, alpha = 0;
-  friend bool operator==(const CGColorRef&, const CGColorRef&) = default;
 };
 
 class UIColor {

@@ -9,8 +9,6 @@
 // do nothing when the layer's context can't be made current.
 #pragma once
 
-#include <GLES2/gl2.h>
-
 #include <cstdint>
 #include <memory>
 
@@ -56,19 +54,19 @@ class QUORVID_API AAPLEAGLLayer : public CAEAGLLayer {
   void cleanUpTextures();
 
   // The shader program; 0 when it could not be made.
-  GLuint program() const { return _program; }
-  void setProgram(GLuint program) { _program = program; }
+  std::uint32_t program() const { return _program; }
+  void setProgram(std::uint32_t program) { _program = program; }
   // Makes the program and fills `uniforms`. False, with a line in the log, when GL refuses a shader
   // (the program object stays) or the program (which is deleted).
   bool loadShaders();
   // type: GL_VERTEX_SHADER or GL_FRAGMENT_SHADER. GL's own messages go to standard output. False,
   // with the shader deleted, when it does not compile.
-  bool compileShaderString(GLuint* shader, GLenum type, const char* shaderString);
+  bool compileShaderString(std::uint32_t* shader, std::uint32_t type, const char* shaderString);
   // The same with the text of a file (UTF-8). URL: "file://" and a path, percent-encoded. False,
   // with a line in the log, when it can't be read.
-  bool compileShader(GLuint* shader, GLenum type, const Text& URL);
-  bool linkProgram(GLuint prog);
-  bool validateProgram(GLuint prog);
+  bool compileShader(std::uint32_t* shader, std::uint32_t type, const Text& URL);
+  bool linkProgram(std::uint32_t prog);
+  bool validateProgram(std::uint32_t prog);
 
  protected:
   AAPLEAGLLayer() = default;
@@ -81,15 +79,15 @@ class QUORVID_API AAPLEAGLLayer : public CAEAGLLayer {
                                  std::shared_ptr<CVOpenGLESTexture>& texture);
   QUORVID_LOCAL void drawQuad(std::uint32_t width, std::uint32_t height);
 
-  GLint _backingWidth = 0;
-  GLint _backingHeight = 0;
+  std::int32_t _backingWidth = 0;
+  std::int32_t _backingHeight = 0;
   std::shared_ptr<EAGLContext> _context;
   std::shared_ptr<CVOpenGLESTexture> _lumaTexture;
   std::shared_ptr<CVOpenGLESTexture> _chromaTexture;
-  GLuint _frameBufferHandle = 0;
-  GLuint _colorBufferHandle = 0;
-  const GLfloat* _preferredConversion = nullptr;
-  GLuint _program = 0;
+  std::uint32_t _frameBufferHandle = 0;
+  std::uint32_t _colorBufferHandle = 0;
+  const float* _preferredConversion = nullptr;
+  std::uint32_t _program = 0;
   CVPixelBufferRef _pixelBuffer = nullptr;
 };
 

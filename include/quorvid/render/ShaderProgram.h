@@ -5,7 +5,7 @@
 // layers link the same texts and get the same locations.
 #pragma once
 
-#include <GLES2/gl2.h>
+#include <cstdint>
 
 #include "quorvid/base/Export.h"
 
@@ -24,11 +24,11 @@ extern QUORVID_API const char* shader_vsh;
 extern QUORVID_API const char* shader_fsh;
 
 // Locations of SamplerY, SamplerUV, preferredRotation and colorConversionMatrix.
-extern QUORVID_API GLint uniforms[4];
+extern QUORVID_API std::int32_t uniforms[4];
 
 // 3 x 3, column after column: the weights of Y', Cb and Cr in R, G and B.
-extern QUORVID_API const GLfloat kColorConversion601[9];
-extern QUORVID_API const GLfloat kColorConversion709[9];
+extern QUORVID_API const float kColorConversion601[9];
+extern QUORVID_API const float kColorConversion709[9];
 
 }  // extern "C"
 
