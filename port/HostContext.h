@@ -5,7 +5,11 @@
 // of the library's, nothing is put back.
 #pragma once
 
+#include <memory>
+
 namespace quorvid {
+
+struct GlBinding;
 
 class HostContext {
  public:
@@ -15,11 +19,7 @@ class HostContext {
   HostContext& operator=(const HostContext&) = delete;
 
  private:
-  // The foreign binding: display, both surfaces and the context; all null when there is none.
-  void* display_ = nullptr;
-  void* draw_ = nullptr;
-  void* read_ = nullptr;
-  void* context_ = nullptr;
+  std::unique_ptr<GlBinding> host_;  // null when there is nothing to put back
 };
 
 }  // namespace quorvid

@@ -1,8 +1,8 @@
 // CVOpenGLESTextureCache: pictures in memory as OpenGL ES textures.
 //
-// Used on the thread whose current context is the cache's. Idea: a texture is borrowed from a pool
-// that belongs to the context and goes back to it with its last reference, so making a cache for
-// every picture costs nothing. The loss: up to eight idle textures stay allocated with a context.
+// Used on the thread whose current context is the cache's. Idea: a context has one cache, which
+// lends textures and takes each back with its last reference, so asking for the cache with every
+// picture costs nothing. The loss: up to eight idle textures stay allocated with a context.
 //
 // GL state it touches: the texture bound to the target in the active unit, which stays bound.
 #pragma once
@@ -24,7 +24,7 @@ using CVOpenGLESTextureRef = std::shared_ptr<CVOpenGLESTexture>;
 // The picture has no such plane, is smaller than the texture asked for, or GL refused the upload.
 inline constexpr CVReturn kCVReturnPixelBufferNotOpenGLCompatible = -6683;
 
-// kCVReturnInvalidArgument without a context or a place for the result.
+// The cache of the context. kCVReturnInvalidArgument without a context or a place for the result.
 CVReturn CVOpenGLESTextureCacheCreate(const std::shared_ptr<EAGLContext>& context,
                                       CVOpenGLESTextureCacheRef* out);
 
@@ -39,7 +39,7 @@ CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(const CVOpenGLESTextureCac
                                                       std::uint32_t format, std::uint32_t type,
                                                       std::size_t plane, CVOpenGLESTextureRef* out);
 
-// Deletes nothing that is in use; the pool keeps its idle textures for the next picture.
+// Deletes nothing: idle textures are kept for the next picture.
 void CVOpenGLESTextureCacheFlush(const CVOpenGLESTextureCacheRef& cache);
 
 // A null texture has the target GL_TEXTURE_2D and the name 0.

@@ -1,7 +1,7 @@
 # The Debian packages that the project needs, by purpose. Sourced by setup.sh.
 build_packages=(
   g++ cmake ninja-build pkg-config ca-certificates
-  libsdl2-dev libegl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri
+  libsdl2-dev libepoxy-dev libgles-dev libegl1 libegl-mesa0 libgl1-mesa-dri
   libavcodec-dev libavfilter-dev libavformat-dev libavutil-dev libswscale-dev libyuv-dev
   libpng-dev libcairo2-dev fonts-dejavu-core libasio-dev libcli11-dev libfmt-dev
   libutfcpp-dev nlohmann-json3-dev

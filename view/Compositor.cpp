@@ -58,7 +58,7 @@ bool Compositor::draw(CALayer& tree, const PixelRect& region) {
 }
 
 bool Compositor::prepare() {
-  EGLContext current = eglGetCurrentContext();
+  const EGLContext current = GlBinding::current().context;
   if (current == EGL_NO_CONTEXT) return refuse("no EGL context is current");
   if (current != context_) {
     pictures_.clear();
@@ -126,7 +126,7 @@ void Compositor::dropUnused() {
 }
 
 void Compositor::release() {
-  if (context_ != EGL_NO_CONTEXT && eglGetCurrentContext() == context_) {
+  if (context_ != EGL_NO_CONTEXT && GlBinding::current().context == context_) {
     for (auto& [storage, entry] : pictures_) {
       entry.picture.release();
     }

@@ -19,7 +19,6 @@ namespace quorvid {
 // Pixels of the framebuffer; the origin is at its lower left, as for glViewport.
 struct PixelRect {
   int x = 0, y = 0, width = 0, height = 0;
-  friend bool operator==(const PixelRect&, const PixelRect&) = default;
 };
 
 class Compositor {
@@ -47,13 +46,9 @@ class Compositor {
     bool used = false;
   };
   std::unordered_map<std::uint64_t, Entry> pictures_;  // by Drawable::storage()
-  EGLContext context_ = EGL_NO_CONTEXT;
+  EGLContext context_ = EGL_NO_CONTEXT;  // the one that pictures_ were made in
   HostGl host_;
   std::string refusal_;
 };
-
-// Changes whenever composition would draw something else: the frames, colours, order and presented
-// content of the tree.
-std::uint64_t layerTreeVersion(CALayer& tree);
 
 }  // namespace quorvid

@@ -1,12 +1,7 @@
 #include "view/HostGl.h"
 
-#include <cstdio>
-#include <cstring>
-
 namespace quorvid {
 namespace {
-
-constexpr GLenum framebufferSrgb = 0x8DB9;  // GL_FRAMEBUFFER_SRGB, not in the OpenGL ES header
 
 void set(GLenum capability, GLboolean on) {
   if (on == GL_TRUE) {
@@ -16,39 +11,15 @@ void set(GLenum capability, GLboolean on) {
   }
 }
 
-// "OpenGL ES 3.2 Mesa ..." or "4.5 (Core Profile) ..."
-void readVersion(HostGl& host) {
-  const auto* text = reinterpret_cast<const char*>(glGetString(GL_VERSION));
-  if (text == nullptr) return;
-  constexpr const char* prefix = "OpenGL ES ";
-  host.embedded = std::strncmp(text, prefix, std::strlen(prefix)) == 0;
-  int major = 0;
-  int minor = 0;
-  const char* numbers = host.embedded ? text + std::strlen(prefix) : text;
-  if (std::sscanf(numbers, "%d.%d", &major, &minor) == 2) {  // NOLINT(cert-err34-c)
-    host.version = major * 10 + minor;
-  }
-}
-
-bool hasGlExtension(const char* name) {
-  GLint count = 0;
-  glGetIntegerv(GL_NUM_EXTENSIONS, &count);
-  for (GLint i = 0; i < count; ++i) {
-    const auto* entry =
-        reinterpret_cast<const char*>(glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(i)));
-    if (entry != nullptr && std::strcmp(entry, name) == 0) return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 HostGl HostGl::ofCurrentContext() {
   HostGl host;
-  readVersion(host);
+  host.embedded = !epoxy_is_desktop_gl();
+  host.version = epoxy_gl_version();
   if (host.canComposite()) {
-    host.eglImages = hasGlExtension("GL_OES_EGL_image");
-    host.srgbSwitch = !host.embedded || hasGlExtension("GL_EXT_sRGB_write_control");
+    host.eglImages = epoxy_has_gl_extension("GL_OES_EGL_image");
+    host.srgbSwitch = !host.embedded || epoxy_has_gl_extension("GL_EXT_sRGB_write_control");
     host.perBufferMasks = !host.embedded || host.version >= 32;
   }
   return host;
@@ -63,8 +34,8 @@ BorrowedGlState::BorrowedGlState(const HostGl& host)
   glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &readFramebuffer_);
   saveMasks();
   if (host_.srgbSwitch) {
-    srgb_ = glIsEnabled(framebufferSrgb);
-    glDisable(framebufferSrgb);  // the pictures hold encoded colours already
+    srgb_ = glIsEnabled(GL_FRAMEBUFFER_SRGB);
+    glDisable(GL_FRAMEBUFFER_SRGB);  // the pictures hold encoded colours already
   }
   glEnable(GL_SCISSOR_TEST);
   glDisable(GL_RASTERIZER_DISCARD);
@@ -78,7 +49,7 @@ BorrowedGlState::~BorrowedGlState() {
   glScissor(scissorBox_[0], scissorBox_[1], scissorBox_[2], scissorBox_[3]);
   set(GL_SCISSOR_TEST, scissorTest_);
   set(GL_RASTERIZER_DISCARD, rasterizerDiscard_);
-  if (host_.srgbSwitch) set(framebufferSrgb, srgb_);
+  if (host_.srgbSwitch) set(GL_FRAMEBUFFER_SRGB, srgb_);
 }
 
 void BorrowedGlState::saveMasks() {

@@ -1,7 +1,7 @@
 // What a host's GL context can do, and the state that composition borrows from it.
 #pragma once
 
-#include <GLES3/gl32.h>
+#include <epoxy/gl.h>
 
 #include <array>
 #include <vector>

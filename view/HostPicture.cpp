@@ -2,8 +2,6 @@
 
 #include <array>
 
-#include "port/egl/EglExtensions.h"
-
 namespace quorvid {
 namespace {
 
@@ -87,17 +85,13 @@ bool HostPicture::isStale() const {
 }
 
 bool HostPicture::makeFromImage(const Drawable& drawable) {
-  const EglExtensions& egl = EglExtensions::get();
   const ShareGroup& group = *drawable.group();
-  if (egl.createImage == nullptr || egl.imageTargetRenderbufferStorage == nullptr ||
-      !group.hasExtension("EGL_KHR_gl_renderbuffer_image")) {
-    return false;
-  }
+  if (!group.hasImages()) return false;
   EGLImageKHR image = EGL_NO_IMAGE_KHR;
   if (const ShareGroup::Scope root(*drawable.group()); root) {
     const std::array<EGLint, 3> attributes = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
     const auto name = static_cast<std::uintptr_t>(drawable.renderbuffer());
-    image = egl.createImage(group.display(), group.root(), EGL_GL_RENDERBUFFER_KHR,
+    image = eglCreateImageKHR(group.display(), group.root(), EGL_GL_RENDERBUFFER_KHR,
                             reinterpret_cast<EGLClientBuffer>(name), attributes.data());
   }
   if (image == EGL_NO_IMAGE_KHR) return false;
@@ -105,9 +99,9 @@ bool HostPicture::makeFromImage(const Drawable& drawable) {
   glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
   glGenRenderbuffers(1, &renderbuffer_);
   glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer_);
-  egl.imageTargetRenderbufferStorage(GL_RENDERBUFFER, image);
+  glEGLImageTargetRenderbufferStorageOES(GL_RENDERBUFFER, image);
   glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(bound));
-  egl.destroyImage(group.display(), image);  // the renderbuffer keeps the pixels
+  eglDestroyImageKHR(group.display(), image);  // the renderbuffer keeps the pixels
   return attach(GL_RENDERBUFFER, renderbuffer_);
 }
 

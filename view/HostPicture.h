@@ -6,7 +6,7 @@
 // not deleted by the destructor, because the context may have gone.
 #pragma once
 
-#include <GLES3/gl3.h>
+#include <epoxy/gl.h>
 
 #include <cstdint>
 #include <vector>

@@ -1,6 +1,10 @@
 #include "quorvid/view/Layer.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "port/egl/Drawable.h"
+#include "quorvid/view/EAGLLayer.h"
 
 namespace quorvid {
 
@@ -26,6 +30,14 @@ void CALayer::removeFromSuperlayer() {
   if (parent == nullptr) return;
   const std::shared_ptr<CALayer> self = shared_from_this();  // the list may hold the last reference
   std::erase(parent->sublayers_, self);
+}
+
+CAEAGLLayer::CAEAGLLayer() : drawable_(std::make_unique<Drawable>()) {}
+
+CAEAGLLayer::~CAEAGLLayer() = default;
+
+void CAEAGLLayer::setDrawableProperties(DrawableProperties properties) {
+  drawableProperties_ = std::move(properties);
 }
 
 }  // namespace quorvid

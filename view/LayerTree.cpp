@@ -1,8 +1,8 @@
-// What a layer tree looks like, as one number.
+#include "view/LayerTree.h"
+
 #include <bit>
 
 #include "port/egl/Drawable.h"
-#include "view/Compositor.h"
 
 namespace quorvid {
 namespace {

@@ -1,6 +1,9 @@
 #include "quorvid/view/View.h"
 
 #include <algorithm>
+#include <cmath>
+
+#include "quorvid/view/Screen.h"
 
 namespace quorvid {
 
@@ -54,6 +57,15 @@ void UIView::removeFromSuperview() {
   const std::shared_ptr<UIView> self = shared_from_this();  // the list may hold the last reference
   layer_->removeFromSuperlayer();
   std::erase(parent->subviews_, self);
+}
+
+UIScreen& UIScreen::mainScreen() {
+  static UIScreen screen;
+  return screen;
+}
+
+void UIScreen::setScale(double scale) {
+  if (std::isfinite(scale) && scale > 0) scale_ = scale;
 }
 
 }  // namespace quorvid

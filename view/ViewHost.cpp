@@ -6,6 +6,7 @@
 #include "quorvid/view/RunLoop.h"
 #include "quorvid/view/Screen.h"
 #include "view/Compositor.h"
+#include "view/LayerTree.h"
 
 namespace quorvid {
 
@@ -27,9 +28,10 @@ ViewHost::~ViewHost() {
 }
 
 bool ViewHost::useCurrentDisplay() {
-  if (eglGetCurrentContext() == EGL_NO_CONTEXT) return false;
+  const GlBinding host = GlBinding::current();
+  if (host.context == EGL_NO_CONTEXT) return false;
   state_->group = ShareGroup::shared();
-  return state_->group != nullptr && state_->group->display() == eglGetCurrentDisplay();
+  return state_->group != nullptr && state_->group->display() == host.display;
 }
 
 bool ViewHost::displayInUse(void* eglDisplay) {

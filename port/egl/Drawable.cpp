@@ -1,10 +1,8 @@
 #include "port/egl/Drawable.h"
 
-#include <GLES2/gl2.h>
+#include <epoxy/gl.h>
 
 #include <atomic>
-
-#include "port/egl/EglExtensions.h"
 
 namespace quorvid {
 namespace {
@@ -77,17 +75,15 @@ void Drawable::drop() {
 
 void Drawable::dropFence() {
   if (fence_ != EGL_NO_SYNC_KHR) {
-    EglExtensions::get().destroySync(group_->display(), fence_);
+    eglDestroySyncKHR(group_->display(), fence_);
     fence_ = EGL_NO_SYNC_KHR;
   }
 }
 
 void Drawable::present() {
   dropFence();
-  const EglExtensions& egl = EglExtensions::get();
-  if (egl.createSync != nullptr && egl.clientWaitSync != nullptr &&
-      group_->hasExtension("EGL_KHR_fence_sync")) {
-    fence_ = egl.createSync(group_->display(), EGL_SYNC_FENCE_KHR, nullptr);
+  if (group_->hasFences()) {
+    fence_ = eglCreateSyncKHR(group_->display(), EGL_SYNC_FENCE_KHR, nullptr);
   }
   if (fence_ == EGL_NO_SYNC_KHR) {
     glFinish();
@@ -99,11 +95,9 @@ void Drawable::present() {
 
 void Drawable::waitUntilDrawn() {
   if (fence_ == EGL_NO_SYNC_KHR) return;
-  const EglExtensions& egl = EglExtensions::get();
-  const bool inGpu = egl.waitSync != nullptr && eglGetCurrentDisplay() == group_->display() &&
-                     group_->hasExtension("EGL_KHR_wait_sync") &&
-                     egl.waitSync(group_->display(), fence_, 0) == EGL_TRUE;
-  if (!inGpu) egl.clientWaitSync(group_->display(), fence_, 0, fenceTimeout);
+  const bool inGpu = group_->waitsInGpu() && eglGetCurrentDisplay() == group_->display() &&
+                     eglWaitSyncKHR(group_->display(), fence_, 0) == EGL_TRUE;
+  if (!inGpu) eglClientWaitSyncKHR(group_->display(), fence_, 0, fenceTimeout);
   dropFence();
 }
 

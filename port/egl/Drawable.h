@@ -1,10 +1,13 @@
 // Drawable: what a GL-backed layer was drawn into, a renderbuffer of the share group.
 //
 // It belongs to its layer and deletes the renderbuffer with itself, whichever context is current.
+//
+// Why a fence: layer and window draw in two contexts, and GL orders commands within one alone. The
+// fence stands behind the layer's commands in its own context, and the window's reading waits for
+// it: in the GPU where that can be, so that no thread stops.
 #pragma once
 
-#include <EGL/egl.h>
-#include <EGL/eglext.h>
+#include <epoxy/egl.h>
 
 #include <cstdint>
 #include <memory>
@@ -47,8 +50,7 @@ class Drawable {
 
   std::shared_ptr<ShareGroup> group_;
   std::uint32_t renderbuffer_ = 0;
-  std::uint32_t framebuffer_ =
-      0;  // bound when the storage was allocated: the one that will hold it
+  std::uint32_t framebuffer_ = 0;  // bound as the storage was allocated: it will hold that
   int width_ = 0;
   int height_ = 0;
   std::uint64_t storage_ = 0;

@@ -1,14 +1,13 @@
 #include "port/EAGLContext.h"
 
-#include <GLES2/gl2.h>
-#include <GLES2/gl2ext.h>
+#include <epoxy/gl.h>
 
 #include <cmath>
 #include <utility>
 
 #include "port/egl/Drawable.h"
 #include "port/egl/EAGLContextNative.h"
-#include "port/egl/EglBinding.h"
+#include "port/egl/GlBinding.h"
 #include "quorvid/base/Log.h"
 #include "quorvid/view/EAGLLayer.h"
 
@@ -54,7 +53,7 @@ std::shared_ptr<EAGLContext> EAGLContext::initWithAPI(EAGLRenderingAPI api) {
     logMessage("No OpenGL ES 2 context: EGL error 0x%x", static_cast<unsigned>(eglGetError()));
     return nullptr;
   }
-  native->textures = std::make_shared<TexturePool>(native->group);
+  native->textures = makeTextureCache(native->group);
   return std::shared_ptr<EAGLContext>(new EAGLContext(std::move(native)));
 }
 
@@ -62,29 +61,25 @@ EAGLContext::EAGLContext(std::unique_ptr<Native> native) : native_(std::move(nat
 
 // Unbinds what is bound in the context first: Mesa would keep a bound renderbuffer for ever.
 EAGLContext::~EAGLContext() {
-  EglBinding former = EglBinding::current();
-  if (eglMakeCurrent(native_->group->display(), EGL_NO_SURFACE, EGL_NO_SURFACE, native_->handle) ==
-      EGL_TRUE) {
+  GlBinding former = GlBinding::current();
+  if (GlBinding::makeCurrent(native_->group->display(), native_->handle)) {
     glUseProgram(0);
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
   }
-  if (former.context == native_->handle) former = EglBinding{};
+  if (former.context == native_->handle) former = GlBinding{};
   former.restore();
   eglDestroyContext(native_->group->display(), native_->handle);
 }
 
 bool EAGLContext::setCurrentContext(const std::shared_ptr<EAGLContext>& context) {
   if (context == nullptr) {
-    EglBinding{}.restore();
+    GlBinding{}.restore();
     forgetThreadContext();
     return true;
   }
   const Native& native = *context->native_;
-  if (eglMakeCurrent(native.group->display(), EGL_NO_SURFACE, EGL_NO_SURFACE, native.handle) !=
-      EGL_TRUE) {
-    return false;
-  }
+  if (!GlBinding::makeCurrent(native.group->display(), native.handle)) return false;
   std::shared_ptr<EAGLContext> former = context;
   if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) former.swap(*kept);
   return true;

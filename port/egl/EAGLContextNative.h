@@ -1,21 +1,24 @@
 // The EGL side of an EAGLContext.
 #pragma once
 
-#include <EGL/egl.h>
+#include <epoxy/egl.h>
 
 #include <memory>
 
 #include "port/EAGLContext.h"
+#include "port/TextureCache.h"
 #include "port/egl/ShareGroup.h"
-#include "port/egl/TexturePool.h"
 
 namespace quorvid {
 
 struct EAGLContext::Native {
   std::shared_ptr<ShareGroup> group;
   EGLContext handle = EGL_NO_CONTEXT;
-  std::shared_ptr<TexturePool> textures;
+  CVOpenGLESTextureCacheRef textures;
 };
+
+// The one cache of a context of the group.
+CVOpenGLESTextureCacheRef makeTextureCache(const std::shared_ptr<ShareGroup>& group);
 
 // Lets go of the calling thread's EAGLContext, after a host's context took its place in EGL.
 void forgetThreadContext();

@@ -8,7 +8,7 @@ namespace quorvid {
 namespace {
 
 struct Present {
-  std::mutex mutex;
+  std::mutex mutex;  // guards the pointer, and that two threads never make a group each
   std::weak_ptr<ShareGroup> group;
 };
 
@@ -19,16 +19,14 @@ Present& present() {
 
 constexpr std::array<EGLint, 3> contextAttributes = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
 
+// A display that needs neither a screen nor a device node: Mesa's software renderer, if nothing else.
 EGLDisplay surfacelessDisplay() {
-  if (!namesExtension(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS),
-                      "EGL_MESA_platform_surfaceless")) {
-    return EGL_NO_DISPLAY;
-  }
-  const auto getPlatformDisplay = reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(
-      eglGetProcAddress("eglGetPlatformDisplayEXT"));
-  return getPlatformDisplay == nullptr
-             ? EGL_NO_DISPLAY
-             : getPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+  const bool offered =
+      epoxy_has_egl_extension(EGL_NO_DISPLAY, "EGL_EXT_platform_base") &&
+      epoxy_has_egl_extension(EGL_NO_DISPLAY, "EGL_MESA_platform_surfaceless");
+  return offered ? eglGetPlatformDisplayEXT(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY,
+                                            nullptr)
+                 : EGL_NO_DISPLAY;
 }
 
 bool chooseConfig(EGLDisplay display, EGLConfig* config) {
@@ -57,8 +55,11 @@ std::shared_ptr<ShareGroup> ShareGroup::shared() {
 }
 
 std::shared_ptr<ShareGroup> ShareGroup::make() {
-  std::shared_ptr<ShareGroup> group;
-  if (eglGetCurrentContext() != EGL_NO_CONTEXT) group = makeOn(eglGetCurrentDisplay());
+  if (!epoxy_has_egl()) {
+    logMessage("No OpenGL ES 2 context: libEGL is not there");
+    return nullptr;
+  }
+  std::shared_ptr<ShareGroup> group = makeOn(eglGetCurrentDisplay());
   if (group == nullptr) group = makeOn(surfacelessDisplay());
   if (group == nullptr) group = makeOn(eglGetDisplay(EGL_DEFAULT_DISPLAY));
   if (group == nullptr) {
@@ -70,7 +71,7 @@ std::shared_ptr<ShareGroup> ShareGroup::make() {
 // The display is initialised and never terminated: the host may be using it too.
 std::shared_ptr<ShareGroup> ShareGroup::makeOn(EGLDisplay display) {
   if (display == EGL_NO_DISPLAY || eglInitialize(display, nullptr, nullptr) != EGL_TRUE ||
-      !namesExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context")) {
+      !epoxy_has_egl_extension(display, "EGL_KHR_surfaceless_context")) {
     return nullptr;
   }
   const EglApiScope api;
@@ -78,7 +79,9 @@ std::shared_ptr<ShareGroup> ShareGroup::makeOn(EGLDisplay display) {
   if (!chooseConfig(display, &config)) return nullptr;
   EGLContext root = eglCreateContext(display, config, EGL_NO_CONTEXT, contextAttributes.data());
   if (root == EGL_NO_CONTEXT) return nullptr;
-  return std::shared_ptr<ShareGroup>(new ShareGroup(display, config, root));
+  std::shared_ptr<ShareGroup> group(new ShareGroup(display, config, root));
+  group->findExtensions();
+  return group;
 }
 
 ShareGroup::ShareGroup(EGLDisplay display, EGLConfig config, EGLContext root)
@@ -98,8 +101,20 @@ bool ShareGroup::isLost() const {
   return eglQueryContext(display_, root_, EGL_CONTEXT_CLIENT_TYPE, &type) != EGL_TRUE;
 }
 
-bool ShareGroup::hasExtension(const char* name) const {
-  return namesExtension(eglQueryString(display_, EGL_EXTENSIONS), name);
+// libepoxy chooses a function at its first call, by what the display that is current then offers, and
+// ends the process when that is not enough. Fences are waited for and deleted while a host's context
+// is current, or none: the root's display is there for the first call of each.
+void ShareGroup::findExtensions() {
+  const Scope root(*this);
+  if (!root) return;
+  hasImages_ = epoxy_has_egl_extension(display_, "EGL_KHR_gl_renderbuffer_image");
+  if (!epoxy_has_egl_extension(display_, "EGL_KHR_fence_sync")) return;
+  const EGLSyncKHR fence = eglCreateSyncKHR(display_, EGL_SYNC_FENCE_KHR, nullptr);
+  hasFences_ = fence != EGL_NO_SYNC_KHR &&
+               eglClientWaitSyncKHR(display_, fence, EGL_SYNC_FLUSH_COMMANDS_BIT_KHR, 0) != EGL_FALSE;
+  waitsInGpu_ = hasFences_ && epoxy_has_egl_extension(display_, "EGL_KHR_wait_sync") &&
+                eglWaitSyncKHR(display_, fence, 0) == EGL_TRUE;
+  if (fence != EGL_NO_SYNC_KHR) eglDestroySyncKHR(display_, fence);
 }
 
 void ShareGroup::claim(std::uint32_t renderbuffer, Drawable* owner) {
@@ -121,9 +136,8 @@ Drawable* ShareGroup::ownerOf(std::uint32_t renderbuffer) {
 
 ShareGroup::Scope::Scope(ShareGroup& group)
     : lock_(group.rootMutex_),
-      former_(EglBinding::current()),
-      current_(eglMakeCurrent(group.display_, EGL_NO_SURFACE, EGL_NO_SURFACE, group.root_) ==
-               EGL_TRUE) {}
+      former_(GlBinding::current()),
+      current_(GlBinding::makeCurrent(group.display_, group.root_)) {}
 
 ShareGroup::Scope::~Scope() {
   if (current_) former_.restore();

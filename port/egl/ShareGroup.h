@@ -2,18 +2,20 @@
 //
 // One group exists at a time, made with the first context and gone with the last of contexts,
 // storages and windows. A group whose display the host has terminated is replaced for contexts made
-// from then on; what belongs to the lost one only fails.
+// from then on; what belongs to the lost one only fails. Any thread.
+//
+// Lock order: the root's before the owners'; the one behind shared() is held alone. No call out of
+// the class is made under the last two.
 #pragma once
 
-#include <EGL/egl.h>
-#include <EGL/eglext.h>
+#include <epoxy/egl.h>
 
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 
-#include "port/egl/EglBinding.h"
+#include "port/egl/GlBinding.h"
 
 namespace quorvid {
 
@@ -36,7 +38,11 @@ class ShareGroup {
   // EGL_NO_CONTEXT when the display refuses.
   EGLContext createContext() const;
   bool isLost() const;
-  bool hasExtension(const char* name) const;
+  // What the display offers: fences, a wait for them inside the GPU, and images of renderbuffers.
+  // Asked once, when the group is made.
+  bool hasFences() const { return hasFences_; }
+  bool waitsInGpu() const { return waitsInGpu_; }
+  bool hasImages() const { return hasImages_; }
 
   // Which drawable's storage a renderbuffer of the group is. A name is taken over by whoever claims
   // it last, because names are used again once they were deleted.
@@ -55,7 +61,7 @@ class ShareGroup {
 
    private:
     std::lock_guard<std::mutex> lock_;
-    EglBinding former_;
+    GlBinding former_;
     bool current_;
   };
 
@@ -63,12 +69,16 @@ class ShareGroup {
   ShareGroup(EGLDisplay display, EGLConfig config, EGLContext root);
   static std::shared_ptr<ShareGroup> make();
   static std::shared_ptr<ShareGroup> makeOn(EGLDisplay display);
+  void findExtensions();
 
-  EGLDisplay display_;
-  EGLConfig config_;
-  EGLContext root_;
-  std::mutex rootMutex_;
-  std::mutex ownersMutex_;
+  const EGLDisplay display_;
+  const EGLConfig config_;
+  const EGLContext root_;
+  bool hasFences_ = false;
+  bool waitsInGpu_ = false;
+  bool hasImages_ = false;
+  std::mutex rootMutex_;    // held while the root is current: EGL lets one thread have it
+  std::mutex ownersMutex_;  // guards owners_, which layers of several threads change
   std::map<std::uint32_t, Drawable*> owners_;
 };
 

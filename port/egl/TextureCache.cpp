@@ -1,32 +1,136 @@
 #include "port/TextureCache.h"
 
-#include <GLES2/gl2.h>
-#include <GLES2/gl2ext.h>
+#include <epoxy/gl.h>
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "port/egl/EAGLContextNative.h"
 
 namespace quorvid {
+namespace {
 
+constexpr std::size_t idleLimit = 8;
+
+// A texture's name and what its storage holds.
+struct Storage {
+  GLuint name = 0;
+  GLenum format = 0;
+  GLsizei width = 0;
+  GLsizei height = 0;
+};
+
+// One plane in memory: rows of pixels, each `bytesPerRow` after the one before.
+struct Plane {
+  const std::uint8_t* bytes = nullptr;
+  std::size_t bytesPerRow = 0;
+  std::size_t bytesPerPixel = 0;
+};
+
+}  // namespace
+
+// The textures that a context's pictures are uploaded into, kept from picture to picture. Emptied
+// with any context.
 class CVOpenGLESTextureCache {
  public:
-  explicit CVOpenGLESTextureCache(std::shared_ptr<TexturePool> lender) : pool(std::move(lender)) {}
-  const std::shared_ptr<TexturePool> pool;
+  explicit CVOpenGLESTextureCache(std::shared_ptr<ShareGroup> group) : group_(std::move(group)) {}
+  ~CVOpenGLESTextureCache();
+  CVOpenGLESTextureCache(const CVOpenGLESTextureCache&) = delete;
+  CVOpenGLESTextureCache& operator=(const CVOpenGLESTextureCache&) = delete;
+
+  // Binds a texture like `wanted` but for the name, filled with the plane, to the active unit. Name
+  // 0, with nothing lent, when GL refuses.
+  Storage lend(Storage wanted, const Plane& plane);
+  void takeBack(const Storage& texture);
+
+ private:
+  void upload(const Storage& texture, const Plane& plane);
+
+  std::shared_ptr<ShareGroup> group_;
+  std::vector<Storage> idle_;
+  std::vector<std::uint8_t> packed_;
 };
 
 class CVOpenGLESTexture {
  public:
-  CVOpenGLESTexture(std::shared_ptr<TexturePool> lender, const PooledTexture& lent)
-      : texture(lent), pool_(std::move(lender)) {}
-  ~CVOpenGLESTexture() { pool_->giveBack(texture); }
+  CVOpenGLESTexture(CVOpenGLESTextureCacheRef lender, const Storage& lent)
+      : storage(lent), lender_(std::move(lender)) {}
+  ~CVOpenGLESTexture() { lender_->takeBack(storage); }
   CVOpenGLESTexture(const CVOpenGLESTexture&) = delete;
   CVOpenGLESTexture& operator=(const CVOpenGLESTexture&) = delete;
-  const PooledTexture texture;
+  const Storage storage;
 
  private:
-  std::shared_ptr<TexturePool> pool_;
+  const CVOpenGLESTextureCacheRef lender_;
 };
+
+CVOpenGLESTextureCache::~CVOpenGLESTextureCache() {
+  if (idle_.empty()) return;
+  if (const ShareGroup::Scope root(*group_); root) {
+    for (const Storage& texture : idle_) glDeleteTextures(1, &texture.name);
+  }
+}
+
+// One of the same kind if there is one: its storage is used again as it is.
+Storage CVOpenGLESTextureCache::lend(Storage wanted, const Plane& plane) {
+  while (glGetError() != GL_NO_ERROR) {
+  }
+  const auto same = std::find_if(idle_.begin(), idle_.end(), [&](const Storage& idle) {
+    return idle.format == wanted.format && idle.width == wanted.width &&
+           idle.height == wanted.height;
+  });
+  if (same != idle_.end()) {
+    wanted = *same;
+    idle_.erase(same);
+    glBindTexture(GL_TEXTURE_2D, wanted.name);
+  } else {
+    glGenTextures(1, &wanted.name);
+    glBindTexture(GL_TEXTURE_2D, wanted.name);
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(wanted.format), wanted.width, wanted.height,
+                 0, wanted.format, GL_UNSIGNED_BYTE, nullptr);
+  }
+  upload(wanted, plane);
+  if (glGetError() == GL_NO_ERROR) return wanted;
+  glDeleteTextures(1, &wanted.name);
+  return {};
+}
+
+// OpenGL ES 2 reads rows without a gap. The extension takes rows that are whole pixels long; others
+// are packed first.
+void CVOpenGLESTextureCache::upload(const Storage& texture, const Plane& plane) {
+  const auto rowBytes = static_cast<std::size_t>(texture.width) * plane.bytesPerPixel;
+  const std::uint8_t* bytes = plane.bytes;
+  const bool gaps = plane.bytesPerRow != rowBytes;
+  const bool longRows = gaps && plane.bytesPerRow % plane.bytesPerPixel == 0 &&
+                        epoxy_has_gl_extension("GL_EXT_unpack_subimage");
+  if (gaps && !longRows) {
+    packed_.resize(rowBytes * static_cast<std::size_t>(texture.height));
+    for (auto to = packed_.begin(); to != packed_.end(); bytes += plane.bytesPerRow) {
+      to = std::copy_n(bytes, rowBytes, to);
+    }
+    bytes = packed_.data();
+  }
+  glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+  if (longRows) {
+    glPixelStorei(GL_UNPACK_ROW_LENGTH,
+                  static_cast<GLint>(plane.bytesPerRow / plane.bytesPerPixel));
+  }
+  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, texture.width, texture.height, texture.format,
+                  GL_UNSIGNED_BYTE, bytes);
+  if (longRows) glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+}
+
+void CVOpenGLESTextureCache::takeBack(const Storage& texture) {
+  idle_.push_back(texture);
+  if (idle_.size() <= idleLimit) return;
+  if (const ShareGroup::Scope root(*group_); root) glDeleteTextures(1, &idle_.front().name);
+  idle_.erase(idle_.begin());
+}
+
+CVOpenGLESTextureCacheRef makeTextureCache(const std::shared_ptr<ShareGroup>& group) {
+  return std::make_shared<CVOpenGLESTextureCache>(group);
+}
 
 namespace {
 
@@ -45,7 +149,7 @@ bool holds(CVPixelBufferRef image, std::size_t plane, std::size_t width, std::si
 CVReturn CVOpenGLESTextureCacheCreate(const std::shared_ptr<EAGLContext>& context,
                                       CVOpenGLESTextureCacheRef* out) {
   if (context == nullptr || out == nullptr) return kCVReturnInvalidArgument;
-  *out = std::make_shared<CVOpenGLESTextureCache>(context->native().textures);
+  *out = context->native().textures;
   return kCVReturnSuccess;
 }
 
@@ -63,18 +167,16 @@ CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(
   const bool fits = holds(image, plane, width, height) &&
                     pixelSize == (CVPixelBufferGetPlaneCount(image) == 2 && plane == 1 ? 2U : 1U);
   if (!fits) return kCVReturnPixelBufferNotOpenGLCompatible;
-  const TexturePixels pixels{CVPixelBufferGetBaseAddressOfPlane(image, plane),
-                             CVPixelBufferGetBytesPerRowOfPlane(image, plane), pixelSize};
-  PooledTexture texture;
-  if (!cache->pool->borrow(format, static_cast<GLsizei>(width), static_cast<GLsizei>(height),
-                           pixels, texture)) {
-    return kCVReturnPixelBufferNotOpenGLCompatible;
-  }
-  *out = std::make_shared<CVOpenGLESTexture>(cache->pool, texture);
+  const Storage texture = cache->lend(
+      {0, format, static_cast<GLsizei>(width), static_cast<GLsizei>(height)},
+      {CVPixelBufferGetBaseAddressOfPlane(image, plane),
+       CVPixelBufferGetBytesPerRowOfPlane(image, plane), pixelSize});
+  if (texture.name == 0) return kCVReturnPixelBufferNotOpenGLCompatible;
+  *out = std::make_shared<CVOpenGLESTexture>(cache, texture);
   return kCVReturnSuccess;
 }
 
-// Textures come back to the pool by themselves, and it bounds what it keeps.
+// Textures come back by themselves, and the cache bounds what it keeps.
 void CVOpenGLESTextureCacheFlush(const CVOpenGLESTextureCacheRef& cache) {
   static_cast<void>(cache);
 }
@@ -85,7 +187,7 @@ std::uint32_t CVOpenGLESTextureGetTarget(const CVOpenGLESTextureRef& texture) {
 }
 
 std::uint32_t CVOpenGLESTextureGetName(const CVOpenGLESTextureRef& texture) {
-  return texture == nullptr ? 0 : texture->texture.name;
+  return texture == nullptr ? 0 : texture->storage.name;
 }
 
 }  // namespace quorvid

@@ -1,34 +1,23 @@
 #include "view/HostScreen.h"
 
-#include <EGL/eglext.h>
-#include <GLES3/gl32.h>
+#include <epoxy/gl.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <sstream>
 
 namespace quorvid::test {
 namespace {
 
 EGLDisplay open(HostDisplay kind) {
-  const auto getDisplay = reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(
-      eglGetProcAddress("eglGetPlatformDisplayEXT"));
   if (kind == HostDisplay::Surfaceless) {
-    return getDisplay(EGL_PLATFORM_SURFACELESS_MESA, nullptr, nullptr);
+    return eglGetPlatformDisplayEXT(EGL_PLATFORM_SURFACELESS_MESA, nullptr, nullptr);
   }
-  const auto queryDevices =
-      reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
   EGLDeviceEXT devices[16] = {};
   EGLint count = 0;
-  queryDevices(16, devices, &count);
-  return getDisplay(EGL_PLATFORM_DEVICE_EXT, devices[count - 1], nullptr);  // software comes last
+  eglQueryDevicesEXT(16, devices, &count);
+  // Software comes last.
+  return eglGetPlatformDisplayEXT(EGL_PLATFORM_DEVICE_EXT, devices[count - 1], nullptr);
 }
-
-bool isDesktop() {
-  return std::strncmp(reinterpret_cast<const char*>(glGetString(GL_VERSION)), "OpenGL ES", 9) != 0;
-}
-
-constexpr GLenum framebufferSrgb = 0x8DB9;
 
 }  // namespace
 
@@ -108,7 +97,7 @@ void makeStateUnusual() {
   for (const GLenum on : {GL_BLEND, GL_DEPTH_TEST, GL_CULL_FACE, GL_RASTERIZER_DISCARD}) {
     glEnable(on);
   }
-  if (isDesktop()) glEnable(framebufferSrgb);
+  if (epoxy_is_desktop_gl()) glEnable(GL_FRAMEBUFFER_SRGB);
 }
 
 std::vector<std::string> describeState() {
@@ -148,7 +137,7 @@ std::vector<std::string> describeState() {
     glGetBooleani_v(GL_COLOR_WRITEMASK, buffer, mask);
     all.push_back("mask " + std::to_string(mask[0] * 8 + mask[1] * 4 + mask[2] * 2 + mask[3]));
   }
-  if (isDesktop()) all.push_back("srgb " + std::to_string(glIsEnabled(framebufferSrgb)));
+  if (epoxy_is_desktop_gl()) all.push_back("srgb " + std::to_string(glIsEnabled(GL_FRAMEBUFFER_SRGB)));
   all.push_back("error " + std::to_string(glGetError()));
   return all;
 }

@@ -1,7 +1,7 @@
 // A host application's own GL context and framebuffer, made with EGL and without a window.
 #pragma once
 
-#include <EGL/egl.h>
+#include <epoxy/egl.h>
 
 #include <string>
 #include <vector>

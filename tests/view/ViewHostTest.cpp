@@ -1,6 +1,6 @@
 // Views inside a window that somebody else owns: real contexts of OpenGL ES 3 and desktop OpenGL,
 // on the display of the views and on another one.
-#include <GLES3/gl3.h>
+#include <epoxy/gl.h>
 #include <gtest/gtest.h>
 
 #include "port/EAGLContext.h"

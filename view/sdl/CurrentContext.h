@@ -2,7 +2,7 @@
 // goes. Lives on the stack. With no context current, nothing is put back.
 #pragma once
 
-#include <EGL/egl.h>
+#include <epoxy/egl.h>
 
 namespace quorvid {
 

@@ -5,6 +5,7 @@
 // half a period, so nothing spins.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 
@@ -20,10 +21,16 @@ class RefreshClock {
 
   // When the next refresh begins. swapped: a blocking swap has returned since the last refresh.
   Time due(bool swapped) const { return last_ + (swapped ? period_ / 2 : period_); }
-  // A refresh begins now: how many periods lie between it and the last one, at least 1.
-  std::uint32_t begin(Time now, bool swapped);
 
-  Duration period() const { return period_; }
+  // A refresh begins now: how many periods lie between it and the last one, at least 1.
+  std::uint32_t begin(Time now, bool swapped) {
+    constexpr Duration::rep most = 1'000'000;  // a machine that slept for hours
+    const Duration slack = swapped ? period_ / 2 : Duration::zero();
+    const auto periods = std::clamp((now - last_ + slack) / period_, Duration::rep{1}, most);
+    // The timer keeps its phase; the display has its own.
+    last_ = swapped || periods == most ? now : last_ + periods * period_;
+    return static_cast<std::uint32_t>(periods);
+  }
 
  private:
   Duration period_;

@@ -1,7 +1,7 @@
 // SdlWindow: the platform's window on SDL2 and OpenGL ES 3, on screen or off.
 #pragma once
 
-#include <EGL/egl.h>
+#include <epoxy/egl.h>
 #include <SDL.h>
 
 #include <functional>

@@ -1,5 +1,5 @@
-// One turn of the window: waiting for the refresh, drawing, reading back.
-#include <GLES3/gl3.h>
+// One turn of the window: waiting for the refresh, what SDL reports, drawing.
+#include <epoxy/gl.h>
 
 #include <algorithm>
 #include <chrono>
@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "view/sdl/CurrentContext.h"
-#include "view/sdl/OffscreenTarget.h"
 #include "view/sdl/SdlWindow.h"
 
 namespace quorvid {
@@ -63,6 +62,55 @@ std::uint32_t SdlWindow::waitForRefresh() {
   return clock_->begin(std::chrono::steady_clock::now(), swapped);
 }
 
+void SdlWindow::deliverEvents() {
+  SDL_Event event;
+  while (!closed_ && SDL_PollEvent(&event) != 0) {
+    const Uint32 own = SDL_GetWindowID(window_);
+    if (event.type == SDL_QUIT) {
+      closed_ = true;
+      send({WindowEventKind::Close});
+    } else if (event.type == SDL_WINDOWEVENT && event.window.windowID == own) {
+      deliver(event.window);
+    } else if (event.type == SDL_KEYDOWN && event.key.windowID == own && event.key.repeat == 0) {
+      deliver(event.key);
+    }
+  }
+}
+
+void SdlWindow::deliver(const SDL_WindowEvent& event) {
+  switch (event.event) {
+    case SDL_WINDOWEVENT_SIZE_CHANGED:
+    case SDL_WINDOWEVENT_DISPLAY_CHANGED:
+      updateSize();
+      send({WindowEventKind::Resized});
+      break;
+    case SDL_WINDOWEVENT_EXPOSED:
+    case SDL_WINDOWEVENT_SHOWN:
+    case SDL_WINDOWEVENT_RESTORED:
+      drawAnew();
+      break;
+    case SDL_WINDOWEVENT_CLOSE:
+      closed_ = true;
+      send({WindowEventKind::Close});
+      break;
+    default:
+      break;
+  }
+}
+
+void SdlWindow::deliver(const SDL_KeyboardEvent& event) {
+  const SDL_Keycode code = event.keysym.sym;
+  const bool shortcut = (event.keysym.mod & (KMOD_CTRL | KMOD_ALT | KMOD_GUI)) != 0;
+  const bool printable = code >= ' ' && code <= '~' && !shortcut;
+  if (printable || code == SDLK_ESCAPE) send({WindowEventKind::Key, static_cast<char>(code)});
+}
+
+void SdlWindow::send(const WindowEvent& event) {
+  if (const auto handler = handler_) {  // a copy: it may set another one
+    handler(event);
+  }
+}
+
 bool SdlWindow::isSeen() const {
   constexpr Uint32 unseen = SDL_WINDOW_MINIMIZED | SDL_WINDOW_HIDDEN;
   return headless_ || (SDL_GetWindowFlags(window_) & unseen) == 0;
@@ -84,23 +132,6 @@ void SdlWindow::drawIfChanged() {
   SDL_GL_SwapWindow(window_);
   swapped_ = swapBlocks_;
   drawsDue_ = std::max(drawsDue_ - 1, 0);
-}
-
-bool SdlWindow::snapshot(WindowPicture& picture) {
-  const CurrentContext former;
-  if (!makeCurrent()) return false;
-  OffscreenTarget target(pixelWidth_, pixelHeight_);
-  if (!target.isComplete()) return false;
-  glClearColor(0, 0, 0, 1);
-  glClear(GL_COLOR_BUFFER_BIT);
-  if (host_->needsComposite()) {
-    drawsDue_ = std::max(drawsDue_, 1);  // what is drawn here isn't in the window
-  }
-  if (!host_->composite(0, 0, pixelWidth_, pixelHeight_)) return false;
-  picture.width = pixelWidth_;
-  picture.height = pixelHeight_;
-  target.read(picture.rgb);
-  return true;
 }
 
 }  // namespace quorvid

@@ -1,19 +1,22 @@
-// What EGL has current on the calling thread, to be put back later.
+// What GL has current on the calling thread, to be put back later.
 #pragma once
 
-#include <EGL/egl.h>
+#include <epoxy/egl.h>
 
 namespace quorvid {
 
-struct EglBinding {
+struct GlBinding {
   EGLDisplay display = EGL_NO_DISPLAY;
   EGLSurface draw = EGL_NO_SURFACE;
   EGLSurface read = EGL_NO_SURFACE;
   EGLContext context = EGL_NO_CONTEXT;
 
-  static EglBinding current();
-  // Binds it again unless it is bound already. With no context in it, unbinds what is bound.
-  void restore() const;
+  static GlBinding current();
+  // Makes a context current without a surface. False, with nothing changed, when it can't be.
+  static bool makeCurrent(EGLDisplay display, EGLContext context);
+  // Binds it again unless it is bound already. With no context in it, unbinds what is bound. False
+  // when the context can't be made current any more.
+  bool restore() const;
 };
 
 // Selects OpenGL ES as the thread's client API, and puts the former one back when it goes.
@@ -27,8 +30,5 @@ class EglApiScope {
  private:
   EGLenum former_;
 };
-
-// Whether a blank-separated list (null counts as empty) names the extension.
-bool namesExtension(const char* list, const char* extension);
 
 }  // namespace quorvid
