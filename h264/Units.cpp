@@ -66,7 +66,8 @@ std::vector<Unit> unitsOf(ByteView frame) {
     const std::size_t header = code + kStartCode.size();
     if (header >= frame.size()) return units;
     const std::size_t start = code > 0 && frame[code - 1] == 0 ? code - 1 : code;
-    if (!units.empty()) units.back().end = std::max(start, units.back().header + 1);
+    if (!units.empty()) units.back().end = start;
+    if (!units.empty() && start == units.back().header) units.pop_back();
     units.push_back({typeOf(frame.subspan(header)), start, header, frame.size()});
     from = header;
   }
