@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds the fuzzers and runs each for a while, several at a time: fuzz.sh [SECONDS [FUZZER...]]
+# An input that fails is kept as build-fuzz/fuzz/FUZZER-*; give it to the fuzzer as an argument.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+export seconds=${1:-30}
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+cd build-fuzz/fuzz
+[[ $# -lt 2 ]] && fuzzers=(decode_units h264_syntax replies) || fuzzers=("${@:2}")
+python3 ../../fuzz/seeds.py seeds
+export LSAN_OPTIONS=suppressions=$PWD/../../tests/lsan.supp:print_suppressions=0
+
+run() {
+  mkdir -p "corpus/$1"
+  # Looking for leaks after each input would take most of the time; it is done at the end.
+  "./$1" -detect_leaks=0 -max_total_time="$seconds" -max_len=8192 -timeout=20 -rss_limit_mb=2048 \
+    -artifact_prefix="$1-" "corpus/$1" "seeds/$1" >"$1.log" 2>&1 ||
+    { tail -n 60 "$1.log"; echo "fuzz: $1 failed"; return 1; }
+  awk -v name="$1" '/INITED|DONE/ { print name ": " $0 }' "$1.log"
+}
+export -f run
+printf '%s\n' "${fuzzers[@]}" | xargs -P "$(nproc)" -I{} bash -euo pipefail -c 'run {}'
