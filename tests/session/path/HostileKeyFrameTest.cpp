@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "session/path/LiveViewFixture.h"
+#include "support/ExpectLog.h"
 
 namespace quorvid::test {
 namespace {
@@ -24,6 +25,9 @@ std::string hostileFrame(std::size_t size, int first, std::mt19937& random) {
 // show.
 TEST_F(HostileKeyFrame, LeavesTheViewReadyForTheNextGoodOne) {
   constexpr int kLots = 4;
+  const ExpectLog tooShort("refused: not between");
+  const ExpectLog noSession("reset decoder session failed");
+  const ExpectLog undecodable("decode failed");
   std::atomic<int> shown{0};
   std::atomic<int> repeated{0};
   FleetServer server([&](FleetClient& client) {

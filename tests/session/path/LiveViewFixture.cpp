@@ -7,7 +7,6 @@
 #include <cstdlib>
 
 #include "base/Clock.h"
-#include "quorvid/base/Log.h"
 
 namespace quorvid::test {
 
@@ -42,14 +41,6 @@ std::vector<std::string> oneColouredFrames(Ycc colour, bool withSei) {
     frames.emplace_back(bytes.begin(), bytes.end());
   }
   return frames;
-}
-
-void LiveViewFixture::SetUp() {
-  setLogSink([](std::string_view) {});
-}
-
-void LiveViewFixture::TearDown() {
-  setLogSink(nullptr);
 }
 
 std::shared_ptr<UIFleetLiveView> LiveViewFixture::makeView(const FleetServer& server,

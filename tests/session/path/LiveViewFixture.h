@@ -31,10 +31,6 @@ std::vector<std::string> oneColouredFrames(Ycc colour, bool withSei = false);
 
 class LiveViewFixture : public ::testing::Test {
  protected:
-  // Keeps the log to itself: the decoder writes several lines for every unit.
-  void SetUp() override;
-  void TearDown() override;
-
   static std::shared_ptr<UIFleetLiveView> makeView(const FleetServer& server, CGRect frame);
   // Display refreshes until the condition holds, as eventually() waits.
   static void refreshUntil(const std::function<bool()>& condition,
