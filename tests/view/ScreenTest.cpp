@@ -35,6 +35,7 @@ class OnScreen : public testing::Test {
  protected:
   void SetUp() override {
     if (screen_.name().empty()) {
+      ASSERT_EQ(getenv("QUORVID_TEST_REQUIRE_DISPLAY"), nullptr) << "Xvfb does not start";
       GTEST_SKIP() << "Xvfb is not there (package xvfb)";
     }
     setenv("DISPLAY", screen_.name().c_str(), 1);
