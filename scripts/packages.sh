@@ -8,6 +8,6 @@ build_packages=(
 )
 test_packages=(googletest libgtest-dev libgmock-dev ffmpeg xvfb xauth)
 check_packages=(
-  clang clang-format clang-tidy
+  clang clang-format clang-tidy libclang-rt-dev llvm python3
   g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu qemu-user-static
 )
