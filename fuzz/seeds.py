@@ -25,10 +25,10 @@ def of_type(units, *types):
     return [unit for unit in units if unit[0] & 31 in types]
 
 
-def record(device):
-    """A device record with four bytes behind it."""
-    return (struct.pack("<i64s32s32sii", 284, device, b"van", b"depot", -5, 7) + bytes([1, 2, 3]) +
-            b"12:00:00\0" + b"drives".ljust(128, b"\0") + b"more")
+def record(device, more=b"more"):
+    """A device record with some bytes behind it."""
+    return (struct.pack("<i64s32s32sii", 280 + len(more), device, b"van", b"depot", -5, 7) +
+            bytes([1, 2, 3]) + b"12:00:00\0" + b"drives".ljust(128, b"\0") + more)
 
 
 def reply(length, rest, tag=b"3GAPV104"):
@@ -57,6 +57,8 @@ def seeds():
     yield "replies/relay", b"\2" + reply(11, bytes(7) + bytes([127, 0, 0, 1]) + struct.pack("<i", 9))
     devices = struct.pack("<i", 2) + record(b"TRUCK-7") + record(b"K\xc3\xb6ln\x1b[2J")
     yield "replies/poll", b"\3" + reply(8, devices)
+    # More than a caller's table has room for.
+    yield "replies/many", b"\4" + reply(8, struct.pack("<i", 210) + record(b"BUS-3", more=b"") * 210)
     yield "replies/list", b"\4" + reply(8, devices, b"3GAPV105")
 
 
