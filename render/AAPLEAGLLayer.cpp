@@ -50,7 +50,7 @@ std::shared_ptr<AAPLEAGLLayer> AAPLEAGLLayer::initWithFrame(CGRect frame) {
   return layer;
 }
 
-// The framebuffer goes with the context, the renderbuffer with the drawable.
+// Framebuffer and renderbuffer go with the drawable, which the base class owns.
 AAPLEAGLLayer::~AAPLEAGLLayer() {
   const HostContext host;
   const bool current = makeCurrent();
@@ -87,6 +87,8 @@ void AAPLEAGLLayer::setupBuffers() {
   createBuffers();
 }
 
+// The framebuffer is bound before the storage is asked for: the drawable takes the one that is
+// bound for the one that will hold its renderbuffer, and deletes both with the layer.
 void AAPLEAGLLayer::createBuffers() {
   glGenFramebuffers(1, &_frameBufferHandle);
   glBindFramebuffer(GL_FRAMEBUFFER, _frameBufferHandle);
@@ -120,6 +122,14 @@ void AAPLEAGLLayer::resetRenderBuffer() {
     releaseBuffers();
     createBuffers();
   }
+}
+
+void AAPLEAGLLayer::renewContent() {
+  const HostContext host;
+  resetRenderBuffer();
+  if (_pixelBuffer == nullptr) return;
+  displayPixelBuffer(_pixelBuffer, static_cast<std::uint32_t>(CVPixelBufferGetWidth(_pixelBuffer)),
+                     static_cast<std::uint32_t>(CVPixelBufferGetHeight(_pixelBuffer)));
 }
 
 void AAPLEAGLLayer::cleanUpTextures() {

@@ -63,7 +63,8 @@ bool AAPLEAGLLayer::loadShaders() {
   return true;
 }
 
-bool AAPLEAGLLayer::compileShaderString(std::uint32_t* shader, std::uint32_t type, const char* shaderString) {
+bool AAPLEAGLLayer::compileShaderString(std::uint32_t* shader, std::uint32_t type,
+                                        const char* shaderString) {
   *shader = glCreateShader(type);
   glShaderSource(*shader, 1, &shaderString, nullptr);
   glCompileShader(*shader);

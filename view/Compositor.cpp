@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "quorvid/base/Log.h"
-
 namespace quorvid {
 
 // What stays the same during one draw().
@@ -43,41 +41,33 @@ void scissor(const PixelRect& box) {
 
 }  // namespace
 
-bool Compositor::draw(CALayer& tree, const PixelRect& region) {
+std::string Compositor::draw(CALayer& tree, const PixelRect& region) {
   const CGSize size = tree.bounds().size;
-  if (!prepare()) return false;
+  if (std::string reason = prepare(); !reason.empty()) return reason;
   if (region.width <= 0 || region.height <= 0 || !(size.width > 0) || !(size.height > 0)) {
-    return true;
+    return {};
   }
   const BorrowedGlState borrowed(host_);
   const Pass pass{region, region.width / size.width, region.height / size.height};
   const CGPoint frameOrigin = tree.frame().origin;
   drawLayer(pass, tree, {-frameOrigin.x, -frameOrigin.y});
   dropUnused();
-  return true;
+  return {};
 }
 
-bool Compositor::prepare() {
-  const EGLContext current = GlBinding::current().context;
-  if (current == EGL_NO_CONTEXT) return refuse("no EGL context is current");
+std::string Compositor::prepare() {
+  const void* current = GlBinding::current().context;
+  if (current == nullptr) return "no GL context is current";
   if (current != context_) {
     pictures_.clear();
     context_ = current;
     host_ = HostGl::ofCurrentContext();
   }
-  if (!host_.canComposite()) return refuse("the context offers neither OpenGL ES 3 nor OpenGL 3");
+  if (!host_.canComposite()) return "the context offers neither OpenGL ES 3 nor OpenGL 3";
   GLint sampleBuffers = 0;
   glGetIntegerv(GL_SAMPLE_BUFFERS, &sampleBuffers);
   const bool fit = sampleBuffers == 0 || !host_.embedded;  // desktop OpenGL copies to all samples
-  return fit || refuse("the framebuffer has several samples a pixel");
-}
-
-bool Compositor::refuse(const std::string& reason) {
-  if (refusal_ != reason) {
-    refusal_ = reason;
-    logMessage("The views can't be drawn: %s", reason.c_str());
-  }
-  return false;
+  return fit ? "" : "the framebuffer has several samples a pixel, which OpenGL ES can't copy to";
 }
 
 void Compositor::drawLayer(const Pass& pass, CALayer& layer, CGPoint origin) {
@@ -126,13 +116,13 @@ void Compositor::dropUnused() {
 }
 
 void Compositor::release() {
-  if (context_ != EGL_NO_CONTEXT && GlBinding::current().context == context_) {
+  if (context_ != nullptr && GlBinding::current().context == context_) {
     for (auto& [storage, entry] : pictures_) {
       entry.picture.release();
     }
   }
   pictures_.clear();
-  context_ = EGL_NO_CONTEXT;
+  context_ = nullptr;
 }
 
 }  // namespace quorvid

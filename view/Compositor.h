@@ -1,6 +1,6 @@
 // Compositor: draws a tree of layers into the framebuffer that is bound in a host's GL context.
 //
-// One compositor serves one context at a time (OpenGL ES 3 or OpenGL 3 or later, made with EGL; in
+// One compositor serves one context at a time (OpenGL ES 3 or OpenGL 3 or later, of EGL or GLX; in
 // OpenGL ES a framebuffer with one sample a pixel). Idea: backgrounds are scissored clears, GL
 // content is blitted; so no program, vertex array or texture unit of the host is touched, and what
 // is touched is put back.
@@ -27,16 +27,15 @@ class Compositor {
   Compositor(const Compositor&) = delete;
   Compositor& operator=(const Compositor&) = delete;
 
-  // Stretches the tree's bounds over the region and draws it there, nothing outside. False, with a
-  // line in the log the first time, when the current context or framebuffer can't be drawn into.
-  bool draw(CALayer& tree, const PixelRect& region);
+  // Stretches the tree's bounds over the region and draws it there, nothing outside. Returns why
+  // the current context or framebuffer can't be drawn into; empty when it was.
+  std::string draw(CALayer& tree, const PixelRect& region);
   // Deletes what was made in the host's context, if that is current; forgets it in any case.
   void release();
 
  private:
   struct Pass;
-  bool prepare();
-  bool refuse(const std::string& reason);
+  std::string prepare();
   void drawLayer(const Pass& pass, CALayer& layer, CGPoint origin);
   void drawContent(const Pass& pass, Drawable& drawable, const PixelRect& target);
   void dropUnused();
@@ -46,9 +45,8 @@ class Compositor {
     bool used = false;
   };
   std::unordered_map<std::uint64_t, Entry> pictures_;  // by Drawable::storage()
-  EGLContext context_ = EGL_NO_CONTEXT;  // the one that pictures_ were made in
+  const void* context_ = nullptr;                      // the one that pictures_ were made in
   HostGl host_;
-  std::string refusal_;
 };
 
 }  // namespace quorvid

@@ -92,7 +92,7 @@ bool HostPicture::makeFromImage(const Drawable& drawable) {
     const std::array<EGLint, 3> attributes = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
     const auto name = static_cast<std::uintptr_t>(drawable.renderbuffer());
     image = eglCreateImageKHR(group.display(), group.root(), EGL_GL_RENDERBUFFER_KHR,
-                            reinterpret_cast<EGLClientBuffer>(name), attributes.data());
+                              reinterpret_cast<EGLClientBuffer>(name), attributes.data());
   }
   if (image == EGL_NO_IMAGE_KHR) return false;
   GLint bound = 0;

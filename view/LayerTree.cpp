@@ -41,12 +41,32 @@ void addLayer(Hash& hash, CALayer& layer) {
   }
 }
 
+void collectContent(CALayer& layer, std::vector<std::weak_ptr<CALayer>>& all) {
+  if (layer.drawable() != nullptr) all.push_back(layer.weak_from_this());
+  for (const auto& sublayer : layer.sublayers()) collectContent(*sublayer, all);
+}
+
 }  // namespace
 
 std::uint64_t layerTreeVersion(CALayer& tree) {
   Hash hash;
   addLayer(hash, tree);
   return hash.value();
+}
+
+std::vector<std::weak_ptr<CALayer>> contentLayers(CALayer& tree) {
+  std::vector<std::weak_ptr<CALayer>> all;
+  collectContent(tree, all);
+  return all;
+}
+
+void setLayerTreeScale(CALayer& tree, CGFloat scale) {
+  for (const auto& entry : contentLayers(tree)) {
+    const std::shared_ptr<CALayer> layer = entry.lock();
+    if (layer == nullptr || layer->contentsScale() == scale) continue;
+    layer->setContentsScale(scale);
+    layer->renewContent();
+  }
 }
 
 }  // namespace quorvid

@@ -1,7 +1,9 @@
-// Questions about a whole tree of layers. Main thread.
+// What concerns a whole tree of layers. Main thread.
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 #include "quorvid/view/Layer.h"
 
@@ -10,5 +12,10 @@ namespace quorvid {
 // Changes whenever composition would draw something else: the frames, colours, order and presented
 // content of the tree.
 std::uint64_t layerTreeVersion(CALayer& tree);
+// Gives the layers with GL content that many pixels a point. Those that had another number are
+// drawn anew.
+void setLayerTreeScale(CALayer& tree, CGFloat scale);
+// The layers with GL content.
+std::vector<std::weak_ptr<CALayer>> contentLayers(CALayer& tree);
 
 }  // namespace quorvid

@@ -1,9 +1,15 @@
 #include "quorvid/view/RunLoop.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace quorvid {
+namespace {
+
+using Refreshes = std::chrono::duration<std::int64_t, std::ratio<1, 60>>;
+
+}  // namespace
 
 const std::shared_ptr<RunLoop>& RunLoop::currentRunLoop() {
   thread_local const std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
@@ -13,7 +19,18 @@ const std::shared_ptr<RunLoop>& RunLoop::currentRunLoop() {
 RunLoop::RunLoop() = default;
 RunLoop::~RunLoop() = default;
 
+void RunLoop::refreshAt(Time now) {
+  // The first call is a refresh. A driver that counts by itself may be ahead of the time.
+  if (!counted_) counted_ = now - std::chrono::duration_cast<Time::duration>(Refreshes(1));
+  counted_ = std::min(*counted_, now);
+  constexpr Refreshes::rep most = std::numeric_limits<std::uint32_t>::max();
+  const auto passed = std::chrono::duration_cast<Refreshes>(now - *counted_).count();
+  if (passed > 0) refresh(static_cast<std::uint32_t>(std::min(passed, most)));
+}
+
 void RunLoop::refresh(std::uint32_t refreshes) {
+  refreshCount_ += refreshes;
+  if (counted_) *counted_ += std::chrono::duration_cast<Time::duration>(Refreshes(refreshes));
   // A copy: callbacks change the list, and no link may go away under its own callback.
   const std::vector<std::shared_ptr<CADisplayLink>> scheduled = links_;
   for (const auto& link : scheduled) {

@@ -1,38 +1,97 @@
 #include "port/egl/GlBinding.h"
 
+#include <dlfcn.h>
+#include <epoxy/glx.h>
+
+#include <atomic>
+
 #include "port/HostContext.h"
 #include "port/egl/EAGLContextNative.h"
 
 namespace quorvid {
+namespace {
 
-// libepoxy ends a process in which it finds no EGL, so that is asked first.
-GlBinding GlBinding::current() {
-  GlBinding binding;
-  if (!epoxy_has_egl()) return binding;
-  binding.context = eglGetCurrentContext();
-  if (binding.context != EGL_NO_CONTEXT) {
-    binding.display = eglGetCurrentDisplay();
-    binding.draw = eglGetCurrentSurface(EGL_DRAW);
-    binding.read = eglGetCurrentSurface(EGL_READ);
+bool isLoaded(const char* library) {
+  void* handle = dlopen(library, RTLD_LAZY | RTLD_NOLOAD);
+  if (handle != nullptr) dlclose(handle);
+  return handle != nullptr;
+}
+
+// Without GLX in the process none of its contexts is current. libepoxy takes GLX from libGL.so.1,
+// and ends a process in which that can't be loaded: it is loaded here first, for good.
+bool usesGlx() {
+  static std::atomic<bool> found = false;
+  if (!found && (isLoaded("libGLX.so.0") || isLoaded("libGL.so.1"))) {
+    found = dlopen("libGL.so.1", RTLD_LAZY | RTLD_LOCAL) != nullptr;
   }
-  return binding;
+  return found;
+}
+
+thread_local bool embedded = false;
+
+EGLSurface surface(std::uintptr_t handle) {
+  return reinterpret_cast<EGLSurface>(handle);
+}
+
+}  // namespace
+
+// libepoxy ends a process in which it finds no EGL, too.
+GlBinding GlBinding::current() {
+  GlBinding now;
+  if (epoxy_has_egl() && eglGetCurrentContext() != EGL_NO_CONTEXT) {
+    now.display = eglGetCurrentDisplay();
+    now.draw = reinterpret_cast<std::uintptr_t>(eglGetCurrentSurface(EGL_DRAW));
+    now.read = reinterpret_cast<std::uintptr_t>(eglGetCurrentSurface(EGL_READ));
+    now.context = eglGetCurrentContext();
+  } else if (usesGlx() && glXGetCurrentContext() != nullptr) {
+    now.display = glXGetCurrentDisplay();
+    now.draw = glXGetCurrentDrawable();
+    now.read = glXGetCurrentReadDrawable();
+    now.context = glXGetCurrentContext();
+    now.glx = true;
+  }
+  return now;
 }
 
 bool GlBinding::makeCurrent(EGLDisplay display, EGLContext context) {
-  return eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, context) == EGL_TRUE;
+  const GlBinding former = current();
+  if (former.glx) former.unbind();
+  if (eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, context) == EGL_TRUE) return true;
+  if (former.glx) former.bind();
+  return false;
 }
 
 bool GlBinding::restore() const {
   const GlBinding now = current();
-  if (now.context == context && now.draw == draw && now.read == read) return true;
-  if (context != EGL_NO_CONTEXT) return eglMakeCurrent(display, draw, read, context) == EGL_TRUE;
-  return makeCurrent(now.display, EGL_NO_CONTEXT);
+  if (now == *this) return true;
+  if (now.context != nullptr && (context == nullptr || glx != now.glx)) now.unbind();
+  return context == nullptr || bind();
+}
+
+bool GlBinding::bind() const {
+  if (!glx) return eglMakeCurrent(display, surface(draw), surface(read), context) == EGL_TRUE;
+  return glXMakeContextCurrent(static_cast<Display*>(display), draw, read,
+                               static_cast<GLXContext>(context)) != 0;
+}
+
+void GlBinding::unbind() const {
+  if (glx) {
+    glXMakeContextCurrent(static_cast<Display*>(display), 0, 0, nullptr);
+  } else {
+    eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  }
 }
 
 HostContext::HostContext() {
+  if (EAGLContext::currentContext() != nullptr) return;
   const GlBinding now = GlBinding::current();
-  if (now.context == EGL_NO_CONTEXT || EAGLContext::currentContext() != nullptr) return;
+  if (now.context == nullptr && !embedded && !usesGlx()) return;
   host_ = std::make_unique<GlBinding>(now);
+}
+
+void HostContext::embed() {
+  embedded = true;
+  if (EAGLContext::currentContext() != nullptr) EAGLContext::setCurrentContext(nullptr);
 }
 
 HostContext::~HostContext() {

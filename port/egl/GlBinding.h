@@ -1,22 +1,35 @@
-// What GL has current on the calling thread, to be put back later.
+// GlBinding: what EGL or GLX has current on the calling thread, to be put back later.
+//
+// A host may draw with either (toolkits on X11 often take GLX); the library itself uses EGL alone.
+// The two share one dispatch table a thread, and neither binds while the other has a context
+// current: that one is let go first.
 #pragma once
 
 #include <epoxy/egl.h>
 
+#include <cstdint>
+
 namespace quorvid {
 
 struct GlBinding {
-  EGLDisplay display = EGL_NO_DISPLAY;
-  EGLSurface draw = EGL_NO_SURFACE;
-  EGLSurface read = EGL_NO_SURFACE;
-  EGLContext context = EGL_NO_CONTEXT;
+  void* display = nullptr;  // an EGLDisplay, or GLX's connection to the X server
+  std::uintptr_t draw = 0;  // an EGLSurface, or a drawable of the X server
+  std::uintptr_t read = 0;
+  void* context = nullptr;  // null: nothing is current
+  bool glx = false;
 
   static GlBinding current();
-  // Makes a context current without a surface. False, with nothing changed, when it can't be.
+  // Makes a context of EGL current without a surface. False, with nothing changed, when it can't
+  // be.
   static bool makeCurrent(EGLDisplay display, EGLContext context);
   // Binds it again unless it is bound already. With no context in it, unbinds what is bound. False
   // when the context can't be made current any more.
   bool restore() const;
+  friend bool operator==(const GlBinding&, const GlBinding&) = default;
+
+ private:
+  bool bind() const;
+  void unbind() const;
 };
 
 // Selects OpenGL ES as the thread's client API, and puts the former one back when it goes.

@@ -19,14 +19,14 @@ Present& present() {
 
 constexpr std::array<EGLint, 3> contextAttributes = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
 
-// A display that needs neither a screen nor a device node: Mesa's software renderer, if nothing else.
+// A display that needs neither a screen nor a device node: Mesa's software renderer, if nothing
+// else.
 EGLDisplay surfacelessDisplay() {
-  const bool offered =
-      epoxy_has_egl_extension(EGL_NO_DISPLAY, "EGL_EXT_platform_base") &&
-      epoxy_has_egl_extension(EGL_NO_DISPLAY, "EGL_MESA_platform_surfaceless");
-  return offered ? eglGetPlatformDisplayEXT(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY,
-                                            nullptr)
-                 : EGL_NO_DISPLAY;
+  const bool offered = epoxy_has_egl_extension(EGL_NO_DISPLAY, "EGL_EXT_platform_base") &&
+                       epoxy_has_egl_extension(EGL_NO_DISPLAY, "EGL_MESA_platform_surfaceless");
+  return offered
+             ? eglGetPlatformDisplayEXT(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr)
+             : EGL_NO_DISPLAY;
 }
 
 bool chooseConfig(EGLDisplay display, EGLConfig* config) {
@@ -101,17 +101,18 @@ bool ShareGroup::isLost() const {
   return eglQueryContext(display_, root_, EGL_CONTEXT_CLIENT_TYPE, &type) != EGL_TRUE;
 }
 
-// libepoxy chooses a function at its first call, by what the display that is current then offers, and
-// ends the process when that is not enough. Fences are waited for and deleted while a host's context
-// is current, or none: the root's display is there for the first call of each.
+// libepoxy chooses a function at its first call, by what the display that is current then offers,
+// and ends the process when that is not enough. Fences are waited for and deleted while a host's
+// context is current, or none: the root's display is there for the first call of each.
 void ShareGroup::findExtensions() {
   const Scope root(*this);
   if (!root) return;
   hasImages_ = epoxy_has_egl_extension(display_, "EGL_KHR_gl_renderbuffer_image");
   if (!epoxy_has_egl_extension(display_, "EGL_KHR_fence_sync")) return;
   const EGLSyncKHR fence = eglCreateSyncKHR(display_, EGL_SYNC_FENCE_KHR, nullptr);
-  hasFences_ = fence != EGL_NO_SYNC_KHR &&
-               eglClientWaitSyncKHR(display_, fence, EGL_SYNC_FLUSH_COMMANDS_BIT_KHR, 0) != EGL_FALSE;
+  hasFences_ =
+      fence != EGL_NO_SYNC_KHR &&
+      eglClientWaitSyncKHR(display_, fence, EGL_SYNC_FLUSH_COMMANDS_BIT_KHR, 0) != EGL_FALSE;
   waitsInGpu_ = hasFences_ && epoxy_has_egl_extension(display_, "EGL_KHR_wait_sync") &&
                 eglWaitSyncKHR(display_, fence, 0) == EGL_TRUE;
   if (fence != EGL_NO_SYNC_KHR) eglDestroySyncKHR(display_, fence);

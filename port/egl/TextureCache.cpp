@@ -167,10 +167,10 @@ CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(
   const bool fits = holds(image, plane, width, height) &&
                     pixelSize == (CVPixelBufferGetPlaneCount(image) == 2 && plane == 1 ? 2U : 1U);
   if (!fits) return kCVReturnPixelBufferNotOpenGLCompatible;
-  const Storage texture = cache->lend(
-      {0, format, static_cast<GLsizei>(width), static_cast<GLsizei>(height)},
-      {CVPixelBufferGetBaseAddressOfPlane(image, plane),
-       CVPixelBufferGetBytesPerRowOfPlane(image, plane), pixelSize});
+  const Storage texture =
+      cache->lend({0, format, static_cast<GLsizei>(width), static_cast<GLsizei>(height)},
+                  {CVPixelBufferGetBaseAddressOfPlane(image, plane),
+                   CVPixelBufferGetBytesPerRowOfPlane(image, plane), pixelSize});
   if (texture.name == 0) return kCVReturnPixelBufferNotOpenGLCompatible;
   *out = std::make_shared<CVOpenGLESTexture>(cache, texture);
   return kCVReturnSuccess;

@@ -1,6 +1,7 @@
 #include "view/HostScreen.h"
 
 #include <epoxy/gl.h>
+#include <epoxy/glx.h>
 
 #include <cstdlib>
 #include <sstream>
@@ -22,16 +23,12 @@ EGLDisplay open(HostDisplay kind) {
 }  // namespace
 
 HostScreen::HostScreen(HostDisplay display, HostApi api, int width, int height, int samples)
-    : display_(open(display)),
-      api_(api == HostApi::Gles3 ? EGL_OPENGL_ES_API : EGL_OPENGL_API),
-      width_(width),
-      height_(height) {
-  eglInitialize(display_, nullptr, nullptr);
-  eglBindAPI(api_);
-  const EGLint gles[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_NONE};
-  const EGLint core[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3, EGL_NONE};
-  context_ = eglCreateContext(display_, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT,
-                              api == HostApi::Gles3 ? gles : core);
+    : width_(width), height_(height) {
+  if (display == HostDisplay::Glx) {
+    openGlx(api);
+  } else {
+    openEgl(display, api);
+  }
   makeCurrent();
   glGenRenderbuffers(1, &renderbuffer_);
   glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer_);
@@ -47,16 +44,63 @@ HostScreen::HostScreen(HostDisplay display, HostApi api, int width, int height, 
   }
 }
 
+void HostScreen::openEgl(HostDisplay kind, HostApi api) {
+  display_ = open(kind);
+  api_ = api == HostApi::Gles3 ? EGL_OPENGL_ES_API : EGL_OPENGL_API;
+  eglInitialize(display_, nullptr, nullptr);
+  eglBindAPI(api_);
+  const EGLint gles[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_NONE};
+  const EGLint core[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3, EGL_NONE};
+  context_ = eglCreateContext(display_, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT,
+                              api == HostApi::Gles3 ? gles : core);
+}
+
+void HostScreen::openGlx(HostApi api) {
+  xvfb_ = std::make_unique<XvfbScreen>(64, 64);
+  Display* x = XOpenDisplay(xvfb_->name().c_str());
+  if (x == nullptr) std::abort();  // Xvfb is not there (package xvfb)
+  const int any[] = {GLX_DRAWABLE_TYPE, GLX_PBUFFER_BIT, 0};
+  int count = 0;
+  GLXFBConfig* configs = glXChooseFBConfig(x, 0, any, &count);
+  const int small[] = {GLX_PBUFFER_WIDTH, 8, GLX_PBUFFER_HEIGHT, 8, 0};
+  drawable_ = glXCreatePbuffer(x, configs[0], small);
+  const int profile =
+      api == HostApi::Gles3 ? GLX_CONTEXT_ES2_PROFILE_BIT_EXT : GLX_CONTEXT_CORE_PROFILE_BIT_ARB;
+  const int wanted[] = {GLX_CONTEXT_PROFILE_MASK_ARB,
+                        profile,
+                        GLX_CONTEXT_MAJOR_VERSION_ARB,
+                        3,
+                        GLX_CONTEXT_MINOR_VERSION_ARB,
+                        api == HostApi::Gles3 ? 0 : 3,
+                        0};
+  context_ = glXCreateContextAttribsARB(x, configs[0], nullptr, 1, wanted);
+  XFree(configs);
+  display_ = x;
+}
+
 HostScreen::~HostScreen() {
+  if (xvfb_ != nullptr) {
+    auto* x = static_cast<Display*>(display_);
+    if (isCurrent()) glXMakeContextCurrent(x, 0, 0, nullptr);
+    glXDestroyContext(x, static_cast<GLXContext>(context_));
+    XCloseDisplay(x);
+    return;
+  }
   if (isCurrent()) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   eglDestroyContext(display_, context_);
 }
 
 void HostScreen::makeCurrent() const {
-  eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_);
+  if (xvfb_ != nullptr) {
+    glXMakeContextCurrent(static_cast<Display*>(display_), drawable_, drawable_,
+                          static_cast<GLXContext>(context_));
+  } else {
+    eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_);
+  }
 }
 
 bool HostScreen::isCurrent() const {
+  if (xvfb_ != nullptr) return glXGetCurrentContext() == context_;
   return eglGetCurrentContext() == context_ && eglQueryAPI() == api_;
 }
 
@@ -137,7 +181,8 @@ std::vector<std::string> describeState() {
     glGetBooleani_v(GL_COLOR_WRITEMASK, buffer, mask);
     all.push_back("mask " + std::to_string(mask[0] * 8 + mask[1] * 4 + mask[2] * 2 + mask[3]));
   }
-  if (epoxy_is_desktop_gl()) all.push_back("srgb " + std::to_string(glIsEnabled(GL_FRAMEBUFFER_SRGB)));
+  if (epoxy_is_desktop_gl())
+    all.push_back("srgb " + std::to_string(glIsEnabled(GL_FRAMEBUFFER_SRGB)));
   all.push_back("error " + std::to_string(glGetError()));
   return all;
 }

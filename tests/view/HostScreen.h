@@ -1,16 +1,18 @@
-// A host application's own GL context and framebuffer, made with EGL and without a window.
+// A host application's own GL context and framebuffer, made with EGL or GLX and without a window.
 #pragma once
 
 #include <epoxy/egl.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "view/Picture.h"
+#include "view/XvfbScreen.h"
 
 namespace quorvid::test {
 
-enum class HostDisplay { Surfaceless, Device };
+enum class HostDisplay { Surfaceless, Device, Glx };
 enum class HostApi { Gles3, DesktopCore };
 
 class HostScreen {
@@ -28,9 +30,14 @@ class HostScreen {
   Image read() const;
 
  private:
-  EGLDisplay display_;
-  EGLContext context_;
-  EGLenum api_;
+  void openEgl(HostDisplay kind, HostApi api);
+  void openGlx(HostApi api);
+
+  std::unique_ptr<XvfbScreen> xvfb_;  // null with EGL
+  void* display_ = nullptr;           // EGL's, or the connection to the X server
+  void* context_ = nullptr;
+  unsigned long drawable_ = 0;  // GLX's
+  EGLenum api_ = EGL_OPENGL_API;
   int width_, height_;
   unsigned framebuffer_ = 0;
   unsigned renderbuffer_ = 0;

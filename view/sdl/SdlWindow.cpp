@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "quorvid/view/Screen.h"
 #include "view/sdl/CurrentContext.h"
 
 namespace quorvid {
@@ -93,6 +94,7 @@ void SdlWindow::updateSize() {
   SDL_GetWindowSize(window_, &width, &height);
   SDL_GL_GetDrawableSize(window_, &pixelWidth_, &pixelHeight_);
   scale_ = width > 0 && pixelWidth_ > 0 ? static_cast<double>(pixelWidth_) / width : 1.0;
+  UIScreen::mainScreen().setScale(scale_);
   host_->resize(width, height, scale_);
   drawAnew();
 }

@@ -1,8 +1,8 @@
 // SdlWindow: the platform's window on SDL2 and OpenGL ES 3, on screen or off.
 #pragma once
 
-#include <epoxy/egl.h>
 #include <SDL.h>
+#include <epoxy/egl.h>
 
 #include <functional>
 #include <memory>

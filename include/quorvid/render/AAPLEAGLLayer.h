@@ -45,6 +45,8 @@ class QUORVID_API AAPLEAGLLayer : public CAEAGLLayer {
   // To be called after the layer's frame or scale has changed: makes the renderbuffer anew in the
   // layer's size. It shows nothing until the next picture is drawn.
   void resetRenderBuffer();
+  // The same, with the picture set last drawn again.
+  void renewContent() override;
 
   // The steps of making and tearing down; for subclasses and diagnostics.
   void setupGL();

@@ -1,12 +1,16 @@
 // RunLoop and CADisplayLink: the display-synchronised timer and the loop that it joins.
 //
 // One run loop per thread, driven from outside: whoever owns the display's clock (the library's
-// window, a toolkit's frame clock, a test) calls refresh() on the loop's own thread.
+// window, a toolkit's frame clock, a test) calls refresh() or refreshAt() on the loop's own thread.
+// Any number of drivers may call refreshAt(): together they make 60 refreshes a second. Of those
+// that count for themselves there should be one.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -36,6 +40,12 @@ class QUORVID_API RunLoop {
   // calls every link of the current mode that is due, each at most once. A callback may invalidate
   // its own link or others, and may add links (those wait for the next refresh).
   void refresh(std::uint32_t refreshes = 1);
+  // The same with as many refreshes as 60 a second make since the last call and were not told by
+  // refresh() meanwhile; with none, nothing is called. The first call tells one.
+  using Time = std::chrono::steady_clock::time_point;
+  void refreshAt(Time now);
+  // Refreshes told so far.
+  std::uint64_t refreshCount() const { return refreshCount_; }
 
   RunLoopMode mode() const { return mode_; }
   void setMode(RunLoopMode mode) { mode_ = mode; }
@@ -46,6 +56,8 @@ class QUORVID_API RunLoop {
   friend class CADisplayLink;
   std::vector<std::shared_ptr<CADisplayLink>> links_;
   RunLoopMode mode_ = RunLoopMode::Default;
+  std::uint64_t refreshCount_ = 0;
+  std::optional<Time> counted_;  // up to when refreshes were told, once the time was
 };
 
 class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayLink> {
