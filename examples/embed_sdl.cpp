@@ -31,7 +31,8 @@ struct Size {
   int width, height;
 };
 
-constexpr int gap = 20;  // points around the views
+constexpr int gap = 20;       // points around the views
+constexpr Uint32 frame = 16;  // ms
 
 bool parse(int argc, char** argv, Options& options) {
   const std::string server = argc > 2 ? argv[1] : "";
@@ -55,7 +56,7 @@ bool parse(int argc, char** argv, Options& options) {
   return options.port > 0 && options.port < 65536 && options.device.size() < 32;
 }
 
-// The views need a context that was made with EGL.
+// EGL on X11 too: views and window then share what they draw, without a copy through memory.
 SDL_Window* openWindow(bool headless) {
   SDL_SetHint(SDL_HINT_VIDEO_X11_FORCE_EGL, "1");
   if (headless) SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
@@ -124,17 +125,6 @@ bool wantsToQuit() {
   return quit;
 }
 
-// Sleeps to the next refresh at 60 Hz, and tells how many have gone by since the last call.
-Uint32 waitForRefresh(Uint64& last) {
-  constexpr Uint64 period = 16;  // ms
-  if (const Uint64 now = SDL_GetTicks64(); now < last + period) {
-    SDL_Delay(static_cast<Uint32>(last + period - now));
-  }
-  const Uint64 passed = SDL_GetTicks64() - last;
-  last += passed;
-  return static_cast<Uint32>(passed / period);
-}
-
 int show(SDL_Window* window, const Options& options) {
   auto views = quorvid::ViewHost::create();
   Size points{}, pixels{};
@@ -151,21 +141,23 @@ int show(SDL_Window* window, const Options& options) {
   }
 
   const Uint64 begin = SDL_GetTicks64();
-  Uint64 last = begin;
+  std::string why;
   bool running = true;
   while (running) {
-    views->refresh(waitForRefresh(last));
-    const double seconds = static_cast<double>(last - begin) / 1000;
+    SDL_Delay(frame);
+    views->refresh();
+    const double seconds = static_cast<double>(SDL_GetTicks64() - begin) / 1000;
     running = !wantsToQuit() && (options.seconds <= 0 || seconds < options.seconds);
     SDL_GL_GetDrawableSize(window, &pixels.width, &pixels.height);
     drawBackground(pixels, seconds);
-    views->composite(0, 0, pixels.width, pixels.height);
+    running = views->composite(0, 0, pixels.width, pixels.height, &why) && running;
     if (!running && !options.snapshot.empty() && !save(options.snapshot, pixels)) {
       std::fprintf(stderr, "%s can't be written: %s\n", options.snapshot.c_str(), SDL_GetError());
     }
     SDL_GL_SwapWindow(window);
   }
 
+  if (!why.empty()) std::fprintf(stderr, "The views can't be drawn: %s\n", why.c_str());
   bool allShown = true;
   for (const auto& view : live) {
     allShown = allShown && view->playLayer()->pixelBuffer() != nullptr;

@@ -3,8 +3,9 @@
 // A context is current on one thread at a time; every thread keeps its current context alive. All
 // contexts of the library share textures, programs and renderbuffers with one another.
 //
-// Side effect: setCurrentContext() replaces whatever GL context the calling thread had, the host's
-// too. HostContext (port/HostContext.h) puts the host's back.
+// Side effects: setCurrentContext() replaces whatever GL context the calling thread had, the host's
+// too; HostContext (port/HostContext.h) puts the host's back. The display that the first context is
+// made on is initialised and never terminated, because the host may be using it too.
 #pragma once
 
 #include <cstdint>

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <thread>
 
 namespace quorvid {
@@ -30,6 +31,46 @@ TEST(RunLoop, FiresOnEveryNthRefreshAndCarriesTheRemainder) {
   loop->refresh(0xFFFFFFFFU);
   loop->refresh();
   EXPECT_EQ(ticks, 5);
+}
+
+// Ticks of a link of every second refresh during ten seconds of calls that lie `apart`.
+int ticksOfTenSeconds(std::chrono::duration<double> apart, int drivers = 1) {
+  const auto loop = std::make_shared<RunLoop>();
+  int ticks = 0;
+  const auto link = linkEvery(2, loop, [&] { ++ticks; });
+  const RunLoop::Time begin{};
+  for (std::chrono::duration<double> at{0}; at.count() < 10; at += apart) {
+    for (int i = 0; i < drivers; ++i) {
+      loop->refreshAt(begin +
+                      std::chrono::duration_cast<RunLoop::Time::duration>(at + i * apart / 3));
+    }
+  }
+  return ticks;
+}
+
+TEST(RunLoop, TheTimeMakesSixtyRefreshesASecondHoweverOftenItIsTold) {
+  const std::chrono::duration<double> second{1};
+  EXPECT_NEAR(ticksOfTenSeconds(second / 10), 100, 1);  // one a call
+  for (const int calls : {31, 40, 60, 75, 144, 1000}) {
+    EXPECT_NEAR(ticksOfTenSeconds(second / calls), 300, 2) << calls;
+  }
+  EXPECT_NEAR(ticksOfTenSeconds(second / 60, 2), 300, 2);
+  EXPECT_NEAR(ticksOfTenSeconds(second / 144, 3), 300, 2);
+}
+
+TEST(RunLoop, WhatADriverHasCountedIsNotCountedAgain) {
+  const auto loop = std::make_shared<RunLoop>();
+  RunLoop::Time now{};
+  loop->refreshAt(now);
+  for (int i = 0; i < 60; ++i) {
+    loop->refresh();
+    loop->refreshAt(now += std::chrono::microseconds(16'667));
+  }
+  EXPECT_NEAR(static_cast<double>(loop->refreshCount()), 61, 1);
+  loop->refresh(1'000'000);  // a driver that counts too much holds nobody up
+  loop->refreshAt(now += std::chrono::seconds(1));
+  loop->refreshAt(now += std::chrono::seconds(1));
+  EXPECT_NEAR(static_cast<double>(loop->refreshCount()), 1'000'121, 2);
 }
 
 TEST(RunLoop, LinksOfTheDefaultModeRestInAnotherMode) {

@@ -1,13 +1,17 @@
 // Views inside a window that somebody else owns: real contexts of OpenGL ES 3 and desktop OpenGL,
 // on the display of the views and on another one.
 #include <epoxy/gl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <thread>
 
 #include "port/EAGLContext.h"
 #include "port/egl/Drawable.h"
 #include "quorvid/base/Log.h"
 #include "quorvid/render/AAPLEAGLLayer.h"
 #include "quorvid/view/RunLoop.h"
+#include "quorvid/view/Screen.h"
 #include "quorvid/view/ViewHost.h"
 #include "view/HostPicture.h"
 #include "view/HostScreen.h"
@@ -29,11 +33,17 @@ struct Scene {
     host->contentView()->layer()->addSublayer(layer);
     layer->setPixelBuffer(picture.get());
   }
-  ~Scene() { host->resize(1, 1, 1); }
-
   Picture picture;
   std::unique_ptr<ViewHost> host = ViewHost::create();
   std::shared_ptr<AAPLEAGLLayer> layer;
+};
+
+struct LogLines {
+  LogLines() {
+    setLogSink([this](std::string_view line) { lines.emplace_back(line); });
+  }
+  ~LogLines() { setLogSink(nullptr); }
+  std::vector<std::string> lines;
 };
 
 void expectScene(const Image& image) {
@@ -130,13 +140,66 @@ TEST(EmbeddingPaths, APictureOfManySamplesIsForDesktopOpenGl) {
   const HostScreen desktop(HostDisplay::Surfaceless, HostApi::DesktopCore, width, height, 4);
   EXPECT_TRUE(scene.host->composite(0, 0, width, height));
   EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-  int lines = 0;
-  setLogSink([&](std::string_view) { ++lines; });
+  LogLines log;
   const HostScreen gles(HostDisplay::Surfaceless, HostApi::Gles3, width, height, 4);
+  std::string why;
+  EXPECT_FALSE(scene.host->composite(0, 0, width, height, &why));
   EXPECT_FALSE(scene.host->composite(0, 0, width, height));
-  EXPECT_FALSE(scene.host->composite(0, 0, width, height));
-  setLogSink(nullptr);
-  EXPECT_EQ(lines, 1);
+  EXPECT_THAT(why, testing::HasSubstr("several samples"));
+  EXPECT_THAT(log.lines, testing::ElementsAre(testing::EndsWith(why)));
+}
+
+TEST(EmbeddingScale, EachHostShowsItsLayersInItsOwn) {
+  Scene coarse;
+  coarse.host->resize(width / 2.0, height / 2.0, 1);
+  Scene fine;
+  EXPECT_EQ(UIScreen::mainScreen().scale(), 1);
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, width, height);
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(coarse.host->composite(0, 0, width / 2, height / 2));
+    EXPECT_EQ(coarse.layer->drawable()->width(), 24);
+    ASSERT_TRUE(fine.host->composite(0, 0, width, height));
+    EXPECT_EQ(fine.layer->drawable()->width(), 48);
+    EXPECT_FALSE(fine.host->needsComposite());
+    expectScene(screen.read());
+  }
+  fine.host->contentView()->layer()->addSublayer(coarse.layer);  // moves to the other window
+  EXPECT_TRUE(fine.host->needsComposite());
+  ASSERT_TRUE(fine.host->composite(0, 0, width, height));
+  EXPECT_EQ(coarse.layer->drawable()->width(), 48);
+  expectScene(screen.read());
+  fine.host->resize(width / 2.0, height / 2.0, 1);
+  EXPECT_TRUE(fine.host->needsComposite());
+}
+
+TEST(EmbeddingMistakes, EachGetsOneLineInTheLog) {
+  using testing::ElementsAre;
+  using testing::HasSubstr;
+  LogLines log;
+  auto link = CADisplayLink::displayLinkWithTarget([] {});
+  link->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);
+  {
+    const Scene scene;
+    for (int i = 0; i < 500; ++i) static_cast<void>(scene.host->needsComposite());
+    EXPECT_THAT(log.lines, ElementsAre(HasSubstr("refresh() isn't called")));
+    log.lines.clear();
+    std::thread([&] {
+      std::string why;
+      scene.host->refresh();
+      EXPECT_FALSE(scene.host->composite(0, 0, width, height, &why));
+      EXPECT_THAT(why, HasSubstr("another thread"));
+    }).join();
+    EXPECT_THAT(log.lines, ElementsAre(HasSubstr("on another thread")));
+    log.lines.clear();
+  }
+  EXPECT_THAT(log.lines, testing::IsEmpty());
+  {
+    auto scene = std::make_unique<Scene>();
+    const auto layer = scene->layer;
+    scene.reset();
+    EXPECT_THAT(log.lines, ElementsAre(HasSubstr("gone before a view")));
+    link->invalidate();
+  }
 }
 
 TEST(EmbeddingLifetime, WhatALayerWasDrawnIntoGoesWithIt) {

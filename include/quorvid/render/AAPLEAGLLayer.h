@@ -4,9 +4,14 @@
 // itself can do the same. A picture given to setPixelBuffer() is drawn before the call returns.
 //
 // GL state it touches: that of its own context. initWithFrame(), setPixelBuffer(),
-// displayPixelBuffer(), resetRenderBuffer() and the destructor put a host's context back when one
-// was current, and leave the layer's current otherwise; the other operations leave it current. They
-// do nothing when the layer's context can't be made current.
+// displayPixelBuffer(), resetRenderBuffer(), renewContent() and the destructor put a host's context
+// back when one was current. Otherwise they leave the layer's current, but for a thread that has
+// made a ViewHost and a process that has loaded GLX, where none is left; the other operations leave
+// it current. They do nothing when the layer's context can't be made current.
+//
+// Side effects on the process: what GL has to say about shaders and programs goes to standard
+// output (a faultless driver says nothing); the first layer initialises an EGL display, which is
+// never terminated.
 #pragma once
 
 #include <cstdint>
@@ -42,8 +47,9 @@ class QUORVID_API AAPLEAGLLayer : public CAEAGLLayer {
   // Draws the top left width x height pixels of the picture, in that shape, and keeps no reference.
   // A picture with luma only is drawn with the chroma of whatever was bound before.
   void displayPixelBuffer(CVPixelBufferRef pixelBuffer, std::uint32_t width, std::uint32_t height);
-  // To be called after the layer's frame or scale has changed: makes the renderbuffer anew in the
-  // layer's size. It shows nothing until the next picture is drawn.
+  // To be called after the layer's frame or scale has changed (a ViewHost that gives the layer
+  // another scale calls renewContent()): makes the renderbuffer anew in the layer's size. It shows
+  // nothing until the next picture is drawn.
   void resetRenderBuffer();
   // The same, with the picture set last drawn again.
   void renewContent() override;

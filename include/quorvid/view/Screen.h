@@ -1,4 +1,7 @@
 // UIScreen: the main screen's pixel density. Main thread.
+//
+// One number for the whole process: what layers begin with. A Window sets it; a ViewHost leaves it
+// alone and gives its own scale to the layers that it shows.
 #pragma once
 
 #include "quorvid/base/Export.h"
@@ -8,7 +11,7 @@ namespace quorvid {
 class QUORVID_API UIScreen {
  public:
   static UIScreen& mainScreen();
-  // Pixels per point, 1.0 until a window or the host says otherwise. A layer takes it when it is
+  // Pixels per point, 1.0 until a Window or the host says otherwise. A layer takes it when it is
   // made.
   double scale() const { return scale_; }
   // Values that are not finite or not above 0 are ignored.

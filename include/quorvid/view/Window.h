@@ -1,10 +1,16 @@
 // Window: a window on screen, or the same without a display, that shows a tree of views. It is in
 // libquorvid-window.so (-lquorvid-window -lquorvid), which needs SDL.
 //
-// Main thread; the thread that opens a window runs it. Opening one sets the main screen's scale,
-// makes the window the source of display refreshes for the thread's run loop, and draws the content
-// view's tree after each refresh that changed something. Without a display (headless) the refresh
-// clock is a 60 Hz timer and the picture is drawn by the same code into an off-screen surface.
+// Main thread; the thread that opens a window runs it. The window is the source of display
+// refreshes for the thread's run loop, and draws the content view's tree after each refresh that
+// changed something. Without a display (headless) the refresh clock is a 60 Hz timer and the
+// picture is drawn by the same code into an off-screen surface.
+//
+// Side effects on the process: open() sets SDL's hints NO_SIGNAL_HANDLERS and VIDEO_X11_FORCE_EGL
+// to 1, and overrides VIDEODRIVER (headless: "offscreen") or resets it; it resets SDL's GL
+// attributes; it sets the main screen's scale (quorvid/view/Screen.h), and so does each change of
+// size. SDL's video subsystem goes with the window, but stays up behind it while views live on its
+// EGL display.
 #pragma once
 
 #include <cstdint>
