@@ -141,7 +141,6 @@ int show(SDL_Window* window, const Options& options) {
   }
 
   const Uint64 begin = SDL_GetTicks64();
-  std::string why;
   bool running = true;
   while (running) {
     SDL_Delay(frame);
@@ -150,14 +149,13 @@ int show(SDL_Window* window, const Options& options) {
     running = !wantsToQuit() && (options.seconds <= 0 || seconds < options.seconds);
     SDL_GL_GetDrawableSize(window, &pixels.width, &pixels.height);
     drawBackground(pixels, seconds);
-    running = views->composite(0, 0, pixels.width, pixels.height, &why) && running;
+    running = views->composite(0, 0, pixels.width, pixels.height) && running;
     if (!running && !options.snapshot.empty() && !save(options.snapshot, pixels)) {
       std::fprintf(stderr, "%s can't be written: %s\n", options.snapshot.c_str(), SDL_GetError());
     }
     SDL_GL_SwapWindow(window);
   }
 
-  if (!why.empty()) std::fprintf(stderr, "The views can't be drawn: %s\n", why.c_str());
   bool allShown = true;
   for (const auto& view : live) {
     allShown = allShown && view->playLayer()->pixelBuffer() != nullptr;
