@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # check_headers.sh CMAKE BUILD INCLUDEDIR CXX CC: each installed header compiles alone, from the
-# installed tree only, in both standards that hosts use, and beside a loader of GL functions (they
-# refuse a GL header before their own); those for C as C11, too.
+# installed tree only, in both standards that hosts use; all together, beside a loader of GL functions,
+# which refuses a GL header before its own; those for C as C11, too.
 set -euo pipefail
 cmake=$1 build=$2 includedir=$3 cxx=$4 cc=$5
 prefix=$(mktemp -d)
@@ -14,17 +14,20 @@ for header in session/UIFleetLiveView.h session/VehicleVideo.h session/QuorvidVe
               view/Window.h view/RunLoop.h base/Log.h; do
   [[ -f quorvid/$header ]] || { echo "not installed: quorvid/$header"; exit 1; }
 done
-for header in $(find quorvid -name '*.h' | sort); do
+headers=$(find quorvid -name '*.h' | sort)
+strictly=(-Wall -Wextra -Wpedantic -Werror -I. -fsyntax-only)
+for header in $headers; do
   for standard in c++17 c++20; do
-    printf '#include "%s"\n#include <epoxy/gl.h>\n#include <epoxy/egl.h>\n' "$header" |
-      "$cxx" -std=$standard -Wall -Wextra -Wpedantic -Werror -I. -fsyntax-only -x c++ - ||
+    echo "#include \"$header\"" | "$cxx" -std=$standard "${strictly[@]}" -x c++ - ||
       { echo "does not compile alone as $standard: $header"; exit 1; }
   done
-  if echo "#include \"$header\"" | "$cxx" -std=c++17 -I. -M -x c++ - | grep -E '/(EGL|GLES[0-9]?|GL|KHR)/'; then
-    echo "a GL header comes with $header"
-    exit 1
-  fi
 done
+all=$(printf '#include "%s"\n' $headers)
+"$cxx" -std=c++17 "${strictly[@]}" -x c++ - <<<"$all"$'\n#include <epoxy/gl.h>\n#include <epoxy/egl.h>'
+if "$cxx" -std=c++17 -I. -M -x c++ - <<<"$all" | grep -E '/(EGL|GLES[0-9]?|GL|KHR)/'; then
+  echo "a public header includes a GL header"
+  exit 1
+fi
 for header in connection/VehicleConnection.h session/QuorvidVersion.h; do
   echo "#include \"quorvid/$header\"" | "$cc" -std=c11 -Wall -Wextra -Wpedantic -Werror -I. -fsyntax-only -x c -
 done

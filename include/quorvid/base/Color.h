@@ -6,6 +6,9 @@ namespace quorvid {
 // Red, green, blue, alpha in 0..1; alpha 0 fills nothing, every other alpha fills solidly.
 struct CGColorRef {
   float red = 0, green = 0, blue = 0, alpha = 0;
+  friend constexpr bool operator==(const CGColorRef& a, const CGColorRef& b) {
+    return a.red == b.red && a.green == b.green && a.blue == b.blue && a.alpha == b.alpha;
+  }
 };
 
 class UIColor {
