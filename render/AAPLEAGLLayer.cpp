@@ -47,6 +47,7 @@ std::shared_ptr<AAPLEAGLLayer> AAPLEAGLLayer::initWithFrame(CGRect frame) {
   if (layer->_context == nullptr) return nullptr;
   layer->_preferredConversion = kColorConversion709;
   layer->setupGL();
+  layer->setRenewal([self = layer.get()] { self->renew(); });
   return layer;
 }
 
@@ -124,7 +125,7 @@ void AAPLEAGLLayer::resetRenderBuffer() {
   }
 }
 
-void AAPLEAGLLayer::renewContent() {
+void AAPLEAGLLayer::renew() {
   const HostContext host;
   resetRenderBuffer();
   if (_pixelBuffer == nullptr) return;

@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "port/egl/Drawable.h"
+#include "quorvid/view/EAGLLayer.h"
 
 namespace quorvid {
 namespace {
@@ -62,7 +63,7 @@ std::vector<std::weak_ptr<CALayer>> contentLayers(CALayer& tree) {
 
 void setLayerTreeScale(CALayer& tree, CGFloat scale) {
   for (const auto& entry : contentLayers(tree)) {
-    const std::shared_ptr<CALayer> layer = entry.lock();
+    const auto layer = std::dynamic_pointer_cast<CAEAGLLayer>(entry.lock());
     if (layer == nullptr || layer->contentsScale() == scale) continue;
     layer->setContentsScale(scale);
     layer->renewContent();

@@ -53,7 +53,6 @@ std::shared_ptr<EAGLContext> EAGLContext::initWithAPI(EAGLRenderingAPI api) {
     logMessage("No OpenGL ES 2 context: EGL error 0x%x", static_cast<unsigned>(eglGetError()));
     return nullptr;
   }
-  native->textures = makeTextureCache(native->group);
   return std::shared_ptr<EAGLContext>(new EAGLContext(std::move(native)));
 }
 

@@ -14,11 +14,8 @@ namespace quorvid {
 struct EAGLContext::Native {
   std::shared_ptr<ShareGroup> group;
   EGLContext handle = EGL_NO_CONTEXT;
-  CVOpenGLESTextureCacheRef textures;
+  CVOpenGLESTextureCacheRef textures;  // null until it is asked for
 };
-
-// The one cache of a context of the group.
-CVOpenGLESTextureCacheRef makeTextureCache(const std::shared_ptr<ShareGroup>& group);
 
 // Lets go of the calling thread's EAGLContext, after a host's context took its place in EGL.
 void forgetThreadContext();

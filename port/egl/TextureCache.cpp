@@ -128,10 +128,6 @@ void CVOpenGLESTextureCache::takeBack(const Storage& texture) {
   idle_.erase(idle_.begin());
 }
 
-CVOpenGLESTextureCacheRef makeTextureCache(const std::shared_ptr<ShareGroup>& group) {
-  return std::make_shared<CVOpenGLESTextureCache>(group);
-}
-
 namespace {
 
 std::size_t bytesPerPixel(std::uint32_t format) {
@@ -149,7 +145,11 @@ bool holds(CVPixelBufferRef image, std::size_t plane, std::size_t width, std::si
 CVReturn CVOpenGLESTextureCacheCreate(const std::shared_ptr<EAGLContext>& context,
                                       CVOpenGLESTextureCacheRef* out) {
   if (context == nullptr || out == nullptr) return kCVReturnInvalidArgument;
-  *out = context->native().textures;
+  EAGLContext::Native& native = context->native();
+  if (native.textures == nullptr) {
+    native.textures = std::make_shared<CVOpenGLESTextureCache>(native.group);
+  }
+  *out = native.textures;
   return kCVReturnSuccess;
 }
 

@@ -47,12 +47,10 @@ class QUORVID_API AAPLEAGLLayer : public CAEAGLLayer {
   // Draws the top left width x height pixels of the picture, in that shape, and keeps no reference.
   // A picture with luma only is drawn with the chroma of whatever was bound before.
   void displayPixelBuffer(CVPixelBufferRef pixelBuffer, std::uint32_t width, std::uint32_t height);
-  // To be called after the layer's frame or scale has changed (a ViewHost that gives the layer
-  // another scale calls renewContent()): makes the renderbuffer anew in the layer's size. It shows
-  // nothing until the next picture is drawn.
+  // To be called after the layer's frame or scale has changed: makes the renderbuffer anew in the
+  // layer's size. It shows nothing until the next picture is drawn; renewContent() does both, with
+  // the picture set last.
   void resetRenderBuffer();
-  // The same, with the picture set last drawn again.
-  void renewContent() override;
 
   // The steps of making and tearing down; for subclasses and diagnostics.
   void setupGL();
@@ -81,6 +79,7 @@ class QUORVID_API AAPLEAGLLayer : public CAEAGLLayer {
 
  private:
   QUORVID_LOCAL bool makeCurrent() const;
+  QUORVID_LOCAL void renew();
   QUORVID_LOCAL void loadTexture(const std::shared_ptr<CVOpenGLESTextureCache>& cache,
                                  CVPixelBufferRef pixelBuffer, std::size_t plane,
                                  std::uint32_t width, std::uint32_t height,

@@ -4,9 +4,11 @@
 // that. The storage keeps its size until it is asked for anew, and is stretched over the layer.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "quorvid/base/Export.h"
 #include "quorvid/view/Layer.h"
@@ -29,8 +31,18 @@ class QUORVID_API CAEAGLLayer : public CALayer {
   void setDrawableProperties(DrawableProperties properties);
 
   Drawable* drawable() override { return drawable_.get(); }
+  // Draws the content anew, in the layer's present size and scale. A ViewHost calls it when it
+  // gives the layer another scale, a host when it has changed the frame.
+  void renewContent() const {
+    if (renewal_) renewal_();
+  }
+
+ protected:
+  // How the content is drawn anew; for the class that draws it.
+  void setRenewal(std::function<void()> renewal) { renewal_ = std::move(renewal); }
 
  private:
+  std::function<void()> renewal_;
   DrawableProperties drawableProperties_;
   std::unique_ptr<Drawable> drawable_;
 };

@@ -45,9 +45,6 @@ class QUORVID_API CALayer : public std::enable_shared_from_this<CALayer> {
 
   // The GL content to show, null for a layer that is only its background.
   virtual Drawable* drawable() { return nullptr; }
-  // Makes the GL content anew in the layer's present size and scale. Called by a ViewHost that
-  // shows the layer with another number of pixels a point than it had.
-  virtual void renewContent() {}
 
  private:
   CGRect frame_;
