@@ -66,7 +66,7 @@ class QUORVID_API ViewHost {
   // drawn anew. Values that are not above 0 are ignored.
   void resize(double width, double height, double scale);
   // Lets the views decode and draw what is due, as often a second as they would at 60 refreshes,
-  // whether the host calls it 20 or 200 times: it measures the time itself. Several hosts of one
+  // whether the host calls it 40 or 200 times: it measures the time itself. Several hosts of one
   // thread don't tick its views twice. A view ticks at most once a call.
   void refresh();
   // The same for the one host of the thread that counts for itself: `refreshes` of its display have
