@@ -83,6 +83,7 @@ HostScreen::~HostScreen() {
     auto* x = static_cast<Display*>(display_);
     if (isCurrent()) glXMakeContextCurrent(x, 0, 0, nullptr);
     glXDestroyContext(x, static_cast<GLXContext>(context_));
+    glXDestroyPbuffer(x, drawable_);
     XCloseDisplay(x);
     return;
   }
