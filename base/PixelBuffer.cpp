@@ -62,6 +62,7 @@ class CVPixelBuffer {
   std::atomic<std::int32_t> references{1};
   std::size_t width = 0, height = 0, bytesPerRow = 0, planeCount = 0;
   std::uint32_t format = 0;
+  CGSize encodedSize, displaySize;
   std::array<Plane, 2> planes;
   PictureBytes bytes;
   std::vector<std::pair<std::string, Text>> attachments;
@@ -105,6 +106,8 @@ CVReturn CVPixelBufferCreate(std::size_t width, std::size_t height, std::uint32_
   buffer->bytesPerRow = row;
   buffer->planeCount = biPlanar ? 2 : 1;
   buffer->format = pixelFormat;
+  buffer->encodedSize = {static_cast<CGFloat>(width), static_cast<CGFloat>(height)};
+  buffer->displaySize = buffer->encodedSize;
   if (!layOutPlanes(*buffer)) return kCVReturnAllocationFailed;
   *out = buffer.release();
   return kCVReturnSuccess;
@@ -154,6 +157,20 @@ std::size_t CVPixelBufferGetWidthOfPlane(CVPixelBufferRef buffer, std::size_t pl
 std::size_t CVPixelBufferGetHeightOfPlane(CVPixelBufferRef buffer, std::size_t plane) {
   const Plane* found = planeOf(buffer, plane);
   return found != nullptr ? found->height : 0;
+}
+
+CGSize CVImageBufferGetEncodedSize(CVPixelBufferRef buffer) {
+  return buffer != nullptr ? buffer->encodedSize : CGSize{};
+}
+
+CGSize CVImageBufferGetDisplaySize(CVPixelBufferRef buffer) {
+  return buffer != nullptr ? buffer->displaySize : CGSize{};
+}
+
+void CVImageBufferSetStreamShape(CVPixelBufferRef buffer, CGSize encoded, CGSize display) {
+  if (buffer == nullptr) return;
+  buffer->encodedSize = encoded;
+  buffer->displaySize = display;
 }
 
 std::int32_t CVPixelBufferGetRetainCount(CVPixelBufferRef buffer) {

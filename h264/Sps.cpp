@@ -17,6 +17,27 @@ constexpr std::uint32_t kAnySideInMbs = 0xFFFF;
 // What encoders write before the VUI needs a fraction of this.
 constexpr std::size_t kMostPeeked = 512;
 
+constexpr std::uint32_t kExtendedAspect = 255;
+constexpr std::uint32_t kMostStretch = 16;
+// By aspect_ratio_idc; 0 says nothing.
+constexpr std::array<SampleAspect, 17> kSampleAspects{{{1, 1},
+                                                       {1, 1},
+                                                       {12, 11},
+                                                       {10, 11},
+                                                       {16, 11},
+                                                       {40, 33},
+                                                       {24, 11},
+                                                       {20, 11},
+                                                       {32, 11},
+                                                       {80, 33},
+                                                       {18, 11},
+                                                       {15, 11},
+                                                       {64, 33},
+                                                       {160, 99},
+                                                       {4, 3},
+                                                       {3, 2},
+                                                       {2, 1}}};
+
 template <std::size_t N>
 bool isOneOf(const std::array<std::uint32_t, N>& values, std::uint32_t value) {
   return std::find(values.begin(), values.end(), value) != values.end();
@@ -35,9 +56,9 @@ void readChroma(BitReader& reader, Sps& sps) {
 void readPicOrderCnt(BitReader& reader, Sps& sps) {
   sps.picOrderCntType = reader.ue(2);
   if (sps.picOrderCntType == 0) {
-    reader.ue(12);
+    sps.log2MaxPicOrderCntLsb = 4 + reader.ue(12);
   } else if (sps.picOrderCntType == 1) {
-    reader.flag();
+    sps.deltaPicOrderAlwaysZero = reader.flag();
     reader.se();
     reader.se();
     for (std::uint32_t left = reader.ue(255); left > 0; --left) {
@@ -117,10 +138,24 @@ void readRestriction(BitReader& reader, const Sps& sps) {
   reader.require(reordered <= kept && kept * sps.frameSizeInMbs() <= kMaxDpbMbs);
 }
 
-void readShapeAndColours(BitReader& reader) {
-  if (reader.flag() && reader.bits(8) == 255) {
-    reader.bits(32);  // a pixel shape of its own
+// aspect_ratio_idc 8: a number from the table, or 255 and sar_width 16, sar_height 16. Square for
+// what is unspecified, reserved, 0, or so far from square that it can only be a mistake: who makes
+// a picture in its display shape would make a huge one.
+SampleAspect readSampleAspect(BitReader& reader) {
+  const std::uint32_t index = reader.bits(8);
+  SampleAspect aspect = index < kSampleAspects.size() ? kSampleAspects[index] : SampleAspect{};
+  if (index == kExtendedAspect) {
+    aspect.width = reader.bits(16);
+    aspect.height = reader.bits(16);
   }
+  const bool isPlausible = aspect.width > 0 && aspect.height > 0 &&
+                           aspect.width <= kMostStretch * aspect.height &&
+                           aspect.height <= kMostStretch * aspect.width;
+  return isPlausible ? aspect : SampleAspect{};
+}
+
+void readShapeAndColours(BitReader& reader, Sps& sps) {
+  if (reader.flag()) sps.sampleAspect = readSampleAspect(reader);
   if (reader.flag()) reader.flag();
   if (reader.flag()) {
     reader.bits(4);
@@ -133,7 +168,7 @@ void readShapeAndColours(BitReader& reader) {
 }
 
 void readVui(BitReader& reader, Sps& sps) {
-  readShapeAndColours(reader);
+  readShapeAndColours(reader, sps);
   if (reader.flag()) {
     reader.bits(32);
     reader.bits(32);

@@ -22,6 +22,11 @@ struct Vui {
   bool hasRestriction = false;
 };
 
+// How wide and high a sample is on the screen.
+struct SampleAspect {
+  std::uint32_t width = 1, height = 1;
+};
+
 struct Sps {
   std::uint32_t profileIdc = 0, constraintFlags = 0, levelIdc = 0, id = 0;
   std::uint32_t chromaFormatIdc = 1;  // 0: luma only, 1: 4:2:0, 2: 4:2:2, 3: 4:4:4
@@ -30,6 +35,8 @@ struct Sps {
   bool transformBypass = false;  // lossless where the quantiser is 0
   std::uint32_t log2MaxFrameNum = 4;
   std::uint32_t picOrderCntType = 0;
+  std::uint32_t log2MaxPicOrderCntLsb = 4;  // of type 0
+  bool deltaPicOrderAlwaysZero = false;     // of type 1
   std::uint32_t maxNumRefFrames = 0;
   bool gapsInFrameNumAllowed = false;
   std::uint32_t picWidthInMbs = 0, frameHeightInMbs = 0;
@@ -37,12 +44,18 @@ struct Sps {
   bool mbAdaptiveFrameField = false;  // macroblocks of a frame come in pairs, one above the other
   bool direct8x8Inference = false;
   std::int64_t cropX = 0, cropY = 0;  // pixels taken off at left and right, at top and bottom
+  SampleAspect sampleAspect;
   Vui vui;
 
   std::uint32_t frameSizeInMbs() const { return picWidthInMbs * frameHeightInMbs; }
   // Of the picture that is shown; not above 0 when everything is cropped.
   std::int64_t displayedWidth() const { return picWidthInMbs * 16LL - cropX; }
   std::int64_t displayedHeight() const { return frameHeightInMbs * 16LL - cropY; }
+  // Of the same picture where it is shown, width to height: 4:3 for 720x576 with samples of 16:15.
+  double displayAspect() const {
+    return static_cast<double>(displayedWidth() * sampleAspect.width) /
+           static_cast<double>(displayedHeight() * sampleAspect.height);
+  }
   // Pictures leave in the order in which they come.
   bool neverReorders() const { return profileIdc == 66 || picOrderCntType == 2; }
 };

@@ -112,6 +112,19 @@ TEST(ParameterSetsTest, EachFaultIsFound) {
   }
 }
 
+TEST(ParameterSetsTest, SampleAspectGivesTheDisplayShape) {
+  const auto aspect = [](const char* encoder) {
+    const auto stream = test::encodeTestStream(
+        {.width = 704, .height = 576, .frames = 1, .keepVui = true, .encoder = encoder});
+    return parseSps(stream.sps)->displayAspect();
+  };
+  EXPECT_NEAR(aspect(""), 704.0 / 576, 1e-9);
+  EXPECT_NEAR(aspect("sar=12/11"), 4.0 / 3, 1e-9);              // from the table
+  EXPECT_NEAR(aspect("sar=7/5"), 704.0 * 7 / (576 * 5), 1e-9);  // written out
+  EXPECT_NEAR(aspect("sar=17/1"), 704.0 / 576, 1e-9);           // a mistake
+  EXPECT_NEAR(parseSps(kHigh)->displayAspect(), 16.0 / 9, 1e-9);
+}
+
 TEST(ParameterSetsTest, RandomBytesAreRefused) {
   std::mt19937 random(3);
   Bytes sps(9), pps(4);

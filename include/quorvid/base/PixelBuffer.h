@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "quorvid/base/Export.h"
+#include "quorvid/base/Geometry.h"
 #include "quorvid/base/Text.h"
 
 namespace quorvid {
@@ -54,6 +55,14 @@ QUORVID_API std::size_t CVPixelBufferGetBytesPerRowOfPlane(CVPixelBufferRef buff
 // In pixels of the plane: the chroma plane of a 5x3 picture is 2x1.
 QUORVID_API std::size_t CVPixelBufferGetWidthOfPlane(CVPixelBufferRef buffer, std::size_t plane);
 QUORVID_API std::size_t CVPixelBufferGetHeightOfPlane(CVPixelBufferRef buffer, std::size_t plane);
+// The stream's picture behind a decoded one, which may have been scaled to the buffer's size:
+// its size in the stream, and the size at which it has its true shape on a screen with square
+// pixels (704x576 may be shown as 768x576). Both are the buffer's own where nobody set them.
+QUORVID_API CGSize CVImageBufferGetEncodedSize(CVPixelBufferRef buffer);
+QUORVID_API CGSize CVImageBufferGetDisplaySize(CVPixelBufferRef buffer);
+// For who makes pictures, before the buffer is handed on.
+QUORVID_API void CVImageBufferSetStreamShape(CVPixelBufferRef buffer, CGSize encoded,
+                                             CGSize display);
 // References held now; for tests and diagnostics.
 QUORVID_API std::int32_t CVPixelBufferGetRetainCount(CVPixelBufferRef buffer);
 
