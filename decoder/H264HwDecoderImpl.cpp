@@ -146,6 +146,9 @@ CVPixelBufferRef H264HwDecoderImpl::decode(char* buffer, std::uint32_t size) {
     VTDecodeInfoFlags infoFlags = 0;
     logDecodeStatus(VTDecompressionSessionDecodeFrame(_deocderSession, sample, 0,
                                                       &outputPixelBuffer, &infoFlags));
+    const bool isHeld = (infoFlags & kVTDecodeInfo_FrameHeld) != 0;
+    isWaitingForKeyFrame_ = isHeld || (isWaitingForKeyFrame_ && outputPixelBuffer == nullptr);
+    if (isHeld) ++heldUnits_;
     CFRelease(sample);
   }
   CFRelease(block);

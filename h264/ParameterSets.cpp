@@ -17,21 +17,25 @@ void readPpsExtension(BitReader& reader, const Sps& sps) {
   reader.se(-12, 12);
 }
 
-void readPps(BitReader& reader, const Sps& sps) {
-  reader.ue(255);
+Pps readPps(BitReader& reader, const Sps& sps) {
+  Pps pps;
+  pps.id = reader.ue(255);
   reader.require(reader.ue(31) == sps.id);
-  reader.bits(2);  // entropy coding, field order counts
-  reader.ue(0);    // slice groups: nothing decodes more than one
-  reader.ue(31);
-  reader.ue(31);
-  reader.flag();
-  reader.require(reader.bits(2) <= 2);
+  reader.flag();  // entropy coding
+  pps.bottomFieldPicOrderInFrame = reader.flag();
+  reader.ue(0);  // slice groups: nothing decodes more than one
+  for (std::uint32_t& pictures : pps.numRefIdxDefault) pictures = 1 + reader.ue(31);
+  pps.weightedPred = reader.flag();
+  pps.weightedBipredIdc = reader.bits(2);
+  reader.require(pps.weightedBipredIdc <= 2);
   const auto deeper = static_cast<std::int32_t>(6 * (sps.bitDepth - 8));
   reader.se(-26 - deeper, 25);
   reader.se(-26, 25);
   reader.se(-12, 12);
-  reader.bits(3);
+  reader.bits(2);  // deblocking control, constrained intra prediction
+  pps.redundantPicCnt = reader.flag();
   if (reader.hasMore()) readPpsExtension(reader, sps);
+  return pps;
 }
 
 void writeRestriction(const Sps& sps, BitWriter& writer) {
@@ -65,15 +69,15 @@ void appendWithLength(Bytes& record, const Bytes& set) {
 
 }  // namespace
 
-bool isPpsFor(const Sps& sps, ByteView unit) {
+std::optional<Pps> parsePps(const Sps& sps, ByteView unit) {
   // Forbidden bit clear, reference importance above 0, type 8.
   if (unit.empty() || (unit[0] & 0x9F) != 8 || (unit[0] & 0x60) == 0 || !isEscaped(unit)) {
-    return false;
+    return std::nullopt;
   }
   const Bytes payload = payloadOf(unit);
   BitReader reader(payload);
-  readPps(reader, sps);
-  return reader.endsHere();
+  const Pps pps = readPps(reader, sps);
+  return reader.endsHere() ? std::optional(pps) : std::nullopt;
 }
 
 Bytes withoutVui(const Sps& sps, ByteView unit) {
@@ -88,8 +92,10 @@ std::optional<ParameterSets> ParameterSets::make(ByteView sps, ByteView pps) {
   sps = withoutPadding(sps);
   pps = withoutPadding(pps);
   const auto parsed = parseSps(sps);
-  if (!parsed || !isPpsFor(*parsed, pps)) return std::nullopt;
-  return ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end()), *parsed};
+  const auto picture = parsed ? parsePps(*parsed, pps) : std::nullopt;
+  if (!picture) return std::nullopt;
+  return ParameterSets{withReorderLimit(*parsed, sps), Bytes(pps.begin(), pps.end()), *parsed,
+                       *picture};
 }
 
 Bytes ParameterSets::avcRecord() const {

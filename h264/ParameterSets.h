@@ -4,15 +4,27 @@
 // for ever: both are read strictly, to the last bit.
 #pragma once
 
+#include <array>
 #include <optional>
 
 #include "h264/Sps.h"
 
 namespace quorvid::h264 {
 
+// What a PPS says of the slices that name it.
+struct Pps {
+  std::uint32_t id = 0;
+  bool bottomFieldPicOrderInFrame = false;
+  std::array<std::uint32_t, 2> numRefIdxDefault{1, 1};  // pictures in list 0 and list 1
+  bool weightedPred = false;
+  std::uint32_t weightedBipredIdc = 0;
+  bool redundantPicCnt = false;
+};
+
 struct ParameterSets {
   Bytes sps, pps;  // NAL header first, no start code, no padding behind
   Sps stream;      // what the SPS says
+  Pps picture;     // what the PPS says
 
   // Copies of two valid sets of which the second refers to the first, else nothing. Zero bytes
   // behind a set, which fill its place in a frame of fixed layout, are cut off. The SPS gets a
@@ -27,9 +39,9 @@ struct ParameterSets {
   Bytes avcRecord() const;
 };
 
-// unit: NAL header first, no start code. True when the unit is a PPS that refers to this SPS, every
-// field is in its range and decodable, and the unit ends right after the closing bits.
-bool isPpsFor(const Sps& sps, ByteView unit);
+// unit: NAL header first, no start code. Nothing unless the unit is a PPS that refers to this SPS,
+// every field is in its range and decodable, and the unit ends right after the closing bits.
+std::optional<Pps> parsePps(const Sps& sps, ByteView unit);
 
 // The SPS that `sps` was parsed from, without its VUI.
 Bytes withoutVui(const Sps& sps, ByteView unit);

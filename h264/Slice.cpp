@@ -8,6 +8,8 @@ namespace {
 // Enough for a slice header's first fields, the unit's header and the bytes that keep start codes
 // out.
 constexpr std::size_t kLongestHeader = 24;
+// And for all of it, with the lists and weights that it may carry.
+constexpr std::size_t kLongestWholeHeader = 512;
 // Encoders that cut slices at the size of a network packet come to about 110 of them in the largest
 // unit.
 constexpr std::uint32_t kMostSlices = 128;
@@ -19,13 +21,7 @@ constexpr std::uint64_t kIntraWork = 2;
 // Skipped ones of a B slice already have up to 32 vectors.
 constexpr std::uint64_t kBothWaysWork = 10;
 
-}  // namespace
-
-std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
-  unit = unit.first(std::min(unit.size(), kLongestHeader));
-  if (!isEscaped(unit)) return std::nullopt;
-  const Bytes payload = payloadOf(unit);
-  BitReader reader(payload);
+SliceHeader readHeader(BitReader& reader, const Sps& sps) {
   SliceHeader header;
   header.firstMbInSlice = reader.ue(kMaxFrameSizeInMbs - 1);
   header.sliceType = static_cast<SliceType>(reader.ue(9) % 5);
@@ -34,7 +30,83 @@ std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
   if (!sps.frameMbsOnly && reader.flag()) {
     header.structure = reader.flag() ? PictureStructure::BottomField : PictureStructure::TopField;
   }
+  return header;
+}
+
+// What lies between readHeader()'s fields and the lists of references, in a unit that is no IDR.
+void skipPicOrder(BitReader& reader, const ParameterSets& sets, const SliceHeader& header) {
+  const Sps& sps = sets.stream;
+  const bool hasBottom =
+      sets.picture.bottomFieldPicOrderInFrame && header.structure == PictureStructure::Frame;
+  if (sps.picOrderCntType == 0) {
+    reader.bits(static_cast<int>(sps.log2MaxPicOrderCntLsb));
+    if (hasBottom) reader.se();
+  } else if (sps.picOrderCntType == 1 && !sps.deltaPicOrderAlwaysZero) {
+    reader.se();
+    if (hasBottom) reader.se();
+  }
+  if (sets.picture.redundantPicCnt) reader.ue(127);
+}
+
+// Changes of a list's order: operations 0 to 2 with a number each, 3 ends.
+void skipListChanges(BitReader& reader) {
+  if (!reader.flag()) return;
+  while (!reader.failed() && reader.ue(3) != 3) reader.ue();
+}
+
+void skipWeights(BitReader& reader, const Sps& sps, std::uint32_t pictures) {
+  for (; pictures > 0 && !reader.failed(); --pictures) {
+    for (int values : {2, 4}) {  // weight and offset: of luma, of both chroma planes
+      if ((values == 4 && sps.chromaFormatIdc == 0) || !reader.flag()) continue;
+      while (values-- > 0) reader.se();
+    }
+  }
+}
+
+void skipLists(BitReader& reader, const ParameterSets& sets, SliceType type) {
+  const bool isB = type == SliceType::B;
+  const int lists = isB ? 2 : type == SliceType::P || type == SliceType::SP ? 1 : 0;
+  if (lists == 0) return;
+  auto pictures = sets.picture.numRefIdxDefault;
+  if (isB) reader.flag();  // how direct blocks find their vectors
+  if (reader.flag()) {
+    for (int list = 0; list < lists; ++list) pictures[list] = 1 + reader.ue(31);
+  }
+  for (int list = 0; list < lists; ++list) skipListChanges(reader);
+  if (isB ? sets.picture.weightedBipredIdc != 1 : !sets.picture.weightedPred) return;
+  reader.ue(7);
+  if (sets.stream.chromaFormatIdc != 0) reader.ue(7);
+  for (int list = 0; list < lists; ++list) skipWeights(reader, sets.stream, pictures[list]);
+}
+
+}  // namespace
+
+std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
+  unit = unit.first(std::min(unit.size(), kLongestHeader));
+  if (!isEscaped(unit)) return std::nullopt;
+  const Bytes payload = payloadOf(unit);
+  BitReader reader(payload);
+  const SliceHeader header = readHeader(reader, sps);
   return reader.failed() ? std::nullopt : std::optional(header);
+}
+
+bool resetsFrameNum(const ParameterSets& sets, ByteView unit) {
+  const bool isReference = (unit[0] & 0x60) != 0;
+  if (!isReference || (unit[0] & 0x1F) != 1) return false;  // an IDR picture begins anew by itself
+  const Bytes payload = payloadOf(unit.first(std::min(unit.size(), kLongestWholeHeader)));
+  BitReader reader(payload);
+  const SliceHeader header = readHeader(reader, sets.stream);
+  if (header.ppsId != sets.picture.id) return false;
+  skipPicOrder(reader, sets, header);
+  skipLists(reader, sets, header.sliceType);
+  if (!reader.flag()) return false;  // marked by age alone
+  for (std::uint32_t operation = reader.ue(6); operation != 0; operation = reader.ue(6)) {
+    if (reader.failed()) return false;
+    if (operation == 5) return true;
+    reader.ue();
+    if (operation == 3) reader.ue();
+  }
+  return false;
 }
 
 bool WorkBounds::isInOrder(const SliceHeader& slice) {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "h264/Sps.h"
+#include "h264/ParameterSets.h"
 
 namespace quorvid::h264 {
 
@@ -28,6 +28,10 @@ struct SliceHeader {
 // unit: a slice, NAL header first, no start code. Nothing when it ends too early, a field is out of
 // its range, or its bytes are none that a unit may hold.
 std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit);
+
+// unit: a slice as above. True when it says that numbering begins again behind its picture
+// (memory_management_control_operation 5): the next picture's frame_num follows 0.
+bool resetsFrameNum(const ParameterSets& sets, ByteView unit);
 
 // A slice of a few bytes can stand for all macroblocks from its first to the picture's end, and a
 // decoder notices only behind it that the next slice begins before that. So the work is estimated

@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <array>
-
-#include "h264/Slice.h"
-
 namespace quorvid::h264 {
 namespace {
 
@@ -30,30 +27,73 @@ std::size_t prefixOf(ByteView sample) {
          static_cast<std::size_t>(sample[2]) << 8 | sample[3];
 }
 
+// A number in bytes that are summed up, to the first that isn't FF.
+std::uint32_t numberAt(ByteView& rest) {
+  std::uint32_t number = 0;
+  for (std::uint8_t byte = 0xFF; byte == 0xFF && !rest.empty(); rest = rest.subspan(1)) {
+    byte = rest[0];
+    number += byte;
+  }
+  return number;
+}
+
+// recovery_frame_cnt of a recovery point among an SEI unit's messages: type | size | `size` bytes.
+std::optional<std::uint32_t> recoveryPointIn(ByteView unit) {
+  constexpr std::size_t kMostSearched = 2048;  // encoders write a page about themselves first
+  constexpr std::uint32_t kRecoveryPoint = 6;
+  const Bytes payload = payloadOf(unit.first(std::min(unit.size(), kMostSearched)));
+  for (ByteView rest = payload; rest.size() > 2;) {
+    const std::uint32_t type = numberAt(rest);
+    const std::size_t stated = numberAt(rest);
+    const std::size_t size = std::min(stated, rest.size());
+    if (type == kRecoveryPoint) {
+      BitReader reader(rest.first(size));
+      const std::uint32_t count = reader.ue(0xFFFF);
+      return reader.failed() ? std::nullopt : std::optional(count);
+    }
+    rest = rest.subspan(size);
+  }
+  return std::nullopt;
+}
+
 // Takes the units of one sample.
 class SampleReader {
  public:
-  SampleReader(const Sps& stream, std::uint64_t mostWork)
-      : stream_(stream), bounds_(stream, mostWork) {}
+  SampleReader(const ParameterSets& sets, std::uint64_t mostWork)
+      : sets_(sets), bounds_(sets.stream, mostWork) {}
 
   // False for a unit that damages the whole sample.
   bool take(ByteView unit, Sample& sample) {
     const UnitType type = typeOf(unit);
-    if ((unit[0] & 0x80) != 0 || isPartition(type) || (isSlice(type) && !isWithinBounds(unit))) {
-      return false;
+    if ((unit[0] & 0x80) != 0 || isPartition(type)) return false;
+    if (isSlice(type) && !takeSlice(unit, sample)) return false;
+    if (type == UnitType::Sei) {
+      const auto count = recoveryPointIn(unit);
+      if (count) sample.picture.recoveryFrameCnt = count;
     }
     if (isSlice(type) || type == UnitType::Sei) sample.units.push_back(unit);
-    if (isSlice(type)) sample.kind = SampleKind::Picture;
     return true;
   }
 
  private:
-  bool isWithinBounds(ByteView slice) {
-    const auto header = parseSliceHeader(stream_, slice);
-    return header && bounds_.take(*header, slice.size());
+  bool takeSlice(ByteView unit, Sample& sample) {
+    const auto header = parseSliceHeader(sets_.stream, unit);
+    if (!header || !bounds_.take(*header, unit.size())) return false;
+    PictureInfo& picture = sample.picture;
+    if (sample.kind != SampleKind::Picture) {
+      sample.kind = SampleKind::Picture;
+      picture.first = *header;
+      picture.isIdr = typeOf(unit) == UnitType::KeySlice;
+      picture.isReference = (unit[0] & 0x60) != 0;
+    }
+    const SliceType type = header->sliceType;
+    picture.isIntra = picture.isIntra && (type == SliceType::I || type == SliceType::SI);
+    picture.hasBothFields |= header->structure != picture.first.structure;
+    picture.resetsFrameNum |= header->firstMbInSlice == 0 && resetsFrameNum(sets_, unit);
+    return true;
   }
 
-  const Sps& stream_;
+  const ParameterSets& sets_;
   WorkBounds bounds_;
 };
 
@@ -73,10 +113,11 @@ std::vector<Unit> unitsOf(ByteView frame) {
   }
 }
 
-Sample readSample(ByteView bytes, const Sps& stream, std::uint64_t mostWork) {
+Sample readSample(ByteView bytes, const ParameterSets& sets, std::uint64_t mostWork) {
   if (bytes.size() <= kPrefixSize || prefixOf(bytes) != bytes.size() - kPrefixSize) return {};
-  SampleReader reader(stream, mostWork);
-  Sample sample{SampleKind::Nothing, {}};
+  SampleReader reader(sets, mostWork);
+  Sample sample;
+  sample.kind = SampleKind::Nothing;
   for (ByteView rest = bytes.subspan(kPrefixSize); !rest.empty();) {
     const std::size_t size = startCodeIn(rest);
     const bool last = size == rest.size();

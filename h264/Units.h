@@ -4,10 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
-#include "h264/Sps.h"
+#include "h264/Slice.h"
 
 namespace quorvid::h264 {
 
@@ -52,11 +53,24 @@ enum class SampleKind : std::uint8_t {
             // beyond the bounds of Slice.h
 };
 
+// The picture of one sample, or one field of it.
+struct PictureInfo {
+  SliceHeader first;  // of its first slice
+  bool isIdr = false;
+  bool isReference = false;
+  bool isIntra = true;  // I slices alone
+  bool hasBothFields = false;
+  bool resetsFrameNum = false;  // see Slice.h
+  // Of a recovery point in front of it: 0: this picture is right, n: the one n numbers later.
+  std::optional<std::uint32_t> recoveryFrameCnt = {};
+};
+
 // What a decoder may see of a caller's unit: the slices and SEI units in it, in order, which lie in
 // the caller's memory. Parameter sets inside are left out, the session keeps its own.
 struct Sample {
   SampleKind kind = SampleKind::Damaged;
   std::vector<ByteView> units;
+  PictureInfo picture;  // without a slice: only a recovery point
 
   // Bytes of the units with a length of 4 bytes in front of each, the form in which a decoder takes
   // them, and those bytes.
@@ -68,6 +82,6 @@ struct Sample {
 // hands over the rest of an access unit as one has start codes inside, which a single unit can't
 // contain: there the unit is taken apart, so that pictures of several slices come out whole.
 // mostWork: see WorkBounds.
-Sample readSample(ByteView sample, const Sps& stream, std::uint64_t mostWork);
+Sample readSample(ByteView sample, const ParameterSets& sets, std::uint64_t mostWork);
 
 }  // namespace quorvid::h264

@@ -59,7 +59,8 @@ inline constexpr std::string_view kCVPixelBufferWidthKey = "Width";
 inline constexpr std::string_view kCVPixelBufferHeightKey = "Height";
 inline constexpr std::string_view kCVPixelBufferOpenGLCompatibilityKey = "OpenGLCompatibility";
 
-// What the pictures shall be: pixel format, width, height and whether OpenGL can use them.
+// What the pictures shall be: pixel format, width, height and whether OpenGL can use them. Without
+// width and height (entries without a key in their place) they have the stream's own size.
 struct ImageBufferAttribute {
   std::string_view key;
   CFValue value;
@@ -80,6 +81,8 @@ struct CMTime {
 using VTDecodeFrameFlags = std::uint32_t;  // 0: synchronous
 using VTDecodeInfoFlags = std::uint32_t;
 inline constexpr VTDecodeInfoFlags kVTDecodeInfo_FrameDropped = 2;
+// Beside FrameDropped and status 0: held, waiting for a key frame; see DecodeFrame below.
+inline constexpr VTDecodeInfoFlags kVTDecodeInfo_FrameHeld = 1 << 8;
 
 // Called once for each unit that a session took, with the picture or null (a unit without a
 // picture, a damaged one). imageBuffer is borrowed: retain it to keep it.
@@ -124,7 +127,14 @@ OSStatus CMSampleBufferCreateReady(CFAllocator allocator, CMBlockBufferRef dataB
                                    std::size_t sampleCount, std::size_t timingEntryCount,
                                    const void* timingEntries, std::size_t sizeEntryCount,
                                    const std::size_t* sizeEntries, CMSampleBufferRef* out);
-// Decodes the sample's length-prefixed unit. kVTParameterErr without session, sample or format
+// Decodes the sample's length-prefixed unit. A picture that refers to frames which were lost is
+// never handed out: a session begins held, and a damaged reference picture, or a gap in the
+// stream's frame numbers where its SPS allows none, holds it again until the next picture that
+// needs nothing before it decodes whole: an IDR picture, a picture of I slices alone, or where a
+// recovery point says so. Held units give status 0, no picture and kVTDecodeInfo_FrameHeld. When
+// three groups in a row have the same gap at the same place and no damage, the numbers are wrong:
+// a line in the log, and the session looks at them no more.
+// kVTParameterErr without session, sample or format
 // description, kVTVideoDecoderBadDataErr for a damaged unit, kVTVideoDecoderMalfunctionErr for a
 // decoder that fails in another way.
 OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef session,

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/Clock.h"
+#include "quorvid/base/Log.h"
 
 namespace quorvid {
 namespace {
@@ -14,23 +15,59 @@ constexpr double kLongestHonestUnit = 0.25;  // seconds of processor time
 OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, void* frameRefCon,
                                         VTDecodeInfoFlags& infoFlags) {
   CVPixelBufferRef picture = nullptr;
-  const OSStatus status = makePicture(sample, picture);
-  infoFlags = picture == nullptr ? kVTDecodeInfo_FrameDropped : 0;
+  infoFlags = 0;
+  const OSStatus status = makePicture(sample, picture, infoFlags);
+  if (picture == nullptr) infoFlags |= kVTDecodeInfo_FrameDropped;
   callback_.callback(callback_.refCon, frameRefCon, status, infoFlags, picture, CMTime{}, CMTime{});
   CVPixelBufferRelease(picture);
   return status;
 }
 
+// Held units are decoded like others: the decoder goes on with what it has, and whether they decode
+// without damage tells numbers that are wrong from a stream that is.
 OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sample,
-                                             CVPixelBufferRef& picture) {
-  const h264::Sample unit = h264::readSample(sample, stream_, mostWork_);
-  if (unit.kind == h264::SampleKind::Nothing) return noErr;
-  if (unit.kind == h264::SampleKind::Damaged) return kVTVideoDecoderBadDataErr;
-  if (!pack(unit)) return kVTAllocationFailedErr;
+                                             CVPixelBufferRef& picture,
+                                             VTDecodeInfoFlags& infoFlags) {
+  const h264::Sample unit = h264::readSample(sample, sets_, mostWork_);
+  if (unit.kind == h264::SampleKind::Nothing) {
+    continuity_.announce(unit.picture.recoveryFrameCnt);
+    return noErr;
+  }
+  if (unit.kind == h264::SampleKind::Damaged) {
+    continuity_.lose();
+    return kVTVideoDecoderBadDataErr;
+  }
+  if (!pack(unit)) {
+    continuity_.lose();
+    return kVTAllocationFailedErr;
+  }
+  const bool mayShow = takePicture(unit.picture);
   const DecodedPicture decoded = decodeTimed();
+  continuity_.decoded(decoded.status == noErr);
+  // Of a held unit nobody can say whether it was damaged or what it refers to.
+  if (!mayShow && (decoded.status == noErr || decoded.status == kVTVideoDecoderBadDataErr)) {
+    infoFlags = kVTDecodeInfo_FrameHeld;
+    return noErr;
+  }
   if (decoded.frame == nullptr) return decoded.status;
   picture = converter_.convert(*decoded.frame);
-  return picture != nullptr ? noErr : kVTVideoDecoderMalfunctionErr;
+  if (picture == nullptr) return kVTVideoDecoderMalfunctionErr;
+  const h264::Sps& stream = sets_.stream;
+  const auto height = static_cast<CGFloat>(stream.displayedHeight());
+  CVImageBufferSetStreamShape(picture, {static_cast<CGFloat>(stream.displayedWidth()), height},
+                              {height * stream.displayAspect(), height});
+  return noErr;
+}
+
+// True when the picture may be shown. The packet says where a decoder may join the stream.
+bool VTDecompressionSession::takePicture(const h264::PictureInfo& picture) {
+  const bool trusted = continuity_.trustsNumbers();
+  const bool mayShow = continuity_.take(picture);
+  packet_->flags = continuity_.startsAnew() ? AV_PKT_FLAG_KEY : 0;
+  if (trusted && !continuity_.trustsNumbers()) {
+    logMessage("H.264: the stream's frame numbers are wrong, no longer looked at");
+  }
+  return mayShow;
 }
 
 // The one copy of a unit on its way: a decoder reads a little beyond the end of its input, which

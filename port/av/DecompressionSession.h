@@ -6,8 +6,7 @@
 #include <memory>
 #include <span>
 
-#include "h264/Slice.h"
-#include "h264/Units.h"
+#include "h264/Continuity.h"
 #include "port/VideoDecompression.h"
 #include "port/av/DecoderChain.h"
 #include "port/av/PictureConverter.h"
@@ -16,13 +15,14 @@ namespace quorvid {
 
 class VTDecompressionSession {
  public:
-  // stream: what the decoder's SPS says. width, height: of every picture.
-  VTDecompressionSession(std::unique_ptr<DecoderChain> decoder, const h264::Sps& stream,
-                         std::size_t width, std::size_t height,
+  // sets: those of the decoder. size: of every picture.
+  VTDecompressionSession(std::unique_ptr<DecoderChain> decoder, h264::ParameterSets sets,
+                         const PictureSize& size,
                          const VTDecompressionOutputCallbackRecord& callback)
       : decoder_(std::move(decoder)),
-        stream_(stream),
-        converter_(width, height),
+        sets_(std::move(sets)),
+        continuity_(sets_.stream),
+        converter_(size),
         callback_(callback) {}
 
   // Calls the callback once, with or without a picture, and returns the status that it got.
@@ -30,12 +30,15 @@ class VTDecompressionSession {
                   VTDecodeInfoFlags& infoFlags);
 
  private:
-  OSStatus makePicture(std::span<const std::uint8_t> sample, CVPixelBufferRef& picture);
+  OSStatus makePicture(std::span<const std::uint8_t> sample, CVPixelBufferRef& picture,
+                       VTDecodeInfoFlags& infoFlags);
+  bool takePicture(const h264::PictureInfo& picture);
   bool pack(const h264::Sample& sample);
   DecodedPicture decodeTimed();
 
   std::unique_ptr<DecoderChain> decoder_;
-  h264::Sps stream_;
+  h264::ParameterSets sets_;
+  h264::Continuity continuity_;
   std::uint64_t mostWork_ = h264::kWorkOfHonestUnits;  // until a unit took too long
   PictureConverter converter_;
   VTDecompressionOutputCallbackRecord callback_;

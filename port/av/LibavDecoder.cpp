@@ -41,11 +41,6 @@ bool setExtradata(AVCodecContext& context, const std::vector<std::uint8_t>& reco
   return true;
 }
 
-// Set when slices were lost or guessed: such a picture is not shown.
-bool isDamaged(const AVFrame& frame) {
-  return frame.decode_error_flags != 0 || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0;
-}
-
 }  // namespace
 
 std::unique_ptr<PictureDecoder> LibavDecoder::open(const LibavDecoderSetup& setup,
@@ -66,7 +61,9 @@ bool LibavDecoder::configure(const LibavDecoderSetup& setup, const h264::Paramet
   // More threads would each hold a picture back; low delay stops libavcodec from waiting for
   // pictures that belong before the one that it has.
   context_->thread_count = 1;
-  context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
+  // Every picture comes out: libavcodec's own wait for a key frame knows no key frames but IDR
+  // ones.
+  context_->flags |= AV_CODEC_FLAG_LOW_DELAY | AV_CODEC_FLAG_OUTPUT_CORRUPT;
   // Lost macroblocks are taken from the picture before, and mark the picture as damaged. Guessing
   // their motion costs up to five times the decoding of the picture, which isn't shown.
   context_->error_concealment = FF_EC_FAVOR_INTER;
@@ -90,13 +87,13 @@ AVPixelFormat LibavDecoder::choosePixels(AVCodecContext* context, const AVPixelF
 
 DecodedPicture LibavDecoder::decode(const AVPacket& packet) {
   const int sent = avcodec_send_packet(context_.get(), &packet);
-  DecodedPicture picture = receive();
+  DecodedPicture picture = receive((packet.flags & AV_PKT_FLAG_KEY) != 0);
   if (sent < 0) picture = {statusOf(sent), nullptr};
   return picture;
 }
 
 // Takes all there is and keeps the latest, so that nothing is left to delay a later unit.
-DecodedPicture LibavDecoder::receive() {
+DecodedPicture LibavDecoder::receive(bool isKey) {
   av_frame_unref(frame_.get());
   int received = 0;
   while ((received = avcodec_receive_frame(context_.get(), next_.get())) == 0) {
@@ -104,7 +101,12 @@ DecodedPicture LibavDecoder::receive() {
   }
   if (received != AVERROR(EAGAIN) && received != AVERROR_EOF) return {statusOf(received), nullptr};
   if (frame_->buf[0] == nullptr) return {};
-  if (isDamaged(*frame_)) return {kVTVideoDecoderBadDataErr, nullptr};
+  // Slices were lost or guessed: such a picture is not shown.
+  if (frame_->decode_error_flags != 0) return {kVTVideoDecoderBadDataErr, nullptr};
+  // Not joined yet by libavcodec's rule, nor by ours: built on references that were made up. That
+  // matters for a decoder that was opened in the middle of a stream, in place of one that failed.
+  joined_ = joined_ || isKey || (frame_->flags & AV_FRAME_FLAG_CORRUPT) == 0;
+  if (!joined_) return {};
   return frame_->format == devicePixels_ ? fetchFromDevice() : DecodedPicture{noErr, frame_.get()};
 }
 

@@ -27,12 +27,13 @@ class LibavDecoder : public PictureDecoder {
  private:
   explicit LibavDecoder(AVPixelFormat devicePixels) : devicePixels_(devicePixels) {}
   bool configure(const LibavDecoderSetup& setup, const h264::ParameterSets& sets);
-  DecodedPicture receive();
+  DecodedPicture receive(bool isKey);
   DecodedPicture fetchFromDevice();
   static AVPixelFormat choosePixels(AVCodecContext* context, const AVPixelFormat* offered);
 
   AVPixelFormat devicePixels_;
   AvCodecContextPtr context_;
+  bool joined_ = false;  // at a picture that needs none before it
   AvFramePtr next_, frame_, fetched_;
 };
 

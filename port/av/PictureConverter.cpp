@@ -41,19 +41,25 @@ PicturePool::~PicturePool() {
   }
 }
 
-CVPixelBufferRef PicturePool::take() {
+CVPixelBufferRef PicturePool::take(std::size_t width, std::size_t height) {
   for (CVPixelBufferRef buffer : buffers_) {
-    if (CVPixelBufferGetRetainCount(buffer) == 1) return CVPixelBufferRetain(buffer);
+    if (CVPixelBufferGetRetainCount(buffer) == 1 && CVPixelBufferGetWidth(buffer) == width &&
+        CVPixelBufferGetHeight(buffer) == height) {
+      return CVPixelBufferRetain(buffer);
+    }
   }
   CVPixelBufferRef made = nullptr;
-  CVPixelBufferCreate(width_, height_, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0, &made);
+  CVPixelBufferCreate(width, height, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0, &made);
   if (made != nullptr && buffers_.size() < kMostKept) buffers_.push_back(CVPixelBufferRetain(made));
   return made;
 }
 
 CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
   if (frame.width < 2 || frame.height < 2) return nullptr;
-  CVPixelBufferRef picture = pool_.take();
+  const bool isOwn = size_.width == 0;
+  CVPixelBufferRef picture =
+      pool_.take(isOwn ? static_cast<std::size_t>(frame.width) : size_.width,
+                 isOwn ? static_cast<std::size_t>(frame.height) : size_.height);
   if (picture == nullptr) return nullptr;
   if (!fill(frame, picture)) {
     CVPixelBufferRelease(picture);

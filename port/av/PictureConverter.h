@@ -23,23 +23,27 @@ namespace quorvid {
 // Buffers that are still held outlive the pool.
 class PicturePool {
  public:
-  PicturePool(std::size_t width, std::size_t height) : width_(width), height_(height) {}
+  PicturePool() = default;
   ~PicturePool();
   PicturePool(const PicturePool&) = delete;
   PicturePool& operator=(const PicturePool&) = delete;
 
   // A "420v" buffer with one reference for the caller; its bytes are those of an earlier picture.
   // Null when memory is short.
-  CVPixelBufferRef take();
+  CVPixelBufferRef take(std::size_t width, std::size_t height);
 
  private:
-  std::size_t width_, height_;
   std::vector<CVPixelBufferRef> buffers_;
+};
+
+// Of 0 by 0: each frame's own.
+struct PictureSize {
+  std::size_t width = 0, height = 0;
 };
 
 class PictureConverter {
  public:
-  PictureConverter(std::size_t width, std::size_t height) : pool_(width, height) {}
+  explicit PictureConverter(const PictureSize& size) : size_(size) {}
 
   // A picture with one reference for the caller; null when the frame's format can't be converted or
   // memory is short. The frame's aspect ratio is not kept: it fills the whole picture.
@@ -51,6 +55,7 @@ class PictureConverter {
   bool prepareConversion(const AVFrame& frame);
   void scaleChroma(const AVFrame& frame, CVPixelBufferRef picture);
 
+  PictureSize size_;
   PicturePool pool_;
   // U and V apart: as the frame has them in pairs, and at the picture's size.
   std::array<std::vector<std::uint8_t>, 2> split_, scaled_;

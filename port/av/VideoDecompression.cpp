@@ -33,10 +33,6 @@ void destroy(T* object) {
   const std::unique_ptr<T> last(object);
 }
 
-struct PictureSize {
-  std::size_t width, height;
-};
-
 template <class Value>
 std::optional<Value> valueOf(const ImageBufferAttributes& attributes, std::string_view key) {
   for (const ImageBufferAttribute& attribute : attributes) {
@@ -47,19 +43,22 @@ std::optional<Value> valueOf(const ImageBufferAttributes& attributes, std::strin
   return std::nullopt;
 }
 
-// Nothing unless all four attributes are there and ask for pictures that are made here.
+// Nothing unless the attributes ask for pictures that are made here.
 std::optional<PictureSize> sizeOf(const ImageBufferAttributes& attributes) {
   constexpr std::int64_t kLargestSide = 8192;
-  const std::int64_t width = valueOf<std::int64_t>(attributes, kCVPixelBufferWidthKey).value_or(0);
-  const std::int64_t height =
-      valueOf<std::int64_t>(attributes, kCVPixelBufferHeightKey).value_or(0);
+  const auto width = valueOf<std::int64_t>(attributes, kCVPixelBufferWidthKey);
+  const auto height = valueOf<std::int64_t>(attributes, kCVPixelBufferHeightKey);
   if (valueOf<std::int64_t>(attributes, kCVPixelBufferPixelFormatTypeKey) !=
           std::int64_t{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange} ||
-      !valueOf<bool>(attributes, kCVPixelBufferOpenGLCompatibilityKey) || width < 2 ||
-      width > kLargestSide || height < 2 || height > kLargestSide) {
+      !valueOf<bool>(attributes, kCVPixelBufferOpenGLCompatibilityKey) ||
+      width.has_value() != height.has_value()) {
     return std::nullopt;
   }
-  return PictureSize{static_cast<std::size_t>(width), static_cast<std::size_t>(height)};
+  if (!width) return PictureSize{};
+  if (*width < 2 || *width > kLargestSide || *height < 2 || *height > kLargestSide) {
+    return std::nullopt;
+  }
+  return PictureSize{static_cast<std::size_t>(*width), static_cast<std::size_t>(*height)};
 }
 
 }  // namespace
@@ -109,8 +108,8 @@ OSStatus VTDecompressionSessionCreate(CFAllocator /*allocator*/,
   }
   auto decoder = DecoderChain::open(decoderCandidates(), formatDescription->sets);
   if (!decoder) return kVTCouldNotFindVideoDecoderErr;
-  auto session = std::make_unique<VTDecompressionSession>(
-      std::move(decoder), formatDescription->sets.stream, size->width, size->height, callback);
+  auto session = std::make_unique<VTDecompressionSession>(std::move(decoder),
+                                                          formatDescription->sets, *size, callback);
   *out = session.release();
   return noErr;
 }

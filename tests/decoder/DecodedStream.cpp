@@ -57,7 +57,8 @@ std::shared_ptr<DecodedStream> DecodedStream::make() {
   stream->decoder_->setDelegate(stream);
   setLogSink([weak = std::weak_ptr(stream)](std::string_view line) {
     const auto present = weak.lock();
-    if (present && (line.starts_with("IOS8VT") || line.starts_with("unit of"))) {
+    if (present &&
+        (line.starts_with("IOS8VT") || line.starts_with("unit of") || line.starts_with("H.264"))) {
       present->errors.emplace_back(line);
     }
   });

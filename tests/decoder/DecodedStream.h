@@ -27,6 +27,7 @@ class DecodedStream : public H264HwDecoderImplDelegate,
   void displayDecodedFrame(CVPixelBufferRef pixelBuffer) override;
 
   CVPixelBufferRef picture() const { return picture_; }
+  const H264HwDecoderImpl& decoder() const { return *decoder_; }
   std::string matrix() const;
   std::vector<std::string> errors;
 

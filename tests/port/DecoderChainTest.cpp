@@ -52,7 +52,8 @@ class DecoderChainTest : public testing::Test {
     return DecoderChain::open(std::move(all), *h264::ParameterSets::make(stream_.sps, stream_.pps));
   }
   bool decode(DecoderChain& chain, const std::vector<std::uint8_t>& unit) {
-    const h264::Sample sample{h264::SampleKind::Picture, {unit}};
+    h264::Sample sample;
+    sample.units = {unit};
     const AvPacketPtr packet(av_packet_alloc());
     av_new_packet(packet.get(), static_cast<int>(sample.packedSize()));
     sample.packInto({packet->data, sample.packedSize()});

@@ -119,7 +119,7 @@ AvFramePtr flatFrame(const FrameCase& the) {
 }
 
 TEST_P(ConverterTest, ColourFillsThePicture) {
-  PictureConverter converter(1280, 960);
+  PictureConverter converter({1280, 960});
   CVPixelBufferRef picture = converter.convert(*flatFrame(GetParam()));
   ASSERT_NE(picture, nullptr);
   const bool full = GetParam().range == AVCOL_RANGE_JPEG;
@@ -149,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FrameCase{AV_PIX_FMT_YUV444P10, 64, 64, AVCOL_RANGE_JPEG}));
 
 TEST(ConverterTest, BuffersAreUsedAgainOnlyWhenNobodyHoldsThem) {
-  PictureConverter converter(64, 64);
+  PictureConverter converter({64, 64});
   const AvFramePtr frame = flatFrame({AV_PIX_FMT_YUV420P, 64, 64, AVCOL_RANGE_MPEG});
   CVPixelBufferRef held = converter.convert(*frame);
   CVPixelBufferRef next = converter.convert(*frame);

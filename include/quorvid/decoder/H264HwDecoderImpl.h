@@ -68,6 +68,13 @@ class QUORVID_API H264HwDecoderImpl {
   // delegate's), null when there was none. Called by decodeNalu().
   CVPixelBufferRef decode(char* buffer, std::uint32_t size);
 
+  // True from a unit that was held back, because its picture may refer to frames that were lost (or
+  // came before the first key frame), to the next picture. A held unit gives the delegate null and
+  // no line in the log.
+  bool isWaitingForKeyFrame() const { return isWaitingForKeyFrame_; }
+  // How many units were held back so far.
+  std::uint64_t heldUnits() const { return heldUnits_; }
+
  private:
   H264HwDecoderImpl() = default;
 
@@ -78,6 +85,8 @@ class QUORVID_API H264HwDecoderImpl {
   VTDecompressionSession* _deocderSession = nullptr;
   CMVideoFormatDescription* _decoderFormatDescription = nullptr;
   std::weak_ptr<H264HwDecoderImplDelegate> _delegate;
+  bool isWaitingForKeyFrame_ = false;
+  std::uint64_t heldUnits_ = 0;
 };
 
 }  // namespace quorvid

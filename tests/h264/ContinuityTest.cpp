@@ -1,0 +1,102 @@
+// What the numbers of a stream's pictures say, case by case.
+#include "h264/Continuity.h"
+
+#include <gtest/gtest.h>
+
+#include "support/H264TestStream.h"
+
+namespace quorvid::h264 {
+namespace {
+
+using enum PictureStructure;
+
+PictureInfo picture(std::uint32_t number, bool isReference = true,
+                    PictureStructure structure = Frame) {
+  return {.first = {.frameNum = number, .structure = structure},
+          .isReference = isReference,
+          .isIntra = false};
+}
+PictureInfo idr() {
+  PictureInfo first = picture(0);
+  first.isIdr = first.isIntra = true;
+  return first;
+}
+
+class ContinuityTest : public testing::Test {
+ protected:
+  ContinuityTest() { take(idr()); }
+  bool take(const PictureInfo& next) {
+    const bool mayShow = continuity_.take(next);
+    continuity_.decoded(true);
+    return mayShow;
+  }
+  Continuity continuity_{Sps{}};  // numbers of 4 bits
+};
+
+TEST_F(ContinuityTest, PicturesThatNothingRefersToHaveTheNextNumberAndMayBeLost) {
+  EXPECT_TRUE(take(picture(1, false)));
+  EXPECT_TRUE(take(picture(1, false)));
+  EXPECT_TRUE(take(picture(1)));
+  EXPECT_TRUE(take(picture(2)));
+  continuity_.take(picture(3, false));
+  continuity_.decoded(false);
+  EXPECT_TRUE(take(picture(3)));
+  EXPECT_FALSE(take(picture(5, false)));  // 4 was lost
+  PictureInfo intra = picture(6, false);
+  intra.isIntra = true;
+  EXPECT_FALSE(take(intra));
+}
+
+TEST_F(ContinuityTest, SecondFieldsShareTheNumberAndAreMissed) {
+  EXPECT_TRUE(take(picture(1, true, TopField)));
+  EXPECT_TRUE(take(picture(1, true, BottomField)));
+  EXPECT_TRUE(take(picture(2, true, TopField)));
+  EXPECT_FALSE(take(picture(3, true, TopField)));
+  take(idr());
+  PictureInfo whole = picture(1, true, TopField);
+  whole.hasBothFields = true;
+  EXPECT_TRUE(take(whole));
+  EXPECT_TRUE(take(picture(2)));
+  EXPECT_FALSE(take(picture(2)));  // a whole turn of the numbers was lost, or nearly
+}
+
+TEST_F(ContinuityTest, RecoveryTakesAsManyPicturesAsItSays) {
+  EXPECT_FALSE(take(picture(13)));
+  continuity_.announce(4);
+  EXPECT_FALSE(take(picture(14)));
+  EXPECT_FALSE(take(picture(1)));  // and lost again: 15 and 0
+  EXPECT_FALSE(take(picture(2)));
+  continuity_.announce(15);
+  EXPECT_FALSE(take(picture(3)));
+  continuity_.announce(1);
+  EXPECT_FALSE(take(picture(4)));
+  EXPECT_TRUE(take(picture(5)));
+  EXPECT_TRUE(take(picture(6)));
+}
+
+TEST_F(ContinuityTest, NumberingThatBeginsAgainIsReadFromTheSlice) {
+  const auto stream = test::encodeTestStream({.frames = 2, .keepVui = true});
+  const auto sets = *ParameterSets::make(stream.sps, stream.pps);
+  ASSERT_EQ(sets.stream.picOrderCntType, 2U);
+  const auto slice = [](std::uint8_t header, std::uint32_t operation) {
+    BitWriter writer;
+    for (const std::uint32_t field : {0U, 5U, 0U}) writer.ue(field);
+    writer.bits(1, 4);     // frame_num
+    writer.bits(0b01, 2);  // as many references as usual, their order changed:
+    for (const std::uint32_t field : {0U, 7U, 3U}) writer.ue(field);
+    writer.bits(1, 1);  // marked by operations:
+    for (const std::uint32_t field : {1U, 9U, operation, 0U}) writer.ue(field);
+    return writer.unit(header);
+  };
+  EXPECT_TRUE(resetsFrameNum(sets, slice(0x41, 5)));
+  EXPECT_FALSE(resetsFrameNum(sets, slice(0x41, 4)));
+  EXPECT_FALSE(resetsFrameNum(sets, slice(0x01, 5)));
+  EXPECT_FALSE(resetsFrameNum(sets, stream.frames[1].slice));
+  PictureInfo last = picture(1);
+  last.resetsFrameNum = true;
+  EXPECT_TRUE(take(last));
+  EXPECT_TRUE(take(picture(1)));
+}
+
+}  // namespace
+}  // namespace quorvid::h264
