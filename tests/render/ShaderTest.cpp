@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 
 #include "quorvid/base/Log.h"
 #include "quorvid/render/AAPLEAGLLayer.h"
@@ -46,7 +48,7 @@ TEST(Shader, LayerLinksAProgramAndFillsTheTable) {
   EXPECT_EQ(attached, 0);
   GLfloat matrix[9] = {};
   glGetUniformfv(layer->program(), uniforms[3], matrix);
-  EXPECT_EQ(std::memcmp(matrix, kColorConversion709, sizeof matrix), 0);
+  EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), kColorConversion709));
   EXPECT_TRUE(layer->validateProgram(layer->program()));
 }
 
