@@ -13,7 +13,7 @@ namespace quorvid::sim {
 namespace {
 
 // The encoder's remarks are no test results.
-[[maybe_unused]] const bool quiet = (av_log_set_level(AV_LOG_QUIET), true);
+[[maybe_unused]] const bool kQuiet = (av_log_set_level(AV_LOG_QUIET), true);
 
 // Pictures that no encoder can make small.
 class Noise final : public PictureSource {
