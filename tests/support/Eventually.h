@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-// Looks every other millisecond whether the condition holds, for a minute at most; then the test
+// Looks every millisecond whether the condition holds, for a minute at most; then the test
 // fails and says where it waited. For conditions that other threads or processes bring about.
 template <typename Condition>
 bool eventually(Condition holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
@@ -15,7 +15,7 @@ bool eventually(Condition holds, const char* file = __builtin_FILE(), int line =
       ADD_FAILURE_AT(file, line) << "waited in vain for a minute";
       return false;
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return true;
 }

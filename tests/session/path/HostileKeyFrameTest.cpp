@@ -47,7 +47,7 @@ TEST_F(HostileKeyFrame, LeavesTheViewReadyForTheNextGoodOne) {
       // A consumer that stands still for half a second has its frame overwritten: once more, then.
       for (int waited = 1; shown == lot; ++waited) {
         sleepForTimeInterval(0.001);
-        if (waited % 5000 == 0) {
+        if (waited % 15000 == 0) {
           ++repeated;
           client.sendVideo(good);
         }
