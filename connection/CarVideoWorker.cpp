@@ -68,10 +68,11 @@ std::int32_t CarVideoWorker::findTag() {
 
 std::int32_t CarVideoWorker::readFrame() {
   if (!receiveHeader()) return kBroken;
-  if (isOutOfSequence())
+  if (isOutOfSequence()) {
     return kFindTag;  // its payload is skipped by the search, whatever its length
+  }
   lastSeq_ = frameSeq_;
-  if (!isPayloadLength(payloadLen_)) return broken(StreamEvent::kWrongLength, payloadLen_);
+  if (!isPayloadLength(payloadLen_)) return broken(StreamEvent::WrongLength, payloadLen_);
   waitForConsumer(std::chrono::milliseconds(5));
   const std::int32_t count = receivePayload(payloadLen_);
   if (count < 0) return kBroken;

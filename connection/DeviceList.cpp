@@ -59,7 +59,7 @@ class GpsPoller {
   std::int32_t run();
 
  private:
-  enum class State : std::int32_t { kFindReply = 201, kReadRecords = 202 };
+  enum class State : std::int32_t { FindReply = 201, ReadRecords = 202 };
 
   bool connect();
   State findReply();
@@ -67,7 +67,7 @@ class GpsPoller {
 
   const GpsCall call_;
   Socket socket_;
-  State state_ = State::kFindReply;
+  State state_ = State::FindReply;
   std::int32_t itemCount_ = 0;
   // Its first 8 bytes are the tag window, which outlives a connection.
   DeviceScratch scratch_{};
@@ -77,8 +77,8 @@ std::int32_t GpsPoller::run() {
   publish(&carCount, 0);
   while (isSet(call_.run)) {
     if (!socket_.isOpen() && !connect()) return -1;
-    if (state_ == State::kFindReply) state_ = findReply();
-    if (state_ == State::kReadRecords) state_ = readRecords();
+    if (state_ == State::FindReply) state_ = findReply();
+    if (state_ == State::ReadRecords) state_ = readRecords();
   }
   publish(call_.done, 1);
   return 0;
@@ -93,12 +93,12 @@ bool GpsPoller::connect() {
 GpsPoller::State GpsPoller::findReply() {
   publish(call_.done, 0);
   const TagSearch search = searchReplyTag(socket_.descriptor(), scratch_.data());
-  if (search == TagSearch::kNotYet) return State::kFindReply;
-  if (search == TagSearch::kFound && readListHeader(socket_.descriptor(), itemCount_)) {
-    return State::kReadRecords;
+  if (search == TagSearch::NotYet) return State::FindReply;
+  if (search == TagSearch::Found && readListHeader(socket_.descriptor(), itemCount_)) {
+    return State::ReadRecords;
   }
   socket_.close();
-  return State::kFindReply;
+  return State::FindReply;
 }
 
 // A short record ends the poll with the records before it. One whose extra bytes fail is whole, so
@@ -115,7 +115,7 @@ GpsPoller::State GpsPoller::readRecords() {
   publish(call_.count, carCount);
   socket_.close();
   pauseFor(kPollPause);
-  return State::kFindReply;
+  return State::FindReply;
 }
 
 }  // namespace

@@ -59,9 +59,9 @@ std::int32_t FleetVideoWorker::step(std::int32_t state) {
 
 std::int32_t FleetVideoWorker::readAnswer() {
   if (!receiveField(&answerStatus_, 4)) return kBroken;
-  if (answerStatus_ != 0) return broken(StreamEvent::kRefused, answerStatus_);
+  if (answerStatus_ != 0) return broken(StreamEvent::Refused, answerStatus_);
   if (!discard(4) || !discard(10)) return kBroken;
-  tell(StreamEvent::kAccepted);
+  tell(StreamEvent::Accepted);
   return kReadHeader;
 }
 
@@ -69,10 +69,10 @@ std::int32_t FleetVideoWorker::readAnswer() {
 std::int32_t FleetVideoWorker::readHeader() {
   if (!receiveField(&packetKind_, 1)) return kBroken;
   if (packetKind_ != kVideo && packetKind_ != kDropped) {
-    return broken(StreamEvent::kUnknownKind, packetKind_);
+    return broken(StreamEvent::UnknownKind, packetKind_);
   }
   if (!receiveField(&payloadLen_, 4)) return kBroken;
-  if (!isPayloadLength(payloadLen_)) return broken(StreamEvent::kWrongLength, payloadLen_);
+  if (!isPayloadLength(payloadLen_)) return broken(StreamEvent::WrongLength, payloadLen_);
   return discard(4) && discard(10) ? kReadPayload : kBroken;
 }
 

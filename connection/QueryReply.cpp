@@ -47,15 +47,15 @@ bool receiveAtOnce(std::int32_t fd, void* field, std::int32_t size) {
 
 TagSearch searchReplyTag(std::int32_t fd, std::uint8_t* window) {
   std::uint8_t byte = 0;
-  if (!receiveAtOnce(fd, &byte, 1)) return TagSearch::kFailed;
+  if (!receiveAtOnce(fd, &byte, 1)) return TagSearch::Failed;
   shiftIntoWindow(window, byte);
-  return isReplyTag(window) ? TagSearch::kFound : TagSearch::kNotYet;
+  return isReplyTag(window) ? TagSearch::Found : TagSearch::NotYet;
 }
 
 bool findReplyTag(std::int32_t fd, std::uint8_t* window) {
-  TagSearch search = TagSearch::kNotYet;
-  while (search == TagSearch::kNotYet) search = searchReplyTag(fd, window);
-  return search == TagSearch::kFound;
+  TagSearch search = TagSearch::NotYet;
+  while (search == TagSearch::NotYet) search = searchReplyTag(fd, window);
+  return search == TagSearch::Found;
 }
 
 bool readReplyStart(std::int32_t fd, std::int32_t& replyLen) {

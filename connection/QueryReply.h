@@ -24,7 +24,7 @@ bool receiveWhole(std::int32_t fd, void* field, std::int32_t size);
 // Reads with a single read; false for anything but size bytes, an interrupted read included.
 bool receiveAtOnce(std::int32_t fd, void* field, std::int32_t size);
 
-enum class TagSearch { kFound, kNotYet, kFailed };
+enum class TagSearch { Found, NotYet, Failed };
 
 // Reads one byte into the window and says whether a reply's tag now stands in it.
 TagSearch searchReplyTag(std::int32_t fd, std::uint8_t* window);

@@ -48,17 +48,17 @@ bool lookUp(const VideoCall& call, StreamObserver* observer, Relay& relay) {
   if (connected == -1) return false;
   if (SendRequestGetRelayForCar(connected, call.channel, call.acc, call.pwd, call.timestamp,
                                 call.carId) == -1) {
-    tell(observer, StreamEvent::kUnsent, errno);
+    tell(observer, StreamEvent::Unsent, errno);
     return false;
   }
   socket.adopt(connected);
-  tell(observer, StreamEvent::kConnected, 0);
+  tell(observer, StreamEvent::Connected, 0);
   errno = 0;
   const bool found = readReply(socket.descriptor(), relay);
   if (found) {
-    tell(observer, StreamEvent::kRelayFound, relay.port);
+    tell(observer, StreamEvent::RelayFound, relay.port);
   } else if (!socket.wasInterrupted()) {
-    tell(observer, StreamEvent::kNoRelay, errno);
+    tell(observer, StreamEvent::NoRelay, errno);
   }
   return found;
 }

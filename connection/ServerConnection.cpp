@@ -45,8 +45,9 @@ bool awaitConnected(std::int32_t descriptor) {
 }
 
 bool connectTo(std::int32_t descriptor, const sockaddr_in& peer) {
-  if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0)
+  if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0) {
     return true;
+  }
   return errno == EINTR && awaitConnected(descriptor);
 }
 
@@ -59,8 +60,8 @@ class PrintedFailures final : public StreamObserver {
  public:
   explicit PrintedFailures(const char* host) : host_(host) {}
   void told(StreamEvent event, std::int32_t /*detail*/) override {
-    if (event == StreamEvent::kUnresolved) printf("%s Gethostname error\n", getNowTime());
-    if (event == StreamEvent::kUnreachable) printf("ConnectToHost connect to %s fail\n", host_);
+    if (event == StreamEvent::Unresolved) printf("%s Gethostname error\n", getNowTime());
+    if (event == StreamEvent::Unreachable) printf("ConnectToHost connect to %s fail\n", host_);
   }
   void frameArrived(const std::uint8_t* /*bytes*/, std::size_t /*size*/) override {}
 
@@ -105,18 +106,18 @@ std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver*
   PrintedFailures printed(host);
   StreamObserver& told = observer != nullptr ? *observer : printed;
   sockaddr_in peer{};
-  told.told(StreamEvent::kResolving, 0);
+  told.told(StreamEvent::Resolving, 0);
   const int unresolved = resolveFirstAddress(host, peer.sin_addr);
   if (unresolved != 0) {
-    told.told(StreamEvent::kUnresolved, unresolved);
+    told.told(StreamEvent::Unresolved, unresolved);
     return -1;
   }
-  told.told(StreamEvent::kConnecting, 0);
+  told.told(StreamEvent::Connecting, 0);
   peer.sin_family = AF_INET;
   peer.sin_port = htons(static_cast<std::uint16_t>(port));
   const std::int32_t created = createSocket();
   if (created > 0 && connectTo(created, peer)) return created;
-  told.told(StreamEvent::kUnreachable, errno);
+  told.told(StreamEvent::Unreachable, errno);
   if (created > 0) ::close(created);
   return -1;
 }

@@ -32,26 +32,26 @@ struct VideoCall {
 
 // What happened, and the detail that comes with it.
 enum class StreamEvent {
-  kResolving,    // 0: the name of the server is looked up
-  kUnresolved,   // the resolver's error: HOST_NOT_FOUND, NO_DATA, TRY_AGAIN, ...
-  kConnecting,   // 0: the name is resolved
-  kUnreachable,  // errno of connect or socket
-  kUnsent,       // errno: connected, but the request did not go out
-  kConnected,    // 0: the request is out
-  kRelayFound,   // the relay's port; the worker resolves and connects anew
-  kNoRelay,   // 0: the reply was wrong or cut short; else errno, EAGAIN for silence. The call ends
-  kAccepted,  // 0: the fleet server's answer; a car server gives none
-  kRefused,   // the fleet server's answer status, never 0
-  kClosed,    // 0: the server closed the connection in order
-  kReset,     // errno of the read
-  kSilent,    // 0: nothing came for kSilenceLimit
-  kUnknownKind,  // the kind of a packet that is none: the stream is broken
-  kWrongLength,  // the length of a payload that can't be: the stream is broken
-  kPausing,      // milliseconds until the next try
+  Resolving,    // 0: the name of the server is looked up
+  Unresolved,   // the resolver's error: HOST_NOT_FOUND, NO_DATA, TRY_AGAIN, ...
+  Connecting,   // 0: the name is resolved
+  Unreachable,  // errno of connect or socket
+  Unsent,       // errno: connected, but the request did not go out
+  Connected,    // 0: the request is out
+  RelayFound,   // the relay's port; the worker resolves and connects anew
+  NoRelay,   // 0: the reply was wrong or cut short; else errno, EAGAIN for silence. The call ends
+  Accepted,  // 0: the fleet server's answer; a car server gives none
+  Refused,   // the fleet server's answer status, never 0
+  Closed,    // 0: the server closed the connection in order
+  Reset,     // errno of the read
+  Silent,    // 0: nothing came for kSilenceLimit
+  UnknownKind,  // the kind of a packet that is none: the stream is broken
+  WrongLength,  // the length of a payload that can't be: the stream is broken
+  Pausing,      // milliseconds until the next try
 };
 
 // Called on the worker's thread. A call that takes long holds the stream up; none may throw. Each
-// loss (kRefused to kWrongLength) is told once and a pause follows. Once the call was cancelled a
+// loss (Refused to WrongLength) is told once and a pause follows. Once the call was cancelled a
 // loss is its doing and not told.
 class StreamObserver {
  public:

@@ -82,11 +82,11 @@ bool VideoWorker::connect() {
   const std::int32_t connected = openConnection(source_->host, source_->mediaPort, observer_);
   if (connected == -1) return false;
   if (sendRequest(connected) == -1) {
-    tell(StreamEvent::kUnsent, errno);
+    tell(StreamEvent::Unsent, errno);
     return false;
   }
   socket_.adopt(connected);
-  tell(StreamEvent::kConnected);
+  tell(StreamEvent::Connected);
   return true;
 }
 
@@ -112,7 +112,7 @@ void VideoWorker::clearSlot() {
 
 void VideoWorker::pauseBeforeNextTry() {
   constexpr std::chrono::milliseconds kPause = kReconnectPause;
-  tell(StreamEvent::kPausing, static_cast<std::int32_t>(kPause.count()));
+  tell(StreamEvent::Pausing, static_cast<std::int32_t>(kPause.count()));
   pauseFor(kReconnectPause);
 }
 
@@ -130,11 +130,11 @@ std::int32_t VideoWorker::note(std::int32_t asked, std::int32_t count) {
   if (observer_ == nullptr || asked <= 0 || count == asked) return count;
   const int error = errno;
   if (count >= 0) {
-    tell(StreamEvent::kClosed);
+    tell(StreamEvent::Closed);
   } else if (error == EAGAIN) {
-    tell(StreamEvent::kSilent);
+    tell(StreamEvent::Silent);
   } else {
-    tell(StreamEvent::kReset, error);
+    tell(StreamEvent::Reset, error);
   }
   return -1;
 }

@@ -31,7 +31,7 @@ struct Size {
   int width, height;
 };
 
-constexpr int gap = 20;       // points around the views
+constexpr int kGap = 20;      // points around the views
 constexpr Uint32 frame = 16;  // ms
 
 bool parse(int argc, char** argv, Options& options) {
@@ -72,10 +72,10 @@ SDL_Window* openWindow(bool headless) {
 std::shared_ptr<quorvid::UIFleetLiveView> addView(quorvid::ViewHost& views, const Options& options,
                                                   int channel, Size window) {
   // A container places the view; the view itself begins at zero.
-  const double width = (window.width - 3.0 * gap) / 2;
-  const double height = window.height - 2.0 * gap;
+  const double width = (window.width - 3.0 * kGap) / 2;
+  const double height = window.height - 2.0 * kGap;
   auto container = quorvid::UIView::initWithFrame(
-      quorvid::CGRectMake(gap + channel * (width + gap), gap, width, height));
+      quorvid::CGRectMake(kGap + channel * (width + kGap), kGap, width, height));
   auto view = quorvid::UIFleetLiveView::initWithFrame(quorvid::CGRectMake(0, 0, width, height));
   if (view == nullptr) return nullptr;
   container->addSubview(view);
@@ -92,7 +92,7 @@ void drawBackground(Size pixels, double seconds) {
   glClear(GL_COLOR_BUFFER_BIT);
   const double turns = seconds / 4 - static_cast<int>(seconds / 4);
   glEnable(GL_SCISSOR_TEST);
-  glScissor(static_cast<int>(turns * pixels.width), 0, pixels.width / 8, gap / 2);
+  glScissor(static_cast<int>(turns * pixels.width), 0, pixels.width / 8, kGap / 2);
   glClearColor(0.95F, 0.60F, 0.10F, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   glDisable(GL_SCISSOR_TEST);

@@ -15,7 +15,7 @@
 namespace quorvid {
 namespace {
 
-constexpr GLsizei twoFloats = 2 * sizeof(GLfloat);
+constexpr GLsizei kTwoFloats = 2 * sizeof(GLfloat);
 
 const float* conversionOf(CVPixelBufferRef pixelBuffer) {
   const Text matrix = CVBufferGetAttachment(pixelBuffer, kCVImageBufferYCbCrMatrixKey);
@@ -82,9 +82,9 @@ void AAPLEAGLLayer::setupGL() {
 void AAPLEAGLLayer::setupBuffers() {
   glDisable(GL_DEPTH_TEST);
   glEnableVertexAttribArray(AttributePosition);
-  glVertexAttribPointer(AttributePosition, 2, GL_FLOAT, GL_FALSE, twoFloats, nullptr);
+  glVertexAttribPointer(AttributePosition, 2, GL_FLOAT, GL_FALSE, kTwoFloats, nullptr);
   glEnableVertexAttribArray(AttributeTexCoord);
-  glVertexAttribPointer(AttributeTexCoord, 2, GL_FLOAT, GL_FALSE, twoFloats, nullptr);
+  glVertexAttribPointer(AttributeTexCoord, 2, GL_FLOAT, GL_FALSE, kTwoFloats, nullptr);
   createBuffers();
 }
 

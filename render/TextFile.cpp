@@ -11,7 +11,7 @@
 namespace quorvid {
 namespace {
 
-constexpr std::size_t sizeLimit = 1 << 20;
+constexpr std::size_t kSizeLimit = 1 << 20;
 
 int hexDigit(char digit) {
   const std::string_view digits = "0123456789abcdef";
@@ -21,9 +21,9 @@ int hexDigit(char digit) {
 }
 
 std::string pathOf(std::string_view url) {
-  constexpr std::string_view scheme = "file://";
-  if (url.substr(0, scheme.size()) != scheme) return std::string(url);
-  const std::size_t begin = url.find('/', scheme.size());  // behind the host, empty or "localhost"
+  constexpr std::string_view kScheme = "file://";
+  if (url.substr(0, kScheme.size()) != kScheme) return std::string(url);
+  const std::size_t begin = url.find('/', kScheme.size());  // behind the host, empty or "localhost"
   std::string path;
   for (std::size_t at = begin; at < url.size(); ++at) {
     const bool encoded = url[at] == '%' && at + 2 < url.size() && hexDigit(url[at + 1]) >= 0 &&
@@ -47,10 +47,10 @@ std::string readTextFile(const Text& url, std::string& text) {
   if (file == nullptr) {
     return path + ": " + std::strerror(errno);  // NOLINT(concurrency-mt-unsafe)
   }
-  text.resize(sizeLimit + 1);
+  text.resize(kSizeLimit + 1);
   text.resize(std::fread(text.data(), 1, text.size(), file.get()));
   if (std::ferror(file.get()) != 0) return path + ": it can't be read";
-  if (text.size() > sizeLimit) return path + ": it is too large for a shader";
+  if (text.size() > kSizeLimit) return path + ": it is too large for a shader";
   return utf8::is_valid(text.begin(), text.end()) ? "" : path + ": it is not UTF-8 text";
 }
 

@@ -14,8 +14,8 @@ struct Compositor::Pass {
   // The nearest whole pixels, each edge for itself: neighbours neither overlap nor leave a gap.
   PixelRect toPixels(const CGRect& points) const {
     const auto edge = [](double at) {
-      constexpr double limit = 1 << 20;  // far outside any framebuffer, and fit for an int
-      return static_cast<int>(std::lround(std::isnan(at) ? 0 : std::clamp(at, -limit, limit)));
+      constexpr double kLimit = 1 << 20;  // far outside any framebuffer, and fit for an int
+      return static_cast<int>(std::lround(std::isnan(at) ? 0 : std::clamp(at, -kLimit, kLimit)));
     };
     const int left = edge(points.origin.x * scaleX);
     const int right = edge((points.origin.x + points.size.width) * scaleX);

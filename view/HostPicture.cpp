@@ -35,17 +35,17 @@ class UploadScope {
     glGetIntegerv(GL_PIXEL_UNPACK_BUFFER_BINDING, &buffer_);
     glBindTexture(GL_TEXTURE_2D, texture);
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      glGetIntegerv(names[i], &values_[i]);
-      glPixelStorei(names[i], 0);
+    for (std::size_t i = 0; i < kNames.size(); ++i) {
+      glGetIntegerv(kNames[i], &values_[i]);
+      glPixelStorei(kNames[i], 0);
     }
     glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment_);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
   }
   ~UploadScope() {
     glPixelStorei(GL_UNPACK_ALIGNMENT, alignment_);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      glPixelStorei(names[i], values_[i]);
+    for (std::size_t i = 0; i < kNames.size(); ++i) {
+      glPixelStorei(kNames[i], values_[i]);
     }
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(buffer_));
     glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(texture_));
@@ -54,8 +54,8 @@ class UploadScope {
   UploadScope& operator=(const UploadScope&) = delete;
 
  private:
-  static constexpr std::array<GLenum, 3> names = {GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_ROWS,
-                                                  GL_UNPACK_SKIP_PIXELS};
+  static constexpr std::array<GLenum, 3> kNames = {GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_ROWS,
+                                                   GL_UNPACK_SKIP_PIXELS};
   GLint texture_ = 0;
   GLint buffer_ = 0;
   GLint alignment_ = 4;

@@ -8,7 +8,7 @@ namespace quorvid {
 namespace {
 
 // Longer than any picture takes to draw; a driver that hangs must not hang the host too.
-constexpr EGLTimeKHR fenceTimeout = 1'000'000'000;  // nanoseconds
+constexpr EGLTimeKHR kFenceTimeout = 1'000'000'000;  // nanoseconds
 
 std::atomic<std::uint64_t> lastStorage = 0;
 
@@ -97,7 +97,7 @@ void Drawable::waitUntilDrawn() {
   if (fence_ == EGL_NO_SYNC_KHR) return;
   const bool inGpu = group_->waitsInGpu() && eglGetCurrentDisplay() == group_->display() &&
                      eglWaitSyncKHR(group_->display(), fence_, 0) == EGL_TRUE;
-  if (!inGpu) eglClientWaitSyncKHR(group_->display(), fence_, 0, fenceTimeout);
+  if (!inGpu) eglClientWaitSyncKHR(group_->display(), fence_, 0, kFenceTimeout);
   dropFence();
 }
 

@@ -17,7 +17,7 @@ Present& present() {
   return instance;
 }
 
-constexpr std::array<EGLint, 3> contextAttributes = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+constexpr std::array<EGLint, 3> kContextAttributes = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
 
 // A display that needs neither a screen nor a device node: Mesa's software renderer, if nothing
 // else.
@@ -77,7 +77,7 @@ std::shared_ptr<ShareGroup> ShareGroup::makeOn(EGLDisplay display) {
   const EglApiScope api;
   EGLConfig config = nullptr;
   if (!chooseConfig(display, &config)) return nullptr;
-  EGLContext root = eglCreateContext(display, config, EGL_NO_CONTEXT, contextAttributes.data());
+  EGLContext root = eglCreateContext(display, config, EGL_NO_CONTEXT, kContextAttributes.data());
   if (root == EGL_NO_CONTEXT) return nullptr;
   std::shared_ptr<ShareGroup> group(new ShareGroup(display, config, root));
   group->findExtensions();
@@ -93,7 +93,7 @@ ShareGroup::~ShareGroup() {
 
 EGLContext ShareGroup::createContext() const {
   const EglApiScope api;
-  return eglCreateContext(display_, config_, root_, contextAttributes.data());
+  return eglCreateContext(display_, config_, root_, kContextAttributes.data());
 }
 
 bool ShareGroup::isLost() const {

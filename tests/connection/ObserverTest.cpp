@@ -81,7 +81,7 @@ TEST_P(ObservedLoss, IsToldWithItsReason) {
   Peer peer = server.acceptRequest(81);
   peer.send(GetParam().sent);
   GetParam().resets ? peer.reset() : peer.finish();
-  Events expected{{Event::kResolving, 0}, {Event::kConnecting, 0}, {Event::kConnected, 0}};
+  Events expected{{Event::Resolving, 0}, {Event::Connecting, 0}, {Event::Connected, 0}};
   expected.insert(expected.end(), GetParam().told.begin(), GetParam().told.end());
   EXPECT_EQ(run.events(expected.size()), expected);
   EXPECT_EQ(run.frames(), GetParam().frames);
@@ -89,13 +89,13 @@ TEST_P(ObservedLoss, IsToldWithItsReason) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-const std::pair kPause{Event::kPausing, 3000}, kAccepted{Event::kAccepted, 0};
-const Events kClosed{{Event::kClosed, 0}, kPause};
+const std::pair kPause{Event::Pausing, 3000}, kAccepted{Event::Accepted, 0};
+const Events kClosed{{Event::Closed, 0}, kPause};
 
 INSTANTIATE_TEST_SUITE_P(
     , ObservedLoss,
     testing::Values(
-        Case{"Refused", runFleetVideo, word(7), {{Event::kRefused, 7}, kPause}},
+        Case{"Refused", runFleetVideo, word(7), {{Event::Refused, 7}, kPause}},
         Case{"NoAnswer", runFleetVideo, "", kClosed},
         Case{"Closed",
              runFleetVideo,
@@ -109,28 +109,28 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"UnknownKind",
              runFleetVideo,
              kAnswer + "v",
-             {kAccepted, {Event::kUnknownKind, 'v'}, kPause}},
+             {kAccepted, {Event::UnknownKind, 'v'}, kPause}},
         Case{"WrongLength",
              runFleetVideo,
              kAnswer + "V" + word(-1),
-             {kAccepted, {Event::kWrongLength, -1}, kPause}},
+             {kAccepted, {Event::WrongLength, -1}, kPause}},
         Case{"CarWrongLength",
              runCarVideo,
              kCarFrame + word(QUORVID_FRAME_CAPACITY + 1) + zeros(16),
-             {{Event::kWrongLength, QUORVID_FRAME_CAPACITY + 1}, kPause}},
-        Case{"CarReset", runCarVideo, "", {{Event::kReset, ECONNRESET}, kPause}, "", true},
+             {{Event::WrongLength, QUORVID_FRAME_CAPACITY + 1}, kPause}},
+        Case{"CarReset", runCarVideo, "", {{Event::Reset, ECONNRESET}, kPause}, "", true},
         Case{"CarClosed", runCarVideo, kCarFrame + word(3) + zeros(16) + "one", kClosed, "one "},
-        Case{"NoRelay", runRelayVideo, listHeader(0, "3GAPV105", 1), {{Event::kNoRelay, 0}}}),
+        Case{"NoRelay", runRelayVideo, listHeader(0, "3GAPV105", 1), {{Event::NoRelay, 0}}}),
     testing::PrintToStringParamName());
 
 TEST(Observer, IsToldWhyNoConnectionComes) {
   const TestServer silent("127.0.0.1", false);
   ObservedRun refused(runCarVideo, silent.port), unknown(runRelayVideo, 80, "no..name");
-  EXPECT_EQ(refused.events(4), (Events{{Event::kResolving, 0},
-                                       {Event::kConnecting, 0},
-                                       {Event::kUnreachable, ECONNREFUSED},
+  EXPECT_EQ(refused.events(4), (Events{{Event::Resolving, 0},
+                                       {Event::Connecting, 0},
+                                       {Event::Unreachable, ECONNREFUSED},
                                        kPause}));
-  EXPECT_EQ(unknown.events(2)[1].first, Event::kUnresolved);
+  EXPECT_EQ(unknown.events(2)[1].first, Event::Unresolved);
 }
 
 TEST(Observer, FollowsALookupToItsRelayAndIsNotToldOfACancel) {
@@ -143,8 +143,8 @@ TEST(Observer, FollowsALookupToItsRelayAndIsNotToldOfACancel) {
   run.end();
   const Events told = run.events(7);
   ASSERT_EQ(told.size(), 7U);
-  EXPECT_EQ(told[3], std::pair(Event::kRelayFound, relay.port));
-  EXPECT_EQ(told[6], std::pair(Event::kConnected, 0));
+  EXPECT_EQ(told[3], std::pair(Event::RelayFound, relay.port));
+  EXPECT_EQ(told[6], std::pair(Event::Connected, 0));
 }
 
 TEST(Observer, ImpossibleTargetsAreRefusedWithASentence) {

@@ -99,8 +99,9 @@ class TestServer : Descriptor {
     own.sin_addr.s_addr = inet_addr(address);
     socklen_t size = sizeof own;
     auto* generic = reinterpret_cast<sockaddr*>(&own);
-    if (::bind(fd_, generic, size) != 0 || ::getsockname(fd_, generic, &size) != 0)
+    if (::bind(fd_, generic, size) != 0 || ::getsockname(fd_, generic, &size) != 0) {
       throw std::runtime_error("no loopback port");
+    }
     port = ntohs(own.sin_port);
     if (listening) listen();
   }

@@ -1,4 +1,4 @@
-/* The public header is C11 as well: a service written in C compiles and calls it. */
+// The public header is C11 as well: a service written in C compiles and calls it.
 #include "quorvid/connection/VehicleConnection.h"
 
 _Static_assert(sizeof(long) == 8 || sizeof(DevInfoItem) == 280, "the wire image on 32-bit targets");

@@ -87,7 +87,7 @@ OSStatus CMVideoFormatDescriptionCreateFromH264ParameterSets(CFAllocator allocat
 }
 
 OSStatus VTDecompressionSessionCreate(CFAllocator allocator, CMVideoFormatDescriptionRef format,
-                                      const void* wanted_decoder,
+                                      const void* wantedDecoder,
                                       const ImageBufferAttributes& attributes,
                                       const VTDecompressionOutputCallbackRecord& callback,
                                       VTDecompressionSessionRef* out) {
@@ -96,7 +96,7 @@ OSStatus VTDecompressionSessionCreate(CFAllocator allocator, CMVideoFormatDescri
     wanted += ' ' + std::string(key) + '=' + text(value);
   }
   record("session ", allocator == kCFAllocatorDefault, ' ', format == &formatDescription, ' ',
-         wanted_decoder == nullptr, wanted);
+         wantedDecoder == nullptr, wanted);
   session.callback = callback;
   recording().callbackRefCon = callback.refCon;
   return answer(recording().sessionFails ? kVTParameterErr : noErr, session, out);

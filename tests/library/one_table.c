@@ -1,5 +1,5 @@
-/* one_table LIBRARY...: in a process that loads the libraries apart from one another, all have the
-   same carCount and the same table; with LINKED, those that the program itself is linked with. */
+// one_table LIBRARY...: in a process that loads the libraries apart from one another, all have the
+// same carCount and the same table; with LINKED, those that the program itself is linked with.
 #include <dlfcn.h>
 #include <stdio.h>
 
@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
     if (own != count || dlsym(library, "myDevInfoItemsForGPS") != table)
       return fprintf(stderr, "%s has a count or a table of its own\n", argv[i]), 1;
 
-    /* A poller clears the count before it looks whether to run. */
+    // A poller clears the count before it looks whether to run.
     union {
       void* symbol;
       Poll call;

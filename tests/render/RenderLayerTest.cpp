@@ -25,8 +25,8 @@ Image show(const Layer& layer, const Picture& picture, int width, int height) {
   return readFramebuffer(width, height);
 }
 
-constexpr Rgb black = {0, 0, 0};
-constexpr Rgb white = {255, 255, 255};
+constexpr Rgb kBlack = {0, 0, 0};
+constexpr Rgb kWhite = {255, 255, 255};
 
 YCbCr whiteEverywhere(int, int) {
   return grey(235);
@@ -93,9 +93,9 @@ TEST_P(RenderLayerFit, CentresThePictureBetweenBlackBars) {
       const int insideX = std::min(x, fit.width - 1 - x) - fit.barX;
       const int insideY = std::min(y, fit.height - 1 - y) - fit.barY;
       if (insideX >= 1 && insideY >= 1) {
-        ASSERT_LE(distance(image.at(x, y), white), 2) << x << "," << y;
+        ASSERT_LE(distance(image.at(x, y), kWhite), 2) << x << "," << y;
       } else if (insideX < -1 || insideY < -1) {
-        ASSERT_EQ(image.at(x, y), black) << x << "," << y;
+        ASSERT_EQ(image.at(x, y), kBlack) << x << "," << y;
       }
     }
   }
@@ -119,7 +119,7 @@ TEST(RenderLayer, DrawsUprightAndNotMirrored) {
   EXPECT_LE(distance(image.at(16, 16), expectedRgb(grey(60), kColorConversion601)), 2);
   EXPECT_LE(distance(image.at(16, 48), expectedRgb(grey(120), kColorConversion601)), 2);
   EXPECT_LE(distance(image.at(48, 16), expectedRgb(grey(180), kColorConversion601)), 2);
-  EXPECT_LE(distance(image.at(48, 48), white), 2);
+  EXPECT_LE(distance(image.at(48, 48), kWhite), 2);
 }
 
 TEST(RenderLayer, ReadsRowsThatAreLongerThanThePicture) {
@@ -174,8 +174,8 @@ TEST(RenderLayer, TheRenderbufferKeepsItsSizeUntilItIsReset) {
   EXPECT_EQ(backing(GL_RENDERBUFFER_WIDTH), 80);
   EXPECT_EQ(backing(GL_RENDERBUFFER_HEIGHT), 30);
   const Image image = show(layer, picture, 80, 30);
-  EXPECT_EQ(image.at(10, 15), black);
-  EXPECT_LE(distance(image.at(40, 15), white), 2);
+  EXPECT_EQ(image.at(10, 15), kBlack);
+  EXPECT_LE(distance(image.at(40, 15), kWhite), 2);
 }
 
 TEST(RenderLayer, TakesThePixelsPerPointOfTheScreen) {
@@ -187,8 +187,8 @@ TEST(RenderLayer, TakesThePixelsPerPointOfTheScreen) {
   EXPECT_TRUE(layer->drawableProperties().at(kEAGLDrawablePropertyRetainedBacking));
   const Picture picture(40, 20, whiteEverywhere);
   const Image image = show(layer, picture, 40, 20);
-  EXPECT_LE(distance(image.at(0, 0), white), 2);
-  EXPECT_LE(distance(image.at(39, 19), white), 2);
+  EXPECT_LE(distance(image.at(0, 0), kWhite), 2);
+  EXPECT_LE(distance(image.at(39, 19), kWhite), 2);
 }
 
 TEST(RenderLayer, HoldsOneReferenceToTheLastPicture) {

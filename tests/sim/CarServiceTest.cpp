@@ -27,7 +27,7 @@ TEST(CarService, RefusesWithoutAByte) {
   for (const auto& request : {tag, tail, word, carRequest("A1", 2), carRequest("A1", 255)}) {
     WireClient client(sim.port("car"), request);
     EXPECT_TRUE(client.read(1).empty());
-    EXPECT_EQ(client.end(), WireClient::End::order);
+    EXPECT_EQ(client.end(), WireClient::End::Order);
   }
   EXPECT_TRUE(sim.says("channel 255 is not served"));
 }

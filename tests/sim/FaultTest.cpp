@@ -35,9 +35,9 @@ TEST(Faults, EndAfterSoManyBytes) {
     End end;
   };
   for (const auto& [fault, bytes, end] :
-       {Case{"close:fleet:5000", 5000, End::order}, Case{"reset:fleet:5000", 5000, End::reset},
-        Case{"stall:fleet:5000", 5000, End::silence}, Case{"short-header:fleet", 9, End::order},
-        Case{"random:fleet:300", 300, End::order}}) {
+       {Case{"close:fleet:5000", 5000, End::Order}, Case{"reset:fleet:5000", 5000, End::Reset},
+        Case{"stall:fleet:5000", 5000, End::Silence}, Case{"short-header:fleet", 9, End::Order},
+        Case{"random:fleet:300", 300, End::Order}}) {
     SimProcess sim({"--fault", fault});
     WireClient client(sim.port("fleet"), fleetRequest("A1", 0));
     EXPECT_EQ(client.readAll(1).size(), bytes) << fault;
@@ -89,12 +89,12 @@ TEST(Faults, OneByteAtATimeChangesNoByte) {
   WireClient slow(sim.port("list"), listRequest());
   WireBytes pieced;
   int pieces = 0;
-  for (; slow.end() == End::none; ++pieces) {
+  for (; slow.end() == End::None; ++pieces) {
     const WireBytes some = slow.readSome(1000);
     pieced.insert(pieced.end(), some.begin(), some.end());
   }
   EXPECT_GT(pieces, 20);
-  EXPECT_EQ(slow.end(), End::order);
+  EXPECT_EQ(slow.end(), End::Order);
   WireClient whole(plain.port("list"), listRequest());
   EXPECT_EQ(pieced, whole.readAll());
 }

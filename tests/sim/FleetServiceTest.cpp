@@ -78,7 +78,7 @@ TEST(FleetService, RefusesWhatItDoesNotServe) {
     const WireBytes answer = client.read(19);
     ASSERT_EQ(answer.size(), 18u);
     EXPECT_NE(int32At(answer, 0), 0);
-    EXPECT_EQ(client.end(), End::order);
+    EXPECT_EQ(client.end(), End::Order);
   }
   EXPECT_TRUE(sim.says("'C3' is not served"));
   EXPECT_TRUE(sim.says("channel 2 is not served"));
@@ -100,7 +100,7 @@ TEST(FleetService, RefusesMalformedRequestsWithTheReason) {
   for (const auto& [request, reason] : cases) {
     WireClient client(sim.port("fleet"), request);
     EXPECT_TRUE(client.read(1).empty()) << reason;
-    EXPECT_EQ(client.end(), End::order);
+    EXPECT_EQ(client.end(), End::Order);
     EXPECT_TRUE(sim.says(reason)) << sim.errors();
   }
   WireClient brief(sim.port("fleet"), {'0', '0', '1'});
@@ -120,7 +120,7 @@ TEST(FleetService, EndsInTheStyleAskedForAndItsPortIsFreeAtOnce) {
     ASSERT_TRUE(client.fleetFrame());
     sim.signal(reset ? SIGINT : SIGTERM);
     client.readAll();
-    EXPECT_EQ(client.end(), reset ? End::reset : End::order);
+    EXPECT_EQ(client.end(), reset ? End::Reset : End::Order);
     EXPECT_EQ(sim.wait(), 0);
   }
 }
@@ -129,11 +129,11 @@ TEST(FleetService, DropsOrFallsSilentAfterATime) {
   SimProcess dropping({"--drop-after", "0.3"});
   WireClient dropped(dropping.port("fleet"), fleetRequest("A1", 0));
   EXPECT_GT(dropped.readAll().size(), 1000u);
-  EXPECT_EQ(dropped.end(), End::order);
+  EXPECT_EQ(dropped.end(), End::Order);
   SimProcess stalling({"--stall-after", "0.3"});
   WireClient stalled(stalling.port("fleet"), fleetRequest("A1", 0));
   EXPECT_GT(stalled.readAll(2).size(), 1000u);
-  EXPECT_EQ(stalled.end(), End::silence);
+  EXPECT_EQ(stalled.end(), End::Silence);
 }
 
 TEST(CommandLine, OneSentenceAndTheExitStatus) {

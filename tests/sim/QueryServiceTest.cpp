@@ -10,7 +10,7 @@ namespace {
 WireBytes listReply(const SimProcess& sim) {
   WireClient client(sim.port("list"), listRequest());
   WireBytes reply = client.readAll();
-  EXPECT_EQ(client.end(), WireClient::End::order);
+  EXPECT_EQ(client.end(), WireClient::End::Order);
   return reply;
 }
 

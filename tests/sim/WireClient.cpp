@@ -107,8 +107,8 @@ void WireClient::finishSending() const {
 WireBytes WireClient::readSome(std::size_t count) {
   WireBytes bytes(count);
   const ssize_t got = recv(socket_, bytes.data(), count, 0);
-  if (got == 0) end_ = End::order;
-  if (got < 0) end_ = errno == ECONNRESET ? End::reset : End::silence;
+  if (got == 0) end_ = End::Order;
+  if (got < 0) end_ = errno == ECONNRESET ? End::Reset : End::Silence;
   bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
   return bytes;
 }
@@ -116,7 +116,7 @@ WireBytes WireClient::readSome(std::size_t count) {
 WireBytes WireClient::read(std::size_t count) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
   WireBytes bytes;
-  while (bytes.size() < count && end_ == End::none && std::chrono::steady_clock::now() < end) {
+  while (bytes.size() < count && end_ == End::None && std::chrono::steady_clock::now() < end) {
     const WireBytes some = readSome(count - bytes.size());
     bytes.insert(bytes.end(), some.begin(), some.end());
   }
@@ -131,7 +131,7 @@ WireBytes WireClient::readAll(int seconds) {
 std::optional<WireFrame> WireClient::withPayload(WireFrame frame, std::int32_t length) {
   if (length < 0 || length > QUORVID_FRAME_CAPACITY) return std::nullopt;
   frame.payload = read(static_cast<std::size_t>(length));
-  if (end_ != End::none) return std::nullopt;
+  if (end_ != End::None) return std::nullopt;
   return frame;
 }
 

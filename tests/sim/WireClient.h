@@ -28,7 +28,7 @@ struct WireFrame {
 // A connection over a plain socket. Reading gives up after 10 s of silence, or a minute.
 class WireClient {
  public:
-  enum class End { none, order, reset, silence };
+  enum class End { None, Order, Reset, Silence };
 
   WireClient(int port, const WireBytes& request);
   ~WireClient();
@@ -51,5 +51,5 @@ class WireClient {
   std::optional<WireFrame> withPayload(WireFrame frame, std::int32_t length);
 
   int socket_;
-  End end_ = End::none;
+  End end_ = End::None;
 };

@@ -182,8 +182,9 @@ std::vector<std::string> describeState() {
     glGetBooleani_v(GL_COLOR_WRITEMASK, buffer, mask);
     all.push_back("mask " + std::to_string(mask[0] * 8 + mask[1] * 4 + mask[2] * 2 + mask[3]));
   }
-  if (epoxy_is_desktop_gl())
+  if (epoxy_is_desktop_gl()) {
     all.push_back("srgb " + std::to_string(glIsEnabled(GL_FRAMEBUFFER_SRGB)));
+  }
   all.push_back("error " + std::to_string(glGetError()));
   return all;
 }

@@ -19,15 +19,15 @@
 namespace quorvid::test {
 namespace {
 
-constexpr int width = 96;
-constexpr int height = 64;
-constexpr YCbCr topLeft = {81, 90, 240};
-constexpr YCbCr bottomRight = {41, 240, 110};
+constexpr int kWidth = 96;
+constexpr int kHeight = 64;
+constexpr YCbCr kTopLeft = {81, 90, 240};
+constexpr YCbCr kBottomRight = {41, 240, 110};
 
 // A view host of 48 x 32 points at 2 pixels a point, with a picture in its right half.
 struct Scene {
-  Scene() : picture(48, 64, [](int x, int y) { return x + y < 40 ? topLeft : bottomRight; }) {
-    host->resize(width / 2.0, height / 2.0, 2);
+  Scene() : picture(48, 64, [](int x, int y) { return x + y < 40 ? kTopLeft : kBottomRight; }) {
+    host->resize(kWidth / 2.0, kHeight / 2.0, 2);
     host->contentView()->setBackgroundColor(UIColor(0, 0, 1));
     layer = AAPLEAGLLayer::initWithFrame(CGRectMake(24, 0, 24, 32));
     host->contentView()->layer()->addSublayer(layer);
@@ -49,8 +49,8 @@ struct LogLines {
 void expectScene(const Image& image) {
   EXPECT_EQ(image.at(0, 0), (Rgb{0, 0, 255}));
   EXPECT_EQ(image.at(47, 63), (Rgb{0, 0, 255}));
-  EXPECT_LE(distance(image.at(50, 2), expectedRgb(topLeft, kColorConversion601)), 2);
-  EXPECT_LE(distance(image.at(94, 62), expectedRgb(bottomRight, kColorConversion601)), 2);
+  EXPECT_LE(distance(image.at(50, 2), expectedRgb(kTopLeft, kColorConversion601)), 2);
+  EXPECT_LE(distance(image.at(94, 62), expectedRgb(kBottomRight, kColorConversion601)), 2);
 }
 
 struct HostKind {
@@ -69,12 +69,12 @@ class Embedding : public testing::TestWithParam<HostKind> {};
 
 TEST_P(Embedding, DrawsAndLeavesTheHostsStateAsItWas) {
   const Scene scene;  // on the library's own, surfaceless display
-  const HostScreen screen(GetParam().display, GetParam().api, width, height);
+  const HostScreen screen(GetParam().display, GetParam().api, kWidth, kHeight);
   makeStateUnusual();
   const auto before = describeState();
   for (int i = 0; i < 2; ++i) {
     EXPECT_TRUE(scene.host->needsComposite());
-    ASSERT_TRUE(scene.host->composite(0, 0, width, height));
+    ASSERT_TRUE(scene.host->composite(0, 0, kWidth, kHeight));
     EXPECT_FALSE(scene.host->needsComposite());
     EXPECT_TRUE(screen.isCurrent());
     EXPECT_EQ(describeState(), before);
@@ -87,7 +87,7 @@ TEST_P(Embedding, DrawsAndLeavesTheHostsStateAsItWas) {
 }
 
 TEST_P(Embedding, WorksWithViewsMadeInTheHostsContext) {
-  const HostScreen screen(GetParam().display, GetParam().api, width, height);
+  const HostScreen screen(GetParam().display, GetParam().api, kWidth, kHeight);
   const auto before = describeState();
   {
     const Scene scene;
@@ -96,7 +96,7 @@ TEST_P(Embedding, WorksWithViewsMadeInTheHostsContext) {
     scene.layer->resetRenderBuffer();
     scene.layer->setPixelBuffer(scene.picture.get());
     EXPECT_TRUE(screen.isCurrent());
-    ASSERT_TRUE(scene.host->composite(0, 0, width, height));
+    ASSERT_TRUE(scene.host->composite(0, 0, kWidth, kHeight));
     HostPicture direct;
     ASSERT_TRUE(direct.bindForReading(*scene.layer->drawable(), true));
     EXPECT_EQ(direct.isCopy(), GetParam().display == HostDisplay::Glx);
@@ -121,13 +121,13 @@ TEST(EmbeddingPaths, ImageAndCopyGiveTheSamePixels) {
   Image images[2];
   const HostDisplay displays[] = {HostDisplay::Surfaceless, HostDisplay::Device};
   for (int i = 0; i < 2; ++i) {
-    const HostScreen screen(displays[i], HostApi::Gles3, width + 11, height);
+    const HostScreen screen(displays[i], HostApi::Gles3, kWidth + 11, kHeight);
     HostPicture path;
     ASSERT_TRUE(path.bindForReading(*scene.layer->drawable(), true));
     EXPECT_EQ(path.isCopy(), i == 1);
     path.release();
     // Odd: the picture is scaled.
-    ASSERT_TRUE(scene.host->composite(3, 2, width + 5, height - 7));
+    ASSERT_TRUE(scene.host->composite(3, 2, kWidth + 5, kHeight - 7));
     images[i] = screen.read();
     EXPECT_EQ(images[i].at(2, 30), (Rgb{0, 102, 0}));  // the host's own, outside
     scene.host->release();
@@ -137,38 +137,38 @@ TEST(EmbeddingPaths, ImageAndCopyGiveTheSamePixels) {
 
 TEST(EmbeddingPaths, APictureOfManySamplesIsForDesktopOpenGl) {
   const Scene scene;
-  const HostScreen desktop(HostDisplay::Surfaceless, HostApi::DesktopCore, width, height, 4);
-  EXPECT_TRUE(scene.host->composite(0, 0, width, height));
+  const HostScreen desktop(HostDisplay::Surfaceless, HostApi::DesktopCore, kWidth, kHeight, 4);
+  EXPECT_TRUE(scene.host->composite(0, 0, kWidth, kHeight));
   EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
   LogLines log;
-  const HostScreen gles(HostDisplay::Surfaceless, HostApi::Gles3, width, height, 4);
+  const HostScreen gles(HostDisplay::Surfaceless, HostApi::Gles3, kWidth, kHeight, 4);
   std::string why;
-  EXPECT_FALSE(scene.host->composite(0, 0, width, height, &why));
-  EXPECT_FALSE(scene.host->composite(0, 0, width, height));
+  EXPECT_FALSE(scene.host->composite(0, 0, kWidth, kHeight, &why));
+  EXPECT_FALSE(scene.host->composite(0, 0, kWidth, kHeight));
   EXPECT_THAT(why, testing::HasSubstr("several samples"));
   EXPECT_THAT(log.lines, testing::ElementsAre(testing::EndsWith(why)));
 }
 
 TEST(EmbeddingScale, EachHostShowsItsLayersInItsOwn) {
   Scene coarse;
-  coarse.host->resize(width / 2.0, height / 2.0, 1);
+  coarse.host->resize(kWidth / 2.0, kHeight / 2.0, 1);
   Scene fine;
   EXPECT_EQ(UIScreen::mainScreen().scale(), 1);
-  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, width, height);
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, kWidth, kHeight);
   for (int i = 0; i < 2; ++i) {
-    ASSERT_TRUE(coarse.host->composite(0, 0, width / 2, height / 2));
+    ASSERT_TRUE(coarse.host->composite(0, 0, kWidth / 2, kHeight / 2));
     EXPECT_EQ(coarse.layer->drawable()->width(), 24);
-    ASSERT_TRUE(fine.host->composite(0, 0, width, height));
+    ASSERT_TRUE(fine.host->composite(0, 0, kWidth, kHeight));
     EXPECT_EQ(fine.layer->drawable()->width(), 48);
     EXPECT_FALSE(fine.host->needsComposite());
     expectScene(screen.read());
   }
   fine.host->contentView()->layer()->addSublayer(coarse.layer);  // moves to the other window
   EXPECT_TRUE(fine.host->needsComposite());
-  ASSERT_TRUE(fine.host->composite(0, 0, width, height));
+  ASSERT_TRUE(fine.host->composite(0, 0, kWidth, kHeight));
   EXPECT_EQ(coarse.layer->drawable()->width(), 48);
   expectScene(screen.read());
-  fine.host->resize(width / 2.0, height / 2.0, 1);
+  fine.host->resize(kWidth / 2.0, kHeight / 2.0, 1);
   EXPECT_TRUE(fine.host->needsComposite());
 }
 
@@ -186,7 +186,7 @@ TEST(EmbeddingMistakes, EachGetsOneLineInTheLog) {
     std::thread([&] {
       std::string why;
       scene.host->refresh();
-      EXPECT_FALSE(scene.host->composite(0, 0, width, height, &why));
+      EXPECT_FALSE(scene.host->composite(0, 0, kWidth, kHeight, &why));
       EXPECT_THAT(why, HasSubstr("another thread"));
     }).join();
     EXPECT_THAT(log.lines, ElementsAre(HasSubstr("on another thread")));
@@ -205,8 +205,8 @@ TEST(EmbeddingMistakes, EachGetsOneLineInTheLog) {
 TEST(EmbeddingLifetime, WhatALayerWasDrawnIntoGoesWithIt) {
   const auto watcher = EAGLContext::initWithAPI(kEAGLRenderingAPIOpenGLES2);
   Scene scene;
-  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, width, height);
-  scene.host->composite(0, 0, width, height);
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, kWidth, kHeight);
+  scene.host->composite(0, 0, kWidth, kHeight);
   const GLuint renderbuffer = scene.layer->drawable()->renderbuffer();
   const GLuint program = scene.layer->program();
   ASSERT_TRUE(EAGLContext::setCurrentContext(watcher));
@@ -238,7 +238,7 @@ TEST(EmbeddingLifetime, ALayerDeletesNoNameThatIsSomebodyElses) {
 }
 
 TEST(EmbeddingLifetime, AHostLearnsWhetherViewsLiveOnItsDisplay) {
-  const HostScreen screen(HostDisplay::Device, HostApi::Gles3, width, height);
+  const HostScreen screen(HostDisplay::Device, HostApi::Gles3, kWidth, kHeight);
   const EGLDisplay display = eglGetCurrentDisplay();
   EXPECT_FALSE(ViewHost::displayInUse(display));
   auto host = ViewHost::create();
@@ -252,15 +252,15 @@ TEST(EmbeddingLifetime, AHostLearnsWhetherViewsLiveOnItsDisplay) {
 }
 
 TEST(EmbeddingLifetime, ALostDisplayEndsItsViewsAndNothingElse) {
-  const HostScreen screen(HostDisplay::Device, HostApi::Gles3, width, height);
+  const HostScreen screen(HostDisplay::Device, HostApi::Gles3, kWidth, kHeight);
   const Scene lost;
   screen.terminateDisplay();
   lost.layer->setPixelBuffer(lost.picture.get());
   lost.layer->resetRenderBuffer();
   const Scene fresh;
-  const HostScreen next(HostDisplay::Surfaceless, HostApi::Gles3, width, height);
-  EXPECT_TRUE(lost.host->composite(0, 0, width, height));
-  EXPECT_TRUE(fresh.host->composite(0, 0, width, height));
+  const HostScreen next(HostDisplay::Surfaceless, HostApi::Gles3, kWidth, kHeight);
+  EXPECT_TRUE(lost.host->composite(0, 0, kWidth, kHeight));
+  EXPECT_TRUE(fresh.host->composite(0, 0, kWidth, kHeight));
   expectScene(next.read());
 }
 

@@ -14,8 +14,8 @@
 namespace quorvid::test {
 namespace {
 
-constexpr UIColor red = {1, 0, 0};
-constexpr UIColor blue = {0, 0, 1};
+constexpr UIColor kRed = {1, 0, 0};
+constexpr UIColor kBlue = {0, 0, 1};
 
 std::unique_ptr<Window> openHeadless(int width, int height) {
   std::string error;
@@ -44,8 +44,8 @@ Image snapshotOf(Window& window) {
 
 TEST(Window, DrawsViewsAndPicturesWhereTheyBelong) {
   const auto window = openHeadless(200, 100);
-  addView(*window->contentView(), CGRectMake(0, 0, 50, 100), red);
-  const auto tile = addView(*window->contentView(), CGRectMake(100, 10, 60, 60), blue);
+  addView(*window->contentView(), CGRectMake(0, 0, 50, 100), kRed);
+  const auto tile = addView(*window->contentView(), CGRectMake(100, 10, 60, 60), kBlue);
   const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(10, 20, 40, 30));
   ASSERT_NE(layer, nullptr);
   tile->layer()->addSublayer(layer);

@@ -10,7 +10,7 @@
 namespace quorvid {
 namespace {
 
-constexpr const char* offscreenDriver = "offscreen";
+constexpr const char* kOffscreenDriver = "offscreen";
 
 enum class State : std::uint8_t {
   Down,
@@ -36,7 +36,7 @@ void shutDown() {
 
 bool isOffscreen() {
   const char* driver = SDL_GetCurrentVideoDriver();
-  return driver != nullptr && std::strcmp(driver, offscreenDriver) == 0;
+  return driver != nullptr && std::strcmp(driver, kOffscreenDriver) == 0;
 }
 
 // Signals stay with the host. EGL on X11 too, for views and window to share what they draw.
@@ -44,7 +44,7 @@ void setHints(bool headless) {
   SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
   SDL_SetHint(SDL_HINT_VIDEO_X11_FORCE_EGL, "1");
   if (headless) {
-    SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, offscreenDriver, SDL_HINT_OVERRIDE);
+    SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, kOffscreenDriver, SDL_HINT_OVERRIDE);
   } else {
     SDL_ResetHint(SDL_HINT_VIDEODRIVER);
   }

@@ -32,16 +32,16 @@ void SdlWindow::startClock() {
 // Seconds that a swap takes once the queue of frames is full.
 double SdlWindow::measureSwap() {
   using Clock = std::chrono::steady_clock;
-  constexpr int warmUp = 2;
-  constexpr int swaps = 5;
+  constexpr int kWarmUp = 2;
+  constexpr int kSwaps = 5;
   Clock::time_point begin;
-  for (int i = 0; i < warmUp + swaps; ++i) {
-    if (i == warmUp) begin = Clock::now();
+  for (int i = 0; i < kWarmUp + kSwaps; ++i) {
+    if (i == kWarmUp) begin = Clock::now();
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
     SDL_GL_SwapWindow(window_);
   }
-  return std::chrono::duration<double>(Clock::now() - begin).count() / swaps;
+  return std::chrono::duration<double>(Clock::now() - begin).count() / kSwaps;
 }
 
 bool SdlWindow::runTurn() {
@@ -112,8 +112,8 @@ void SdlWindow::send(const WindowEvent& event) {
 }
 
 bool SdlWindow::isSeen() const {
-  constexpr Uint32 unseen = SDL_WINDOW_MINIMIZED | SDL_WINDOW_HIDDEN;
-  return headless_ || (SDL_GetWindowFlags(window_) & unseen) == 0;
+  constexpr Uint32 kUnseen = SDL_WINDOW_MINIMIZED | SDL_WINDOW_HIDDEN;
+  return headless_ || (SDL_GetWindowFlags(window_) & kUnseen) == 0;
 }
 
 // More than once: drivers take a new size over with the swap after, and show a frame or two later.

@@ -27,8 +27,9 @@ bool holds(const std::vector<h264::Unit>& units, UnitType type) {
 std::int64_t roomOnDisk(const std::string& fileName, std::int64_t most) {
   std::error_code error;
   std::filesystem::space_info disk = std::filesystem::space(fileName, error);
-  if (error)
+  if (error) {
     disk = std::filesystem::space(std::filesystem::absolute(fileName).parent_path(), error);
+  }
   if (error || disk.capacity == 0) return most;
   const std::uintmax_t left = std::min(disk.capacity / kPartLeftFree, kMostLeftFree);
   const std::uintmax_t room = disk.available - std::min(left, disk.available);
