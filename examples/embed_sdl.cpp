@@ -31,8 +31,8 @@ struct Size {
   int width, height;
 };
 
-constexpr int kGap = 20;      // points around the views
-constexpr Uint32 frame = 16;  // ms
+constexpr int kGap = 20;       // points around the views
+constexpr Uint32 kFrame = 16;  // ms
 
 bool parse(int argc, char** argv, Options& options) {
   const std::string server = argc > 2 ? argv[1] : "";
@@ -143,7 +143,7 @@ int show(SDL_Window* window, const Options& options) {
   const Uint64 begin = SDL_GetTicks64();
   bool running = true;
   while (running) {
-    SDL_Delay(frame);
+    SDL_Delay(kFrame);
     views->refresh();
     const double seconds = static_cast<double>(SDL_GetTicks64() - begin) / 1000;
     running = !wantsToQuit() && (options.seconds <= 0 || seconds < options.seconds);

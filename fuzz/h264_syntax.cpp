@@ -17,12 +17,12 @@ using quorvid::h264::ByteView;
 using quorvid::h264::ParameterSets;
 using quorvid::h264::Sps;
 
-const Sps kAnyStream = [] {
-  Sps sps;
-  sps.picWidthInMbs = 40;
-  sps.frameHeightInMbs = 30;
-  sps.frameMbsOnly = false;
-  return sps;
+const ParameterSets kAnySets = [] {
+  ParameterSets sets;
+  sets.stream.picWidthInMbs = 40;
+  sets.stream.frameHeightInMbs = 30;
+  sets.stream.frameMbsOnly = false;
+  return sets;
 }();
 
 void require(bool holds) {
@@ -36,15 +36,15 @@ Bytes take(ByteView& input, std::size_t size) {
   return {front.begin(), front.end()};
 }
 
-Sps readSets(const Bytes& sps, const Bytes& pps) {
+ParameterSets readSets(const Bytes& sps, const Bytes& pps) {
   if (const auto peeked = quorvid::h264::peekSps(sps)) quorvid::h264::withoutVui(*peeked, sps);
   const auto sets = ParameterSets::make(sps, pps);
-  if (!sets) return kAnyStream;
+  if (!sets) return kAnySets;
   // What was taken, and given a reorder limit, is taken again.
   const auto again = ParameterSets::make(sets->sps, sets->pps);
   require(again && again->avcRecord() == sets->avcRecord());
   require(sets->stream.frameSizeInMbs() <= quorvid::h264::kMaxFrameSizeInMbs);
-  return sets->stream;
+  return *sets;
 }
 
 void readFrame(const Bytes& frame, const Sps& stream) {
@@ -60,16 +60,16 @@ void readFrame(const Bytes& frame, const Sps& stream) {
 }
 
 // The same bytes as a sample: with their length in front, as a caller that counts right has it.
-void repack(const Bytes& unit, const Sps& stream) {
+void repack(const Bytes& unit, const ParameterSets& sets) {
   Bytes sample;
   for (int shift = 24; shift >= 0; shift -= 8) {
     sample.push_back(static_cast<std::uint8_t>(unit.size() >> shift));
   }
   sample.insert(sample.end(), unit.begin(), unit.end());
-  Bytes packet;
-  const auto kind =
-      quorvid::h264::repackSample(sample, stream, quorvid::h264::kWorkOfHonestUnits, packet);
-  if (kind != quorvid::h264::SampleKind::Picture) return;
+  const auto read = quorvid::h264::readSample(sample, sets, quorvid::h264::kWorkOfHonestUnits);
+  if (read.kind != quorvid::h264::SampleKind::Picture) return;
+  Bytes packet(read.packedSize());
+  read.packInto(packet);
   std::size_t at = 0;
   while (at + 4 <= packet.size()) {
     std::size_t size = 0;
@@ -88,8 +88,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Bytes sps = take(input, data[0]);
   const Bytes pps = take(input, data[1]);
   const Bytes frame = take(input, input.size());
-  const Sps stream = readSets(sps, pps);
-  readFrame(frame, stream);
-  repack(frame, stream);
+  const ParameterSets sets = readSets(sps, pps);
+  readFrame(frame, sets.stream);
+  repack(frame, sets);
   return 0;
 }

@@ -8,22 +8,21 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "apps/quorvid/query/DeviceTable.h"
-#include "connection/Pause.h"
-#include "connection/ServerConnection.h"
+#include "quorvid/connection/VehicleConnection.h"
 
 namespace {
 
-constexpr std::size_t kFrameCapacity = 131072;
 constexpr std::size_t kMostDevices = 200;
 constexpr std::size_t kMostBytes = 65536;  // a socket takes them without a reader
 
@@ -38,7 +37,7 @@ struct Client {
   std::uint8_t stop = 0;
   std::uint8_t run = 1;
   std::uint8_t frameIsThere = 0;
-  std::vector<std::uint8_t> frame = std::vector<std::uint8_t>(kFrameCapacity);
+  std::vector<std::uint8_t> frame = std::vector<std::uint8_t>(QUORVID_FRAME_CAPACITY);
   std::int32_t frameLen = 0;
 };
 Client client;
@@ -49,7 +48,7 @@ void require(bool holds) {
 
 void takeFrame() {
   if (std::exchange(client.frameIsThere, 0) == 0) return;
-  require(client.frameLen > 0 && client.frameLen <= static_cast<std::int32_t>(kFrameCapacity));
+  require(client.frameLen > 0 && client.frameLen <= QUORVID_FRAME_CAPACITY);
 }
 
 void printDevices(const std::vector<DevInfoItem>& devices) {
@@ -63,11 +62,11 @@ void query(bool again) {
   std::vector<DevInfoItem> items(kMostDevices);
   std::int32_t count = 0, done = 0;
   if (again) {
-    ThreadGetCarGPS(items.data(), &count, "", 0, 0, "", "", "", &done, &client.run);
+    ThreadGetCarGPS(items.data(), &count, "127.0.0.1", 1, 0, "", "", "", &done, &client.run);
     count = carCount;
   } else {
     const std::int32_t result =
-        ThreadGetListForCar(items.data(), &count, "", 0, 0, "", "", "", &done);
+        ThreadGetListForCar(items.data(), &count, "127.0.0.1", 1, 0, "", "", "", &done);
     require((result == 0) == (done == 1));
   }
   require(count >= 0 && count <= static_cast<std::int32_t>(kMostDevices));
@@ -76,16 +75,18 @@ void query(bool again) {
 }
 
 void stream(decltype(ThreadVideoSourceForFleet)& call) {
-  call("", 0, 0, 0, "", "", &client.stop, "", "", &client.frameIsThere, client.frame.data(),
-       &client.frameLen);
+  call("127.0.0.1", 1, 0, 0, "", "", &client.stop, "", "", &client.frameIsThere,
+       client.frame.data(), &client.frameLen);
   takeFrame();
 }
 
 }  // namespace
 
-namespace quorvid {
+// The linker puts these in the place of the system's functions.
+extern "C" {
 
-extern "C" std::int32_t ConnectToServer(const char* /*host*/, std::int32_t /*port*/) {
+int __wrap_connect(int descriptor, const sockaddr* /*peer*/, socklen_t /*size*/) {
+  errno = ECONNREFUSED;
   if (!std::exchange(server.mayConnect, false)) return -1;
   int ends[2];
   require(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0);
@@ -93,19 +94,26 @@ extern "C" std::int32_t ConnectToServer(const char* /*host*/, std::int32_t /*por
   require(::write(ends[1], server.bytes.data(), server.bytes.size()) == size);
   ::shutdown(ends[1], SHUT_WR);
   server.end = ends[1];
-  return ends[0];
+  ::dup2(ends[0], descriptor);
+  ::close(ends[0]);
+  return 0;
 }
 
 // A millisecond is a worker that waits for its consumer.
-void pauseFor(std::chrono::milliseconds time) {
+int __wrap_clock_nanosleep(clockid_t clock, int /*flags*/, const timespec* end,
+                           timespec* /*left*/) {
   takeFrame();
-  if (time > std::chrono::milliseconds(1)) {
+  timespec now{};
+  ::clock_gettime(clock, &now);
+  const auto left = (end->tv_sec - now.tv_sec) * 1'000'000'000L + end->tv_nsec - now.tv_nsec;
+  if (left > 2'000'000) {
     client.stop = 1;
     client.run = 0;
   }
+  return 0;
 }
 
-}  // namespace quorvid
+}  // extern "C"
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   // Workers write a line for each frame.

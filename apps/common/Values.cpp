@@ -99,8 +99,9 @@ void requireFits(const char* what, const std::string& text, std::size_t most) {
   if (text.size() > most) {
     throw Failure(fmt::format("{} has {} bytes; at most {} fit", what, text.size(), most));
   }
-  if (text.find('\0') != std::string::npos)
+  if (text.find('\0') != std::string::npos) {
     throw Failure(fmt::format("{} contains a zero byte", what));
+  }
 }
 
 void requireWritable(const std::string& fileName) {

@@ -72,8 +72,9 @@ constexpr std::array<Kind, 18> kKinds{{
 const Kind& kindCalled(const std::string& name) {
   const auto found = std::find_if(kKinds.begin(), kKinds.end(),
                                   [&](const Kind& kind) { return name == kind.name; });
-  if (found == kKinds.end())
+  if (found == kKinds.end()) {
     throw UsageError(fmt::format("--fault: there is no fault called '{}'", name));
+  }
   return *found;
 }
 

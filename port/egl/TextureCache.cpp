@@ -11,7 +11,7 @@
 namespace quorvid {
 namespace {
 
-constexpr std::size_t idleLimit = 8;
+constexpr std::size_t kIdleLimit = 8;
 
 // A texture's name and what its storage holds.
 struct Storage {
@@ -123,7 +123,7 @@ void CVOpenGLESTextureCache::upload(const Storage& texture, const Plane& plane) 
 
 void CVOpenGLESTextureCache::takeBack(const Storage& texture) {
   idle_.push_back(texture);
-  if (idle_.size() <= idleLimit) return;
+  if (idle_.size() <= kIdleLimit) return;
   if (const ShareGroup::Scope root(*group_); root) glDeleteTextures(1, &idle_.front().name);
   idle_.erase(idle_.begin());
 }
