@@ -6,6 +6,9 @@ namespace quorvid {
 // Seconds since 1970-01-01 00:00 UTC, with fractions.
 double timeIntervalSince1970();
 
+// Seconds of a clock that never jumps, from some point in the past.
+double steadySeconds();
+
 // Processor time that the calling thread has used, in seconds.
 double processorSeconds();
 

@@ -1,20 +1,33 @@
 #include "quorvid/base/Log.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
 
+#include "base/LogQuiet.h"
+
 namespace quorvid {
 namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+constexpr std::chrono::seconds kPauseBetweenKinds(10);
 
 struct LogState {
   std::mutex mutex;
   LogSink sink;
+  std::map<const char*, SteadyClock::time_point>
+      lastOfKind;  // of quiet threads: when a format was last let through
+  std::atomic<LogLevel> least{LogLevel::Detail};
 };
+
+thread_local bool threadIsQuiet = false;
 
 // Never destroyed: a worker thread may still log while the process runs its exit handlers.
 LogState& logState() {
@@ -58,15 +71,44 @@ __attribute__((format(printf, 1, 0))) void deliverFormatted(const char* format, 
   va_end(again);
 }
 
+bool isWanted(LogLevel level, const char* format) {
+  LogState& state = logState();
+  if (level < state.least.load(std::memory_order_relaxed)) return false;
+  if (!threadIsQuiet) return true;
+  if (level == LogLevel::Detail) return false;
+  const std::lock_guard lock(state.mutex);
+  const auto now = SteadyClock::now();
+  const auto [kind, isFirst] = state.lastOfKind.try_emplace(format, now);
+  if (!isFirst && now - kind->second < kPauseBetweenKinds) return false;
+  kind->second = now;
+  return true;
+}
+
 }  // namespace
 
-void setLogSink(LogSink sink) {
+LogQuiet::LogQuiet() : before_(std::exchange(threadIsQuiet, true)) {}
+
+LogQuiet::~LogQuiet() {
+  threadIsQuiet = before_;
+}
+
+void setLogSink(LogSink sink, LogLevel least) {
   LogState& state = logState();
   const std::lock_guard lock(state.mutex);
   state.sink.swap(sink);
+  state.least = least;
 }
 
 void logMessage(const char* format, ...) {
+  if (!isWanted(LogLevel::Warning, format)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  deliverFormatted(format, arguments);
+  va_end(arguments);
+}
+
+void logDetail(const char* format, ...) {
+  if (!isWanted(LogLevel::Detail, format)) return;
   va_list arguments;
   va_start(arguments, format);
   deliverFormatted(format, arguments);

@@ -30,8 +30,8 @@ Thread::Thread(std::function<void()> body) : state_(std::make_shared<State>()) {
 // The thread is detached and keeps the state for itself.
 Thread::~Thread() = default;
 
-void Thread::start() {
-  if (std::exchange(state_->started, true) || !state_->body) return;
+bool Thread::start() {
+  if (std::exchange(state_->started, true) || !state_->body) return true;
   state_->executing = true;
   try {
     // The state outlives this object, which the body's own captures may take with them.
@@ -41,10 +41,12 @@ void Thread::start() {
       state->run();
       state->executing = false;
     }).detach();
+    return true;
   } catch (const std::exception& error) {  // only making the thread can throw here
     logMessage("Thread: not started: %s", error.what());
     state_->executing = false;
     const std::function<void()> dropped = std::exchange(state_->body, nullptr);
+    return false;
   }
 }
 

@@ -19,8 +19,9 @@ class Thread {
   Thread& operator=(const Thread&) = delete;
 
   // Begins the body once; later calls do nothing. isExecuting() is true by the time start() returns
-  // unless the body already ended. A thread that the system refuses is logged; its body is dropped.
-  void start();
+  // unless the body already ended. A thread that the system refuses is logged; its body is dropped,
+  // and the result is false.
+  bool start();
   // Sets a mark that nothing polls; the body goes on.
   void cancel();
   bool isExecuting() const;

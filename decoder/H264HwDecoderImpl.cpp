@@ -88,11 +88,11 @@ void H264HwDecoderImpl::setDelegate(const std::shared_ptr<H264HwDecoderImplDeleg
 }
 
 void H264HwDecoderImpl::decodeNalu(char* frame, std::uint32_t frameSize) {
-  logMessage("==========> 開始解碼");
+  logDetail("==========> 開始解碼");
   const h264::UnitType type = h264::typeOf(static_cast<std::uint8_t>(frame[kPrefixSize]));
   const std::uint32_t length = frameSize - kPrefixSize;
   writeBigEndian(frame, length);
-  logMessage("type:%d, size:%d", static_cast<int>(type), static_cast<int>(frameSize));
+  logDetail("type:%d, size:%d", static_cast<int>(type), static_cast<int>(frameSize));
   if (frameSize < kSmallestUnit || frameSize > kLargestUnit) {
     logMessage("unit of %u bytes refused: not between %u and %u", frameSize, kSmallestUnit,
                kLargestUnit);
@@ -130,7 +130,7 @@ bool H264HwDecoderImpl::initH264Decoder() {
 }
 
 CVPixelBufferRef H264HwDecoderImpl::decode(char* buffer, std::uint32_t size) {
-  logMessage("=========> decode\n\n");
+  logDetail("=========> decode\n\n");
   CVPixelBufferRef outputPixelBuffer = nullptr;
   CMBlockBufferRef block = nullptr;
   if (CMBlockBufferCreateWithMemoryBlock(kCFAllocatorDefault, buffer, size, kCFAllocatorNull,

@@ -14,7 +14,7 @@
 
 namespace quorvid {
 // A program without the base room has no log to guard.
-__attribute__((weak)) void setLogSink(LogSink sink);
+__attribute__((weak)) void setLogSink(LogSink sink, LogLevel least);
 }  // namespace quorvid
 
 namespace quorvid::test {
@@ -44,15 +44,19 @@ std::vector<std::string> takeLines() {
   return std::exchange(lines().unexpected, {});
 }
 
+bool hasLog() {
+  return static_cast<void (*)(LogSink, LogLevel)>(setLogSink) != nullptr;
+}
+
 class LogGuard : public testing::EmptyTestEventListener {
   void OnTestStart(const testing::TestInfo& /*test*/) override {
-    if (setLogSink == nullptr) return;
+    if (!hasLog()) return;
     takeLines();
     setLogSink(keep);
   }
   void OnTestEnd(const testing::TestInfo& /*test*/) override {
     for (const std::string& line : takeLines()) ADD_FAILURE() << "unannounced log line: " << line;
-    if (setLogSink != nullptr) setLogSink(nullptr);
+    if (hasLog()) setLogSink(nullptr);
   }
 };
 

@@ -1,0 +1,185 @@
+#include "live/LivePlayer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/Clock.h"
+
+namespace quorvid {
+namespace {
+
+constexpr double kSecondsOfRates = 3;
+constexpr double kSecondsBetweenSamples = 0.5;
+
+bool isConnected(LiveState state) {
+  return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
+}
+
+}  // namespace
+
+LivePlayer::LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake)
+    : options_(options), wake_(std::move(wake)), watch_(options.stallAfter, steadySeconds()) {}
+
+LivePlayer::~LivePlayer() {
+  endSession();
+}
+
+bool LivePlayer::connect(const LiveTarget& target) {
+  stop();
+  target_ = target;
+  return play();
+}
+
+bool LivePlayer::play() {
+  if (session_ != nullptr) return true;
+  refusal_ = refusalOf(target_);
+  hasPlayed_ = true;
+  wake_->signal();
+  if (!refusal_.empty()) return false;
+  played_ = steadySeconds();
+  firstShown_ = lastShown_ = -1;
+  before_ = {};
+  figures_ = {};
+  samples_.clear();
+  watch_ = StallWatch(options_.stallAfter, played_);
+  startSession();
+  return true;
+}
+
+void LivePlayer::stop() {
+  endSession();
+  wake_->signal();
+}
+
+void LivePlayer::restart() {
+  stop();
+  play();
+}
+
+void LivePlayer::startSession() {
+  session_ = LiveSession::start(target_, options_.mostLag, wake_, !visible_);
+}
+
+void LivePlayer::endSession() {
+  if (session_ == nullptr) return;
+  session_->end();
+  const SessionReport last = session_->report();
+  session_.reset();
+  before_.received += last.received;
+  before_.bytes += last.bytes;
+  before_.decoded += last.decoded;
+  before_.overwritten += last.overwritten;
+  before_.held += last.held;
+  before_.lost += last.lost;
+  before_.attempts += last.attempts;
+  before_.shape = last.shape;
+}
+
+void LivePlayer::setVisible(bool visible) {
+  if (std::exchange(visible_, visible) == visible) return;
+  if (session_ != nullptr) session_->setHidden(!visible);
+}
+
+void LivePlayer::setOptions(const LiveOptions& options) {
+  if (options.stallAfter != options_.stallAfter) {
+    watch_ = StallWatch(options.stallAfter, steadySeconds());
+  }
+  options_ = options;
+  if (session_ != nullptr) session_->setMostLag(options.mostLag);
+}
+
+std::optional<Picture> LivePlayer::turn(double now) {
+  if (session_ == nullptr) return std::nullopt;
+  sample(now);
+  auto picture = session_->takePicture();
+  const SessionReport report = session_->report();
+  // Nobody sees the pictures of a hidden view: its frames tell that the stream is alive.
+  if (picture || (!visible_ && report.lastFrame > now - watch_.silence(now))) {
+    watch_.pictureArrived(now);
+  }
+  const bool triesAgain =
+      report.nextTryAt >= 0 && !report.hasEnded;  // by itself, as fast as the server may be asked
+  if (!triesAgain && watch_.restartDue(now)) {
+    endSession();
+    startSession();
+    ++figures_.restarts;
+  }
+  if (!visible_) return std::nullopt;
+  return picture;
+}
+
+void LivePlayer::pictureShown(double now, double arrival) {
+  if (firstShown_ < 0) firstShown_ = now;
+  if (lastShown_ >= 0) figures_.longestPause = std::max(figures_.longestPause, now - lastShown_);
+  lastShown_ = now;
+  figures_.lag = now - arrival;
+  ++figures_.shown;
+}
+
+LiveStatus LivePlayer::status(double now) const {
+  if (!refusal_.empty())
+    return makeStatus(LiveState::Failed, LiveReason::TargetImpossible, refusal_);
+  if (!hasPlayed_) return {};
+  if (session_ == nullptr) return makeStatus(LiveState::Stopped);
+  const SessionReport report = session_->report();
+  LiveStatus status = report.status;
+  if (report.hasEnded) {
+    status.state = LiveState::Reconnecting;
+    status.nextTry = std::max(0.0, watch_.untilRestart(now));
+  } else if (report.nextTryAt >= 0) {
+    status.nextTry = std::max(0.0, report.nextTryAt - now);
+  } else if (isConnected(status.state) && watch_.isStalled(now)) {
+    return stalledStatus(report, now);
+  } else if (report.isLate) {
+    status = makeStatus(LiveState::Late, LiveReason::TooSlow, "decoding doesn't keep pace");
+  }
+  return status;
+}
+
+LiveStatus LivePlayer::stalledStatus(const SessionReport& report, double now) const {
+  LiveStatus status = report.status;
+  if (report.lastFrame < 0 || now - report.lastFrame >= options_.stallAfter) {
+    status.reason = LiveReason::Silent;
+    status.sentence = "the server is connected and sends nothing";
+  }
+  status.state = LiveState::Stalled;
+  status.nextTry = std::max(0.0, watch_.untilRestart(now));
+  return status;
+}
+
+LiveFigures LivePlayer::figures(double now) const {
+  LiveFigures figures = figures_;
+  const SessionReport report = session_ != nullptr ? session_->report() : SessionReport{};
+  figures.received = before_.received + report.received;
+  figures.bytes = before_.bytes + report.bytes;
+  figures.decoded = before_.decoded + report.decoded;
+  figures.overwritten = before_.overwritten + report.overwritten;
+  figures.held = before_.held + report.held;
+  figures.lost = before_.lost + report.lost;
+  const std::uint64_t attempts = before_.attempts + report.attempts;
+  figures.reconnections = attempts > 0 ? attempts - 1 : 0;
+  const StreamShape& shape = report.shape.width > 0 ? report.shape : before_.shape;
+  figures.streamWidth = shape.width;
+  figures.streamHeight = shape.height;
+  figures.shape = options_.shape > 0 ? options_.shape : shape.ratio;
+  figures.playing = hasPlayed_ ? now - played_ : 0;
+  if (firstShown_ >= 0) {
+    figures.firstPicture = firstShown_ - played_;
+    figures.sinceLastPicture = now - lastShown_;
+    figures.longestPause = std::max(figures.longestPause, now - lastShown_);
+  }
+  if (!samples_.empty() && now > samples_.front().time) {
+    const Sample& from = samples_.front();
+    figures.pictureRate = static_cast<double>(figures.shown - from.shown) / (now - from.time);
+    figures.bitRate = 8 * static_cast<double>(figures.bytes - from.bytes) / (now - from.time);
+  }
+  return figures;
+}
+
+void LivePlayer::sample(double now) {
+  if (!samples_.empty() && now - samples_.back().time < kSecondsBetweenSamples) return;
+  samples_.push_back({now, figures_.shown, before_.bytes + session_->report().bytes});
+  while (samples_.size() > 2 && now - samples_.front().time > kSecondsOfRates) samples_.pop_front();
+}
+
+}  // namespace quorvid

@@ -1,0 +1,64 @@
+// LivePlayer: plays a target through one session after another, and sums up how it goes. One
+// thread; no view, no GL. Times: seconds of the steady clock.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+
+#include "live/LiveSession.h"
+#include "live/StallWatch.h"
+#include "quorvid/live/LiveView.h"
+
+namespace quorvid {
+
+class LivePlayer {
+ public:
+  LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake);
+  ~LivePlayer();
+
+  // The same as in LiveView.
+  bool connect(const LiveTarget& target);
+  bool play();
+  void stop();
+  void restart();
+  void setVisible(bool visible);
+  void setOptions(const LiveOptions& options);
+  bool isPlaying() const { return session_ != nullptr; }
+  const LiveTarget& target() const { return target_; }
+  const LiveOptions& options() const { return options_; }
+  bool isVisible() const { return visible_; }
+
+  // The picture to be shown now, if a new one waits. Starts a silent stream again when it is time.
+  std::optional<Picture> turn(double now);
+  // arrival: of the picture that was drawn just now.
+  void pictureShown(double now, double arrival);
+  LiveStatus status(double now) const;
+  LiveFigures figures(double now) const;
+
+ private:
+  struct Sample {
+    double time;
+    std::uint64_t shown, bytes;
+  };
+
+  void startSession();
+  void endSession();
+  LiveStatus stalledStatus(const SessionReport& report, double now) const;
+  void sample(double now);
+
+  LiveOptions options_;
+  std::shared_ptr<Wake> wake_;
+  LiveTarget target_;
+  std::string refusal_;  // why the target can't be played
+  bool hasPlayed_ = false;
+  bool visible_ = true;
+  std::shared_ptr<LiveSession> session_;
+  StallWatch watch_;
+  SessionReport before_;  // what the sessions before this one counted
+  LiveFigures figures_;   // what is counted here
+  double played_ = 0, firstShown_ = -1, lastShown_ = -1;
+  std::deque<Sample> samples_;
+};
+
+}  // namespace quorvid

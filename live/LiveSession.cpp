@@ -1,0 +1,140 @@
+#include "live/LiveSession.h"
+
+#include <utility>
+
+#include "base/Clock.h"
+#include "base/LogQuiet.h"
+#include "base/Thread.h"
+#include "quorvid/base/Log.h"
+
+namespace quorvid {
+namespace {
+
+// Pictures overtaken before any was taken: by then somebody has forgotten something.
+constexpr std::uint64_t kUntakenPictures = 250;
+
+bool isStreaming(LiveState state) {
+  return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
+}
+
+}  // namespace
+
+std::shared_ptr<LiveSession> LiveSession::start(const LiveTarget& target, double mostLag,
+                                                std::shared_ptr<Wake> wake, bool hidden) {
+  const std::shared_ptr<LiveSession> session(new LiveSession(target, mostLag, std::move(wake)));
+  session->queue_.setHidden(hidden);
+  Thread decoding([session] { session->decode(); });
+  Thread receiving([session] { session->receive(); });
+  if (!decoding.start() || !receiving.start()) {
+    session->queue_.close();
+    session->fail(LiveReason::NoResources, "the system gives no further thread");
+  }
+  return session;
+}
+
+LiveSession::LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake)
+    : target_(target), wake_(std::move(wake)), mostLag_(mostLag) {
+  report_.status = makeStatus(LiveState::Connecting);
+}
+
+void LiveSession::end() {
+  stopReceiving();
+  queue_.close();
+}
+
+std::optional<Picture> LiveSession::takePicture() {
+  const std::lock_guard lock(mutex_);
+  ++taken_;
+  return std::exchange(ready_, std::nullopt);
+}
+
+SessionReport LiveSession::report() const {
+  const std::uint64_t lost = queue_.lost();
+  const std::lock_guard lock(mutex_);
+  SessionReport report = report_;
+  report.lost = lost;
+  return report;
+}
+
+void LiveSession::setStatus(LiveState state, LiveReason reason, std::string sentence) {
+  {
+    const std::lock_guard lock(mutex_);
+    report_.status = makeStatus(state, reason, std::move(sentence));
+    report_.nextTryAt = -1;
+  }
+  wake_->signal();
+}
+
+// The decoding thread.
+void LiveSession::decode() {
+  const LogQuiet quiet;
+  StreamDecoder decoder;
+  while (auto frame = queue_.take()) {
+    decodeFrame(decoder, *frame);
+  }
+}
+
+void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
+  Picture picture;
+  const StreamDecoder::Outcome outcome = decoder.decode(frame, picture.buffer);
+  picture.arrival = frame.arrival;
+  if (const auto& stream = decoder.stream()) {
+    picture.shape = {static_cast<int>(stream->displayedWidth()),
+                     static_cast<int>(stream->displayedHeight()), stream->displayAspect()};
+  }
+  noteOutcome(outcome, picture.shape);
+  if (picture.buffer == nullptr) return;
+  const bool isLate = steadySeconds() - frame.arrival > mostLag_;
+  if (isLate) queue_.skipToNewestKey();
+  publish(std::move(picture), isLate, frame.isToBeShown);
+}
+
+void LiveSession::publish(Picture picture, bool isLate, bool isToBeShown) {
+  bool nobodyTakes = false;
+  {
+    const std::lock_guard lock(mutex_);
+    report_.isLate = isLate;
+    if (!isLate && isToBeShown) {
+      if (ready_) ++report_.overwritten;
+      ready_ = std::move(picture);
+      nobodyTakes = taken_ == 0 && report_.overwritten == kUntakenPictures;
+    }
+  }
+  wake_->signal();
+  if (nobodyTakes) {
+    logMessage(
+        "LiveView: pictures wait and nobody takes them: the run loop of the thread that made "
+        "the view isn't refreshed (ViewHost::refresh())");
+  }
+}
+
+void LiveSession::noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape) {
+  using Outcome = StreamDecoder::Outcome;
+  const std::lock_guard lock(mutex_);
+  report_.shape = shape;
+  if (outcome == Outcome::NoPicture) return;
+  if (outcome == Outcome::Picture) {
+    ++report_.decoded;
+  } else {
+    ++report_.held;
+  }
+  if (!isStreaming(report_.status.state)) return;  // the connection is lost meanwhile
+  switch (outcome) {
+    case Outcome::Picture:
+      report_.status = makeStatus(LiveState::Live);
+      break;
+    case Outcome::NoSets:
+      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::NoKeyFrame,
+                                  "no key frame has come yet");
+      break;
+    case Outcome::Damaged:
+      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::Undecodable,
+                                  "the frames that come can't be decoded");
+      break;
+    default:
+      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::PicturesOutOfOrder,
+                                  "frames are missing between those that came");
+  }
+}
+
+}  // namespace quorvid

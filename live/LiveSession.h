@@ -1,0 +1,94 @@
+// LiveSession: one stream from play() to stop(): a thread that receives, one that decodes, and what
+// lies between them and the view.
+//
+//   receiving thread        FrameQueue         decoding thread         host's thread
+//   worker -> frame ----------------------->  StreamDecoder  ------>  takePicture()
+//        \------------ status, figures (one mutex) ------------------> status(), figures()
+//
+// Both threads hold the session, so nobody waits for them: end() asks them to end and returns. No
+// lock is held while a decoder, a worker or the wake handler runs.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "connection/StreamObserver.h"
+#include "live/FrameQueue.h"
+#include "live/Picture.h"
+#include "live/StreamDecoder.h"
+#include "live/Wake.h"
+#include "quorvid/live/LiveStatus.h"
+
+namespace quorvid {
+
+// What the threads of a session tell. Times: seconds, steady clock; below 0: not yet.
+struct SessionReport {
+  LiveStatus status;      // as the worker and the decoder see it; nextTry is not set
+  double nextTryAt = -1;  // Reconnecting, Refused
+  double lastFrame = -1;  // arrival
+  bool isLate = false;    // pictures come, too old to be shown
+  bool hasEnded = false;  // the worker gave up; nothing more comes
+  StreamShape shape;
+  std::uint64_t received = 0, bytes = 0, decoded = 0, overwritten = 0, held = 0, lost = 0;
+  std::uint64_t attempts = 0;  // connections begun
+};
+
+class LiveSession : public StreamObserver, public std::enable_shared_from_this<LiveSession> {
+ public:
+  // Starts both threads. Failed with NoResources in report() when the system refuses one.
+  static std::shared_ptr<LiveSession> start(const LiveTarget& target, double mostLag,
+                                            std::shared_ptr<Wake> wake, bool hidden);
+
+  void end();
+  void setHidden(bool hidden) { queue_.setHidden(hidden); }
+  void setMostLag(double seconds) { mostLag_ = seconds; }
+  // The newest picture that was not taken yet.
+  std::optional<Picture> takePicture();
+  SessionReport report() const;
+
+ private:
+  LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake);
+  void receive();
+  void stopReceiving();
+  void fail(LiveReason reason, std::string sentence);
+  void decode();
+  void decodeFrame(StreamDecoder& decoder, Frame& frame);
+  void publish(Picture picture, bool isLate, bool isToBeShown);
+  void noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape);
+  void setStatus(LiveState state, LiveReason reason, std::string sentence);
+
+  static LiveReason reasonOf(StreamEvent event, std::int32_t detail);
+  std::string sentenceOf(StreamEvent event, std::int32_t detail) const;
+
+  // StreamObserver; on the receiving thread.
+  void told(StreamEvent event, std::int32_t detail) override;
+  void frameArrived(const std::uint8_t* bytes, std::size_t size) override;
+
+  const LiveTarget target_;
+  const std::shared_ptr<Wake> wake_;
+  std::atomic<double> mostLag_;
+  std::uint8_t cancel_ = 0;  // the worker's stop flag
+  FrameQueue queue_;
+  mutable std::mutex mutex_;  // guards what follows
+  SessionReport report_;
+  std::optional<Picture> ready_;
+  std::uint64_t taken_ = 0;  // how often the host's thread asked
+};
+
+inline LiveStatus makeStatus(LiveState state, LiveReason reason = LiveReason::None,
+                             std::string sentence = {}) {
+  LiveStatus status;
+  status.state = state;
+  status.reason = reason;
+  status.sentence = std::move(sentence);
+  return status;
+}
+
+// Why the target can't be played; empty when it can.
+std::string refusalOf(const LiveTarget& target);
+
+}  // namespace quorvid

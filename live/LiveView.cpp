@@ -1,0 +1,174 @@
+#include "quorvid/live/LiveView.h"
+
+#include <cmath>
+#include <exception>
+#include <thread>
+#include <utility>
+
+#include "base/Clock.h"
+#include "live/LivePlayer.h"
+#include "live/PictureLayer.h"
+#include "port/PictureRgb.h"
+#include "quorvid/base/Log.h"
+#include "quorvid/view/RunLoop.h"
+
+namespace quorvid {
+
+struct LiveView::State {
+  explicit State(const LiveOptions& options)
+      : wake(std::make_shared<Wake>()), player(options, wake) {}
+
+  void turn(LiveView& view);
+  void draw(LiveView& view, double now);
+  void tell(double now);
+  bool isOwnThread();
+
+  const std::thread::id thread = std::this_thread::get_id();
+  bool saidWrongThread = false;
+  std::shared_ptr<Wake> wake;
+  LivePlayer player;
+  std::unique_ptr<PictureLayer> layer;
+  std::shared_ptr<CADisplayLink> link;
+  std::function<void(const LiveStatus&)> handler;
+  LiveStatus told;
+};
+
+std::shared_ptr<LiveView> LiveView::initWithFrame(CGRect frame, const LiveOptions& options) {
+  struct View : LiveView {
+    explicit View(CGRect rectangle) : LiveView(rectangle) {}
+  };
+  try {
+    const std::shared_ptr<LiveView> view = std::make_shared<View>(frame);
+    view->state_ = std::make_unique<State>(options);
+    view->setBackgroundColor(UIColor::blackColor());
+    view->state_->layer = PictureLayer::make(*view->layer());
+    if (view->state_->layer == nullptr) return nullptr;
+    const std::weak_ptr<UIView> weak = view;
+    view->state_->link = CADisplayLink::displayLinkWithTarget([weak] {
+      if (const auto self = std::static_pointer_cast<LiveView>(weak.lock())) {
+        self->state_->turn(*self);
+      }
+    });
+    view->state_->link->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);
+    return view;
+  } catch (const std::exception& error) {
+    logMessage("LiveView: not created: %s", error.what());
+    return nullptr;
+  }
+}
+
+LiveView::LiveView(CGRect frame) : UIView(frame) {}
+
+LiveView::~LiveView() {
+  if (state_ == nullptr) return;
+  state_->wake->setHandler({});
+  if (state_->link != nullptr) state_->link->invalidate();
+}
+
+void LiveView::State::turn(LiveView& view) {
+  wake->clear();
+  const double now = steadySeconds();
+  draw(view, now);
+  tell(now);  // last: the handler may let the view go
+}
+
+void LiveView::State::draw(LiveView& view, double now) {
+  auto picture = player.turn(now);
+  layer->place(view.bounds(), player.options().shape);
+  if (picture) {
+    const double arrival = picture->arrival;
+    layer->show(std::move(*picture));
+    player.pictureShown(steadySeconds(), arrival);
+  } else if (player.options().greyWhenStill) {
+    layer->setGrey(player.status(now).state != LiveState::Live);
+  }
+}
+
+void LiveView::State::tell(double now) {
+  const LiveStatus status = player.status(now);
+  if (status == told) return;
+  told = status;
+  if (const auto call = handler) call(status);
+}
+
+bool LiveView::State::isOwnThread() {
+  const bool isOwn = std::this_thread::get_id() == thread;
+  if (!isOwn && !std::exchange(saidWrongThread, true)) {
+    logMessage("LiveView: called on another thread than the one that made it; ignored");
+  }
+  return isOwn;
+}
+
+bool LiveView::connect(const LiveTarget& target) {
+  return state_->isOwnThread() && state_->player.connect(target);
+}
+
+bool LiveView::play() {
+  return state_->isOwnThread() && state_->player.play();
+}
+
+void LiveView::stop() {
+  if (state_->isOwnThread()) state_->player.stop();
+}
+
+void LiveView::restart() {
+  if (state_->isOwnThread()) state_->player.restart();
+}
+
+bool LiveView::isPlaying() const {
+  return state_->player.isPlaying();
+}
+
+const LiveTarget& LiveView::target() const {
+  return state_->player.target();
+}
+
+void LiveView::setVisible(bool visible) {
+  if (state_->isOwnThread()) state_->player.setVisible(visible);
+}
+
+bool LiveView::isVisible() const {
+  return state_->player.isVisible();
+}
+
+void LiveView::setOptions(const LiveOptions& options) {
+  if (state_->isOwnThread()) state_->player.setOptions(options);
+}
+
+const LiveOptions& LiveView::options() const {
+  return state_->player.options();
+}
+
+LiveStatus LiveView::status() const {
+  return state_->player.status(steadySeconds());
+}
+
+LiveFigures LiveView::figures() const {
+  return state_->player.figures(steadySeconds());
+}
+
+void LiveView::setStatusHandler(std::function<void(const LiveStatus&)> handler) {
+  if (state_->isOwnThread()) state_->handler = std::move(handler);
+}
+
+int LiveView::descriptor() const {
+  return state_->wake->descriptor();
+}
+
+void LiveView::setWakeHandler(std::function<void()> handler) {
+  state_->wake->setHandler(std::move(handler));
+}
+
+std::optional<LivePicture> LiveView::snapshot() const {
+  const Picture& last = state_->layer->last();
+  if (last.buffer == nullptr) return std::nullopt;
+  LivePicture picture;
+  picture.height = last.shape.height;
+  picture.width = static_cast<int>(std::lround(last.shape.height * last.shape.ratio));
+  if (!convertToRgb(last.buffer.get(), picture.width, picture.height, picture.rgb)) {
+    return std::nullopt;
+  }
+  return picture;
+}
+
+}  // namespace quorvid

@@ -1,0 +1,30 @@
+// PicturePtr: a reference to a decoded picture. Picture: one with what the view has to know of it.
+#pragma once
+
+#include <memory>
+#include <type_traits>
+
+#include "quorvid/base/PixelBuffer.h"
+
+namespace quorvid {
+
+struct PictureRelease {
+  void operator()(CVPixelBufferRef picture) const { CVPixelBufferRelease(picture); }
+};
+using PicturePtr = std::unique_ptr<std::remove_pointer_t<CVPixelBufferRef>, PictureRelease>;
+
+// The stream's own size and shape, as its parameter set states them.
+struct StreamShape {
+  int width = 0, height = 0;
+  double ratio = 0;  // width / height where it is shown
+
+  friend bool operator==(const StreamShape&, const StreamShape&) = default;
+};
+
+struct Picture {
+  PicturePtr buffer;
+  double arrival = 0;  // of its frame; seconds, steady clock
+  StreamShape shape;
+};
+
+}  // namespace quorvid

@@ -1,0 +1,99 @@
+#include "live/PictureLayer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace quorvid {
+namespace {
+
+constexpr int kNoColour = 128;
+
+bool same(CGRect a, CGRect b) {
+  return a.origin.x == b.origin.x && a.origin.y == b.origin.y && a.size.width == b.size.width &&
+         a.size.height == b.size.height;
+}
+
+// A copy without colour; null when memory is short.
+PicturePtr greyCopyOf(CVPixelBufferRef picture) {
+  CVPixelBufferRef made = nullptr;
+  if (CVPixelBufferCreate(CVPixelBufferGetWidth(picture), CVPixelBufferGetHeight(picture),
+                          CVPixelBufferGetPixelFormatType(picture), 0, &made) != kCVReturnSuccess) {
+    return nullptr;
+  }
+  PicturePtr grey(made);
+  const std::size_t bytes = CVPixelBufferGetWidthOfPlane(picture, 0);
+  for (std::size_t y = 0; y < CVPixelBufferGetHeight(picture); ++y) {
+    std::memcpy(CVPixelBufferGetBaseAddressOfPlane(made, 0) +
+                    y * CVPixelBufferGetBytesPerRowOfPlane(made, 0),
+                CVPixelBufferGetBaseAddressOfPlane(picture, 0) +
+                    y * CVPixelBufferGetBytesPerRowOfPlane(picture, 0),
+                bytes);
+  }
+  std::memset(CVPixelBufferGetBaseAddressOfPlane(made, 1), kNoColour,
+              CVPixelBufferGetBytesPerRowOfPlane(made, 1) * CVPixelBufferGetHeightOfPlane(made, 1));
+  CVBufferSetAttachment(made, kCVImageBufferYCbCrMatrixKey,
+                        CVBufferGetAttachment(picture, kCVImageBufferYCbCrMatrixKey));
+  return grey;
+}
+
+}  // namespace
+
+std::unique_ptr<PictureLayer> PictureLayer::make(CALayer& parent) {
+  std::shared_ptr<AAPLEAGLLayer> layer = AAPLEAGLLayer::initWithFrame(parent.bounds());
+  if (layer == nullptr) return nullptr;
+  layer->setBackgroundColor(UIColor::blackColor().CGColor());
+  parent.addSublayer(layer);
+  std::unique_ptr<PictureLayer> made(new PictureLayer(std::move(layer)));
+  made->bounds_ = made->placed_ = parent.bounds();
+  made->scale_ = made->layer_->contentsScale();
+  return made;
+}
+
+PictureLayer::~PictureLayer() {
+  layer_->removeFromSuperlayer();
+}
+
+void PictureLayer::show(Picture picture) {
+  const bool reshaped = !(picture.shape == last_.shape);
+  last_ = std::move(picture);
+  grey_ = false;
+  if (reshaped) place(bounds_, shape_);
+  draw();
+}
+
+void PictureLayer::place(CGRect bounds, double shape) {
+  bounds_ = bounds;
+  shape_ = shape;
+  const CGRect wanted = rectangle();
+  if (same(wanted, placed_) && scale_ == layer_->contentsScale()) return;
+  placed_ = wanted;
+  scale_ = layer_->contentsScale();
+  layer_->setFrame(wanted);
+  layer_->resetRenderBuffer();
+  draw();
+}
+
+CGRect PictureLayer::rectangle() const {
+  const double ratio = shape_ > 0 ? shape_ : last_.shape.ratio;
+  if (shape_ < 0 || ratio <= 0) return bounds_;
+  return AVMakeRectWithAspectRatioInsideRect({ratio, 1}, bounds_);
+}
+
+void PictureLayer::setGrey(bool grey) {
+  if (std::exchange(grey_, grey) != grey) draw();
+}
+
+// The layer fits a picture's shape into its frame; a frame of the picture's own shape is filled.
+void PictureLayer::draw() {
+  if (last_.buffer == nullptr) return;
+  const PicturePtr grey = grey_ ? greyCopyOf(last_.buffer.get()) : nullptr;
+  CVPixelBufferRef const shown = grey != nullptr ? grey.get() : last_.buffer.get();
+  layer_->setFrame(CGRectMake(placed_.origin.x, placed_.origin.y,
+                              static_cast<double>(CVPixelBufferGetWidth(shown)),
+                              static_cast<double>(CVPixelBufferGetHeight(shown))));
+  layer_->setPixelBuffer(shown);
+  layer_->setFrame(placed_);
+}
+
+}  // namespace quorvid

@@ -1,0 +1,187 @@
+// What a session's receiving thread does: it runs the worker of the target's path and keeps what
+// that tells.
+#include <netdb.h>
+
+#include <cstring>
+#include <ctime>
+
+#include "base/Clock.h"
+#include "base/LogQuiet.h"
+#include "live/LiveSession.h"
+#include "quorvid/connection/VehicleConnection.h"
+
+namespace quorvid {
+namespace {
+
+constexpr int kCommandPort = 80;  // the workers keep it without using it
+constexpr int kLastChannel = 7;
+
+// The account, a hyphen and the last 8 digits of the time: tells one session from the next.
+std::string tokenOf(const LiveTarget& target) {
+  const std::string seconds = std::to_string(std::time(nullptr));
+  return target.account + "-" + seconds.substr(seconds.size() > 8 ? seconds.size() - 8 : 0);
+}
+
+VideoCall callOf(const LiveTarget& target, const std::string& token, std::uint8_t* cancel) {
+  VideoCall call{};
+  call.host = target.host.c_str();
+  call.mediaPort = target.port;
+  call.cmdPort = kCommandPort;
+  call.channel = target.channel;
+  call.acc = target.account.c_str();
+  call.pwd = target.password.c_str();
+  call.isCancel = cancel;
+  call.timestamp = token.c_str();
+  call.carId = target.device.c_str();
+  return call;
+}
+
+std::string withError(const std::string& what, int error) {
+  return error == 0 ? what : what + ": " + std::strerror(error);
+}
+
+std::string serverOf(const LiveTarget& target) {
+  return target.host + ":" + std::to_string(target.port);
+}
+
+bool holdsZero(const LiveTarget& target) {
+  for (const std::string* text :
+       {&target.host, &target.account, &target.password, &target.device}) {
+    if (text->find('\0') != std::string::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::string refusalOf(const LiveTarget& target) {
+  if (holdsZero(target)) return "a text of the target contains a zero byte";
+  if (target.device.empty()) return "no device is given";
+  if (target.channel < 0 || target.channel > kLastChannel) {
+    return "the channel is not from 0 to " + std::to_string(kLastChannel);
+  }
+  const std::string token = tokenOf(target);
+  const VideoCall call = callOf(target, token, nullptr);
+  return target.path == LivePath::Fleet ? refusalOfFleet(call) : refusalOfCar(call);
+}
+
+// A relay look-up, which can't be cancelled before it has a connection, is not begun in vain.
+void LiveSession::receive() {
+  const LogQuiet quiet;
+  if (std::atomic_ref(cancel_).load(std::memory_order_acquire) != 0) return;
+  const std::string token = tokenOf(target_);
+  const VideoCall call = callOf(target_, token, &cancel_);
+  std::int32_t result = 0;
+  if (target_.path == LivePath::Fleet) {
+    result = runFleetVideo(call, this);
+  } else if (target_.path == LivePath::Car) {
+    result = runCarVideo(call, this);
+  } else {
+    result = runRelayVideo(call, this);
+  }
+  if (result == 0) return;
+  std::unique_lock lock(mutex_);
+  report_.hasEnded = true;
+  if (report_.status.reason != LiveReason::None) return;
+  lock.unlock();
+  fail(LiveReason::NoResources, "there is no memory for the stream");
+}
+
+void LiveSession::stopReceiving() {
+  CancelVideoSource(&cancel_);
+}
+
+void LiveSession::fail(LiveReason reason, std::string sentence) {
+  setStatus(LiveState::Reconnecting, reason, std::move(sentence));
+  const std::lock_guard lock(mutex_);
+  report_.hasEnded = true;
+}
+
+void LiveSession::frameArrived(const std::uint8_t* bytes, std::size_t size) {
+  const double now = steadySeconds();
+  {
+    const std::lock_guard lock(mutex_);
+    ++report_.received;
+    report_.bytes += size;
+    report_.lastFrame = now;
+  }
+  queue_.push(makeFrame({bytes, size}, now));
+}
+
+void LiveSession::told(StreamEvent event, std::int32_t detail) {
+  const std::string server = serverOf(target_);
+  switch (event) {
+    case StreamEvent::Resolving: {
+      const std::lock_guard lock(mutex_);
+      ++report_.attempts;
+      report_.nextTryAt = -1;
+      report_.status = makeStatus(LiveState::Resolving);
+      break;
+    }
+    case StreamEvent::Connecting:
+      return setStatus(LiveState::Connecting, LiveReason::None, {});
+    case StreamEvent::Connected:
+    case StreamEvent::Accepted:
+      return setStatus(LiveState::WaitingForKeyFrame, LiveReason::None, {});
+    case StreamEvent::RelayFound:
+      return setStatus(LiveState::Connecting, LiveReason::None, {});
+    case StreamEvent::Refused:
+      setStatus(LiveState::Refused, LiveReason::RefusedByServer,
+                server + " refused the stream with status " + std::to_string(detail));
+      break;
+    case StreamEvent::Pausing:
+      break;
+    default:
+      setStatus(LiveState::Reconnecting, reasonOf(event, detail), sentenceOf(event, detail));
+  }
+  const std::lock_guard lock(mutex_);
+  if (event == StreamEvent::Refused) report_.status.answerStatus = detail;
+  if (event == StreamEvent::Pausing) report_.nextTryAt = steadySeconds() + detail / 1000.0;
+}
+
+LiveReason LiveSession::reasonOf(StreamEvent event, std::int32_t detail) {
+  switch (event) {
+    case StreamEvent::Unresolved:
+      return LiveReason::NameNotFound;
+    case StreamEvent::Unreachable:
+      if (detail == ECONNREFUSED) return LiveReason::ConnectionRefused;
+      return detail == EMFILE || detail == ENFILE || detail == ENOMEM ? LiveReason::NoResources
+                                                                      : LiveReason::Unreachable;
+    case StreamEvent::NoRelay:
+      return LiveReason::NoRelay;
+    case StreamEvent::Silent:
+      return LiveReason::Silent;
+    case StreamEvent::UnknownKind:
+    case StreamEvent::WrongLength:
+      return LiveReason::BrokenStream;
+    default:
+      return LiveReason::ConnectionLost;
+  }
+}
+
+std::string LiveSession::sentenceOf(StreamEvent event, std::int32_t detail) const {
+  const std::string server = serverOf(target_);
+  switch (event) {
+    case StreamEvent::Unresolved:
+      return "the name " + target_.host + " is not found (" + hstrerror(detail) + ")";
+    case StreamEvent::Unreachable:
+      if (detail == ECONNREFUSED) return "nothing listens at " + server;
+      return withError("no connection to " + server, detail);
+    case StreamEvent::NoRelay:
+      return server + " named no relay for device " + target_.device;
+    case StreamEvent::Unsent:
+      return withError("the request to " + server + " was not sent", detail);
+    case StreamEvent::Closed:
+      return server + " closed the connection";
+    case StreamEvent::Silent:
+      return server + " sent nothing for 10 s";
+    case StreamEvent::UnknownKind:
+      return server + " sent a packet of unknown kind " + std::to_string(detail);
+    case StreamEvent::WrongLength:
+      return server + " sent an impossible length, " + std::to_string(detail);
+    default:
+      return withError("the connection to " + server + " is lost", detail);
+  }
+}
+
+}  // namespace quorvid

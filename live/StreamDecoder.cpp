@@ -1,0 +1,87 @@
+#include "live/StreamDecoder.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/Clock.h"
+
+namespace quorvid {
+namespace {
+
+constexpr double kSecondsBetweenDecoders = 1;
+
+using h264::UnitType;
+
+// The frame's last unit of that type, without the zeros that fill its place; empty: it has none.
+h264::ByteView lastOf(const Frame& frame, UnitType type) {
+  h264::ByteView found;
+  for (const h264::Unit& unit : frame.units) {
+    if (unit.type == type) found = h264::withoutPadding(unit.in(frame.bytes));
+  }
+  return found;
+}
+
+bool same(const h264::Bytes& one, h264::ByteView other) {
+  return std::equal(one.begin(), one.end(), other.begin(), other.end());
+}
+
+}  // namespace
+
+// Keeps the picture that the decoder hands out before it returns.
+class StreamDecoder::Catcher : public H264HwDecoderImplDelegate {
+ public:
+  void displayDecodedFrame(CVPixelBufferRef picture) override { caught.reset(picture); }
+  PicturePtr caught;
+};
+
+StreamDecoder::StreamDecoder() : catcher_(std::make_shared<Catcher>()) {}
+
+StreamDecoder::Outcome StreamDecoder::decode(Frame& frame, PicturePtr& picture) {
+  const bool setsFit = takeSets(frame);
+  isForeign_ = frame.isKey ? !setsFit : isForeign_ || !setsFit;
+  if (isForeign_) return Outcome::SetsTooOften;
+  if (decoder_ == nullptr) return Outcome::NoSets;
+  // Everything from the first unit of the picture on is one: a picture in several slices must reach
+  // the decoder whole, with the messages in front of it.
+  const auto first = std::find_if(frame.units.begin(), frame.units.end(), [](const auto& unit) {
+    return unit.type == UnitType::Slice || unit.type == UnitType::KeySlice ||
+           unit.type == UnitType::Sei;
+  });
+  if (first == frame.units.end()) return Outcome::NoPicture;
+  catcher_->caught.reset();
+  const std::uint64_t heldBefore = decoder_->heldUnits();
+  feed(frame, *first, frame.bytes.size());
+  picture = std::move(catcher_->caught);
+  if (picture != nullptr) return Outcome::Picture;
+  return decoder_->heldUnits() != heldBefore ? Outcome::Held : Outcome::Damaged;
+}
+
+// False: the sets are new ones, too early.
+bool StreamDecoder::takeSets(const Frame& frame) {
+  const h264::ByteView sps = lastOf(frame, UnitType::Sps), pps = lastOf(frame, UnitType::Pps);
+  const bool changed = (!sps.empty() && !same(sps_, sps)) || (!pps.empty() && !same(pps_, pps));
+  if (!changed || (decoder_ == nullptr && sps.empty())) return true;
+  const double now = steadySeconds();
+  if (made_ >= 0 && now - made_ < kSecondsBetweenDecoders) return false;
+  made_ = now;
+  if (!sps.empty()) sps_.assign(sps.begin(), sps.end());
+  if (!pps.empty()) pps_.assign(pps.begin(), pps.end());
+  stream_ = h264::peekSps(sps_);
+  decoder_ = H264HwDecoderImpl::init();
+  decoder_->setDelegate(catcher_);
+  for (const h264::Bytes* set : {&sps_, &pps_}) {
+    if (set->empty()) continue;
+    std::vector<char> unit(4);
+    unit.insert(unit.end(), set->begin(), set->end());
+    decoder_->decodeNalu(unit.data(), static_cast<std::uint32_t>(unit.size()));
+  }
+  return true;
+}
+
+// The decoder writes over the 4 bytes before the unit's header.
+void StreamDecoder::feed(Frame& frame, const h264::Unit& unit, std::size_t end) {
+  char* const start = reinterpret_cast<char*>(frame.bytes.data()) + unit.header - 4;
+  decoder_->decodeNalu(start, static_cast<std::uint32_t>(end - (unit.header - 4)));
+}
+
+}  // namespace quorvid

@@ -1,0 +1,49 @@
+// StreamDecoder: makes pictures of one stream's frames. One thread; it blocks for as long as
+// decoding takes.
+//
+// A frame's parameter sets tell whether the stream is still the one that the decoder was made for:
+// another size or camera gets a new decoder, at most one a second, because a server may alternate
+// its sets and each decoder costs memory and time.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "h264/Sps.h"
+#include "live/FrameQueue.h"
+#include "live/Picture.h"
+#include "quorvid/decoder/H264HwDecoderImpl.h"
+
+namespace quorvid {
+
+class StreamDecoder {
+ public:
+  enum class Outcome : std::uint8_t {
+    Picture,
+    Held,          // built on frames that are lost, or none to begin with
+    Damaged,       // nothing can be made of it
+    NoSets,        // no parameter sets came yet
+    SetsTooOften,  // new parameter sets within a second of the last new ones
+    NoPicture,     // holds no slice
+  };
+
+  StreamDecoder();
+  // picture is set when the outcome is Picture.
+  Outcome decode(Frame& frame, PicturePtr& picture);
+  // What the stream's parameter set states; nothing before the first.
+  const std::optional<h264::Sps>& stream() const { return stream_; }
+
+ private:
+  class Catcher;
+  bool takeSets(const Frame& frame);
+  void feed(Frame& frame, const h264::Unit& unit, std::size_t end);
+
+  std::shared_ptr<Catcher> catcher_;
+  std::shared_ptr<H264HwDecoderImpl> decoder_;
+  h264::Bytes sps_, pps_;  // of the decoder
+  std::optional<h264::Sps> stream_;
+  double made_ = -1;        // when the decoder was
+  bool isForeign_ = false;  // frames since belong to sets that were not taken
+};
+
+}  // namespace quorvid

@@ -1,0 +1,40 @@
+#include "live/Wake.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace quorvid {
+
+Wake::Wake() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+Wake::~Wake() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+void Wake::setHandler(std::function<void()> handler) {
+  auto kept = handler ? std::make_shared<const std::function<void()>>(std::move(handler)) : nullptr;
+  const std::lock_guard lock(mutex_);
+  handler_.swap(kept);
+}
+
+void Wake::signal() {
+  std::shared_ptr<const std::function<void()>> handler;
+  {
+    const std::lock_guard lock(mutex_);
+    if (std::exchange(isSet_, true)) return;
+    if (descriptor_ >= 0) eventfd_write(descriptor_, 1);
+    handler = handler_;
+  }
+  if (handler) (*handler)();
+}
+
+bool Wake::clear() {
+  const std::lock_guard lock(mutex_);
+  eventfd_t count = 0;
+  if (isSet_ && descriptor_ >= 0) eventfd_read(descriptor_, &count);
+  return std::exchange(isSet_, false);
+}
+
+}  // namespace quorvid
