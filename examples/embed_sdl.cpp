@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "quorvid/session/UIFleetLiveView.h"
+#include "quorvid/live/LiveView.h"
 #include "quorvid/view/ViewHost.h"
 
 namespace {
@@ -52,8 +52,7 @@ bool parse(int argc, char** argv, Options& options) {
       return false;
     }
   }
-  // The library ends the process over an identifier of more than 31 bytes.
-  return options.port > 0 && options.port < 65536 && options.device.size() < 32;
+  return true;
 }
 
 // EGL on X11 too: views and window then share what they draw, without a copy through memory.
@@ -69,19 +68,24 @@ SDL_Window* openWindow(bool headless) {
                           SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI);
 }
 
-std::shared_ptr<quorvid::UIFleetLiveView> addView(quorvid::ViewHost& views, const Options& options,
-                                                  int channel, Size window) {
-  // A container places the view; the view itself begins at zero.
+std::shared_ptr<quorvid::LiveView> addView(quorvid::ViewHost& views, const Options& options,
+                                           int channel, Size window) {
   const double width = (window.width - 3.0 * kGap) / 2;
   const double height = window.height - 2.0 * kGap;
-  auto container = quorvid::UIView::initWithFrame(
+  auto view = quorvid::LiveView::initWithFrame(
       quorvid::CGRectMake(kGap + channel * (width + kGap), kGap, width, height));
-  auto view = quorvid::UIFleetLiveView::initWithFrame(quorvid::CGRectMake(0, 0, width, height));
   if (view == nullptr) return nullptr;
-  container->addSubview(view);
-  views.contentView()->addSubview(container);
-  view->setConnectionParm(options.host, options.port, channel, "demo", "", options.device);
-  view->playVideo();
+  views.contentView()->addSubview(view);
+  view->setStatusHandler([channel](const quorvid::LiveStatus& status) {
+    std::fprintf(stderr, "Channel %d: %s %s\n", channel, nameOf(status.state),
+                 status.sentence.c_str());
+  });
+  quorvid::LiveTarget target;
+  target.host = options.host;
+  target.port = options.port;
+  target.device = options.device;
+  target.channel = channel;
+  view->connect(target);
   return view;
 }
 
@@ -131,7 +135,7 @@ int show(SDL_Window* window, const Options& options) {
   SDL_GetWindowSize(window, &points.width, &points.height);
   SDL_GL_GetDrawableSize(window, &pixels.width, &pixels.height);
   views->resize(points.width, points.height, static_cast<double>(pixels.width) / points.width);
-  std::vector<std::shared_ptr<quorvid::UIFleetLiveView>> live;
+  std::vector<std::shared_ptr<quorvid::LiveView>> live;
   for (const int channel : {0, 1}) {
     live.push_back(addView(*views, options, channel, points));
     if (live.back() == nullptr) {
@@ -158,8 +162,7 @@ int show(SDL_Window* window, const Options& options) {
 
   bool allShown = true;
   for (const auto& view : live) {
-    allShown = allShown && view->playLayer()->pixelBuffer() != nullptr;
-    view->stopVideo();
+    allShown = allShown && view->figures().shown > 0;
   }
   views->release();
   std::fprintf(stderr, "%s\n", allShown ? "Both views showed pictures." : "A view stayed empty.");
