@@ -130,7 +130,7 @@ LiveStatus LivePlayer::status(double now) const {
     status.nextTry = std::max(0.0, report.nextTryAt - now);
   } else if (isConnected(status.state) && watch_.isStalled(now)) {
     return stalledStatus(report, now);
-  } else if (report.isLate) {
+  } else if (isConnected(status.state) && report.isLate) {
     status = makeStatus(LiveState::Late, LiveReason::TooSlow, "decoding doesn't keep pace");
   }
   return status;
