@@ -72,7 +72,7 @@ void LivePlayer::endSession() {
   before_.held += last.held;
   before_.lost += last.lost;
   before_.attempts += last.attempts;
-  before_.shape = last.shape;
+  if (last.shape.width > 0) before_.shape = last.shape;
 }
 
 void LivePlayer::setVisible(bool visible) {

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <mutex>
 #include <string_view>
-#include <utility>
 
 #include "apps/common/Failure.h"
 #include "apps/common/Terminal.h"
@@ -49,12 +48,9 @@ struct LogFilter::State {
   std::mutex mutex;
   std::uint64_t count = 0;
   std::string last;
-  std::string refusal;
 };
 
 namespace {
-
-constexpr std::string_view kThreadRefused = "Thread: not started";
 
 bool isPerUnitLine(std::string_view message) {
   return message.starts_with("=====") || message.starts_with("type:");
@@ -69,10 +65,6 @@ LogFilter::LogFilter(bool verbose) : state_(std::make_shared<State>()) {
       const std::lock_guard lock(state->mutex);
       ++state->count;
       state->last = message;
-      if (message.starts_with(kThreadRefused)) {
-        state->refusal = "can't start a thread";
-        state->refusal += message.substr(kThreadRefused.size());
-      }
     }
   });
 }
@@ -89,11 +81,6 @@ std::uint64_t LogFilter::messageCount() const {
 std::string LogFilter::lastMessage() const {
   const std::lock_guard lock(state_->mutex);
   return state_->last;
-}
-
-std::string LogFilter::takeThreadRefusal() {
-  const std::lock_guard lock(state_->mutex);
-  return std::exchange(state_->refusal, {});
 }
 
 }  // namespace quorvid::app

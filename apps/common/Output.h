@@ -42,8 +42,6 @@ class LogFilter {
   // Messages beside the per-unit lines, and the last of them.
   std::uint64_t messageCount() const;
   std::string lastMessage() const;
-  // Why the system refused the library a thread since the last call; empty when it did not.
-  std::string takeThreadRefusal();
 
  private:
   struct State;

@@ -88,11 +88,6 @@ bool StallWatch::restartDue(double now) {
   return true;
 }
 
-void StallWatch::restartedByHand(double now) {
-  pause_ = stallAfter_;
-  nextRestart_ = now + stallAfter_;
-}
-
 std::optional<PixelSize> sizeOfSps(h264::ByteView sps) {
   const auto fields = h264::peekSps(sps);
   const std::int64_t width = fields ? fields->displayedWidth() : 0;

@@ -73,8 +73,6 @@ class StallWatch {
   void pictureArrived(double now);
   // True when a restart is due; the next one is put off by the next pause.
   bool restartDue(double now);
-  // The stream was started anew by hand: pauses begin anew, the stall stays until a picture comes.
-  void restartedByHand(double now);
 
   bool isStalled(double now) const { return now - lastPicture_ >= stallAfter_; }
   // Seconds since the last picture, or since the start.

@@ -79,6 +79,19 @@ PixelSize parseSize(const std::string& text) {
       fmt::format("the size must be given as WxH with 16 to 8192 pixels each, not '{}'", text));
 }
 
+double parseAspect(const std::string& text) {
+  if (text == "stream") return 0;
+  if (text == "fill") return -1;
+  const std::size_t colon = std::min(text.find(':'), text.size());
+  const std::string_view sides = text;
+  const auto width = number(sides.substr(0, colon), 1, 9999);
+  const auto height = number(sides.substr(std::min(colon + 1, text.size())), 1, 9999);
+  const double ratio = width && height ? static_cast<double>(*width) / *height : 0;
+  if (ratio >= 0.1 && ratio <= 10) return ratio;
+  throw Failure(
+      fmt::format("the aspect must be stream, fill, or W:H from 1:10 to 10:1, not '{}'", text));
+}
+
 std::int64_t parseFileLimit(const std::string& text) {
   constexpr std::int64_t kLeast = 64 << 10;
   constexpr std::int64_t kMost = std::int64_t{1} << 50;

@@ -17,6 +17,8 @@ Endpoint parseEndpoint(const std::string& text);
 std::vector<int> parseChannels(const std::string& text);
 // "WxH": 16 to 8192 pixels each.
 PixelSize parseSize(const std::string& text);
+// "stream": 0, "fill": -1, "W:H": their ratio, from 0.1 to 10.
+double parseAspect(const std::string& text);
 // "N", "NK", "NM", "NG": bytes, the letters standing for powers of 1024; 64K to 1048576G. 0 for an
 // empty text.
 std::int64_t parseFileLimit(const std::string& text);

@@ -65,6 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"MissingChannel", view({"--channel", "1,"}), "from 0 to 7"},
         Refusal{"ChannelTwice", view({"--channel", "1,1"}), "twice"},
         Refusal{"Size", view({"--size", "640x"}), "WxH"},
+        Refusal{"Aspect", view({"--aspect", "4:0"}), "the aspect must be"},
         Refusal{"PasswordFile", view({"--password-file", "/nowhere"}), "No such file"},
         Refusal{"SnapshotFolder", view({"--snapshot", "/nowhere/a.png"}), "can't write"},
         Refusal{"Path", view({"--path", "train"}), "--path: train not in {car,fleet,relay}"},

@@ -31,14 +31,6 @@ TEST(StallWatch, APictureEndsTheStallAndBeginsThePausesAnew) {
   EXPECT_EQ(restarts(watch, 112, 123), (std::vector{117, 122}));
 }
 
-TEST(StallWatch, ARestartByHandPutsOffTheNextButDoesNotHideTheStall) {
-  StallWatch watch(5, 0);
-  EXPECT_EQ(restarts(watch, 0, 15), (std::vector{5, 10}));
-  watch.restartedByHand(15);
-  EXPECT_TRUE(watch.isStalled(15));
-  EXPECT_EQ(restarts(watch, 15, 26), (std::vector{20, 25}));
-}
-
 TEST(StallWatch, PausesAreNeverShorterThanALongPatience) {
   StallWatch watch(60, 0);
   EXPECT_EQ(restarts(watch, 0, 200), (std::vector{60, 120, 180}));

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "apps/Command.h"
 #include "sim/SimProcess.h"
@@ -85,27 +86,37 @@ TEST(View, TilesSeveralChannelsAndReportsEach) {
   SimProcess sim({"--channels", "2"});
   const std::string file = freshFile("tiles.png");
   Command command(view(sim.port("fleet"), {"--channel", "0,1,5", "--size", "640x480", "--seconds",
-                                           "4", "--json", "--snapshot", file}));
+                                           "4.5", "--stats", "--snapshot", file}));
   ASSERT_EQ(command.wait(), 0) << command.errors();
-  const auto tiles = nlohmann::json::parse(command.output())["tiles"];
+  std::istringstream seconds(command.output());
+  std::string line;
+  ASSERT_TRUE(std::getline(seconds, line)) << "a line a second";
+  EXPECT_LT(nlohmann::json::parse(line)["seconds"], 3);
+  while (std::getline(seconds, line)) continue;
+  const auto tiles = nlohmann::json::parse(line)["tiles"];
   ASSERT_EQ(tiles.size(), 3U);
   EXPECT_GT(tiles[0]["pictures"], 0);
   EXPECT_GT(tiles[1]["pictures"], 0);
   EXPECT_EQ(tiles[2]["channel"], 5);
   EXPECT_EQ(tiles[2]["pictures"], 0);
+  EXPECT_EQ(tiles[0]["state"], "live");
+  EXPECT_EQ(tiles[0]["received"], tiles[0]["decoded"]);
+  EXPECT_GE(tiles[0]["lag_seconds"], 0);
   EXPECT_NE(command.errors().find("channel 5: no picture"), std::string::npos) << command.errors();
   const Picture picture = readPng(file);
   ASSERT_EQ(picture.width, 640U);
   EXPECT_GT(picture.contrast(0, 0, 318, 238), 100);
   EXPECT_GT(picture.contrast(322, 0, 640, 238), 100);
   EXPECT_EQ(picture.contrast(340, 260, 620, 460), 0) << "only three tiles";
+  EXPECT_EQ(picture.contrast(0, 244, 318, 460), 0) << "no picture";
+  EXPECT_GT(picture.contrast(0, 462, 318, 480), 100) << "but a line of text";
 }
 
 TEST(View, EndsInOrderOnASignal) {
   SimProcess sim({});
   const std::string file = freshFile("signal.png");
   Command command(view(sim.port("fleet"), {"--snapshot", file, "--verbose"}));
-  ASSERT_TRUE(command.says("type:1,")) << command.errors();
+  ASSERT_TRUE(command.says("channel 0: live")) << command.errors();
   command.signal(SIGTERM);
   EXPECT_EQ(command.wait(), 0);
   EXPECT_EQ(command.output().find("channel 0: "), 0U) << command.output();
@@ -139,9 +150,9 @@ TEST(View, ShowsPicturesOfAnotherSizeAfterARestart) {
     const std::string file = freshFile("size.png");
     auto sim = std::make_unique<SimProcess>(std::vector<std::string>{"--fps", "10"});
     const int port = sim->port(path);
-    Command command(view(port, {"--path", path, "--stall", "3", "--json", "--verbose", "--size",
+    Command command(view(port, {"--path", path, "--stall", "2", "--json", "--verbose", "--size",
                                 "640x480", "--snapshot", file}));
-    ASSERT_TRUE(command.says("type:1,")) << command.errors();
+    ASSERT_TRUE(command.says("channel 0: live")) << command.errors();
     sim.reset();
     sim = std::make_unique<SimProcess>(std::vector<std::string>{
         path == "car" ? "--car-port" : "--port", std::to_string(port), "--size", "704x576"});

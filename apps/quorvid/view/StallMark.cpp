@@ -8,30 +8,15 @@ namespace quorvid::app {
 namespace {
 
 constexpr UIColor kFrameColor{0.85F, 0.05F, 0.05F};
-constexpr UIColor kStripeColor{0.08F, 0.02F, 0.02F};
 
-void addBar(UIView& mark, CGRect frame, const UIColor& color) {
+void addBar(UIView& mark, CGRect frame) {
   const std::shared_ptr<UIView> bar = UIView::initWithFrame(frame);
-  bar->setBackgroundColor(color);
+  bar->setBackgroundColor(kFrameColor);
   mark.addSubview(bar);
 }
 
-void addStripes(UIView& mark, CGSize size) {
-  const CGFloat step = std::max<CGFloat>(8, std::round(size.height / 24));
-  const int stripes = static_cast<int>(std::ceil((size.height - step) / (2 * step)));
-  for (int stripe = 0; stripe < stripes; ++stripe) {
-    const CGFloat y = (2 * stripe + 1) * step;
-    addBar(mark, CGRectMake(0, y, size.width, std::min(step, size.height - y)), kStripeColor);
-  }
-}
-
-void addFrame(UIView& mark, CGSize size) {
-  const CGFloat shorter = std::min(size.width, size.height);
-  const CGFloat width = std::max<CGFloat>(4, std::round(shorter / 40));
-  addBar(mark, CGRectMake(0, 0, size.width, width), kFrameColor);
-  addBar(mark, CGRectMake(0, size.height - width, size.width, width), kFrameColor);
-  addBar(mark, CGRectMake(0, 0, width, size.height), kFrameColor);
-  addBar(mark, CGRectMake(size.width - width, 0, width, size.height), kFrameColor);
+CGFloat widthIn(CGSize size) {
+  return std::max<CGFloat>(4, std::round(std::min(size.width, size.height) / 40));
 }
 
 }  // namespace
@@ -40,8 +25,11 @@ void StallMark::show() {
   if (mark_) return;
   const CGSize size = container_->bounds().size;
   mark_ = UIView::initWithFrame(CGRect{{0, 0}, size});
-  addStripes(*mark_, size);
-  addFrame(*mark_, size);
+  const CGFloat width = widthIn(size);
+  addBar(*mark_, CGRectMake(0, 0, size.width, width));
+  addBar(*mark_, CGRectMake(0, size.height - width, size.width, width));
+  addBar(*mark_, CGRectMake(0, 0, width, size.height));
+  addBar(*mark_, CGRectMake(size.width - width, 0, width, size.height));
   container_->addSubview(mark_);
 }
 
@@ -57,6 +45,10 @@ void StallMark::resize() {
     hide();
     show();
   }
+}
+
+CGFloat StallMark::width() const {
+  return mark_ ? widthIn(container_->bounds().size) : 0;
 }
 
 }  // namespace quorvid::app

@@ -1,94 +1,225 @@
 #include "apps/quorvid/view/Tile.h"
 
-#include <cstdio>
-#include <limits>
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <utility>
 
 #include "apps/common/Deadline.h"
+#include "apps/common/Terminal.h"
+#include "apps/quorvid/view/Caption.h"
 
 namespace quorvid::app {
 
 namespace {
-constexpr double kPauseBetweenStreams = 0.5;  // seconds; lets the cancelled worker leave
+
+constexpr double kSecondsBetweenTexts = 1;
+// So long a restart waits for the view to know when the next one is due.
+constexpr double kSecondsToTell = 1;
+
+LiveTarget liveTargetOf(const StreamTarget& target) {
+  static constexpr LivePath kPaths[] = {LivePath::Fleet, LivePath::Car, LivePath::Relay};
+  LiveTarget live;
+  live.path = kPaths[static_cast<int>(target.path)];
+  live.host = target.server.host;
+  live.port = target.server.port;
+  live.account = target.account;
+  live.password = target.password;
+  live.device = target.device;
+  live.channel = target.channel;
+  return live;
 }
 
+// A state that is between two attempts of the same kind, whose reason still holds.
+bool isTryingAgain(LiveState state) {
+  return state == LiveState::Resolving || state == LiveState::Connecting;
+}
+
+// For states that have none of their own.
+std::string reasonOf(LiveState state, const LiveFigures& figures) {
+  if (state == LiveState::Resolving) return "the server's name is still looked up";
+  if (state == LiveState::Connecting) return "no answer to the connection attempt yet";
+  if (state == LiveState::Stopped) return "paused";
+  return figures.received == 0 ? "the server is connected and has sent nothing yet"
+                               : "no key frame has come yet";
+}
+
+}  // namespace
+
 std::unique_ptr<Tile> Tile::make(const StreamTarget& target, UIView& parent, CGRect frame,
-                                 double stallAfter) {
-  std::unique_ptr<Tile> tile(new Tile(target, frame, stallAfter, steadySeconds()));
+                                 const TileOptions& options) {
+  std::unique_ptr<Tile> tile(new Tile(target, parent, frame, options));
+  tile->view_ = LiveView::initWithFrame(CGRect{{0, 0}, frame.size}, options.live);
+  if (options.text) tile->strip_ = TextStrip::make(tile->container_);
+  if (!tile->view_ || (options.text && !tile->strip_)) return nullptr;
   Tile* const self = tile.get();
-  tile->player_ = makePlayer(target, frame.size,
-                             [self](const ShownPicture& picture) { self->pictureShown(picture); });
-  if (!tile->player_) return nullptr;
-  tile->container_->addSubview(tile->player_->view());
-  parent.addSubview(tile->container_);
+  self->view_->setStatusHandler([self](const LiveStatus& status) { self->statusChanged(status); });
+  self->container_->addSubview(self->view_);
+  if (self->strip_) self->strip_->place(0);
+  parent.addSubview(self->container_);
   return tile;
 }
 
-Tile::Tile(StreamTarget target, CGRect frame, double stallAfter, double now)
+Tile::Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions& options)
     : target_(std::move(target)),
+      options_(options),
+      parent_(parent),
       container_(UIView::initWithFrame(frame)),
       mark_(container_),
-      watch_(stallAfter, now),
-      meter_(now),
-      playDue_(now) {}
+      start_(steadySeconds()),
+      since_(start_) {}
+
+Tile::~Tile() {
+  if (view_) view_->setStatusHandler({});
+  container_->removeFromSuperview();
+}
+
+void Tile::play() {
+  since_ = steadySeconds();
+  begin();
+}
+
+void Tile::restart() {
+  view_->stop();
+  begin();
+  ++before_.restarts;
+  ++before_.reconnections;
+}
+
+// The view counts from zero then.
+void Tile::begin() {
+  before_ = figures();
+  pictures_ = restarts_ = 0;
+  if (view_->target().device.empty()) {
+    view_->connect(liveTargetOf(target_));
+  } else {
+    view_->play();
+  }
+}
+
+void Tile::pause() {
+  view_->stop();
+  mark_.hide();
+}
 
 void Tile::setFrame(CGRect frame) {
   container_->setFrame(frame);
-  player_->resize(frame.size);
+  view_->setFrame(CGRect{{0, 0}, frame.size});
   mark_.resize();
+  if (strip_) strip_->place(mark_.width());
 }
 
-void Tile::play(LogFilter& log) {
-  playDue_ = std::numeric_limits<double>::infinity();
-  player_->play();
-  const std::string refusal = log.takeThreadRefusal();
-  startError_ = refusal.empty() ? player_->startError() : refusal;
-  if (!startError_.empty()) {
-    std::fprintf(stderr, "quorvid: channel %d: %s\n", target_.channel, startError_.c_str());
+void Tile::setVisible(bool visible) {
+  if (visible == view_->isVisible()) return;
+  view_->setVisible(visible);
+  since_ = steadySeconds();
+  if (visible) {
+    parent_.addSubview(container_);
+  } else {
+    container_->removeFromSuperview();
   }
 }
 
 void Tile::look(double now) {
-  player_->hasReceivedFrames();
-  if (watch_.isStalled(now)) mark_.show();
-  if (watch_.restartDue(now)) {
-    noteStall(now);
-    stopForRestart(now);
+  const LiveFigures figures = view_->figures();
+  lookForRestart(figures, now);
+  lookForPictures(figures, now);
+  const bool isDue = isPlaying() && view_->isVisible();
+  if (isDue && options_.live.stallAfter > 0 && silence(now) >= options_.live.stallAfter) {
+    mark_.show();
   }
+  longestPause_ = std::max(longestPause_, silence(now));
+  renewText(now);
 }
 
-void Tile::restartByHand() {
-  const double now = steadySeconds();
-  watch_.restartedByHand(now);
-  stopForRestart(now);
-}
-
-// Nothing for a tile that waits to play already.
-void Tile::stopForRestart(double now) {
-  if (playDue_ > now + kPauseBetweenStreams) {
-    ++restarts_;
-    player_->stop();
-    playDue_ = now + kPauseBetweenStreams;
-  }
-}
-
-void Tile::pictureShown(const ShownPicture& picture) {
-  const double now = steadySeconds();
+// A picture that stands still is marked until the next one.
+void Tile::lookForPictures(const LiveFigures& figures, double now) {
+  if (std::exchange(pictures_, figures.shown) == figures.shown) return;
   if (mark_.isShown()) {
-    std::fprintf(stderr, "quorvid: channel %d: a picture again after %.1f s\n", target_.channel,
-                 watch_.silence(now));
+    note(fmt::format("channel {}: a picture again after {:.1f} s", target_.channel, silence(now)));
     mark_.hide();
   }
-  watch_.pictureArrived(now);
-  meter_.pictureShown(now, picture.size);
-  if (picture.streamSize) meter_.setStreamSize(*picture.streamSize);
+  lastPicture_ = now - figures.sinceLastPicture;
+  if (firstPicture_ < 0) firstPicture_ = now - figures.playing + figures.firstPicture;
 }
 
-void Tile::noteStall(double now) const {
-  std::fprintf(stderr,
-               "quorvid: channel %d: no picture for %.1f s, starting the stream again (next try in "
-               "%.0f s)\n",
-               target_.channel, watch_.silence(now), watch_.untilRestart(now));
+// The view knows when it tries again once the new stream is connected.
+void Tile::lookForRestart(const LiveFigures& figures, double now) {
+  const bool isNew = std::exchange(restarts_, figures.restarts) != figures.restarts;
+  const double nextTry = view_->status().nextTry;
+  const bool isToldLate = untold_ && (isNew || now - untold_->time > kSecondsToTell);
+  if (untold_ && (isToldLate || nextTry > 0 || figures.shown != pictures_)) {
+    const std::string next =
+        nextTry > 0 && !isNew ? fmt::format(" (next try in {:.0f} s)", nextTry) : "";
+    note(fmt::format("channel {}: no picture for {:.1f} s, starting the stream again{}",
+                     target_.channel, untold_->silence, next));
+    untold_.reset();
+  }
+  if (isNew) untold_ = Restart{now, silence(now)};
+}
+
+void Tile::statusChanged(const LiveStatus& status) {
+  if (status.state == LiveState::Live) trouble_ = {};
+  if (status.reason != LiveReason::None) trouble_ = status;
+  if (!options_.verbose) return;
+  const std::string reason = status.sentence.empty() ? "" : " (" + status.sentence + ")";
+  note(fmt::format("channel {}: {}{}", target_.channel, nameOf(status.state), reason));
+}
+
+void Tile::renewText(double now) {
+  if (!strip_ || !view_->isVisible()) return;
+  strip_->place(mark_.width());
+  if (now < textDue_) return;
+  textDue_ = now + kSecondsBetweenTexts;
+  strip_->show(captionOf(report(now)));
+}
+
+double Tile::silence(double now) const {
+  return now - std::max(since_, lastPicture_);
+}
+
+LiveFigures Tile::figures() const {
+  LiveFigures sum = view_->figures();
+  sum.received += before_.received;
+  sum.bytes += before_.bytes;
+  sum.decoded += before_.decoded;
+  sum.shown += before_.shown;
+  sum.overwritten += before_.overwritten;
+  sum.held += before_.held;
+  sum.lost += before_.lost;
+  sum.reconnections += before_.reconnections;
+  sum.restarts += before_.restarts;
+  if (sum.streamWidth == 0) {
+    sum.streamWidth = before_.streamWidth;
+    sum.streamHeight = before_.streamHeight;
+    sum.shape = before_.shape;
+  }
+  return sum;
+}
+
+TileReport Tile::report(double now) const {
+  TileReport report;
+  report.device = target_.device;
+  report.channel = target_.channel;
+  report.figures = figures();
+  report.status = view_->status();
+  if (isTryingAgain(report.status.state)) {
+    report.status.reason = trouble_.reason;
+    report.status.sentence = trouble_.sentence;
+  }
+  if (report.figures.shown == 0 || report.status.state != LiveState::Live) {
+    const LiveStatus& told = report.status.sentence.empty() ? trouble_ : report.status;
+    report.reason =
+        told.sentence.empty() ? reasonOf(report.status.state, report.figures) : told.sentence;
+  }
+  report.isStalled = mark_.isShown();
+  report.silence = now - (lastPicture_ < 0 ? start_ : lastPicture_);
+  report.longestPause = std::max(longestPause_, silence(now));
+  if (firstPicture_ < 0) return report;
+  report.firstPictureSeconds = firstPicture_ - start_;
+  const auto pictures = static_cast<double>(report.figures.shown);
+  if (pictures > 1) report.framesPerSecond = (pictures - 1) / (now - firstPicture_);
+  return report;
 }
 
 }  // namespace quorvid::app

@@ -1,56 +1,74 @@
-// Tile: one stream in the viewer's window: its player inside a container, its figures, its watch
-// and its stall mark. Main thread.
+// Tile: one stream in the viewer's window: its live view inside a container, with the mark of a
+// stall and a line of text. Main thread.
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
-#include "apps/common/Output.h"
-#include "apps/common/Stream.h"
-#include "apps/quorvid/view/PictureMeter.h"
-#include "apps/quorvid/view/Player.h"
 #include "apps/quorvid/view/StallMark.h"
+#include "apps/quorvid/view/TextStrip.h"
+#include "apps/quorvid/view/ViewReport.h"
+#include "quorvid/live/LiveView.h"
 
 namespace quorvid::app {
+
+struct TileOptions {
+  LiveOptions live;
+  bool text = true;      // with a line of text
+  bool verbose = false;  // each change of state is a line on standard error
+};
 
 class Tile {
  public:
   // Null when the graphics can't be had. The tile adds its container to `parent`.
   static std::unique_ptr<Tile> make(const StreamTarget& target, UIView& parent, CGRect frame,
-                                    double stallAfter);
+                                    const TileOptions& options);
+  ~Tile();
 
   const StreamTarget& target() const { return target_; }
-  const PictureMeter& meter() const { return meter_; }
-  Player& player() { return *player_; }
-  unsigned restarts() const { return restarts_; }
   bool isStalled() const { return mark_.isShown(); }
-  double silence(double now) const { return watch_.silence(now); }
-
-  // When play() is to be called; infinite while the stream plays.
-  double playDue() const { return playDue_; }
-  // log: knows why the library could not start.
-  void play(LogFilter& log);
-  // Why the last play() could not start; empty when it did.
-  const std::string& startError() const { return startError_; }
+  bool isPlaying() const { return view_->isPlaying(); }
+  void play();
+  void restart();
+  // The last picture stays.
+  void pause();
   void setFrame(CGRect frame);
-  // Marks a stalled stream, and stops it when it is to be started anew: see playDue().
+  // A hidden tile is not in the window, and its stream goes on without being decoded.
+  void setVisible(bool visible);
+  // Once a turn: marks a stalled stream, tells of restarts, and renews the text once a second.
   void look(double now);
-  void restartByHand();
+  TileReport report(double now) const;
+  // Seconds since the last picture, or since the tile was started or shown.
+  double silence(double now) const;
 
  private:
-  Tile(StreamTarget target, CGRect frame, double stallAfter, double now);
-  void pictureShown(const ShownPicture& picture);
-  void stopForRestart(double now);
-  void noteStall(double now) const;
+  struct Restart {  // of a silent stream
+    double time, silence;
+  };
 
-  StreamTarget target_;
+  Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions& options);
+  void begin();
+  LiveFigures figures() const;
+  void statusChanged(const LiveStatus& status);
+  void lookForPictures(const LiveFigures& figures, double now);
+  void lookForRestart(const LiveFigures& figures, double now);
+  void renewText(double now);
+
+  const StreamTarget target_;
+  const TileOptions options_;
+  UIView& parent_;
   std::shared_ptr<UIView> container_;
   StallMark mark_;
-  StallWatch watch_;
-  PictureMeter meter_;
-  unsigned restarts_ = 0;
-  double playDue_;
-  std::string startError_;
-  std::unique_ptr<Player> player_;  // last: it calls pictureShown()
+  std::shared_ptr<LiveView> view_;
+  std::unique_ptr<TextStrip> strip_;
+  const double start_;
+  double since_;  // when the tile was started or shown: what counts as silence begins then
+  double firstPicture_ = -1, lastPicture_ = -1, longestPause_ = 0, textDue_ = 0;
+  LiveFigures before_;  // what the view counted before it was started again by hand
+  std::uint64_t pictures_ = 0, restarts_ = 0;  // as they were at the last look
+  std::optional<Restart> untold_;
+  LiveStatus trouble_;  // the last reason that was given, until a stream is live
 };
 
 }  // namespace quorvid::app

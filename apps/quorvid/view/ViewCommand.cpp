@@ -4,7 +4,6 @@
 #include "apps/common/Deadline.h"
 #include "apps/common/Failure.h"
 #include "apps/common/Output.h"
-#include "apps/common/Reachability.h"
 #include "apps/common/Terminal.h"
 #include "apps/common/Values.h"
 #include "apps/quorvid/view/ViewReport.h"
@@ -13,42 +12,6 @@
 namespace quorvid::app {
 
 namespace {
-
-constexpr double kReachTimeout = 2;
-
-// Why a tile has shown nothing, as far as it can be told from outside. reach: what a connection to
-// the server found, made when the first tile asks.
-std::string likelyReason(Tile& tile, const LogFilter& log, std::optional<Reachability>& reach) {
-  const StreamTarget& target = tile.target();
-  if (tile.player().hasReceivedFrames()) {
-    const std::string last = log.lastMessage();
-    return fmt::format("a stream came, but nothing in it could be decoded ({})",
-                       last.empty() ? "no key frame?" : last);
-  }
-  try {
-    if (!reach) reach = tryServer(target.server, kReachTimeout);
-  } catch (const Failure& failure) {  // no thread for the look-up
-    return failure.what();
-  }
-  return whyNoStream(target, *reach, tile.player().lookupFailed());
-}
-
-TileReport reportOf(Tile& tile, double now, const LogFilter& log,
-                    std::optional<Reachability>& reach) {
-  TileReport report;
-  report.channel = tile.target().channel;
-  report.pictures = tile.meter().pictures();
-  report.firstPictureSeconds = tile.meter().timeToFirstPicture();
-  report.framesPerSecond = tile.meter().picturesPerSecond(now);
-  report.longestPause = tile.meter().longestPause(now);
-  report.silence = tile.meter().silence(now);
-  report.pictureSize = tile.meter().pictureSize();
-  report.streamSize = tile.meter().streamSize();
-  report.restarts = tile.restarts();
-  report.reason = tile.startError();
-  if (report.pictures == 0 && report.reason.empty()) report.reason = likelyReason(tile, log, reach);
-  return report;
-}
 
 struct ViewArguments : StreamOptions {
   ViewOptions view;
@@ -65,14 +28,23 @@ struct ViewArguments : StreamOptions {
     command.add_option("--snapshot", view.snapshot, "write the last picture at the end")
         ->check(writableFile())
         ->type_name("FILE.png");
+    const auto takeShape = [this](const std::string& text) { view.shape = parseAspect(text); };
+    command
+        .add_option_function<std::string>("--aspect", takeShape,
+                                          "shape of the pictures: stream (the default), 4:3, fill, "
+                                          "or any W:H")
+        ->type_name("SHAPE");
     addSeconds(command, "--stall", view.stallAfter, 1, 3600,
                "mark and restart a stream without pictures for so long (5)");
     command.add_flag("--json", view.json, "report as JSON");
-    command.add_flag("--verbose", view.verbose, "show the library's own lines");
-    command.footer(
-        "Keys: q quits, r restarts, s writes a PNG, f full screen.\n"
-        "Frames/s count from the first picture to the end, pauses included.\n"
-        "Exit status: 0 a picture was shown, 1 none was, 2 wrong arguments.");
+    command.add_flag("--stats", view.stats,
+                     "each second the tiles' figures as a line of JSON; no report in words");
+    command.add_flag("!--no-text", view.text, "no line of text on the tiles");
+    command.add_flag("--verbose", view.verbose,
+                     "show each change of a tile's state, and the library's own lines");
+    command.footer(std::string(Viewer::kKeys) + ".\n" +
+                   "Frames/s count from the first picture to the end, pauses included.\n"
+                   "Exit status: 0 a picture was shown, 1 none was, 2 wrong arguments.");
   }
 
   void complete() {
@@ -87,19 +59,17 @@ int runView(const ViewArguments& arguments) {
   const ReportOutput output(options.verbose);
   LogFilter log(options.verbose);
   std::string error;
-  const std::unique_ptr<Viewer> viewer = Viewer::open(options, log, error);
+  const std::unique_ptr<Viewer> viewer = Viewer::open(options, error);
   if (!viewer) throw Failure(error + (options.headless ? "" : "; --headless needs no display"));
   const double start = steadySeconds();
-  viewer->run();
+  viewer->run([&] {
+    if (options.stats) output.write(statsLine(steadySeconds() - start, viewer->reports()));
+  });
 
   ViewReport report;
   report.target = options.target;
-  const double end = steadySeconds();
-  report.seconds = end - start;
-  std::optional<Reachability> reach;
-  for (const auto& tile : viewer->tiles()) {
-    report.tiles.push_back(reportOf(*tile, end, log, reach));
-  }
+  report.seconds = steadySeconds() - start;
+  report.tiles = viewer->reports();
   const bool shown = report.pictures() > 0;
   if (!options.snapshot.empty()) {
     error = "no snapshot written: there was no picture";
@@ -107,10 +77,10 @@ int runView(const ViewArguments& arguments) {
     if (saved) report.snapshot = options.snapshot;
     if (!saved) note(error);
   }
-  output.write(options.json ? report.json() : report.text());
+  if (options.json || !options.stats) output.write(options.json ? report.json() : report.text());
   for (const TileReport& tile : report.tiles) {
     if (tile.reason.empty()) continue;
-    const char* const what = tile.pictures == 0 ? "no picture" : "no picture any more";
+    const char* const what = tile.figures.shown == 0 ? "no picture" : "no picture any more";
     note(fmt::format("channel {}: {}: {}", tile.channel, what, tile.reason));
   }
   if (shown && log.messageCount() > 0) {

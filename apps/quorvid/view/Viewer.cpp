@@ -17,8 +17,7 @@ constexpr char kEscape = 27;
 
 }  // namespace
 
-std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, LogFilter& log,
-                                     std::string& error) {
+std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, std::string& error) {
   WindowOptions wanted;
   wanted.title = "Quorvid";
   wanted.width = options.size.width;
@@ -29,12 +28,12 @@ std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, LogFilter& log,
     error = "can't open a window: " + error;
     return nullptr;
   }
-  std::unique_ptr<Viewer> viewer(new Viewer(options, log, std::move(window)));
+  std::unique_ptr<Viewer> viewer(new Viewer(options, std::move(window)));
   return viewer->addTiles(error) ? std::move(viewer) : nullptr;
 }
 
-Viewer::Viewer(const ViewOptions& options, LogFilter& log, std::unique_ptr<Window> window)
-    : options_(options), log_(log), window_(std::move(window)) {
+Viewer::Viewer(const ViewOptions& options, std::unique_ptr<Window> window)
+    : options_(options), window_(std::move(window)) {
   window_->contentView()->setBackgroundColor(kGapColor);
   window_->setEventHandler([this](const WindowEvent& event) { handle(event); });
 }
@@ -46,11 +45,17 @@ Viewer::~Viewer() {
 
 bool Viewer::addTiles(std::string& error) {
   UIView& content = *window_->contentView();
+  TileOptions options;
+  options.live.stallAfter = options_.stallAfter;
+  options.live.shape = options_.shape;
+  options.live.greyWhenStill = true;
+  options.text = options_.text;
+  options.verbose = options_.verbose;
   const std::vector<CGRect> frames = tileFrames(content.bounds().size, options_.channels.size());
   for (std::size_t i = 0; i < frames.size(); ++i) {
     StreamTarget target = options_.target;
     target.channel = options_.channels[i];
-    tiles_.push_back(Tile::make(target, content, frames[i], options_.stallAfter));
+    tiles_.push_back(Tile::make(target, content, frames[i], options));
     if (!tiles_.back()) {
       tiles_.clear();
       error = "can't make a view: no OpenGL ES 2 context";
@@ -60,26 +65,32 @@ bool Viewer::addTiles(std::string& error) {
   return true;
 }
 
-void Viewer::run() {
+void Viewer::run(const std::function<void()>& everySecond) {
   const double start = steadySeconds();
-  playNext(start);
+  double second = start + 1;
+  for (const auto& tile : tiles_) {
+    tile->play();
+  }
   while (!stopRequested() && window_->runTurn()) {
     const double now = steadySeconds();
     if (options_.seconds > 0 && now - start >= options_.seconds) break;
     for (const auto& tile : tiles_) {
       tile->look(now);
     }
-    playNext(now);
     showTitle(now);
+    if (now < second) continue;
+    second = std::max(second + 1, now);
+    everySecond();
   }
 }
 
-// One tile a turn, the one that waits longest: the pictures of the others go on.
-void Viewer::playNext(double now) {
-  const auto next = std::min_element(
-      tiles_.begin(), tiles_.end(),
-      [](const auto& one, const auto& other) { return one->playDue() < other->playDue(); });
-  if ((*next)->playDue() <= now) (*next)->play(log_);
+std::vector<TileReport> Viewer::reports() const {
+  const double now = steadySeconds();
+  std::vector<TileReport> reports;
+  for (const auto& tile : tiles_) {
+    reports.push_back(tile->report(now));
+  }
+  return reports;
 }
 
 void Viewer::handle(const WindowEvent& event) {
@@ -97,21 +108,55 @@ void Viewer::handleKey(char key) {
     window_->setFullScreen(!window_->isFullScreen());
   } else if (key == 'r') {
     for (const auto& tile : tiles_) {
-      tile->restartByHand();
+      tile->restart();
     }
   } else if (key == 's') {
-    const std::string name = freeSnapshotName();
-    std::string error;
-    const bool saved = saveSnapshot(name, error);
-    note(saved ? "wrote " + name : error);
+    savePicture();
+  } else if (key == ' ') {
+    pauseOrPlay();
+  } else if (key == '?') {
+    note(kKeys);
+  } else if (key >= '1' && key <= '9') {
+    choose(static_cast<std::size_t>(key - '1'));
   }
+}
+
+// The tile gets the window to itself, or gives it back.
+void Viewer::choose(std::size_t tile) {
+  if (tile >= tiles_.size()) return;
+  const bool isBack = chosen_ == tile;
+  chosen_.reset();
+  if (!isBack) chosen_ = tile;
+  for (std::size_t i = 0; i < tiles_.size(); ++i) {
+    tiles_[i]->setVisible(isBack || i == tile);
+  }
+  layOut();
+}
+
+void Viewer::pauseOrPlay() {
+  const bool playing =
+      std::any_of(tiles_.begin(), tiles_.end(), [](const auto& tile) { return tile->isPlaying(); });
+  for (const auto& tile : tiles_) {
+    if (playing) {
+      tile->pause();
+    } else {
+      tile->play();
+    }
+  }
+}
+
+void Viewer::savePicture() {
+  const std::string name = freeSnapshotName();
+  std::string error;
+  const bool saved = saveSnapshot(name, error);
+  note(saved ? "wrote " + name : error);
 }
 
 void Viewer::layOut() {
   const CGSize area = window_->contentView()->bounds().size;
   const std::vector<CGRect> frames = tileFrames(area, tiles_.size());
   for (std::size_t i = 0; i < tiles_.size(); ++i) {
-    tiles_[i]->setFrame(frames[i]);
+    tiles_[i]->setFrame(chosen_ == i ? CGRect{{0, 0}, area} : frames[i]);
   }
 }
 
