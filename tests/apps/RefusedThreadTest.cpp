@@ -61,7 +61,8 @@ TEST_F(RefusedThread, FailsATileThatIsTriedAgain) {
     command->signal(SIGTERM);
     EXPECT_EQ(command->wait(), 1) << path;
     const auto tile = nlohmann::json::parse(command->output())["tiles"][0];
-    EXPECT_EQ(tile["reason"].get<std::string>() + "\n", kSentence);
+    EXPECT_EQ(tile["reason"], "the system gives no further thread");
+    EXPECT_EQ(tile["reason_code"], "no_resources");
     EXPECT_GE(tile["restarts"], 2);
   }
 }

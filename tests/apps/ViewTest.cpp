@@ -92,8 +92,8 @@ TEST(View, TilesSeveralChannelsAndReportsEach) {
   std::string line;
   ASSERT_TRUE(std::getline(seconds, line)) << "a line a second";
   EXPECT_LT(nlohmann::json::parse(line)["seconds"], 3);
-  while (std::getline(seconds, line)) continue;
-  const auto tiles = nlohmann::json::parse(line)["tiles"];
+  nlohmann::json tiles;
+  while (std::getline(seconds, line)) tiles = nlohmann::json::parse(line)["tiles"];
   ASSERT_EQ(tiles.size(), 3U);
   EXPECT_GT(tiles[0]["pictures"], 0);
   EXPECT_GT(tiles[1]["pictures"], 0);
@@ -174,7 +174,7 @@ TEST(View, ATileThatLivesIsNotHeldUpByTheDeadOnes) {
   EXPECT_EQ(command.wait(), 0) << command.errors();
   const auto tiles = nlohmann::json::parse(command.output())["tiles"];
   ASSERT_EQ(tiles.size(), 8U);
-  for (int dead = 1; dead < 8; ++dead) EXPECT_GE(tiles[dead]["restarts"], 1);
+  for (int dead = 1; dead < 8; ++dead) EXPECT_GE(tiles[dead]["reconnections"], 1);
   EXPECT_GT(tiles[0]["frames_per_second"], 3);
 }
 
@@ -186,7 +186,8 @@ TEST(View, SaysWhyThereIsNoPicture) {
     gone = sim.port("fleet");
     Command unknown(view(gone, once));
     EXPECT_EQ(unknown.wait(), 1);
-    EXPECT_NE(unknown.errors().find("sent no stream for device TRUCK-7"), std::string::npos)
+    EXPECT_NE(unknown.errors().find("refused the stream with status 1 (device TRUCK-7"),
+              std::string::npos)
         << unknown.errors();
   }
   Command refused(view(gone, {"--seconds", "1", "--snapshot", freshFile("none.png")}));
@@ -197,7 +198,7 @@ TEST(View, SaysWhyThereIsNoPicture) {
   SimProcess noise({"--fault", "noise:fleet:1"});
   Command undecodable(view(noise.port("fleet"), once));
   EXPECT_EQ(undecodable.wait(), 1);
-  EXPECT_NE(undecodable.errors().find("nothing in it could be decoded"), std::string::npos)
+  EXPECT_NE(undecodable.errors().find("no key frame has come"), std::string::npos)
       << undecodable.errors();
 }
 

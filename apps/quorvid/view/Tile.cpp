@@ -35,7 +35,7 @@ bool isTryingAgain(LiveState state) {
   return state == LiveState::Resolving || state == LiveState::Connecting;
 }
 
-// For states that have none of their own.
+// For states that have no reason of their own.
 std::string reasonOf(LiveState state, const LiveFigures& figures) {
   if (state == LiveState::Resolving) return "the server's name is still looked up";
   if (state == LiveState::Connecting) return "no answer to the connection attempt yet";
@@ -197,6 +197,14 @@ LiveFigures Tile::figures() const {
   return sum;
 }
 
+std::string Tile::whyNoPicture(const LiveStatus& status, const LiveFigures& figures) const {
+  const LiveStatus& told = status.sentence.empty() ? trouble_ : status;
+  if (told.sentence.empty()) return reasonOf(status.state, figures);
+  if (told.reason != LiveReason::RefusedByServer) return told.sentence;
+  return fmt::format("{} (device {}, channel {}: unknown or off line?)", told.sentence,
+                     target_.device, target_.channel);
+}
+
 TileReport Tile::report(double now) const {
   TileReport report;
   report.device = target_.device;
@@ -208,9 +216,7 @@ TileReport Tile::report(double now) const {
     report.status.sentence = trouble_.sentence;
   }
   if (report.figures.shown == 0 || report.status.state != LiveState::Live) {
-    const LiveStatus& told = report.status.sentence.empty() ? trouble_ : report.status;
-    report.reason =
-        told.sentence.empty() ? reasonOf(report.status.state, report.figures) : told.sentence;
+    report.reason = whyNoPicture(report.status, report.figures);
   }
   report.isStalled = mark_.isShown();
   report.silence = now - (lastPicture_ < 0 ? start_ : lastPicture_);

@@ -50,6 +50,7 @@ class Tile {
   Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions& options);
   void begin();
   LiveFigures figures() const;
+  std::string whyNoPicture(const LiveStatus& status, const LiveFigures& figures) const;
   void statusChanged(const LiveStatus& status);
   void lookForPictures(const LiveFigures& figures, double now);
   void lookForRestart(const LiveFigures& figures, double now);
