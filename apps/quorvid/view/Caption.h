@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "apps/quorvid/view/ViewReport.h"
+#include "apps/quorvid/view/TileReport.h"
 
 namespace quorvid::app {
 

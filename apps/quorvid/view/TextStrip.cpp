@@ -98,10 +98,11 @@ void TextStrip::place(CGFloat inset) {
   if (layer_->superlayer() == nullptr) container_->layer()->addSublayer(layer_);
   const CGRect frame =
       CGRectMake(inset, size.height - inset - kHeight, size.width - 2 * inset, kHeight);
-  const bool resized = frame.size.width != frame_.size.width;
+  const bool isNewSize = frame.size.width != frame_.size.width || scale_ != layer_->contentsScale();
   frame_ = frame;
+  scale_ = layer_->contentsScale();
   layer_->setFrame(frame);
-  if (!resized) return;
+  if (!isNewSize) return;
   layer_->resetRenderBuffer();
   draw();
 }
@@ -115,10 +116,9 @@ void TextStrip::show(const std::string& text) {
 // The layer fits a picture's shape into its frame; a frame of the picture's own shape is filled.
 void TextStrip::draw() {
   if (layer_->superlayer() == nullptr) return;
-  const double scale = layer_->contentsScale();
-  const int width = static_cast<int>(std::lround(frame_.size.width * scale));
-  const int height = static_cast<int>(std::lround(frame_.size.height * scale));
-  const PicturePtr picture = pictureOf(drawn(text_, width, height, scale).get(), width, height);
+  const int width = static_cast<int>(std::lround(frame_.size.width * scale_));
+  const int height = static_cast<int>(std::lround(frame_.size.height * scale_));
+  const PicturePtr picture = pictureOf(drawn(text_, width, height, scale_).get(), width, height);
   if (picture == nullptr) return;
   layer_->setFrame(CGRectMake(frame_.origin.x, frame_.origin.y, width, height));
   layer_->setPixelBuffer(picture.get());

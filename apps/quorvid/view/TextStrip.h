@@ -19,7 +19,7 @@ class TextStrip {
   // Along the container's lower edge, `inset` points away from it; not shown in a container that is
   // too small for text.
   void place(CGFloat inset);
-  // UTF-8. A text that is too long ends in "...".
+  // text: UTF-8. One that is too long ends in "...".
   void show(const std::string& text);
 
  private:
@@ -29,7 +29,8 @@ class TextStrip {
 
   std::shared_ptr<UIView> container_;
   std::shared_ptr<AAPLEAGLLayer> layer_;
-  CGRect frame_;
+  CGRect frame_;      // where the storage was made for
+  double scale_ = 0;  // and in which scale
   std::string text_;
 };
 

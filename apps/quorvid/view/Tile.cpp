@@ -66,8 +66,7 @@ Tile::Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions&
       parent_(parent),
       container_(UIView::initWithFrame(frame)),
       mark_(container_),
-      start_(steadySeconds()),
-      since_(start_) {}
+      meter_(steadySeconds()) {}
 
 Tile::~Tile() {
   if (view_) view_->setStatusHandler({});
@@ -75,21 +74,20 @@ Tile::~Tile() {
 }
 
 void Tile::play() {
-  since_ = steadySeconds();
+  meter_.forgetSilence(steadySeconds());
   begin();
 }
 
 void Tile::restart() {
   view_->stop();
   begin();
-  ++before_.restarts;
-  ++before_.reconnections;
+  meter_.restartedByHand();
 }
 
 // The view counts from zero then.
 void Tile::begin() {
-  before_ = figures();
-  pictures_ = restarts_ = 0;
+  meter_.countAnew(view_->figures());
+  restarts_ = 0;
   if (view_->target().device.empty()) {
     view_->connect(liveTargetOf(target_));
   } else {
@@ -112,7 +110,7 @@ void Tile::setFrame(CGRect frame) {
 void Tile::setVisible(bool visible) {
   if (visible == view_->isVisible()) return;
   view_->setVisible(visible);
-  since_ = steadySeconds();
+  meter_.forgetSilence(steadySeconds());
   if (visible) {
     parent_.addSubview(container_);
   } else {
@@ -122,40 +120,31 @@ void Tile::setVisible(bool visible) {
 
 void Tile::look(double now) {
   const LiveFigures figures = view_->figures();
-  lookForRestart(figures, now);
-  lookForPictures(figures, now);
-  const bool isDue = isPlaying() && view_->isVisible();
-  if (isDue && options_.live.stallAfter > 0 && silence(now) >= options_.live.stallAfter) {
-    mark_.show();
+  const double silence = meter_.silence(now);
+  const bool isPicture = meter_.look(figures, now);
+  lookForRestart(figures, isPicture, now);
+  if (isPicture && mark_.isShown()) {
+    note(fmt::format("channel {}: a picture again after {:.1f} s", target_.channel, silence));
+    mark_.hide();
   }
-  longestPause_ = std::max(longestPause_, silence(now));
+  const bool isWatched = isPlaying() && view_->isVisible() && options_.live.stallAfter > 0;
+  if (isWatched && meter_.silence(now) >= options_.live.stallAfter) mark_.show();
   renewText(now);
 }
 
-// A picture that stands still is marked until the next one.
-void Tile::lookForPictures(const LiveFigures& figures, double now) {
-  if (std::exchange(pictures_, figures.shown) == figures.shown) return;
-  if (mark_.isShown()) {
-    note(fmt::format("channel {}: a picture again after {:.1f} s", target_.channel, silence(now)));
-    mark_.hide();
-  }
-  lastPicture_ = now - figures.sinceLastPicture;
-  if (firstPicture_ < 0) firstPicture_ = now - figures.playing + figures.firstPicture;
-}
-
 // The view knows when it tries again once the new stream is connected.
-void Tile::lookForRestart(const LiveFigures& figures, double now) {
+void Tile::lookForRestart(const LiveFigures& figures, bool isPicture, double now) {
   const bool isNew = std::exchange(restarts_, figures.restarts) != figures.restarts;
   const double nextTry = view_->status().nextTry;
   const bool isToldLate = untold_ && (isNew || now - untold_->time > kSecondsToTell);
-  if (untold_ && (isToldLate || nextTry > 0 || figures.shown != pictures_)) {
+  if (untold_ && (isToldLate || nextTry > 0 || isPicture)) {
     const std::string next =
         nextTry > 0 && !isNew ? fmt::format(" (next try in {:.0f} s)", nextTry) : "";
     note(fmt::format("channel {}: no picture for {:.1f} s, starting the stream again{}",
                      target_.channel, untold_->silence, next));
     untold_.reset();
   }
-  if (isNew) untold_ = Restart{now, silence(now)};
+  if (isNew) untold_ = Restart{now, meter_.silence(now)};
 }
 
 void Tile::statusChanged(const LiveStatus& status) {
@@ -174,29 +163,6 @@ void Tile::renewText(double now) {
   strip_->show(captionOf(report(now)));
 }
 
-double Tile::silence(double now) const {
-  return now - std::max(since_, lastPicture_);
-}
-
-LiveFigures Tile::figures() const {
-  LiveFigures sum = view_->figures();
-  sum.received += before_.received;
-  sum.bytes += before_.bytes;
-  sum.decoded += before_.decoded;
-  sum.shown += before_.shown;
-  sum.overwritten += before_.overwritten;
-  sum.held += before_.held;
-  sum.lost += before_.lost;
-  sum.reconnections += before_.reconnections;
-  sum.restarts += before_.restarts;
-  if (sum.streamWidth == 0) {
-    sum.streamWidth = before_.streamWidth;
-    sum.streamHeight = before_.streamHeight;
-    sum.shape = before_.shape;
-  }
-  return sum;
-}
-
 std::string Tile::whyNoPicture(const LiveStatus& status, const LiveFigures& figures) const {
   const LiveStatus& told = status.sentence.empty() ? trouble_ : status;
   if (told.sentence.empty()) return reasonOf(status.state, figures);
@@ -209,7 +175,7 @@ TileReport Tile::report(double now) const {
   TileReport report;
   report.device = target_.device;
   report.channel = target_.channel;
-  report.figures = figures();
+  meter_.fillIn(report, view_->figures(), now);
   report.status = view_->status();
   if (isTryingAgain(report.status.state)) {
     report.status.reason = trouble_.reason;
@@ -219,12 +185,6 @@ TileReport Tile::report(double now) const {
     report.reason = whyNoPicture(report.status, report.figures);
   }
   report.isStalled = mark_.isShown();
-  report.silence = now - (lastPicture_ < 0 ? start_ : lastPicture_);
-  report.longestPause = std::max(longestPause_, silence(now));
-  if (firstPicture_ < 0) return report;
-  report.firstPictureSeconds = firstPicture_ - start_;
-  const auto pictures = static_cast<double>(report.figures.shown);
-  if (pictures > 1) report.framesPerSecond = (pictures - 1) / (now - firstPicture_);
   return report;
 }
 

@@ -8,7 +8,7 @@
 
 #include "apps/quorvid/view/StallMark.h"
 #include "apps/quorvid/view/TextStrip.h"
-#include "apps/quorvid/view/ViewReport.h"
+#include "apps/quorvid/view/TileMeter.h"
 #include "quorvid/live/LiveView.h"
 
 namespace quorvid::app {
@@ -40,7 +40,7 @@ class Tile {
   void look(double now);
   TileReport report(double now) const;
   // Seconds since the last picture, or since the tile was started or shown.
-  double silence(double now) const;
+  double silence(double now) const { return meter_.silence(now); }
 
  private:
   struct Restart {  // of a silent stream
@@ -49,11 +49,9 @@ class Tile {
 
   Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions& options);
   void begin();
-  LiveFigures figures() const;
   std::string whyNoPicture(const LiveStatus& status, const LiveFigures& figures) const;
   void statusChanged(const LiveStatus& status);
-  void lookForPictures(const LiveFigures& figures, double now);
-  void lookForRestart(const LiveFigures& figures, double now);
+  void lookForRestart(const LiveFigures& figures, bool isPicture, double now);
   void renewText(double now);
 
   const StreamTarget target_;
@@ -63,11 +61,9 @@ class Tile {
   StallMark mark_;
   std::shared_ptr<LiveView> view_;
   std::unique_ptr<TextStrip> strip_;
-  const double start_;
-  double since_;  // when the tile was started or shown: what counts as silence begins then
-  double firstPicture_ = -1, lastPicture_ = -1, longestPause_ = 0, textDue_ = 0;
-  LiveFigures before_;  // what the view counted before it was started again by hand
-  std::uint64_t pictures_ = 0, restarts_ = 0;  // as they were at the last look
+  TileMeter meter_;
+  double textDue_ = 0;
+  std::uint64_t restarts_ = 0;  // that the view had counted at the last look
   std::optional<Restart> untold_;
   LiveStatus trouble_;  // the last reason that was given, until a stream is live
 };

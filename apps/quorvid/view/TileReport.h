@@ -1,0 +1,36 @@
+// TileReport: how one stream of `quorvid view` stands, and how that is written. Plain values in,
+// text out.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+
+#include "apps/common/Target.h"
+#include "quorvid/live/LiveStatus.h"
+
+namespace quorvid::app {
+
+// Every stream is decoded to this size and shown in its own shape.
+inline constexpr PixelSize kPictureSize{1280, 960};
+
+struct TileReport {
+  std::string device;
+  int channel = 0;
+  LiveStatus status;
+  LiveFigures figures;  // summed over restarts by hand
+  std::optional<double> firstPictureSeconds;
+  double framesPerSecond = 0;  // from the first picture to the end, pauses included
+  double longestPause = 0;     // seconds without a picture, the end included
+  double silence = 0;          // seconds from the last picture (or the start) to the end
+  bool isStalled = false;
+  std::string reason;  // why there is no picture (any more); empty for a live stream
+};
+
+double rounded(double value);  // to thousandths
+nlohmann::ordered_json sizeJson(PixelSize size);
+nlohmann::ordered_json tileJson(const TileReport& tile);
+// A line in words.
+std::string tileText(const TileReport& tile);
+
+}  // namespace quorvid::app
