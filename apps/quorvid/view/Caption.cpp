@@ -17,8 +17,9 @@ std::string stateText(const TileReport& tile) {
   const LiveStatus& status = tile.status;
   const LiveFigures& figures = tile.figures;
   if (status.state == LiveState::Stopped) return "paused";
-  if (tile.isStalled && figures.shown > 0)
+  if (tile.isStalled && figures.shown > 0) {
     return fmt::format("no picture for {:.0f} s", tile.silence);
+  }
   if (status.state == LiveState::Live && !tile.isStalled) {
     return fmt::format("live   {:.1f}/s   {}   lag {:.0f} ms", figures.pictureRate,
                        bitRateText(figures.bitRate), figures.lag * 1000);

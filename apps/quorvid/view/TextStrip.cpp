@@ -2,6 +2,7 @@
 
 #include <cairo.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -74,8 +75,9 @@ PicturePtr pictureOf(cairo_surface_t* surface, int width, int height) {
     std::uint8_t* const to =
         CVPixelBufferGetBaseAddressOfPlane(made, 0) +
         static_cast<std::size_t>(y) * CVPixelBufferGetBytesPerRowOfPlane(made, 0);
-    for (int x = 0; x < width; ++x)
-      to[x] = static_cast<std::uint8_t>(kBlack + from[x] * kRange / 255);
+    std::transform(from, from + width, to, [](unsigned char value) {
+      return static_cast<std::uint8_t>(kBlack + value * kRange / 255);
+    });
   }
   std::memset(CVPixelBufferGetBaseAddressOfPlane(made, 1), kNoColour,
               CVPixelBufferGetBytesPerRowOfPlane(made, 1) * CVPixelBufferGetHeightOfPlane(made, 1));

@@ -120,7 +120,7 @@ void Tile::setVisible(bool visible) {
 
 void Tile::look(double now) {
   const LiveFigures figures = view_->figures();
-  const double silence = meter_.silence(now);
+  const double silence = meter_.sinceLastPicture(now);
   const bool isPicture = meter_.look(figures, now);
   lookForRestart(figures, isPicture, now);
   if (isPicture && mark_.isShown()) {
@@ -144,7 +144,7 @@ void Tile::lookForRestart(const LiveFigures& figures, bool isPicture, double now
                      target_.channel, untold_->silence, next));
     untold_.reset();
   }
-  if (isNew) untold_ = Restart{now, meter_.silence(now)};
+  if (isNew) untold_ = Restart{now, meter_.sinceLastPicture(now)};
 }
 
 void Tile::statusChanged(const LiveStatus& status) {

@@ -23,6 +23,10 @@ double TileMeter::silence(double now) const {
   return now - std::max(since_, lastPicture_);
 }
 
+double TileMeter::sinceLastPicture(double now) const {
+  return now - (lastPicture_ < 0 ? start_ : lastPicture_);
+}
+
 LiveFigures TileMeter::sum(const LiveFigures& figures) const {
   LiveFigures sum = figures;
   sum.received += before_.received;
@@ -44,7 +48,7 @@ LiveFigures TileMeter::sum(const LiveFigures& figures) const {
 
 void TileMeter::fillIn(TileReport& report, const LiveFigures& figures, double now) const {
   report.figures = sum(figures);
-  report.silence = now - (lastPicture_ < 0 ? start_ : lastPicture_);
+  report.silence = sinceLastPicture(now);
   report.longestPause = std::max(longestPause_, silence(now));
   if (firstPicture_ < 0) return;
   report.firstPictureSeconds = firstPicture_ - start_;

@@ -18,8 +18,10 @@ class TileMeter {
   // What was before is no silence: the stream was paused or hidden.
   void forgetSilence(double now) { since_ = now; }
 
-  // Seconds without a picture.
+  // Seconds without a picture, of those in which there should have been one.
   double silence(double now) const;
+  // Seconds since the last picture, or since the start.
+  double sinceLastPicture(double now) const;
   // The report's figures and times.
   void fillIn(TileReport& report, const LiveFigures& figures, double now) const;
 

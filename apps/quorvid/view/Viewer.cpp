@@ -114,7 +114,7 @@ void Viewer::handleKey(char key) {
     savePicture();
   } else if (key == ' ') {
     pauseOrPlay();
-  } else if (key == '?') {
+  } else if (key == 'h' || key == '?' || key == '/') {
     note(kKeys);
   } else if (key >= '1' && key <= '9') {
     choose(static_cast<std::size_t>(key - '1'));

@@ -31,7 +31,7 @@ class Viewer {
  public:
   static constexpr const char* kKeys =
       "keys: q quits, r restarts, space pauses, s writes a PNG, f full screen, 1 to 9 enlarge a "
-      "tile and give it its place again, ? lists the keys";
+      "tile and give it its place again, h or ? lists the keys";
 
   // Null, with a sentence in `error`, when there is no window or no graphics.
   static std::unique_ptr<Viewer> open(const ViewOptions& options, std::string& error);
