@@ -137,6 +137,7 @@ TEST(View, MarksAStalledStreamAndStartsItAgain) {
   const auto tile = nlohmann::json::parse(command.output())["tiles"][0];
   EXPECT_GE(tile["restarts"], 3);
   EXPECT_GE(tile["silent_seconds"], 4);
+  EXPECT_FALSE(tile["stream_size"].is_null()) << "as it was";
   EXPECT_GE(tile["longest_pause_seconds"], tile["silent_seconds"]);
   EXPECT_LT(tile["frames_per_second"], 12.5) << "25 while it lived";
   const Picture picture = readPng(file);
