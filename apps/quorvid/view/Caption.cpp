@@ -21,7 +21,7 @@ std::string stateText(const TileReport& tile) {
     return fmt::format("no picture for {:.0f} s", tile.silence);
   }
   if (status.state == LiveState::Live && !tile.isStalled) {
-    return fmt::format("live   {:.1f}/s   {}   lag {:.0f} ms", figures.pictureRate,
+    return fmt::format("live  {:.1f}/s  {}  lag {:.0f} ms", figures.pictureRate,
                        bitRateText(figures.bitRate), figures.lag * 1000);
   }
   return nameOf(status.state);
@@ -30,7 +30,7 @@ std::string stateText(const TileReport& tile) {
 }  // namespace
 
 std::string captionOf(const TileReport& tile) {
-  std::string text = fmt::format("{} ch {}   {}", tile.device, tile.channel, stateText(tile));
+  std::string text = fmt::format("{} ch {}  {}", tile.device, tile.channel, stateText(tile));
   if (!tile.status.sentence.empty()) text += ": " + tile.status.sentence;
   return visibleText(text);
 }
