@@ -1,9 +1,9 @@
 // The car worker against a server driven by hand. The next frame is sent once the last was taken,
 // so that nothing depends on the half second after which a frame is overwritten.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include "connection/BlockingIO.h"
+#include <ctime>
+
 #include "connection/TestServer.h"
 
 namespace quorvid::test {
@@ -60,37 +60,22 @@ TEST_F(CarVideo, TagWindowOutlivesAConnectionButNotTheSequence) {
   EXPECT_EQ(run.take(), "new");
 }
 
-class CarVideoLength : public CarVideo, public testing::WithParamInterface<std::int32_t> {};
-
-TEST_P(CarVideoLength, OutOfBoundsBreaksTheConnection) {
-  EXPECT_EQ(taken(frame(kAnchor, 1, "good")), "good");
-  peer.send(frame(kLinked, 2, "", GetParam()));
-  EXPECT_TRUE(peer.seesClose());
-  server.acceptRequest(500);
+TEST_F(CarVideo, LengthOutOfBoundsBreaksTheConnection) {
+  for (const std::int32_t length : {-1, QUORVID_FRAME_CAPACITY + 1}) {
+    EXPECT_EQ(taken(frame(kAnchor, 1, "good")), "good");
+    peer.send(frame(kLinked, 2, "", length));
+    EXPECT_TRUE(peer.seesClose());
+    peer = server.acceptRequest(500);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(, CarVideoLength, testing::Values(-1, QUORVID_FRAME_CAPACITY + 1));
-
-TEST_F(CarVideo, UntakenFrameIsOverwrittenAfterHalfASecond) {
-  const auto start = std::chrono::steady_clock::now();
-  peer.send(frame(kAnchor, 1, "first") + frame(kLinked, 2, "second"));
-  EXPECT_TRUE(eventually([&] { return get(run.frameLen) == 6; }));
-  EXPECT_GE(std::chrono::steady_clock::now() - start, kConsumerPatience);
-}
-
-double processorSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-         static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
-
+// In the process's own time: clock() counts no other.
 TEST_F(CarVideo, OrderlyCloseLeavesItAtRest) {
   peer.send(frame(kAnchor, 1, "cut", 10).substr(0, 30));
   peer.finish();
-  const double before = processorSeconds();
+  const std::clock_t before = std::clock();
   std::this_thread::sleep_for(std::chrono::seconds(2));
-  EXPECT_LT(processorSeconds() - before, 1.0);
+  EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC);
   EXPECT_EQ(run.stop(), 0);
 }
 

@@ -15,51 +15,39 @@ constexpr std::chrono::seconds kFarTooLong(5);
 const std::string kFleetPacket = zeros(18) + "V" + word(9000) + zeros(14) + "cut";
 const std::string kCarFrame = "3GTSV100" + word(1) + zeros(4) + word(9000) + zeros(16) + "cut";
 
-struct Case {
-  const char* name;
-  decltype(&ThreadVideoSourceForFleet) worker;
-  std::size_t requestSize;
-  std::string sent;
-  bool trickles;
-  std::int32_t result;
-};
-void PrintTo(const Case& stopped, std::ostream* out) {
-  *out << stopped.name;
+TEST(Stop, EndsAReadAndDeliversNothing) {
+  const struct {
+    decltype(&ThreadVideoSourceForFleet) worker;
+    std::string sent;
+    bool trickles;
+    std::int32_t result;
+  } cases[] = {{ThreadVideoSourceForFleet, kFleetPacket, false, 0},
+               {ThreadVideoSourceForFleet, kFleetPacket, true, 0},
+               {ThreadVideoSourceForCar, "3GTSV", false, 0},
+               {ThreadVideoSourceForCar, kCarFrame, true, 0},
+               {ThreadGetRelayForCar, listHeader(0, "3GAPV105", 0x8001, 500), true, -1}};
+  for (const auto& stopped : cases) {
+    TestServer server;
+    VideoRun run(stopped.worker, server.port);
+    Peer peer = server.acceptRequest(stopped.worker == ThreadVideoSourceForFleet ? 81 : 500);
+    peer.send(stopped.sent);
+    std::atomic<bool> ended{false};
+    std::thread trickle([&] {
+      for (int i = 0; i < 100 && !ended; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (stopped.trickles) peer.send("x");
+      }
+      peer.finish();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(250));  // it reads by now, as a rule
+    const auto start = Clock::now();
+    EXPECT_EQ(run.cancel(), stopped.result) << &stopped - cases;
+    EXPECT_LT(Clock::now() - start, kFarTooLong) << &stopped - cases;
+    EXPECT_EQ(run.frameLen, 0);
+    ended = true;
+    trickle.join();
+  }
 }
-
-class StoppedRead : public testing::TestWithParam<Case> {};
-
-TEST_P(StoppedRead, EndsAndDeliversNothing) {
-  TestServer server;
-  VideoRun run(GetParam().worker, server.port);
-  Peer peer = server.acceptRequest(GetParam().requestSize);
-  peer.send(GetParam().sent);
-  std::atomic<bool> ended{false};
-  std::thread trickle([&] {
-    for (int i = 0; i < 100 && !ended; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(100));
-      if (GetParam().trickles) peer.send("x");
-    }
-    peer.finish();
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(250));  // it reads by now, as a rule
-  const auto start = Clock::now();
-  EXPECT_EQ(run.cancel(), GetParam().result);
-  EXPECT_LT(Clock::now() - start, kFarTooLong);
-  EXPECT_EQ(run.frameLen, 0);
-  ended = true;
-  trickle.join();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    , StoppedRead,
-    testing::Values(Case{"FleetSilent", ThreadVideoSourceForFleet, 81, kFleetPacket, false, 0},
-                    Case{"FleetTrickle", ThreadVideoSourceForFleet, 81, kFleetPacket, true, 0},
-                    Case{"CarSearch", ThreadVideoSourceForCar, 500, "3GTSV", false, 0},
-                    Case{"CarTrickle", ThreadVideoSourceForCar, 500, kCarFrame, true, 0},
-                    Case{"LookupTrickle", ThreadGetRelayForCar, 500,
-                         listHeader(0, "3GAPV105", 0x8001, 500), true, -1}),
-    testing::PrintToStringParamName());
 
 TEST(Stop, LeavesOtherWorkersAloneAndNothingBehind) {
   TestServer server;

@@ -1,8 +1,9 @@
-// A server on loopback that a test drives by hand, the consumer's side of a video worker, and the
-// bytes of replies.
+// A server on loopback that a test drives by hand, the consumer's side of a video worker, the bytes
+// of replies, and signals that interrupt what a thread waits for.
 #pragma once
 
 #include <arpa/inet.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -52,10 +54,30 @@ inline std::string word(std::int64_t value) {  // 4 bytes, little-endian
   return bytes;
 }
 
+inline std::atomic<int> signalsSeen{0};
+
+// Handled without SA_RESTART, as a profiler's or a timer's signal may be.
+inline void countSignals() {
+  struct sigaction action {};
+  action.sa_handler = [](int) { ++signalsSeen; };
+  sigaction(SIGUSR1, &action, nullptr);
+}
+inline void interruptOften(std::thread& thread) {
+  countSignals();
+  for (int i = 0; i < 20; ++i) {
+    pthread_kill(thread.native_handle(), SIGUSR1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+}
+
 class Descriptor {
  public:
   Descriptor(int fd, int longestWait) : fd_(fd) { set(SO_RCVTIMEO, timeval{longestWait, 0}); }
   Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
   ~Descriptor() { ::close(fd_); }
 
  protected:

