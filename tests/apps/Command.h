@@ -1,6 +1,8 @@
 // Command: a running `quorvid`, with what it has written. Killed with the object.
 #pragma once
 
+#include <unistd.h>
+
 #include "support/ChildProcess.h"
 #include "support/Eventually.h"
 
@@ -26,6 +28,13 @@ class Command {
 };
 
 // The fleet, car, relay or list service of a simulator as "127.0.0.1:PORT".
-std::string at(int port);
+inline std::string at(int port) {
+  return "127.0.0.1:" + std::to_string(port);
+}
+
 // A file name in the tests' temporary folder; what lies there is removed.
-std::string freshFile(const std::string& name);
+inline std::string freshFile(const std::string& name) {
+  const std::string path = testing::TempDir() + "quorvid-" + std::to_string(getpid()) + "-" + name;
+  unlink(path.c_str());
+  return path;
+}

@@ -17,7 +17,8 @@ std::vector<std::string> query(const char* name, int port, std::vector<std::stri
 }
 
 TEST(List, ShowsTheDevicesAsTableAndAsJson) {
-  SimProcess sim({"--devices", "4", "--garbage", "100", "--item-len", "300"});
+  SimProcess sim(
+      {"--devices", "4", "--garbage", "100", "--item-len", "300", "--reply-tag", "3GAPV105"});
   Command table(query("list", sim.port("list")));
   EXPECT_EQ(table.wait(), 0) << table.errors();
   EXPECT_NE(table.output().find("3  SIM0004  Truck 4"), std::string::npos) << table.output();
@@ -41,6 +42,11 @@ TEST(List, SaysWhyThereIsNone) {
   EXPECT_EQ(cut.wait(), 1);
   EXPECT_NE(cut.errors().find("broke off after 1 devices"), std::string::npos) << cut.errors();
   EXPECT_EQ(nlohmann::json::parse(cut.output())["complete"], false);
+
+  Command noName({"list", "no..name:80", "--account", "a"});
+  EXPECT_EQ(noName.wait(), 1);
+  EXPECT_NE(noName.errors().find("no..name can't be resolved"), std::string::npos)
+      << noName.errors();
 
   Command noList(query("list", broken.port("fleet")));
   EXPECT_EQ(noList.wait(), 1);

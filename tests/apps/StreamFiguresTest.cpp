@@ -55,19 +55,6 @@ TEST(H264, ReadsTheSizeAndRefusesWhatIsCutShort) {
   EXPECT_TRUE(sizeOfSps(strange));
 }
 
-TEST(StreamFigures, AGoodStreamHasNoProblems) {
-  StreamFigures figures;
-  for (int i = 0; i <= 100; ++i) {
-    Bytes picture;
-    append(picture, Bytes(50, 0x41));
-    figures.add(i % 25 == 0 ? keyFrame({kSps, kPps}) : picture, 10 + i / 25.0);
-  }
-  EXPECT_EQ(figures.frames(), 101U);
-  EXPECT_EQ(figures.keyFrames(), 5U);
-  EXPECT_NEAR(figures.framesPerSecond(), 25, 0.01);
-  EXPECT_TRUE(figures.problems().empty()) << figures.problems().front();
-}
-
 TEST(StreamFigures, NamesWhatTroublesTheLiveView) {
   StreamFigures figures;
   figures.add(keyFrame({kPps}), 0);
