@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "quorvid/base/Log.h"
@@ -21,14 +21,10 @@ class Releasing : public quorvid::H264HwDecoderImplDelegate {
 };
 
 // In memory of exactly its size (a frame has at least 5 bytes), so that a read beyond it shows.
-void feed(quorvid::H264HwDecoderImpl& decoder, const std::uint8_t* bytes, std::size_t size) {
-  std::vector<char> unit(std::max<std::size_t>(4 + size, 5));
-  std::copy(bytes, bytes + size, unit.begin() + 4);
-  decoder.decodeNalu(unit.data(), static_cast<std::uint32_t>(4 + size));
-}
-
-void feedText(quorvid::H264HwDecoderImpl& decoder, const std::string& unit) {
-  feed(decoder, reinterpret_cast<const std::uint8_t*>(unit.data()), unit.size());
+void feed(quorvid::H264HwDecoderImpl& decoder, std::string_view bytes) {
+  std::vector<char> unit(std::max<std::size_t>(4 + bytes.size(), 5));
+  std::copy(bytes.begin(), bytes.end(), unit.begin() + 4);
+  decoder.decodeNalu(unit.data(), static_cast<std::uint32_t>(4 + bytes.size()));
 }
 
 }  // namespace
@@ -39,13 +35,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto delegate = std::make_shared<Releasing>();
   decoder->setDelegate(delegate);
   if (size > 0 && (data[0] & 1) != 0) {
-    feedText(*decoder, "\x67\x42\xC0\x1E\xDA\x02\x80\xF6\x40");
-    feedText(*decoder, "\x68\xCE\x3C\x80");
+    feed(*decoder, "\x67\x42\xC0\x1E\xDA\x02\x80\xF6\x40");
+    feed(*decoder, "\x68\xCE\x3C\x80");
   }
   for (std::size_t at = 1; at + 2 < size;) {
     const std::size_t stated = data[at] | static_cast<std::size_t>(data[at + 1]) << 8;
     const std::size_t unit = std::min(stated, size - at - 2);
-    feed(*decoder, data + at + 2, unit);
+    feed(*decoder, {reinterpret_cast<const char*>(data) + at + 2, unit});
     at += 2 + unit;
   }
   return 0;
