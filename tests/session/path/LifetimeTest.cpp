@@ -47,7 +47,7 @@ class Lifetime : public LiveViewFixture {
   void play(const std::shared_ptr<UIFleetLiveView>& view, bool untilShown) {
     view->playVideo();
     sessions_.emplace_back(view->videoH264());
-    if (untilShown) refreshUntil([&] { return shows(*view, 160, 120, rgbOf(kRust)); });
+    if (untilShown) refreshUntil([&] { return shows(*view, 160, 120, kRust); });
     view->stopVideo();
   }
 

@@ -2,33 +2,9 @@
 
 #include <GLES2/gl2.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
-
-#include "base/Clock.h"
-
 namespace quorvid::test {
 
-Rgb rgbOf(Ycc colour) {
-  const double y = 1.164 * (colour.y - 16);
-  const double cb = colour.cb - 128;
-  const double cr = colour.cr - 128;
-  const auto whole = [](double value) {
-    return static_cast<int>(std::lround(std::clamp(value, 0.0, 255.0)));
-  };
-  return {whole(y + 1.596 * cr), whole(y - 0.392 * cb - 0.813 * cr), whole(y + 2.017 * cb)};
-}
-
-bool isNear(const Rgb& a, const Rgb& b) {
-  constexpr int kCodingLoss = 8;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (std::abs(a[i] - b[i]) > kCodingLoss) return false;
-  }
-  return true;
-}
-
-std::vector<std::string> oneColouredFrames(Ycc colour, bool withSei) {
+std::vector<std::string> oneColouredFrames(YCbCr colour, bool withSei) {
   TestStreamOptions options;
   options.frames = 4;
   options.draw = [colour](TestPicture& picture, int) {
@@ -69,8 +45,9 @@ Rgb LiveViewFixture::pixelAt(int x, int y) {
   return {rgba[0], rgba[1], rgba[2]};
 }
 
-bool LiveViewFixture::shows(const UIFleetLiveView& view, int x, int y, const Rgb& colour) {
-  return view.playLayer()->pixelBuffer() != nullptr && isNear(pixelAt(x, y), colour);
+bool LiveViewFixture::shows(const UIFleetLiveView& view, int x, int y, YCbCr colour) {
+  return view.playLayer()->pixelBuffer() != nullptr &&
+         distance(pixelAt(x, y), expectedRgb(colour, kColorConversion601)) <= 8;
 }
 
 }  // namespace quorvid::test

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <functional>
 #include <string>
 
@@ -11,23 +10,15 @@
 #include "session/FleetServer.h"
 #include "support/Eventually.h"
 #include "support/H264TestStream.h"
+#include "view/Picture.h"
 
 namespace quorvid::test {
 
-struct Ycc {
-  std::uint8_t y, cb, cr;
-};
-inline constexpr Ycc kRust{110, 90, 180};
-inline constexpr Ycc kTeal{140, 150, 70};
-
-using Rgb = std::array<int, 3>;
-// ITU-R 601, video range.
-Rgb rgbOf(Ycc colour);
-bool isNear(const Rgb& a, const Rgb& b);
-inline constexpr Rgb kBlack{0, 0, 0};
+inline constexpr YCbCr kRust{110, 90, 180};
+inline constexpr YCbCr kTeal{140, 150, 70};
 
 // One-coloured pictures of 640x480, a key frame and three more, as a server sends them.
-std::vector<std::string> oneColouredFrames(Ycc colour, bool withSei = false);
+std::vector<std::string> oneColouredFrames(YCbCr colour, bool withSei = false);
 
 class LiveViewFixture : public ::testing::Test {
  protected:
@@ -37,8 +28,8 @@ class LiveViewFixture : public ::testing::Test {
                            const char* file = __builtin_FILE(), int line = __builtin_LINE());
   // From the lower left, in what the layer drew last; its context is current then.
   static Rgb pixelAt(int x, int y);
-  // True when the layer has drawn a picture with that pixel in that colour.
-  static bool shows(const UIFleetLiveView& view, int x, int y, const Rgb& colour);
+  // True when the layer has drawn a picture with that pixel in that colour, but for coding loss.
+  static bool shows(const UIFleetLiveView& view, int x, int y, YCbCr colour);
 };
 
 }  // namespace quorvid::test

@@ -3,9 +3,9 @@
 namespace quorvid::test {
 namespace {
 
-using Picture = LiveViewFixture;
+using LivePicture = LiveViewFixture;
 
-TEST_F(Picture, FromTheServerToThePixels) {
+TEST_F(LivePicture, FromTheServerToThePixels) {
   std::atomic<bool> change{false};
   FleetServer server([&](FleetClient& client) {
     client.readRequest();
@@ -23,21 +23,21 @@ TEST_F(Picture, FromTheServerToThePixels) {
   const auto view = makeView(server, CGRectMake(0, 0, 320, 480));
   ASSERT_NE(view, nullptr);
   view->playVideo();
-  refreshUntil([&] { return shows(*view, 160, 240, rgbOf(kRust)); });
+  refreshUntil([&] { return shows(*view, 160, 240, kRust); });
   EXPECT_EQ(CVPixelBufferGetWidth(view->playLayer()->pixelBuffer()), 1280U);
   // 4:3 in 320x480 points: 240 rows of picture between two black bars of 120.
-  EXPECT_EQ(pixelAt(160, 115), kBlack);
-  EXPECT_EQ(pixelAt(160, 365), kBlack);
-  EXPECT_TRUE(isNear(pixelAt(2, 125), rgbOf(kRust)));
-  EXPECT_TRUE(isNear(pixelAt(318, 355), rgbOf(kRust)));
+  EXPECT_EQ(pixelAt(160, 115), Rgb{});
+  EXPECT_EQ(pixelAt(160, 365), Rgb{});
+  EXPECT_TRUE(shows(*view, 2, 125, kRust));
+  EXPECT_TRUE(shows(*view, 318, 355, kRust));
   change = true;
-  refreshUntil([&] { return shows(*view, 160, 240, rgbOf(kTeal)); });
+  refreshUntil([&] { return shows(*view, 160, 240, kTeal); });
   view->stopVideo();
   EXPECT_NE(view->playLayer()->pixelBuffer(), nullptr);  // the last picture stays
 }
 
 // The stream stands still after one frame; restarting brings a new client and a picture again.
-TEST_F(Picture, RestartingShowsTheNewStream) {
+TEST_F(LivePicture, RestartingShowsTheNewStream) {
   std::atomic<int> visit{0};
   FleetServer server([&](FleetClient& client) {
     client.readRequest();
@@ -47,9 +47,9 @@ TEST_F(Picture, RestartingShowsTheNewStream) {
   });
   const auto view = makeView(server, CGRectMake(0, 0, 64, 48));
   view->playVideo();
-  refreshUntil([&] { return shows(*view, 32, 24, rgbOf(kRust)); });
+  refreshUntil([&] { return shows(*view, 32, 24, kRust); });
   view->restartVdieo();
-  refreshUntil([&] { return shows(*view, 32, 24, rgbOf(kTeal)); });
+  refreshUntil([&] { return shows(*view, 32, 24, kTeal); });
   view->stopVideo();
 }
 
