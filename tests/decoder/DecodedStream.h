@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "quorvid/connection/VehicleConnection.h"
 #include "quorvid/decoder/H264HwDecoderImpl.h"
 #include "support/H264TestStream.h"
 
@@ -14,16 +13,13 @@ namespace quorvid::test {
 class DecodedStream : public H264HwDecoderImplDelegate,
                       public std::enable_shared_from_this<DecodedStream> {
  public:
-  // Also collects the decoder's error lines in `errors`.
-  static std::shared_ptr<DecodedStream> make();
+  // Fed with the sets of `stream`, if any. Also collects the decoder's error lines in `errors`.
+  static std::shared_ptr<DecodedStream> make(const H264TestStream& stream = {});
   ~DecodedStream() override;
 
   // One unit, start code added. True when it gave a picture.
   bool feed(const std::vector<std::uint8_t>& unit);
   void feedSets(const H264TestStream& stream);
-  // A frame as a server sends it, taken apart at the fixed places of the layout. True when it gave
-  // a picture.
-  bool feedFrame(const std::vector<std::uint8_t>& frame);
   void displayDecodedFrame(CVPixelBufferRef pixelBuffer) override;
 
   CVPixelBufferRef picture() const { return picture_; }
@@ -32,18 +28,13 @@ class DecodedStream : public H264HwDecoderImplDelegate,
   std::vector<std::string> errors;
 
  private:
-  bool feedAt(char* unit, std::uint32_t size);
   std::shared_ptr<H264HwDecoderImpl> decoder_;
-  std::vector<char> slot_ = std::vector<char>(QUORVID_FRAME_CAPACITY);
   CVPixelBufferRef picture_ = nullptr;
   int pictures_ = 0;
 };
 
-// Peak signal-to-noise ratios in dB of a decoded picture against a drawn one, which is scaled to
-// its size sample by sample.
-struct Likeness {
-  double y, u, v;
-};
-Likeness likeness(CVPixelBufferRef decoded, const TestPicture& drawn);
+// Peak signal-to-noise ratio in dB of a part (0 Y, 1 Cb, 2 Cr) of a decoded picture against a drawn
+// one, each sample against the nearest. The picture before has 31 dB or less in Y.
+double likeness(CVPixelBufferRef decoded, const TestPicture& drawn, std::size_t part = 0);
 
 }  // namespace quorvid::test

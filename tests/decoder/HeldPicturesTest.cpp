@@ -21,16 +21,15 @@ class HeldPicturesTest : public testing::Test {
  protected:
   // For each frame from the first on: '+' shown, '.' not shown, 'x' lost and never fed.
   std::string shown(const H264TestStream& stream, std::size_t first = 0, std::size_t lost = 9999) {
-    decoded_ = DecodedStream::make();
-    decoded_->feedSets(stream);
+    decoded_ = DecodedStream::make(stream);
     std::string marks;
     for (std::size_t index = first; index < stream.frames.size(); ++index) {
       marks += index == lost ? 'x' : decoded_->feed(stream.frames[index].slice) ? '+' : '.';
     }
     return marks;
   }
-  double likenessOf(int index, const test::TestStreamOptions& options = {}) {
-    return test::likeness(decoded_->picture(), drawnPicture(options, index)).y;
+  double likenessOf(int index) {
+    return test::likeness(decoded_->picture(), drawnPicture({}, index));
   }
 
   std::shared_ptr<DecodedStream> decoded_;
@@ -58,6 +57,8 @@ TEST_F(HeldPicturesTest, DamagedUnitHasItsStatusAndWhatFollowsIsHeldQuietly) {
   EXPECT_EQ(shown(stream), "++...+++++");
   EXPECT_THAT(decoded_->errors, ElementsAre("IOS8VT: decode failed status=-12909(Bad data)"));
   EXPECT_EQ(decoded_->decoder().heldUnits(), 2U);
+  EXPECT_GT(likenessOf(9), 37);
+  EXPECT_FALSE(decoded_->feed({0xE5, 1, 2, 3}));  // the forbidden bit
 }
 
 // Key pictures that are no IDR ones: the encoder answers a cut between two of those with I slices.

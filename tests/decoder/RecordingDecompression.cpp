@@ -80,7 +80,6 @@ OSStatus CMVideoFormatDescriptionCreateFromH264ParameterSets(CFAllocator allocat
                                                              const std::size_t* sizes, int length,
                                                              CMVideoFormatDescriptionRef* out) {
   record("format ", allocator == kCFAllocatorDefault, ' ', count, ' ', length);
-  recording().spsPointer = pointers[0];
   recording().spsBytes = bytesOf(pointers[0], sizes[0]);
   recording().ppsBytes = bytesOf(pointers[1], sizes[1]);
   return answer(recording().formatStatus, formatDescription, out);

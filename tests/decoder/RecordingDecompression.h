@@ -9,9 +9,8 @@
 namespace quorvid::test {
 
 struct Recording {
-  std::vector<std::string> calls;  // in order, for example "release sample"
-  std::vector<std::string> log;    // the decoder's log lines
-  const void* spsPointer = nullptr;
+  std::vector<std::string> calls;     // in order, for example "release sample"
+  std::vector<std::string> log;       // the decoder's log lines
   std::string spsBytes, ppsBytes;     // as given to the latest format description
   const void* memoryBlock = nullptr;  // of the latest block buffer
   void* callbackRefCon = nullptr;

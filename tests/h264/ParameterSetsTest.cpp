@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "support/H264TestStream.h"
 
 namespace quorvid::h264 {
@@ -39,11 +37,6 @@ TEST(ParameterSetsTest, SetsOfRealEncodersAreTaken) {
   EXPECT_TRUE(accepted({0x67, 0x42, 0xC0, 0x33, 0xD9, 0x80, 0x30, 0x00, 0x60, 0x64}, kPps));
   EXPECT_TRUE(accepted(changed(kSps, 0, 0x27), changed(kPps, 0, 0x28)));
   EXPECT_TRUE(accepted(kHigh, {0x68, 0xEB, 0xE3, 0xCB, 0x22, 0xC0}));
-  for (const auto matrix : {test::TestMatrix::Bt601, test::TestMatrix::Bt709}) {
-    const auto stream = test::encodeTestStream(
-        {.frames = 1, .mainProfile = true, .keepVui = true, .fullRange = true, .matrix = matrix});
-    EXPECT_TRUE(accepted(stream.sps, stream.pps));
-  }
 }
 
 TEST(ParameterSetsTest, ZerosThatFillThePlaceAreCutOff) {
@@ -123,19 +116,6 @@ TEST(ParameterSetsTest, SampleAspectGivesTheDisplayShape) {
   EXPECT_NEAR(aspect("sar=7/5"), 704.0 * 7 / (576 * 5), 1e-9);  // written out
   EXPECT_NEAR(aspect("sar=17/1"), 704.0 / 576, 1e-9);           // a mistake
   EXPECT_NEAR(parseSps(kHigh)->displayAspect(), 16.0 / 9, 1e-9);
-}
-
-TEST(ParameterSetsTest, RandomBytesAreRefused) {
-  std::mt19937 random(3);
-  Bytes sps(9), pps(4);
-  for (int i = 0; i < 200'000; ++i) {
-    std::generate(sps.begin(), sps.end(), random);
-    std::generate(pps.begin(), pps.end(), random);
-    sps[0] = 0x67;
-    pps[0] = 0x68;
-    ASSERT_FALSE(accepted(sps, pps)) << i;
-    ASSERT_FALSE(accepted(sps, kPps)) << i;
-  }
 }
 
 }  // namespace

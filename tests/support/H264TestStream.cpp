@@ -28,29 +28,16 @@ constexpr int kQuiet = 64;  // added to the level of every message of the encode
   std::abort();
 }
 
-struct FreeContext {
-  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FreeFrame {
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct FreePacket {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-using Context = std::unique_ptr<AVCodecContext, FreeContext>;
-using Frame = std::unique_ptr<AVFrame, FreeFrame>;
-using Packet = std::unique_ptr<AVPacket, FreePacket>;
-
-AVColorSpace colorSpace(TestMatrix matrix) {
-  switch (matrix) {
-    case TestMatrix::Bt601:
-      return AVCOL_SPC_SMPTE170M;
-    case TestMatrix::Bt709:
-      return AVCOL_SPC_BT709;
-    default:
-      return AVCOL_SPC_UNSPECIFIED;
+template <auto kFree>
+struct Freed {
+  template <class Object>
+  void operator()(Object* object) const {
+    kFree(&object);
   }
-}
+};
+using Context = std::unique_ptr<AVCodecContext, Freed<avcodec_free_context>>;
+using Frame = std::unique_ptr<AVFrame, Freed<av_frame_free>>;
+using Packet = std::unique_ptr<AVPacket, Freed<av_packet_free>>;
 
 Context openEncoder(const TestStreamOptions& options) {
   const AVCodec* const codec = avcodec_find_encoder_by_name("libx264");
@@ -60,8 +47,7 @@ Context openEncoder(const TestStreamOptions& options) {
   context->width = options.width;
   context->height = options.height;
   context->pix_fmt = AV_PIX_FMT_YUV420P;
-  context->color_range = options.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-  context->colorspace = colorSpace(options.matrix);
+  context->color_range = AVCOL_RANGE_MPEG;
   context->time_base = {1, 25};
   context->framerate = {25, 1};
   context->gop_size = options.keyInterval;

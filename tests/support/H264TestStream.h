@@ -18,8 +18,6 @@ struct TestPicture {
   std::vector<std::uint8_t> y, u, v;
 };
 
-enum class TestMatrix { Unspecified, Bt601, Bt709 };
-
 struct TestStreamOptions {
   int width = 640, height = 480;  // multiples of 16
   int frames = 10;
@@ -27,8 +25,6 @@ struct TestStreamOptions {
   bool mainProfile = false;
   // True keeps what the encoder wrote about colours (and thereby an SPS of more than 9 bytes).
   bool keepVui = false;
-  bool fullRange = false;
-  TestMatrix matrix = TestMatrix::Unspecified;
   int bitRate = 2'000'000;
   std::string encoder = {};  // further settings of libx264, "name=value:..."; may ask for slices
   // Draws picture `index`; empty: drawTestScene().
