@@ -21,16 +21,6 @@ TEST(Text, MissingAndEmptyAreDifferent) {
   EXPECT_TRUE(missing == Text(static_cast<const char*>(nullptr)));
 }
 
-TEST(Text, CopiesKeepTheObject) {
-  const Text first(std::string("abc"));
-  Text copy;
-  copy = first;
-  EXPECT_TRUE(copy.isSameObject(first));
-  EXPECT_EQ(copy.c_str(), first.c_str());
-  EXPECT_TRUE(Text("abc") == first);
-  EXPECT_FALSE(Text("abc").isSameObject(first));
-}
-
 TEST(Text, SubstringThrowsThePlatformsExceptionBeyondTheEnd) {
   const Text text("1234567");
   EXPECT_TRUE(text.substringFromIndex(2) == Text("34567"));

@@ -10,6 +10,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
 }
 
@@ -69,13 +70,6 @@ TestPicture blankPicture(int width, int height) {
   return {width, height, Bytes(pixels), Bytes(pixels / 4), Bytes(pixels / 4)};
 }
 
-void copyPlane(const Bytes& plane, int width, std::uint8_t* to, int toStride) {
-  for (std::size_t row = 0; row * static_cast<std::size_t>(width) < plane.size(); ++row) {
-    const auto from = plane.begin() + static_cast<std::ptrdiff_t>(row) * width;
-    std::copy(from, from + width, to + static_cast<std::ptrdiff_t>(row) * toStride);
-  }
-}
-
 void sendPicture(AVCodecContext* encoder, const TestStreamOptions& options, int index) {
   const Frame frame(av_frame_alloc());
   frame->format = encoder->pix_fmt;
@@ -84,9 +78,11 @@ void sendPicture(AVCodecContext* encoder, const TestStreamOptions& options, int 
   frame->pts = index;
   if (av_frame_get_buffer(frame.get(), 0) < 0) fail("no memory");
   const TestPicture picture = drawnPicture(options, index);
-  copyPlane(picture.y, picture.width, frame->data[0], frame->linesize[0]);
-  copyPlane(picture.u, picture.width / 2, frame->data[1], frame->linesize[1]);
-  copyPlane(picture.v, picture.width / 2, frame->data[2], frame->linesize[2]);
+  const std::uint8_t* const planes[] = {picture.y.data(), picture.u.data(), picture.v.data(),
+                                        nullptr};
+  const int rows[] = {picture.width, picture.width / 2, picture.width / 2, 0};
+  av_image_copy(frame->data, frame->linesize, const_cast<const std::uint8_t**>(planes), rows,
+                AV_PIX_FMT_YUV420P, picture.width, picture.height);
   if (avcodec_send_frame(encoder, frame.get()) < 0) fail("the encoder refuses a picture");
 }
 
