@@ -49,15 +49,8 @@ extern "C" std::int32_t ThreadVideoSourceForFleet(const char* host, std::int32_t
                                                   std::uint8_t* isCancel, const char* timestamp,
                                                   const char* carId, std::uint8_t* canGetFrame,
                                                   std::uint8_t* frameData, std::int32_t* frameLen) {
-  WorkerCall call{host, timestamp, mediaPort, cmdPort, channel};
-  call.hasAcc = acc != nullptr;
-  call.hasPwd = pwd != nullptr;
-  call.hasCarId = carId != nullptr;
-  call.isCancel = isCancel;
-  call.canGetFrame = canGetFrame;
-  call.frameData = frameData;
-  call.frameLen = frameLen;
-  worker(call);
+  worker({host, timestamp, mediaPort, cmdPort, channel, acc != nullptr, pwd != nullptr,
+          carId != nullptr, isCancel, canGetFrame, frameData, frameLen});
   return 0;
 }
 extern "C" void CancelVideoSource(std::uint8_t* isCancel) {
