@@ -53,19 +53,5 @@ TEST(HostBinding, TheLibraryNeverCallsTheHostsFunctions) {
   EXPECT_EQ(hostCalls, 0);
 }
 
-TEST(HostBinding, TheLibraryWritesTheHostsCarCount) {
-  std::uint8_t run = 1;
-  FleetServer server([&](FleetClient& client) {
-    client.readRequest();
-    std::atomic_ref<std::uint8_t>{run}.store(0);
-  });
-  carCount = 77;
-  std::int32_t count = 0;
-  std::int32_t done = 0;
-  ThreadGetCarGPS(myDevInfoItemsForGPS, &count, "127.0.0.1", server.port(), 0, "acc", "pwd", "",
-                  &done, &run);
-  EXPECT_EQ(carCount, 0);
-}
-
 }  // namespace
 }  // namespace quorvid::test
