@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -13,23 +12,16 @@
 namespace quorvid::test {
 namespace {
 
-// The text at a position, as long as the expected one.
-std::string at(const char* text, std::size_t position, const std::string& expected) {
-  return std::string(text).substr(position, expected.size());
-}
-
 TEST(Shader, TextsHaveTheirExactLayout) {
-  ASSERT_EQ(std::strlen(shader_vsh), 492U);
-  ASSERT_EQ(std::strlen(shader_fsh), 412U);
-  EXPECT_EQ(std::strpbrk(shader_vsh, "\r\n"), nullptr);
-  EXPECT_EQ(at(shader_vsh, 114, "main(){    mat4 rota"), "main(){    mat4 rota");
-  const std::string third =
-      "0.0," + std::string(5, '\t') + "    0.0, 1.0, 0.0," + std::string(31, ' ');
-  EXPECT_EQ(at(shader_vsh, 330, third), third);
-  EXPECT_EQ(std::string(shader_vsh).substr(492 - 28), "texCoordVarying = texCoord;}");
-  EXPECT_EQ(at(shader_fsh, 159, "){    mediump vec3 yuv;    lowp"),
-            "){    mediump vec3 yuv;    lowp");
-  EXPECT_EQ(std::string(shader_fsh).substr(412 - 33), "    gl_FragColor = vec4(rgb, 1);}");
+  const std::string vertex = shader_vsh, fragment = shader_fsh;
+  ASSERT_EQ(vertex.size(), 492U);
+  ASSERT_EQ(fragment.size(), 412U);
+  EXPECT_EQ(vertex.find_first_of("\r\n"), std::string::npos);
+  EXPECT_EQ(vertex.find("main(){    mat4 rota"), 114U);
+  EXPECT_EQ(vertex.find("0.0,\t\t\t\t\t    0.0, 1.0, 0.0," + std::string(31, ' ')), 330U);
+  EXPECT_EQ(vertex.find("texCoordVarying = texCoord;}"), 492U - 28);
+  EXPECT_EQ(fragment.find("){    mediump vec3 yuv;    lowp"), 159U);
+  EXPECT_EQ(fragment.find("    gl_FragColor = vec4(rgb, 1);}"), 412U - 33);
 }
 
 TEST(Shader, LayerLinksAProgramAndFillsTheTable) {

@@ -146,36 +146,25 @@ void makeStateUnusual() {
 }
 
 std::vector<std::string> describeState() {
+  const std::vector<std::vector<GLenum>> names{
+      {GL_READ_FRAMEBUFFER_BINDING, GL_DRAW_FRAMEBUFFER_BINDING, GL_RENDERBUFFER_BINDING,
+       GL_ACTIVE_TEXTURE, GL_TEXTURE_BINDING_2D},
+      {GL_PIXEL_UNPACK_BUFFER_BINDING, GL_PIXEL_PACK_BUFFER_BINDING, GL_VERTEX_ARRAY_BINDING,
+       GL_CURRENT_PROGRAM, GL_ARRAY_BUFFER_BINDING},
+      {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS,
+       GL_PACK_ALIGNMENT},
+      {GL_SCISSOR_BOX, GL_VIEWPORT, GL_COLOR_CLEAR_VALUE, GL_SCISSOR_TEST, GL_RASTERIZER_DISCARD},
+      {GL_BLEND, GL_DEPTH_TEST, GL_CULL_FACE}};
   std::vector<std::string> all;
-  for (const GLenum name : {GL_READ_FRAMEBUFFER_BINDING,
-                            GL_DRAW_FRAMEBUFFER_BINDING,
-                            GL_RENDERBUFFER_BINDING,
-                            GL_ACTIVE_TEXTURE,
-                            GL_TEXTURE_BINDING_2D,
-                            GL_PIXEL_UNPACK_BUFFER_BINDING,
-                            GL_PIXEL_PACK_BUFFER_BINDING,
-                            GL_VERTEX_ARRAY_BINDING,
-                            GL_CURRENT_PROGRAM,
-                            GL_ARRAY_BUFFER_BINDING,
-                            GL_UNPACK_ALIGNMENT,
-                            GL_UNPACK_ROW_LENGTH,
-                            GL_UNPACK_SKIP_ROWS,
-                            GL_UNPACK_SKIP_PIXELS,
-                            GL_PACK_ALIGNMENT,
-                            GL_SCISSOR_BOX,
-                            GL_VIEWPORT,
-                            GL_COLOR_CLEAR_VALUE,
-                            GL_SCISSOR_TEST,
-                            GL_RASTERIZER_DISCARD,
-                            GL_BLEND,
-                            GL_DEPTH_TEST,
-                            GL_CULL_FACE}) {
-    GLfloat values[4] = {};
-    glGetFloatv(name, values);
-    std::ostringstream text;
-    text << std::hex << name << ":" << values[0] << " " << values[1] << " " << values[2] << " "
-         << values[3];
-    all.push_back(text.str());
+  for (const auto& row : names) {
+    for (const GLenum name : row) {
+      GLfloat values[4] = {};
+      glGetFloatv(name, values);
+      std::ostringstream text;
+      text << std::hex << name << ":" << values[0] << " " << values[1] << " " << values[2] << " "
+           << values[3];
+      all.push_back(text.str());
+    }
   }
   for (GLuint buffer = 0; buffer < 2; ++buffer) {
     GLboolean mask[4] = {};

@@ -79,13 +79,4 @@ int distance(const Rgb& a, const Rgb& b) {
   return largest;
 }
 
-int distance(const Image& a, const Image& b) {
-  if (a.width != b.width || a.height != b.height || a.rgba.size() != b.rgba.size()) return 256;
-  int largest = 0;
-  for (std::size_t i = 0; i < a.rgba.size(); ++i) {
-    largest = std::max(largest, std::abs(a.rgba[i] - b.rgba[i]));
-  }
-  return largest;
-}
-
 }  // namespace quorvid::test

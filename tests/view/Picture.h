@@ -51,6 +51,5 @@ Rgb expectedRgb(YCbCr sample, const float* matrix);
 
 // The largest difference in any channel.
 int distance(const Rgb& a, const Rgb& b);
-int distance(const Image& a, const Image& b);
 
 }  // namespace quorvid::test

@@ -67,7 +67,7 @@ class OnScreen : public testing::Test {
   std::shared_ptr<AAPLEAGLLayer> layer_;
 };
 
-TEST_F(OnScreen, ShowsItsViewsUpright) {
+TEST_F(OnScreen, ShowsItsViewsUprightAndWhatASnapshotHasSeenBefore) {
   const Image image = waitFor(200, 120);
   const SDL_Rect content = boxOf(image, {255, 0, 0});
   ASSERT_EQ(content.w, 200);
@@ -78,10 +78,6 @@ TEST_F(OnScreen, ShowsItsViewsUpright) {
   EXPECT_EQ(top.y - content.y, 20);
   EXPECT_EQ(top.w, 80);
   EXPECT_EQ(low.y + low.h - content.y, 80);
-}
-
-TEST_F(OnScreen, ShowsWhatASnapshotHasSeenBefore) {
-  waitFor(200, 120);
   for (int i = 0; i < 5; ++i) {  // what is still to be drawn for the size
     EXPECT_TRUE(window_->runTurn());
   }
