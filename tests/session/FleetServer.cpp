@@ -14,11 +14,8 @@
 #include <stdexcept>
 
 namespace quorvid::test {
-namespace {
 
-constexpr std::chrono::minutes kPatience{1};
-
-}  // namespace
+static constexpr std::chrono::minutes kPatience{1};
 
 std::string FleetClient::readRequest() {
   std::string request(81, '\0');

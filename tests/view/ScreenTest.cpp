@@ -13,21 +13,11 @@ namespace {
 
 // The smallest box around all pixels of that colour.
 SDL_Rect boxOf(const Image& image, const Rgb& color) {
-  SDL_Rect box{image.width, image.height, 0, 0};
-  int right = -1;
-  int bottom = -1;
-  for (int y = 0; y < image.height; ++y) {
-    for (int x = 0; x < image.width; ++x) {
-      if (distance(image.at(x, y), color) <= 2) {
-        box.x = std::min(box.x, x);
-        box.y = std::min(box.y, y);
-        right = std::max(right, x);
-        bottom = std::max(bottom, y);
-      }
-    }
+  SDL_Rect box{};
+  for (int i = 0; i < image.width * image.height; ++i) {
+    const SDL_Rect pixel{i % image.width, i / image.width, 1, 1};
+    if (distance(image.at(pixel.x, pixel.y), color) <= 2) SDL_UnionRect(&box, &pixel, &box);
   }
-  box.w = right - box.x + 1;
-  box.h = bottom - box.y + 1;
   return box;
 }
 
