@@ -46,8 +46,7 @@ Rgb LiveViewFixture::pixelAt(int x, int y) {
 }
 
 bool LiveViewFixture::shows(const UIFleetLiveView& view, int x, int y, YCbCr colour) {
-  return view.playLayer()->pixelBuffer() != nullptr &&
-         distance(pixelAt(x, y), expectedRgb(colour, kColorConversion601)) <= 8;
+  return view.playLayer()->pixelBuffer() != nullptr && isNear(pixelAt(x, y), rgbOf(colour));
 }
 
 }  // namespace quorvid::test

@@ -14,8 +14,17 @@
 
 namespace quorvid::test {
 
+using Ycc = YCbCr;
 inline constexpr YCbCr kRust{110, 90, 180};
 inline constexpr YCbCr kTeal{140, 150, 70};
+
+inline Rgb rgbOf(YCbCr colour) {
+  return expectedRgb(colour, kColorConversion601);
+}
+// But for coding loss.
+inline bool isNear(const Rgb& a, const Rgb& b) {
+  return distance(a, b) <= 8;
+}
 
 // One-coloured pictures of 640x480, a key frame and three more, as a server sends them.
 std::vector<std::string> oneColouredFrames(YCbCr colour, bool withSei = false);
@@ -28,7 +37,7 @@ class LiveViewFixture : public ::testing::Test {
                            const char* file = __builtin_FILE(), int line = __builtin_LINE());
   // From the lower left, in what the layer drew last; its context is current then.
   static Rgb pixelAt(int x, int y);
-  // True when the layer has drawn a picture with that pixel in that colour, but for coding loss.
+  // True when the layer has drawn a picture with that pixel in that colour.
   static bool shows(const UIFleetLiveView& view, int x, int y, YCbCr colour);
 };
 
