@@ -140,7 +140,8 @@ LiveStatus LivePlayer::stalledStatus(const SessionReport& report, double now) co
   LiveStatus status = report.status;
   if (report.lastFrame < 0 || now - report.lastFrame >= options_.stallAfter) {
     status.reason = LiveReason::Silent;
-    status.sentence = "the server is connected and sends nothing";
+    status.sentence = report.lastFrame < 0 ? "connected, and nothing has come yet"
+                                           : "the server is connected and sends nothing";
   }
   status.state = LiveState::Stalled;
   status.nextTry = std::max(0.0, watch_.untilRestart(now));

@@ -43,7 +43,8 @@ TEST_F(Record, WritesAStreamThatOthersRead) {
     Command& command = start(ending, {"--seconds", "3"}, sim_.port("fleet"));
     ASSERT_EQ(command.wait(), 0) << command.errors();
     const Recording recording = readRecording(file_);
-    EXPECT_NEAR(recording.frames, 76, 20) << file_;
+    EXPECT_GT(recording.frames, 15) << file_;  // 76 where the machine keeps pace
+    EXPECT_LT(recording.frames, 100) << file_;
     EXPECT_EQ(recording.width, 640);
     EXPECT_TRUE(recording.beginsWithKey);
     EXPECT_TRUE(file_.ends_with("h264") || std::abs(recording.seconds - 3.2) < 0.7);
