@@ -117,8 +117,9 @@ void LivePlayer::pictureShown(double now, double arrival) {
 }
 
 LiveStatus LivePlayer::status(double now) const {
-  if (!refusal_.empty())
+  if (!refusal_.empty()) {
     return makeStatus(LiveState::Failed, LiveReason::TargetImpossible, refusal_);
+  }
   if (!hasPlayed_) return {};
   if (session_ == nullptr) return makeStatus(LiveState::Stopped);
   const SessionReport report = session_->report();

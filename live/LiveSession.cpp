@@ -21,7 +21,7 @@ bool isStreaming(LiveState state) {
 
 std::shared_ptr<LiveSession> LiveSession::start(const LiveTarget& target, double mostLag,
                                                 std::shared_ptr<Wake> wake, bool hidden) {
-  const std::shared_ptr<LiveSession> session(new LiveSession(target, mostLag, std::move(wake)));
+  std::shared_ptr<LiveSession> session(new LiveSession(target, mostLag, std::move(wake)));
   session->queue_.setHidden(hidden);
   Thread decoding([session] { session->decode(); });
   Thread receiving([session] { session->receive(); });

@@ -38,7 +38,7 @@ std::shared_ptr<LiveView> LiveView::initWithFrame(CGRect frame, const LiveOption
     explicit View(CGRect rectangle) : LiveView(rectangle) {}
   };
   try {
-    const std::shared_ptr<LiveView> view = std::make_shared<View>(frame);
+    std::shared_ptr<LiveView> view = std::make_shared<View>(frame);
     view->state_ = std::make_unique<State>(options);
     view->setBackgroundColor(UIColor::blackColor());
     view->state_->layer = PictureLayer::make(*view->layer());

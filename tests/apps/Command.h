@@ -34,7 +34,7 @@ inline std::string at(int port) {
 
 // A file name in the tests' temporary folder; what lies there is removed.
 inline std::string freshFile(const std::string& name) {
-  const std::string path = testing::TempDir() + "quorvid-" + std::to_string(getpid()) + "-" + name;
+  std::string path = testing::TempDir() + "quorvid-" + std::to_string(getpid()) + "-" + name;
   unlink(path.c_str());
   return path;
 }
