@@ -15,7 +15,6 @@ using test::drawnPicture;
 using test::encodeTestStream;
 using test::H264TestStream;
 using test::likeness;
-using test::TestPicture;
 using test::TestStreamOptions;
 using testing::ElementsAre;
 using testing::IsEmpty;

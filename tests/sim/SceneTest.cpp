@@ -16,7 +16,8 @@ CodeCells cellsIn(const AVFrame& picture) {
   CodeCells cells{};
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const double column = kCodeLeft + static_cast<double>(i % kCodeColumns) + .5;
-    const double row = kCodeTop + static_cast<double>(i / kCodeColumns) + .5;
+    const std::size_t line = i / kCodeColumns;
+    const double row = kCodeTop + static_cast<double>(line) + .5;
     const int x = static_cast<int>(column * picture.width / kGridColumns);
     const int y = static_cast<int>(row * picture.height / kGridRows);
     cells[i] = picture.data[0][y * picture.linesize[0] + x] > 126;

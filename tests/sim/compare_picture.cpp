@@ -45,7 +45,8 @@ std::optional<std::uint16_t> counterIn(const Picture& picture) {
   std::uint64_t bits = 0;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const double column = kCodeLeft + static_cast<double>(i % kCodeColumns) + .5;
-    const double row = kCodeTop + static_cast<double>(i / kCodeColumns) + .5;
+    const std::size_t line = i / kCodeColumns;
+    const double row = kCodeTop + static_cast<double>(line) + .5;
     const auto x = static_cast<std::size_t>(column * picture.width / kGridColumns);
     const auto y = static_cast<std::size_t>(row * picture.height / kGridRows);
     const std::size_t green = (y * static_cast<std::size_t>(picture.width) + x) * kChannels + 1;
