@@ -52,13 +52,13 @@ bool ViewHost::State::isPlaying() const {
 
 // A host that draws but forgets to refresh sees views that never show anything.
 void ViewHost::State::watchRefreshes() {
-  constexpr int enough = 120;
+  constexpr int kEnough = 120;
   const std::shared_ptr<RunLoop> ticking = loop.lock();
   if (ticking == nullptr) return;
   const bool idle =
       ticking->refreshCount() == std::exchange(refreshesSeen, ticking->refreshCount());
-  idleLooks = idle && isPlaying() ? std::min(idleLooks + 1, enough + 1) : 0;
-  if (idleLooks == enough) {
+  idleLooks = idle && isPlaying() ? std::min(idleLooks + 1, kEnough + 1) : 0;
+  if (idleLooks == kEnough) {
     logMessage("ViewHost: a view plays, but refresh() isn't called: it stands still");
   }
 }

@@ -29,11 +29,11 @@ constexpr int kQuiet = 64;  // added to the level of every message of the encode
   std::abort();
 }
 
-template <auto kFree>
+template <auto Free>
 struct Freed {
   template <class Object>
   void operator()(Object* object) const {
-    kFree(&object);
+    Free(&object);
   }
 };
 using Context = std::unique_ptr<AVCodecContext, Freed<avcodec_free_context>>;

@@ -24,11 +24,11 @@ class RefreshClock {
 
   // A refresh begins now: how many periods lie between it and the last one, at least 1.
   std::uint32_t begin(Time now, bool swapped) {
-    constexpr Duration::rep most = 1'000'000;  // a machine that slept for hours
+    constexpr Duration::rep kMost = 1'000'000;  // a machine that slept for hours
     const Duration slack = swapped ? period_ / 2 : Duration::zero();
-    const auto periods = std::clamp((now - last_ + slack) / period_, Duration::rep{1}, most);
+    const auto periods = std::clamp((now - last_ + slack) / period_, Duration::rep{1}, kMost);
     // The timer keeps its phase; the display has its own.
-    last_ = swapped || periods == most ? now : last_ + periods * period_;
+    last_ = swapped || periods == kMost ? now : last_ + periods * period_;
     return static_cast<std::uint32_t>(periods);
   }
 
