@@ -23,9 +23,9 @@ void RunLoop::refreshAt(Time now) {
   // The first call is a refresh. A driver that counts by itself may be ahead of the time.
   if (!counted_) counted_ = now - std::chrono::duration_cast<Time::duration>(Refreshes(1));
   counted_ = std::min(*counted_, now);
-  constexpr Refreshes::rep most = std::numeric_limits<std::uint32_t>::max();
+  constexpr Refreshes::rep kMost = std::numeric_limits<std::uint32_t>::max();
   const auto passed = std::chrono::duration_cast<Refreshes>(now - *counted_).count();
-  if (passed > 0) refresh(static_cast<std::uint32_t>(std::min(passed, most)));
+  if (passed > 0) refresh(static_cast<std::uint32_t>(std::min(passed, kMost)));
 }
 
 void RunLoop::refresh(std::uint32_t refreshes) {
