@@ -18,6 +18,7 @@ using namespace quorvid::sim;
 
 constexpr int kChannels = 4;
 constexpr double kLeastDecibels = 30;
+constexpr int kTextRows = 18;  // of the viewer's line of text, which lies over the lowest rows
 const SceneLabels kLabels{.device = "TRUCK-7", .channel = 0};
 
 // Four bytes a pixel: blue, green, red, unused.
@@ -79,11 +80,13 @@ Picture drawn(std::uint16_t counter, const Picture& like) {
 
 double decibels(const Picture& a, const Picture& b) {
   double sum = 0;
-  for (std::size_t i = 0; i < a.bytes.size(); ++i) {
+  const auto rows = static_cast<std::size_t>(a.height - kTextRows);
+  const std::size_t count = rows * kChannels * static_cast<std::size_t>(a.width);
+  for (std::size_t i = 0; i < count; ++i) {
     const double difference = i % kChannels == 3 ? 0 : a.bytes[i] - b.bytes[i];
     sum += difference * difference;
   }
-  const double samples = static_cast<double>(a.bytes.size()) * 3 / kChannels;
+  const double samples = static_cast<double>(count) * 3 / kChannels;
   return 10 * std::log10(255 * 255 * samples / std::max(sum, 1.0));
 }
 
