@@ -8,16 +8,27 @@
 // Plain logic, one thread; times are seconds of any steady clock.
 #pragma once
 
+#include <algorithm>
+
 namespace quorvid {
 
 class StallWatch {
  public:
   // stallAfter: 0 never. now: when the stream was started.
-  StallWatch(double stallAfter, double now);
+  StallWatch(double stallAfter, double now)
+      : stallAfter_(stallAfter),
+        pause_(stallAfter),
+        lastPicture_(now),
+        nextRestart_(now + stallAfter) {}
 
-  void pictureArrived(double now);
+  void pictureArrived(double now) { *this = StallWatch(stallAfter_, now); }
   // True when a restart is due; the next one is put off by the next pause.
-  bool restartDue(double now);
+  bool restartDue(double now) {
+    if (stallAfter_ <= 0 || now < nextRestart_) return false;
+    nextRestart_ = now + pause_;
+    pause_ = std::max(stallAfter_, std::min(2 * pause_, kLongestPause));
+    return true;
+  }
 
   bool isStalled(double now) const { return stallAfter_ > 0 && silence(now) >= stallAfter_; }
   // Seconds since the last picture, or since the start.
@@ -26,6 +37,8 @@ class StallWatch {
   double untilRestart(double now) const { return nextRestart_ - now; }
 
  private:
+  static constexpr double kLongestPause = 30;
+
   double stallAfter_;
   double pause_;
   double lastPicture_;

@@ -1,6 +1,5 @@
 #include "apps/common/Stream.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <ctime>
@@ -12,8 +11,7 @@ namespace quorvid::app {
 
 namespace {
 
-constexpr int kCommandPort = 80;      // the workers keep it without using it
-constexpr double kLongestPause = 30;  // from one restart to the next
+constexpr int kCommandPort = 80;  // the workers keep it without using it
 constexpr std::int64_t kLongestSide = 16384;
 
 }  // namespace
@@ -67,25 +65,6 @@ void StreamReceiver::release() {
 
 bool StreamReceiver::hasFailed() const {
   return slot_->failed;
-}
-
-StallWatch::StallWatch(double stallAfter, double now)
-    : stallAfter_(stallAfter),
-      pause_(stallAfter),
-      lastPicture_(now),
-      nextRestart_(now + stallAfter) {}
-
-void StallWatch::pictureArrived(double now) {
-  lastPicture_ = now;
-  pause_ = stallAfter_;
-  nextRestart_ = now + stallAfter_;
-}
-
-bool StallWatch::restartDue(double now) {
-  if (now < nextRestart_) return false;
-  nextRestart_ = now + pause_;
-  pause_ = std::max(stallAfter_, std::min(2 * pause_, kLongestPause));
-  return true;
 }
 
 std::optional<PixelSize> sizeOfSps(h264::ByteView sps) {

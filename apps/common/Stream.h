@@ -1,4 +1,4 @@
-// Stream: how a host takes a stream without the live view, and watches over it.
+// Stream: how a host takes a stream without the live view.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,7 @@ namespace quorvid::app {
 // The account, a hyphen and the last 8 digits of the time: tells one session from the next.
 std::string sessionToken(const std::string& account);
 
-// An exported video worker on a thread of its own, and the slot it fills: how a
-// host takes a stream without the live view.
+// An exported video worker on a thread of its own, and the slot it fills.
 //
 // The worker blocks until it is cancelled, which ends a read under way but no look-up, connection
 // attempt or pause. Nobody waits for it: slot and texts are shared with its thread and go with the
@@ -54,37 +53,6 @@ class StreamReceiver {
  private:
   struct Slot;
   std::shared_ptr<Slot> slot_;
-};
-
-// Decides when a stream counts as stalled and when to start it anew.
-//
-// A worker whose server closed in order does not notice and waits for ever, so whoever shows the
-// pictures has to watch their times. After `stallAfter` seconds without a picture the stream is
-// stalled and a restart is due; while it stays stalled, further ones follow after pauses that
-// double up to 30 s (5, 10, 20, 30 for 5 s). The next picture ends the stall and the pauses begin
-// anew.
-//
-// Plain logic, one thread; times are seconds of any steady clock.
-class StallWatch {
- public:
-  // stallAfter: above 0. now: when the stream was started.
-  StallWatch(double stallAfter, double now);
-
-  void pictureArrived(double now);
-  // True when a restart is due; the next one is put off by the next pause.
-  bool restartDue(double now);
-
-  bool isStalled(double now) const { return now - lastPicture_ >= stallAfter_; }
-  // Seconds since the last picture, or since the start.
-  double silence(double now) const { return now - lastPicture_; }
-  // Seconds from now to the next restart if nothing comes.
-  double untilRestart(double now) const { return nextRestart_ - now; }
-
- private:
-  double stallAfter_;
-  double pause_;
-  double lastPicture_;
-  double nextRestart_;
 };
 
 // The picture size (cropping taken off) that a sequence parameter set states; `sps` begins at its

@@ -9,6 +9,7 @@
 
 #include "apps/common/Deadline.h"
 #include "apps/common/Stream.h"
+#include "live/StallWatch.h"
 #include "quorvid/session/UIFleetLiveView.h"
 
 // What all tiles of a run share.
@@ -45,7 +46,7 @@ class Tile : public quorvid::H264HwDecoderImplDelegate, public std::enable_share
     const int channel = static_cast<int>(course_.chance() % 8);
     view_->setConnectionParm("127.0.0.1", port, channel, "soak", "", "TRUCK-7");
     const double now = quorvid::app::steadySeconds();
-    watch_ = quorvid::app::StallWatch(kStallAfter, now);
+    watch_ = quorvid::StallWatch(kStallAfter, now);
     playAt_ = now + kPauseBeforePlay;
     moveAt_ = *playAt_ + stay;
   }
@@ -94,7 +95,7 @@ class Tile : public quorvid::H264HwDecoderImplDelegate, public std::enable_share
   Course& course_;
   std::shared_ptr<quorvid::UIView> container_;
   std::shared_ptr<quorvid::UIFleetLiveView> view_;
-  quorvid::app::StallWatch watch_;
+  quorvid::StallWatch watch_;
   std::optional<double> playAt_;
   double moveAt_ = 0;
 };

@@ -12,6 +12,7 @@
 #include "apps/common/Terminal.h"
 #include "apps/common/Values.h"
 #include "apps/quorvid/record/FrameRecorder.h"
+#include "live/StallWatch.h"
 
 namespace quorvid::app {
 

@@ -1,10 +1,10 @@
-#include "apps/common/Stream.h"
+#include "live/StallWatch.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-namespace quorvid::app {
+namespace quorvid {
 namespace {
 
 // When restarts fall due between two times, looked at every tenth of a second.
@@ -33,4 +33,4 @@ TEST(StallWatch, APictureEndsTheStallAndBeginsThePausesAnew) {
 }
 
 }  // namespace
-}  // namespace quorvid::app
+}  // namespace quorvid
