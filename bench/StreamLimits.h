@@ -1,0 +1,23 @@
+// StreamLimits: the least that the pictures of some streams cost: libavcodec on one thread, and
+// libyuv plane by plane to the size of the library's pictures. Frames are taken off the wire first.
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace quorvid::bench {
+
+// Annex B, as they came; from the first on a decoder can begin.
+using Frames = std::vector<std::vector<std::uint8_t>>;
+
+// Blocks until so many frames have come, for `seconds` at most.
+Frames captureFrames(const std::string& host, int port, const std::string& device, int channel,
+                     std::size_t count, double seconds);
+
+// Processor time of decoding and of scaling by themselves, all streams in turn on this thread.
+// Milliseconds a picture.
+nlohmann::json measureLimits(const std::vector<Frames>& streams);
+
+}  // namespace quorvid::bench
