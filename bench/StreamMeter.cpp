@@ -49,6 +49,7 @@ nlohmann::json StreamMeter::results() const {
   }
   return {{"received", figures.received - before_.received},
           {"decoded", figures.decoded - before_.decoded},
+          {"converted", figures.converted - before_.converted},
           {"shown", figures.shown - before_.shown},
           {"overwritten", figures.overwritten - before_.overwritten},
           {"lost", figures.lost - before_.lost},

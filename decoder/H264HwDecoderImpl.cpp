@@ -89,6 +89,7 @@ void H264HwDecoderImpl::setDelegate(const std::shared_ptr<H264HwDecoderImplDeleg
 
 void H264HwDecoderImpl::decodeNalu(char* frame, std::uint32_t frameSize) {
   logDetail("==========> 開始解碼");
+  hasPicture_ = false;
   const h264::UnitType type = h264::typeOf(static_cast<std::uint8_t>(frame[kPrefixSize]));
   const std::uint32_t length = frameSize - kPrefixSize;
   writeBigEndian(frame, length);
@@ -126,12 +127,16 @@ bool H264HwDecoderImpl::initH264Decoder() {
                                pictureAttributes(), {didDecompress, this}, &_deocderSession);
   VTSessionSetProperty(_deocderSession, kVTDecompressionPropertyKey_ThreadCount, std::int64_t{1});
   VTSessionSetProperty(_deocderSession, kVTDecompressionPropertyKey_RealTime, true);
+  if (picturesOnRequest_) {
+    VTSessionSetProperty(_deocderSession, kVTDecompressionPropertyKey_PicturesOnRequest, true);
+  }
   return true;
 }
 
 CVPixelBufferRef H264HwDecoderImpl::decode(char* buffer, std::uint32_t size) {
   logDetail("=========> decode\n\n");
   CVPixelBufferRef outputPixelBuffer = nullptr;
+  hasPicture_ = false;
   CMBlockBufferRef block = nullptr;
   if (CMBlockBufferCreateWithMemoryBlock(kCFAllocatorDefault, buffer, size, kCFAllocatorNull,
                                          nullptr, 0, size, 0, &block) != noErr) {
@@ -147,12 +152,20 @@ CVPixelBufferRef H264HwDecoderImpl::decode(char* buffer, std::uint32_t size) {
     logDecodeStatus(VTDecompressionSessionDecodeFrame(_deocderSession, sample, 0,
                                                       &outputPixelBuffer, &infoFlags));
     const bool isHeld = (infoFlags & kVTDecodeInfo_FrameHeld) != 0;
-    isWaitingForKeyFrame_ = isHeld || (isWaitingForKeyFrame_ && outputPixelBuffer == nullptr);
+    hasPicture_ = outputPixelBuffer != nullptr || (infoFlags & kVTDecodeInfo_FrameKept) != 0;
+    isWaitingForKeyFrame_ = isHeld || (isWaitingForKeyFrame_ && !hasPicture_);
     if (isHeld) ++heldUnits_;
     CFRelease(sample);
   }
   CFRelease(block);
   return outputPixelBuffer;
+}
+
+CVPixelBufferRef H264HwDecoderImpl::copyPicture() {
+  if (!hasPicture_) return nullptr;
+  CVPixelBufferRef picture = nullptr;
+  logDecodeStatus(VTDecompressionSessionCopyPicture(_deocderSession, &picture));
+  return picture;
 }
 
 }  // namespace quorvid

@@ -6,12 +6,6 @@
 #include "base/Clock.h"
 
 namespace quorvid {
-namespace {
-
-// A decoder whose oldest frame waits for longer is behind.
-constexpr double kBehind = 0.2;
-
-}  // namespace
 
 Frame makeFrame(h264::ByteView bytes, double arrival) {
   Frame frame;
@@ -59,13 +53,14 @@ void FrameQueue::keepWithinBounds() {
 
 std::optional<Frame> FrameQueue::take() {
   std::unique_lock lock(mutex_);
-  for (;;) {
+  for (bool isAfterLoss = false;; isAfterLoss = true) {
     changed_.wait(lock, [this] { return closed_ || (!hidden_ && !frames_.empty()); });
     if (closed_) return std::nullopt;
     Frame frame = std::move(frames_.front());
     frames_.pop_front();
     bytes_ -= frame.bytes.size();
     frame.isToBeShown = unshown_ <= 1;
+    frame.isAfterLoss = isAfterLoss;
     unshown_ -= std::min<std::size_t>(unshown_, 1);
     const bool isBehind = steadySeconds() - frame.arrival > kBehind && !frames_.empty();
     if (frame.isReference || frame.isKey || !isBehind) return frame;
@@ -86,6 +81,11 @@ void FrameQueue::setHidden(bool hidden) {
   if (!frames_.empty()) dropBefore(newestKey());
   unshown_ = hidden ? 0 : frames_.size();
   changed_.notify_one();
+}
+
+bool FrameQueue::isEmpty() const {
+  const std::lock_guard lock(mutex_);
+  return frames_.empty();
 }
 
 void FrameQueue::skipToNewestKey() {

@@ -25,6 +25,7 @@ struct Frame {
   bool isKey = false;             // brings parameter sets or an IDR picture
   bool isReference = true;        // others may refer to it
   bool isToBeShown = true;        // false: a newer one, which waits already, will be
+  bool isAfterLoss = false;       // the one before it was spared the decoder, which is behind
 };
 
 // bytes: Annex B.
@@ -34,6 +35,8 @@ class FrameQueue {
  public:
   static constexpr std::size_t kMostBytes = 8U << 20;
   static constexpr double kMostSeconds = 12;
+  // A decoder whose oldest frame waits for longer is behind.
+  static constexpr double kBehind = 0.2;
 
   // Takes effect at once, whatever waits.
   void push(Frame frame);
@@ -44,6 +47,7 @@ class FrameQueue {
   // Hidden: take() waits, and a key frame takes the place of all that waits. Then everything that
   // waits is to be decoded, and only the last to be shown.
   void setHidden(bool hidden);
+  bool isEmpty() const;
   // What waits is late: the next frame taken is the newest key frame, if one waits.
   void skipToNewestKey();
   std::uint64_t lost() const;

@@ -68,6 +68,7 @@ void LivePlayer::endSession() {
   before_.received += last.received;
   before_.bytes += last.bytes;
   before_.decoded += last.decoded;
+  before_.converted += last.converted;
   before_.overwritten += last.overwritten;
   before_.held += last.held;
   before_.lost += last.lost;
@@ -155,6 +156,7 @@ LiveFigures LivePlayer::figures(double now) const {
   figures.received = before_.received + report.received;
   figures.bytes = before_.bytes + report.bytes;
   figures.decoded = before_.decoded + report.decoded;
+  figures.converted = before_.converted + report.converted;
   figures.overwritten = before_.overwritten + report.overwritten;
   figures.held = before_.held + report.held;
   figures.lost = before_.lost + report.lost;

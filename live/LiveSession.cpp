@@ -12,6 +12,10 @@ namespace {
 
 // Pictures overtaken before any was taken: by then somebody has forgotten something.
 constexpr std::uint64_t kUntakenPictures = 250;
+// Seconds: a host gets a new picture at least so often, however many wait.
+constexpr double kProgress = 0.1;
+// A view that left pictures out is called late for so many seconds more.
+constexpr double kCalm = 2;
 
 bool isStreaming(LiveState state) {
   return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
@@ -74,33 +78,58 @@ void LiveSession::decode() {
   }
 }
 
+// A picture that nobody will see is never converted: that costs about as much as its decoding.
 void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
-  Picture picture;
-  const StreamDecoder::Outcome outcome = decoder.decode(frame, picture.buffer);
-  picture.arrival = frame.arrival;
+  const StreamDecoder::Outcome outcome = decoder.decode(frame);
+  StreamShape shape;
   if (const auto& stream = decoder.stream()) {
-    picture.shape = {static_cast<int>(stream->displayedWidth()),
-                     static_cast<int>(stream->displayedHeight()), stream->displayAspect()};
+    shape = {static_cast<int>(stream->displayedWidth()),
+             static_cast<int>(stream->displayedHeight()), stream->displayAspect()};
   }
-  noteOutcome(outcome, picture.shape);
-  if (picture.buffer == nullptr) return;
-  const bool isLate = steadySeconds() - frame.arrival > mostLag_;
-  if (isLate) queue_.skipToNewestKey();
-  publish(std::move(picture), isLate, frame.isToBeShown);
+  noteOutcome(outcome, shape);
+  if (outcome != StreamDecoder::Outcome::Picture) return;
+  const double now = steadySeconds();
+  const bool isLeftOut = noteLateness(now, frame) || !frame.isToBeShown || isOvertaken(now, frame);
+  if (!isLeftOut) publish({decoder.picture(), frame.arrival, shape});
+  wake_->signal();
 }
 
-void LiveSession::publish(Picture picture, bool isLate, bool isToBeShown) {
+// True when the picture is too old to be shown.
+bool LiveSession::noteLateness(double now, const Frame& frame) {
+  const double lag = now - frame.arrival;
+  const bool isTooOld = lag > mostLag_;
+  if (isTooOld) queue_.skipToNewestKey();
+  const std::lock_guard lock(mutex_);
+  if (isTooOld || frame.isAfterLoss) {
+    leftOut_ = now;
+    report_.isLate = true;
+  } else if (now - leftOut_ > kCalm && lag < FrameQueue::kBehind) {
+    report_.isLate = false;
+  }
+  return isTooOld;
+}
+
+// A newer frame waits, and the one that the host has not taken, or took just now, is new enough.
+bool LiveSession::isOvertaken(double now, const Frame& frame) {
+  if (queue_.isEmpty()) return false;
+  const std::lock_guard lock(mutex_);
+  const bool isOvertaken =
+      now - published_ < kProgress && (ready_ || now - frame.arrival > kProgress);
+  if (isOvertaken) ++report_.overwritten;
+  return isOvertaken;
+}
+
+void LiveSession::publish(Picture picture) {
+  if (picture.buffer == nullptr) return;
   bool nobodyTakes = false;
   {
     const std::lock_guard lock(mutex_);
-    report_.isLate = isLate;
-    if (!isLate && isToBeShown) {
-      if (ready_) ++report_.overwritten;
-      ready_ = std::move(picture);
-      nobodyTakes = taken_ == 0 && report_.overwritten == kUntakenPictures;
-    }
+    ++report_.converted;
+    if (ready_) ++report_.overwritten;
+    ready_ = std::move(picture);
+    published_ = steadySeconds();
+    nobodyTakes = taken_ == 0 && report_.overwritten == kUntakenPictures;
   }
-  wake_->signal();
   if (nobodyTakes) {
     logMessage(
         "LiveView: pictures wait and nobody takes them: the run loop of the thread that made "

@@ -30,10 +30,11 @@ struct SessionReport {
   LiveStatus status;      // as the worker and the decoder see it; nextTry is not set
   double nextTryAt = -1;  // Reconnecting, Refused
   double lastFrame = -1;  // arrival
-  bool isLate = false;    // pictures come, too old to be shown
+  bool isLate = false;    // decoding doesn't keep pace, and pictures are left out for it
   bool hasEnded = false;  // the worker gave up; nothing more comes
   StreamShape shape;
-  std::uint64_t received = 0, bytes = 0, decoded = 0, overwritten = 0, held = 0, lost = 0;
+  std::uint64_t received = 0, bytes = 0, decoded = 0, converted = 0, overwritten = 0, held = 0,
+                lost = 0;
   std::uint64_t attempts = 0;  // connections begun
 };
 
@@ -57,7 +58,9 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   void fail(LiveReason reason, std::string sentence);
   void decode();
   void decodeFrame(StreamDecoder& decoder, Frame& frame);
-  void publish(Picture picture, bool isLate, bool isToBeShown);
+  bool noteLateness(double now, const Frame& frame);
+  bool isOvertaken(double now, const Frame& frame);
+  void publish(Picture picture);
   void noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape);
   void setStatus(LiveState state, LiveReason reason, std::string sentence);
 
@@ -77,6 +80,8 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   SessionReport report_;
   std::optional<Picture> ready_;
   std::uint64_t taken_ = 0;  // how often the host's thread asked
+  double published_ = -1;    // when ready_ was set last
+  double leftOut_ = -1;      // when a picture was left out last, because decoding is late
 };
 
 inline LiveStatus makeStatus(LiveState state, LiveReason reason = LiveReason::None,

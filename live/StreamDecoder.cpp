@@ -27,16 +27,7 @@ bool same(const h264::Bytes& one, h264::ByteView other) {
 
 }  // namespace
 
-// Keeps the picture that the decoder hands out before it returns.
-class StreamDecoder::Catcher : public H264HwDecoderImplDelegate {
- public:
-  void displayDecodedFrame(CVPixelBufferRef picture) override { caught.reset(picture); }
-  PicturePtr caught;
-};
-
-StreamDecoder::StreamDecoder() : catcher_(std::make_shared<Catcher>()) {}
-
-StreamDecoder::Outcome StreamDecoder::decode(Frame& frame, PicturePtr& picture) {
+StreamDecoder::Outcome StreamDecoder::decode(Frame& frame) {
   const bool setsFit = takeSets(frame);
   isForeign_ = frame.isKey ? !setsFit : isForeign_ || !setsFit;
   if (isForeign_) return Outcome::SetsTooOften;
@@ -48,12 +39,14 @@ StreamDecoder::Outcome StreamDecoder::decode(Frame& frame, PicturePtr& picture) 
            unit.type == UnitType::Sei;
   });
   if (first == frame.units.end()) return Outcome::NoPicture;
-  catcher_->caught.reset();
   const std::uint64_t heldBefore = decoder_->heldUnits();
   feed(frame, *first, frame.bytes.size());
-  picture = std::move(catcher_->caught);
-  if (picture != nullptr) return Outcome::Picture;
+  if (decoder_->hasPicture()) return Outcome::Picture;
   return decoder_->heldUnits() != heldBefore ? Outcome::Held : Outcome::Damaged;
+}
+
+PicturePtr StreamDecoder::picture() const {
+  return PicturePtr(decoder_ != nullptr ? decoder_->copyPicture() : nullptr);
 }
 
 // False: the sets are new ones, too early.
@@ -68,7 +61,7 @@ bool StreamDecoder::takeSets(const Frame& frame) {
   if (!pps.empty()) pps_.assign(pps.begin(), pps.end());
   stream_ = h264::peekSps(sps_);
   decoder_ = H264HwDecoderImpl::init();
-  decoder_->setDelegate(catcher_);
+  decoder_->setPicturesOnRequest();
   for (const h264::Bytes* set : {&sps_, &pps_}) {
     if (set->empty()) continue;
     std::vector<char> unit(4);

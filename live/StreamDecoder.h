@@ -27,18 +27,17 @@ class StreamDecoder {
     NoPicture,     // holds no slice
   };
 
-  StreamDecoder();
-  // picture is set when the outcome is Picture.
-  Outcome decode(Frame& frame, PicturePtr& picture);
+  Outcome decode(Frame& frame);
+  // Of the frame decoded last, where the outcome was Picture; it costs about as much as decoding
+  // did. Null when memory is short.
+  PicturePtr picture() const;
   // What the stream's parameter set states; nothing before the first.
   const std::optional<h264::Sps>& stream() const { return stream_; }
 
  private:
-  class Catcher;
   bool takeSets(const Frame& frame);
   void feed(Frame& frame, const h264::Unit& unit, std::size_t end);
 
-  std::shared_ptr<Catcher> catcher_;
   std::shared_ptr<H264HwDecoderImpl> decoder_;
   h264::Bytes sps_, pps_;  // of the decoder
   std::optional<h264::Sps> stream_;

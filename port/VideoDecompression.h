@@ -69,6 +69,9 @@ using ImageBufferAttributes = std::array<ImageBufferAttribute, 4>;
 
 inline constexpr std::string_view kVTDecompressionPropertyKey_ThreadCount = "ThreadCount";
 inline constexpr std::string_view kVTDecompressionPropertyKey_RealTime = "RealTime";
+// Boolean: the callback gets no pictures; VTDecompressionSessionCopyPicture() makes them.
+inline constexpr std::string_view kVTDecompressionPropertyKey_PicturesOnRequest =
+    "PicturesOnRequest";
 
 // value / timescale seconds; flags 0: no time at all.
 struct CMTime {
@@ -83,6 +86,8 @@ using VTDecodeInfoFlags = std::uint32_t;
 inline constexpr VTDecodeInfoFlags kVTDecodeInfo_FrameDropped = 2;
 // Beside FrameDropped and status 0: held, waiting for a key frame; see DecodeFrame below.
 inline constexpr VTDecodeInfoFlags kVTDecodeInfo_FrameHeld = 1 << 8;
+// Beside FrameDropped and status 0: there is a picture to be had on request.
+inline constexpr VTDecodeInfoFlags kVTDecodeInfo_FrameKept = 1 << 9;
 
 // Called once for each unit that a session took, with the picture or null (a unit without a
 // picture, a damaged one). imageBuffer is borrowed: retain it to keep it.
@@ -140,5 +145,10 @@ OSStatus CMSampleBufferCreateReady(CFAllocator allocator, CMBlockBufferRef dataB
 OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef session,
                                            CMSampleBufferRef sample, VTDecodeFrameFlags flags,
                                            void* sourceFrameRefCon, VTDecodeInfoFlags* infoFlags);
+// Converts and scales the picture of the last unit decoded, if it gave one, so that a picture that
+// nobody is to see costs only its decoding. Each call makes one anew, with one reference for the
+// caller; null where there is none. kVTVideoDecoderMalfunctionErr when it can't be made.
+OSStatus VTDecompressionSessionCopyPicture(VTDecompressionSessionRef session,
+                                           CVPixelBufferRef* out);
 
 }  // namespace quorvid

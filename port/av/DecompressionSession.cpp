@@ -16,6 +16,7 @@ OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, vo
                                         VTDecodeInfoFlags& infoFlags) {
   CVPixelBufferRef picture = nullptr;
   infoFlags = 0;
+  kept_ = nullptr;
   const OSStatus status = makePicture(sample, picture, infoFlags);
   if (picture == nullptr) infoFlags |= kVTDecodeInfo_FrameDropped;
   callback_.callback(callback_.refCon, frameRefCon, status, infoFlags, picture, CMTime{}, CMTime{});
@@ -50,7 +51,18 @@ OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sampl
     return noErr;
   }
   if (decoded.frame == nullptr) return decoded.status;
-  picture = converter_.convert(*decoded.frame);
+  kept_ = decoded.frame;
+  if (!onRequest_) return convert(*kept_, picture);
+  infoFlags = kVTDecodeInfo_FrameKept;
+  return noErr;
+}
+
+OSStatus VTDecompressionSession::copyPicture(CVPixelBufferRef& picture) {
+  return kept_ != nullptr ? convert(*kept_, picture) : noErr;
+}
+
+OSStatus VTDecompressionSession::convert(const AVFrame& frame, CVPixelBufferRef& picture) {
+  picture = converter_.convert(frame);
   if (picture == nullptr) return kVTVideoDecoderMalfunctionErr;
   const h264::Sps& stream = sets_.stream;
   const auto height = static_cast<CGFloat>(stream.displayedHeight());

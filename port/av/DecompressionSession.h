@@ -28,11 +28,15 @@ class VTDecompressionSession {
   // Calls the callback once, with or without a picture, and returns the status that it got.
   OSStatus decode(std::span<const std::uint8_t> sample, void* frameRefCon,
                   VTDecodeInfoFlags& infoFlags);
+  // On request: decode() leaves the picture to copyPicture().
+  void setPicturesOnRequest(bool onRequest) { onRequest_ = onRequest; }
+  OSStatus copyPicture(CVPixelBufferRef& picture);
 
  private:
   OSStatus makePicture(std::span<const std::uint8_t> sample, CVPixelBufferRef& picture,
                        VTDecodeInfoFlags& infoFlags);
   bool takePicture(const h264::PictureInfo& picture);
+  OSStatus convert(const AVFrame& frame, CVPixelBufferRef& picture);
   bool pack(const h264::Sample& sample);
   DecodedPicture decodeTimed();
 
@@ -43,6 +47,8 @@ class VTDecompressionSession {
   PictureConverter converter_;
   VTDecompressionOutputCallbackRecord callback_;
   AvPacketPtr packet_{av_packet_alloc()};
+  bool onRequest_ = false;
+  const AVFrame* kept_ = nullptr;  // the decoder's; of the last unit, until the next
 };
 
 }  // namespace quorvid

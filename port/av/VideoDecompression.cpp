@@ -114,10 +114,15 @@ OSStatus VTDecompressionSessionCreate(CFAllocator /*allocator*/,
   return noErr;
 }
 
-// What the two properties ask for is how every session works.
+// What thread count and real time ask for is how every session works.
 OSStatus VTSessionSetProperty(VTDecompressionSessionRef session, std::string_view key,
                               CFValue value) {
   if (session == nullptr) return kVTParameterErr;
+  if (key == kVTDecompressionPropertyKey_PicturesOnRequest &&
+      std::holds_alternative<bool>(value)) {
+    session->setPicturesOnRequest(std::get<bool>(value));
+    return noErr;
+  }
   const bool isSupported =
       (key == kVTDecompressionPropertyKey_ThreadCount && value == CFValue(std::int64_t{1})) ||
       (key == kVTDecompressionPropertyKey_RealTime && value == CFValue(true));
@@ -168,6 +173,12 @@ OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef session,
     return kVTParameterErr;
   }
   return session->decode(sample->bytes, sourceFrameRefCon, info);
+}
+
+OSStatus VTDecompressionSessionCopyPicture(VTDecompressionSessionRef session,
+                                           CVPixelBufferRef* out) {
+  *out = nullptr;
+  return session != nullptr ? session->copyPicture(*out) : kVTParameterErr;
 }
 
 }  // namespace quorvid

@@ -139,4 +139,9 @@ OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef on, CMSampl
   return recording().decodeStatus;
 }
 
+OSStatus VTDecompressionSessionCopyPicture(VTDecompressionSessionRef, CVPixelBufferRef* out) {
+  *out = CVPixelBufferRetain(recording().pictureToGive);
+  return noErr;
+}
+
 }  // namespace quorvid

@@ -192,24 +192,51 @@ TEST_F(LiveViewTest, NoCallWaitsAndPlayFollowsStopAtOnce) {
 }
 
 TEST_F(LiveViewTest, HiddenItReceivesAndComesBackWithTheNewest) {
-  std::atomic<bool> change{false};
+  const std::vector<std::string> rust = oneColouredFrames(kRust);
+  const std::vector<std::string> group = oneColouredFrames(kTeal, false, 30);
+  std::atomic<bool> change{false}, isSent{false};
+  std::atomic<std::uint64_t> sent{0};
   FleetServer server([&](FleetClient& client) {
     client.readRequest();
     client.sendAnswer();
-    while (!change) stream(client, oneColouredFrames(kRust), 1);
-    stream(client, oneColouredFrames(kTeal), 1000);
+    for (; !change; sent += rust.size()) stream(client, rust, 1);
+    stream(client, group, 1);
+    sent += group.size();
+    isSent = true;
+    client.waitForClose();
   });
   view_->connect(targetOf(server));
   ASSERT_TRUE(turnsUntil([&] { return isShown(kRust); }));
   view_->setVisible(false);
   change = true;
-  const std::uint64_t received = view_->figures().received;
-  ASSERT_TRUE(turnsUntil([&] { return view_->figures().received > received + 20; }));
+  ASSERT_TRUE(turnsUntil([&] { return isSent && view_->figures().received == sent; }));
   EXPECT_TRUE(isShown(kRust));
-  const std::uint64_t shown = view_->figures().shown;
+  const LiveFigures before = view_->figures();
   view_->setVisible(true);
-  ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown > shown; }));
+  ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown > before.shown; }));
   EXPECT_TRUE(isShown(kTeal)) << "the first picture is a new one";
+  EXPECT_EQ(view_->figures().decoded, before.decoded + group.size());
+  EXPECT_EQ(view_->figures().converted, before.converted + 1) << "nobody sees the others";
+}
+
+TEST_F(LiveViewTest, SaysThatPicturesAreLeftOutBecauseTheyAreLate) {
+  FleetServer server([](FleetClient& client) {
+    client.readRequest();
+    client.sendAnswer();
+    stream(client, oneColouredFrames(kRust), 1000);
+  });
+  LiveOptions options;
+  options.mostLag = 0;
+  view_->setOptions(options);
+  view_->connect(targetOf(server));
+  ASSERT_TRUE(comesTo(LiveState::Late));
+  EXPECT_EQ(view_->status().reason, LiveReason::TooSlow);
+  EXPECT_EQ(view_->figures().converted, 0U);
+  options.mostLag = 5;
+  view_->setOptions(options);
+  ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown > 0; }));
+  EXPECT_EQ(view_->status().state, LiveState::Late) << "not forgotten at once";
+  EXPECT_TRUE(comesTo(LiveState::Live));
 }
 
 }  // namespace

@@ -75,6 +75,15 @@ class QUORVID_API H264HwDecoderImpl {
   // How many units were held back so far.
   std::uint64_t heldUnits() const { return heldUnits_; }
 
+  // For who shows only some of the pictures: the delegate gets null for every unit, and a picture
+  // is converted and scaled only when copyPicture() asks for it. Call it before the first unit.
+  void setPicturesOnRequest() { picturesOnRequest_ = true; }
+  // Whether the last unit gave a picture, to the delegate or to be asked for.
+  bool hasPicture() const { return hasPicture_; }
+  // The last unit's picture, made anew by each call, with one reference for the caller. Null when
+  // there is none, with a line in the log when it can't be made.
+  CVPixelBufferRef copyPicture();
+
  private:
   H264HwDecoderImpl() = default;
 
@@ -87,6 +96,8 @@ class QUORVID_API H264HwDecoderImpl {
   std::weak_ptr<H264HwDecoderImplDelegate> _delegate;
   bool isWaitingForKeyFrame_ = false;
   std::uint64_t heldUnits_ = 0;
+  bool picturesOnRequest_ = false;
+  bool hasPicture_ = false;
 };
 
 }  // namespace quorvid

@@ -34,7 +34,8 @@ enum class LiveState : std::uint8_t {
   WaitingForKeyFrame,  // connected; no picture that needs no other has come yet, or references are
                        // lost
   Live,                // pictures are shown as they come
-  Late,                // the last picture stands: what came since is older than the view may show
+  Late,                // decoding doesn't keep pace: pictures are left out, or the last one stands
+                       // because what came since is older than the view may show
   Stalled,             // the last picture stands: none came for `stallAfter` seconds
   Reconnecting,        // the connection is lost or can't be had; tried again in `nextTry` seconds
   Refused,             // the server answered with `answerStatus`; tried again in `nextTry` seconds
@@ -89,6 +90,7 @@ struct LiveFigures {
   std::uint64_t received = 0;     // frames
   std::uint64_t bytes = 0;        // in frames
   std::uint64_t decoded = 0;      // pictures
+  std::uint64_t converted = 0;    // of them, made ready to be drawn: the others nobody would see
   std::uint64_t shown = 0;        // pictures drawn
   std::uint64_t overwritten = 0;  // pictures that a newer one overtook before they were drawn
   std::uint64_t held = 0;         // frames that gave no picture: damaged, or built on lost ones

@@ -4,9 +4,9 @@
 
 namespace quorvid::test {
 
-std::vector<std::string> oneColouredFrames(YCbCr colour, bool withSei) {
+std::vector<std::string> oneColouredFrames(YCbCr colour, bool withSei, int count) {
   TestStreamOptions options;
-  options.frames = 4;
+  options.frames = options.keyInterval = count;
   options.draw = [colour](TestPicture& picture, int) {
     fillTestPicture(picture, colour.y, colour.cb, colour.cr);
   };

@@ -26,8 +26,8 @@ inline bool isNear(const Rgb& a, const Rgb& b) {
   return distance(a, b) <= 8;
 }
 
-// One-coloured pictures of 640x480, a key frame and three more, as a server sends them.
-std::vector<std::string> oneColouredFrames(YCbCr colour, bool withSei = false);
+// One-coloured pictures of 640x480, a key frame and those that refer to it, as a server sends them.
+std::vector<std::string> oneColouredFrames(YCbCr colour, bool withSei = false, int count = 4);
 
 class LiveViewFixture : public ::testing::Test {
  protected:
