@@ -1,8 +1,8 @@
 // The fleet dialect: an answer, then packets that follow each other without a mark. The layouts are
 // drawn in VehicleConnection.h.
 #include <chrono>
-#include <cstdio>
 
+#include "connection/PrintedLine.h"
 #include "connection/VideoRequest.h"
 #include "connection/VideoWorker.h"
 
@@ -79,7 +79,7 @@ std::int32_t FleetVideoWorker::readHeader() {
 std::int32_t FleetVideoWorker::readPayload() {
   if (packetKind_ == kVideo) {
     const std::optional<int> waits = waitForConsumer(std::chrono::milliseconds(1));
-    if (waits) printf("Wait to canGetFrame %d\n", *waits);
+    if (waits) printLine("Wait to canGetFrame %d\n", *waits);
   }
   const std::int32_t count = receivePayload(payloadLen_);
   if (count < 0) return kBroken;

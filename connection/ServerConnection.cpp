@@ -9,13 +9,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <memory>
 #include <new>
 
 #include "connection/BlockingIO.h"
+#include "connection/PrintedLine.h"
 #include "connection/StreamObserver.h"
 
 namespace quorvid {
@@ -60,8 +60,9 @@ class PrintedFailures final : public StreamObserver {
  public:
   explicit PrintedFailures(const char* host) : host_(host) {}
   void told(StreamEvent event, std::int32_t /*detail*/) override {
-    if (event == StreamEvent::Unresolved) printf("%s Gethostname error\n", getNowTime());
-    if (event == StreamEvent::Unreachable) printf("ConnectToHost connect to %s fail\n", host_);
+    if (!areLinesWanted()) return;
+    if (event == StreamEvent::Unresolved) printLine("%s Gethostname error\n", getNowTime());
+    if (event == StreamEvent::Unreachable) printLine("ConnectToHost connect to %s fail\n", host_);
   }
   void frameArrived(const std::uint8_t* /*bytes*/, std::size_t /*size*/) override {}
 

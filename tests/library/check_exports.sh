@@ -5,7 +5,8 @@ set -euo pipefail
 nm=$1 library=$2
 
 expected="readn writen ThreadVideoSourceForFleet ThreadVideoSourceForCar ThreadGetListForCar
-ThreadGetRelayForCar ThreadGetCarGPS CancelVideoSource StopCarGPS myDevInfoItemsForGPS carCount"
+ThreadGetRelayForCar ThreadGetCarGPS CancelVideoSource StopCarGPS SetConnectionPrinter
+SilenceConnectionPrinter myDevInfoItemsForGPS carCount quorvidLinePrinter"
 classes= own=none foreign=none
 if [[ $library == *libquorvid-window.so* ]]; then
   expected=

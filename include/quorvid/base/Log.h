@@ -1,5 +1,5 @@
 // Log: where the session, decoder and layer report. The network side prints to standard output
-// instead.
+// instead (SetConnectionPrinter() in quorvid/connection/VehicleConnection.h).
 //
 // Any thread; the sink is called by one thread at a time, on the thread that logs.
 #pragma once

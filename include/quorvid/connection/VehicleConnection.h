@@ -4,8 +4,8 @@
 // stream or poll; give each a thread of its own. Any number may run at once. Texts are
 // NUL-terminated, stay the caller's and must last until the call returns.
 //
-// Effects on the process: diagnostics go to standard output through printf; SIGPIPE is never
-// raised; sockets are close-on-exec; a text that does not fit its field in a request ends the
+// Effects on the process: diagnostics go to standard output through printf, or to where
+// SetConnectionPrinter says; SIGPIPE is never raised; sockets are close-on-exec; a text that does not fit its field in a request ends the
 // process with abort() after one line on standard error. The fields hold 31 characters, carId on
 // the car and relay paths 63. Check texts before the call.
 //
@@ -215,6 +215,24 @@ QUORVID_CONNECTION_API void CancelVideoSource(uint8_t* isCancel);
 // Clears bit 0 of run and ends the read of every ThreadGetCarGPS that is running with this very
 // run, as CancelVideoSource does. A list that is cut counts as a poll of the records that came.
 QUORVID_CONNECTION_API void StopCarGPS(uint8_t* run);
+
+// Has each line that the functions above print given to `printer` in place of standard output; a
+// null one brings that back. One of the process, whichever libraries that define it are loaded.
+//
+// Any thread, but not a signal handler; never waits. The printer is called on the thread whose call
+// prints, by several at once where several print; it must not throw, and holds that call up while
+// it runs. It may call anything. A line under way may still reach the former printer after this has
+// returned, so its context must last until the calls that were running by then have returned.
+//
+//   line     without its line end, the printer's until it returns; a failed name look-up's has one
+//            inside: the time, then the text
+//   context  given to each call as it is
+QUORVID_CONNECTION_API void SetConnectionPrinter(void (*printer)(const char* line, void* context),
+                                                 void* context);
+
+// Turns the lines off until the next SetConnectionPrinter: they are not even formatted. Otherwise
+// the same.
+QUORVID_CONNECTION_API void SilenceConnectionPrinter(void);
 
 #ifdef __cplusplus
 }
