@@ -31,8 +31,8 @@ extern "C" {
 #if defined(__linux__) && defined(__ELF__)
 extern QUORVID_CONNECTION_API quorvid::LinePrinter quorvidLinePrinter;
 #pragma GCC visibility push(hidden)
-__attribute__((used)) quorvid::LinePrinter quorvidOwnLinePrinter = {PTHREAD_MUTEX_INITIALIZER,
-                                                                    nullptr, nullptr, 0};
+__attribute__((used))
+quorvid::LinePrinter quorvidOwnLinePrinter = {PTHREAD_MUTEX_INITIALIZER, nullptr, nullptr, 0};
 #pragma GCC visibility pop
 __asm__(
     ".globl quorvidLinePrinter\n"
@@ -48,8 +48,8 @@ namespace {
 
 LinePrinter present() {
   pthread_mutex_lock(&quorvidLinePrinter.lock);
-  const LinePrinter copy{{}, quorvidLinePrinter.printer, quorvidLinePrinter.context,
-                         quorvidLinePrinter.isOff};
+  const LinePrinter copy{
+      {}, quorvidLinePrinter.printer, quorvidLinePrinter.context, quorvidLinePrinter.isOff};
   pthread_mutex_unlock(&quorvidLinePrinter.lock);
   return copy;
 }

@@ -10,6 +10,8 @@ namespace {
 
 constexpr double kSecondsOfRates = 3;
 constexpr double kSecondsBetweenSamples = 0.5;
+constexpr double kRetryAfter = 5;
+constexpr const char* kTooSlow = "decoding doesn't keep pace";
 
 bool isConnected(LiveState state) {
   return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
@@ -18,7 +20,10 @@ bool isConnected(LiveState state) {
 }  // namespace
 
 LivePlayer::LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake)
-    : options_(options), wake_(std::move(wake)), watch_(options.stallAfter, steadySeconds()) {}
+    : options_(options),
+      wake_(std::move(wake)),
+      watch_(options.stallAfter, steadySeconds()),
+      retries_(kRetryAfter, steadySeconds()) {}
 
 LivePlayer::~LivePlayer() {
   endSession();
@@ -32,16 +37,22 @@ bool LivePlayer::connect(const LiveTarget& target) {
 
 bool LivePlayer::play() {
   if (session_ != nullptr) return true;
-  refusal_ = refusalOf(target_);
+  if (hasGivenUp_) return false;
+  const std::string refusal = refusalOf(target_);
+  failure_ = {};
   hasPlayed_ = true;
   wake_->signal();
-  if (!refusal_.empty()) return false;
+  if (!refusal.empty()) {
+    failure_ = makeStatus(LiveState::Failed, LiveReason::TargetImpossible, refusal);
+    return false;
+  }
   played_ = steadySeconds();
   firstShown_ = lastShown_ = -1;
   before_ = {};
   figures_ = {};
   samples_.clear();
   watch_ = StallWatch(options_.stallAfter, played_);
+  retries_ = StallWatch(kRetryAfter, played_);
   startSession();
   return true;
 }
@@ -54,6 +65,12 @@ void LivePlayer::stop() {
 void LivePlayer::restart() {
   stop();
   play();
+}
+
+void LivePlayer::giveUp(LiveReason reason, std::string sentence) {
+  stop();
+  failure_ = makeStatus(LiveState::Failed, reason, std::move(sentence));
+  hasGivenUp_ = true;
 }
 
 void LivePlayer::startSession() {
@@ -97,10 +114,12 @@ std::optional<Picture> LivePlayer::turn(double now) {
   // Nobody sees the pictures of a hidden view: its frames tell that the stream is alive.
   if (picture || (!visible_ && report.lastFrame > now - watch_.silence(now))) {
     watch_.pictureArrived(now);
+    retries_.pictureArrived(now);
   }
-  const bool triesAgain =
-      report.nextTryAt >= 0 && !report.hasEnded;  // by itself, as fast as the server may be asked
-  if (!triesAgain && watch_.restartDue(now)) {
+  const bool triesAgain = report.nextTryAt >= 0;  // by itself, as fast as the server may be asked
+  const bool isDue =
+      needsRetry(report) ? retries_.restartDue(now) : !triesAgain && watch_.restartDue(now);
+  if (isDue) {
     endSession();
     startSession();
     ++figures_.restarts;
@@ -117,23 +136,27 @@ void LivePlayer::pictureShown(double now, double arrival) {
   ++figures_.shown;
 }
 
+// A worker that was sent to a relay goes on trying that one, though the device may be served
+// elsewhere by now.
+bool LivePlayer::needsRetry(const SessionReport& report) const {
+  return report.hasEnded || (target_.path == LivePath::Relay && report.nextTryAt >= 0);
+}
+
 LiveStatus LivePlayer::status(double now) const {
-  if (!refusal_.empty()) {
-    return makeStatus(LiveState::Failed, LiveReason::TargetImpossible, refusal_);
-  }
+  if (failure_.state == LiveState::Failed) return failure_;
   if (!hasPlayed_) return {};
   if (session_ == nullptr) return makeStatus(LiveState::Stopped);
   const SessionReport report = session_->report();
   LiveStatus status = report.status;
-  if (report.hasEnded) {
-    status.state = LiveState::Reconnecting;
-    status.nextTry = std::max(0.0, watch_.untilRestart(now));
-  } else if (report.nextTryAt >= 0) {
-    status.nextTry = std::max(0.0, report.nextTryAt - now);
-  } else if (isConnected(status.state) && watch_.isStalled(now)) {
+  if (report.hasEnded) status.state = LiveState::Reconnecting;
+  if (report.hasEnded || report.nextTryAt >= 0) {
+    double next = report.hasEnded ? retries_.untilRestart(now) : report.nextTryAt - now;
+    if (needsRetry(report)) next = std::min(next, retries_.untilRestart(now));
+    status.nextTry = std::max(0.0, next);
+  } else if (isConnected(status.state) && watch_.isStalled(now) && !report.isReady) {
     return stalledStatus(report, now);
   } else if (isConnected(status.state) && report.isLate) {
-    status = makeStatus(LiveState::Late, LiveReason::TooSlow, "decoding doesn't keep pace");
+    status = makeStatus(LiveState::Late, LiveReason::TooSlow, kTooSlow);
   }
   return status;
 }
@@ -144,6 +167,9 @@ LiveStatus LivePlayer::stalledStatus(const SessionReport& report, double now) co
     status.reason = LiveReason::Silent;
     status.sentence = report.lastFrame < 0 ? "connected, and nothing has come yet"
                                            : "the server is connected and sends nothing";
+  } else if (status.reason == LiveReason::None) {
+    status.reason = report.isLate ? LiveReason::TooSlow : LiveReason::NoKeyFrame;
+    status.sentence = report.isLate ? kTooSlow : "frames come, but none to begin with";
   }
   status.state = LiveState::Stalled;
   status.nextTry = std::max(0.0, watch_.untilRestart(now));

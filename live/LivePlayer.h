@@ -22,6 +22,8 @@ class LivePlayer {
   bool play();
   void stop();
   void restart();
+  // Ends what plays; nothing is played any more, and status() says why.
+  void giveUp(LiveReason reason, std::string sentence);
   void setVisible(bool visible);
   void setOptions(const LiveOptions& options);
   bool isPlaying() const { return session_ != nullptr; }
@@ -44,17 +46,20 @@ class LivePlayer {
 
   void startSession();
   void endSession();
+  bool needsRetry(const SessionReport& report) const;
   LiveStatus stalledStatus(const SessionReport& report, double now) const;
   void sample(double now);
 
   LiveOptions options_;
   std::shared_ptr<Wake> wake_;
   LiveTarget target_;
-  std::string refusal_;  // why the target can't be played
+  LiveStatus failure_;  // Failed: why nothing can be played
+  bool hasGivenUp_ = false;
   bool hasPlayed_ = false;
   bool visible_ = true;
   std::shared_ptr<LiveSession> session_;
   StallWatch watch_;
+  StallWatch retries_;    // of sessions that don't connect again by themselves
   SessionReport before_;  // what the sessions before this one counted
   LiveFigures figures_;   // what is counted here
   double played_ = 0, firstShown_ = -1, lastShown_ = -1;

@@ -37,7 +37,11 @@ std::shared_ptr<LiveSession> LiveSession::start(const LiveTarget& target, double
 }
 
 LiveSession::LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake)
-    : target_(target), wake_(std::move(wake)), mostLag_(mostLag) {
+    : target_(target),
+      wake_(std::move(wake)),
+      mostLag_(mostLag),
+      peer_(target.host + ":" + std::to_string(target.port)),
+      asksForRelay_(target.path == LivePath::Relay) {
   report_.status = makeStatus(LiveState::Connecting);
 }
 
@@ -57,6 +61,7 @@ SessionReport LiveSession::report() const {
   const std::lock_guard lock(mutex_);
   SessionReport report = report_;
   report.lost = lost;
+  report.isReady = ready_.has_value();
   return report;
 }
 
@@ -155,6 +160,10 @@ void LiveSession::noteOutcome(StreamDecoder::Outcome outcome, const StreamShape&
     case Outcome::NoSets:
       report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::NoKeyFrame,
                                   "no key frame has come yet");
+      break;
+    case Outcome::SetsTooOften:
+      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::Undecodable,
+                                  "the stream changes its parameter sets all the time");
       break;
     case Outcome::Damaged:
       report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::Undecodable,

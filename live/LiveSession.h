@@ -31,6 +31,7 @@ struct SessionReport {
   double nextTryAt = -1;  // Reconnecting, Refused
   double lastFrame = -1;  // arrival
   bool isLate = false;    // decoding doesn't keep pace, and pictures are left out for it
+  bool isReady = false;   // a picture waits to be taken
   bool hasEnded = false;  // the worker gave up; nothing more comes
   StreamShape shape;
   std::uint64_t received = 0, bytes = 0, decoded = 0, converted = 0, overwritten = 0, held = 0,
@@ -64,6 +65,7 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   void noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape);
   void setStatus(LiveState state, LiveReason reason, std::string sentence);
 
+  void keepRelay();
   static LiveReason reasonOf(StreamEvent event, std::int32_t detail);
   std::string sentenceOf(StreamEvent event, std::int32_t detail) const;
 
@@ -75,6 +77,10 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   const std::shared_ptr<Wake> wake_;
   std::atomic<double> mostLag_;
   std::uint8_t cancel_ = 0;  // the worker's stop flag
+  // The receiving thread's: whom the worker talks to, for a person; and whether it asks there for a
+  // relay, or has just been named one.
+  std::string peer_;
+  bool asksForRelay_, isSentOn_ = false;
   FrameQueue queue_;
   mutable std::mutex mutex_;  // guards what follows
   SessionReport report_;

@@ -42,7 +42,10 @@ std::shared_ptr<LiveView> LiveView::initWithFrame(CGRect frame, const LiveOption
     view->state_ = std::make_unique<State>(options);
     view->setBackgroundColor(UIColor::blackColor());
     view->state_->layer = PictureLayer::make(*view->layer());
-    if (view->state_->layer == nullptr) return nullptr;
+    if (view->state_->layer == nullptr) {
+      view->state_->player.giveUp(LiveReason::NoGraphics,
+                                  "no OpenGL ES 2 context can be had to draw in");
+    }
     const std::weak_ptr<UIView> weak = view;
     view->state_->link = CADisplayLink::displayLinkWithTarget([weak] {
       if (const auto self = std::static_pointer_cast<LiveView>(weak.lock())) {
@@ -74,6 +77,7 @@ void LiveView::State::turn(LiveView& view) {
 
 void LiveView::State::draw(LiveView& view, double now) {
   auto picture = player.turn(now);
+  if (layer == nullptr) return;
   layer->place(view.bounds(), player.options().shape);
   if (picture) {
     const double arrival = picture->arrival;
@@ -160,6 +164,7 @@ void LiveView::setWakeHandler(std::function<void()> handler) {
 }
 
 std::optional<LivePicture> LiveView::snapshot() const {
+  if (state_->layer == nullptr) return std::nullopt;
   const Picture& last = state_->layer->last();
   if (last.buffer == nullptr) return std::nullopt;
   LivePicture picture;

@@ -41,7 +41,7 @@ PicturePtr greyCopyOf(CVPixelBufferRef picture) {
 
 std::unique_ptr<PictureLayer> PictureLayer::make(CALayer& parent) {
   std::shared_ptr<AAPLEAGLLayer> layer = AAPLEAGLLayer::initWithFrame(parent.bounds());
-  if (layer == nullptr) return nullptr;
+  if (layer == nullptr || layer->program() == 0) return nullptr;
   layer->setBackgroundColor(UIColor::blackColor().CGColor());
   parent.addSublayer(layer);
   std::unique_ptr<PictureLayer> made(new PictureLayer(std::move(layer)));

@@ -15,7 +15,7 @@ namespace quorvid {
 
 class PictureLayer {
  public:
-  // Null when there is no OpenGL ES 2 context.
+  // Null when there is no OpenGL ES 2 context, or none that draws.
   static std::unique_ptr<PictureLayer> make(CALayer& parent);
   ~PictureLayer();
   PictureLayer(const PictureLayer&) = delete;

@@ -2,8 +2,11 @@
 // that tells.
 #include <netdb.h>
 
+#include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <new>
+#include <utility>
 
 #include "base/Clock.h"
 #include "base/LogQuiet.h"
@@ -38,10 +41,6 @@ VideoCall callOf(const LiveTarget& target, const std::string& token, std::uint8_
 
 std::string withError(const std::string& what, int error) {
   return error == 0 ? what : what + ": " + std::strerror(error);
-}
-
-std::string serverOf(const LiveTarget& target) {
-  return target.host + ":" + std::to_string(target.port);
 }
 
 bool holdsZero(const LiveTarget& target) {
@@ -105,15 +104,19 @@ void LiveSession::frameArrived(const std::uint8_t* bytes, std::size_t size) {
     report_.bytes += size;
     report_.lastFrame = now;
   }
-  queue_.push(makeFrame({bytes, size}, now));
+  try {
+    queue_.push(makeFrame({bytes, size}, now));
+  } catch (const std::bad_alloc&) {  // the decoder notices that the frame is missing
+    setStatus(LiveState::WaitingForKeyFrame, LiveReason::NoResources,
+              "there is no memory for a frame");
+  }
 }
 
 void LiveSession::told(StreamEvent event, std::int32_t detail) {
-  const std::string server = serverOf(target_);
   switch (event) {
     case StreamEvent::Resolving: {
       const std::lock_guard lock(mutex_);
-      ++report_.attempts;
+      if (!std::exchange(isSentOn_, false)) ++report_.attempts;
       report_.nextTryAt = -1;
       report_.status = makeStatus(LiveState::Resolving);
       break;
@@ -122,12 +125,13 @@ void LiveSession::told(StreamEvent event, std::int32_t detail) {
       return setStatus(LiveState::Connecting, LiveReason::None, {});
     case StreamEvent::Connected:
     case StreamEvent::Accepted:
+      if (asksForRelay_) return;
       return setStatus(LiveState::WaitingForKeyFrame, LiveReason::None, {});
     case StreamEvent::RelayFound:
-      return setStatus(LiveState::Connecting, LiveReason::None, {});
+      return keepRelay();
     case StreamEvent::Refused:
       setStatus(LiveState::Refused, LiveReason::RefusedByServer,
-                server + " refused the stream with status " + std::to_string(detail));
+                peer_ + " refused the stream with status " + std::to_string(detail));
       break;
     case StreamEvent::Pausing:
       break;
@@ -139,10 +143,16 @@ void LiveSession::told(StreamEvent event, std::int32_t detail) {
   if (event == StreamEvent::Pausing) report_.nextTryAt = steadySeconds() + detail / 1000.0;
 }
 
+void LiveSession::keepRelay() {
+  asksForRelay_ = false;
+  isSentOn_ = true;
+  peer_ = "the relay that " + peer_ + " named";
+}
+
 LiveReason LiveSession::reasonOf(StreamEvent event, std::int32_t detail) {
   switch (event) {
     case StreamEvent::Unresolved:
-      return LiveReason::NameNotFound;
+      return detail == NETDB_INTERNAL ? LiveReason::NoResources : LiveReason::NameNotFound;
     case StreamEvent::Unreachable:
       if (detail == ECONNREFUSED) return LiveReason::ConnectionRefused;
       return detail == EMFILE || detail == ENFILE || detail == ENOMEM ? LiveReason::NoResources
@@ -160,27 +170,26 @@ LiveReason LiveSession::reasonOf(StreamEvent event, std::int32_t detail) {
 }
 
 std::string LiveSession::sentenceOf(StreamEvent event, std::int32_t detail) const {
-  const std::string server = serverOf(target_);
   switch (event) {
     case StreamEvent::Unresolved:
       return "the name " + target_.host + " is not found (" + hstrerror(detail) + ")";
     case StreamEvent::Unreachable:
-      if (detail == ECONNREFUSED) return "nothing listens at " + server;
-      return withError("no connection to " + server, detail);
+      if (detail == ECONNREFUSED) return "nothing listens at " + peer_;
+      return withError("no connection to " + peer_, detail);
     case StreamEvent::NoRelay:
-      return server + " named no relay for device " + target_.device;
+      return peer_ + " named no relay for device " + target_.device;
     case StreamEvent::Unsent:
-      return withError("the request to " + server + " was not sent", detail);
+      return withError("the request to " + peer_ + " was not sent", detail);
     case StreamEvent::Closed:
-      return server + " closed the connection";
+      return peer_ + " closed the connection";
     case StreamEvent::Silent:
-      return server + " sent nothing for 10 s";
+      return peer_ + " sent nothing for 10 s";
     case StreamEvent::UnknownKind:
-      return server + " sent a packet of unknown kind " + std::to_string(detail);
+      return peer_ + " sent a packet of unknown kind " + std::to_string(detail);
     case StreamEvent::WrongLength:
-      return server + " sent an impossible length, " + std::to_string(detail);
+      return peer_ + " sent an impossible length, " + std::to_string(detail);
     default:
-      return withError("the connection to " + server + " is lost", detail);
+      return withError("the connection to " + peer_ + " is lost", detail);
   }
 }
 

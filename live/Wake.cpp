@@ -5,6 +5,8 @@
 
 #include <utility>
 
+#include "quorvid/base/Log.h"
+
 namespace quorvid {
 
 Wake::Wake() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
@@ -27,7 +29,11 @@ void Wake::signal() {
     if (descriptor_ >= 0) eventfd_write(descriptor_, 1);
     handler = handler_;
   }
-  if (handler) (*handler)();
+  try {
+    if (handler) (*handler)();
+  } catch (...) {  // on a thread of the view it would end the process
+    logMessage("LiveView: the wake handler threw an exception");
+  }
 }
 
 bool Wake::clear() {

@@ -50,7 +50,9 @@ std::unique_ptr<Tile> Tile::make(const StreamTarget& target, UIView& parent, CGR
   std::unique_ptr<Tile> tile(new Tile(target, parent, frame, options));
   tile->view_ = LiveView::initWithFrame(CGRect{{0, 0}, frame.size}, options.live);
   if (options.text) tile->strip_ = TextStrip::make(tile->container_);
-  if (!tile->view_ || (options.text && !tile->strip_)) return nullptr;
+  const bool draws =
+      tile->view_ != nullptr && tile->view_->status().reason != LiveReason::NoGraphics;
+  if (!draws || (options.text && !tile->strip_)) return nullptr;
   Tile* const self = tile.get();
   self->view_->setStatusHandler([self](const LiveStatus& status) { self->statusChanged(status); });
   self->container_->addSubview(self->view_);

@@ -16,8 +16,8 @@ const char* codeOf(LiveReason reason) {
       "none",        "target_impossible", "name_not_found", "connection_refused",
       "unreachable", "connection_lost",   "silent",         "refused_by_server",
       "no_relay",    "broken_stream",     "no_key_frame",   "pictures_out_of_order",
-      "undecodable", "too_slow",          "no_resources"};
-  static_assert(std::size(kCodes) == static_cast<std::size_t>(LiveReason::NoResources) + 1);
+      "undecodable", "too_slow",          "no_resources",   "no_graphics"};
+  static_assert(std::size(kCodes) == static_cast<std::size_t>(LiveReason::NoGraphics) + 1);
   return kCodes[static_cast<std::size_t>(reason)];
 }
 

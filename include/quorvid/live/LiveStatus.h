@@ -29,7 +29,7 @@ struct LiveTarget {
 
 enum class LiveState : std::uint8_t {
   Idle,                // nothing was played yet
-  Resolving,           // the server's name is looked up
+  Resolving,           // a name is looked up
   Connecting,          // a connection is opened, or a relay asked for
   WaitingForKeyFrame,  // connected; no picture that needs no other has come yet, or references are
                        // lost
@@ -40,13 +40,13 @@ enum class LiveState : std::uint8_t {
   Reconnecting,        // the connection is lost or can't be had; tried again in `nextTry` seconds
   Refused,             // the server answered with `answerStatus`; tried again in `nextTry` seconds
   Stopped,             // stop() was called
-  Failed,              // nothing is tried any more; play() tries again
+  Failed,              // nothing is tried: the target is impossible, or there are no graphics
 };
 
 enum class LiveReason : std::uint8_t {
   None,
-  TargetImpossible,  // a text too long, a port or channel out of range
-  NameNotFound,
+  TargetImpossible,    // a text too long, a port or channel out of range
+  NameNotFound,        // or no name server answers
   ConnectionRefused,   // nobody listens at that port
   Unreachable,         // no way to the server, or no answer to the connection attempt
   ConnectionLost,      // reset or closed
@@ -59,6 +59,7 @@ enum class LiveReason : std::uint8_t {
   Undecodable,         // frames come that no picture can be made of
   TooSlow,             // decoding doesn't keep pace
   NoResources,         // no thread, descriptor or memory left
+  NoGraphics,          // no OpenGL ES 2 context, or no storage to draw into
 };
 
 // "live", "waiting for a key frame" ...
@@ -69,7 +70,7 @@ struct LiveStatus {
   LiveReason reason = LiveReason::None;
   std::string sentence;           // the reason for a person, without a full stop; may be empty
   double nextTry = 0;             // seconds from now; Reconnecting, Refused, and Stalled
-  std::int32_t answerStatus = 0;  // Refused
+  std::int32_t answerStatus = 0;  // Refused: never 0
 
   friend bool operator==(const LiveStatus& a, const LiveStatus& b) {  // but for the time
     return a.state == b.state && a.reason == b.reason && a.sentence == b.sentence &&

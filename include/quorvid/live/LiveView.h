@@ -34,7 +34,8 @@ namespace quorvid {
 
 struct LiveOptions {
   // Seconds without a picture after which the stream counts as stalled and is started again, with
-  // pauses that double up to 30 s. 0: never.
+  // pauses that double up to 30 s. 0: never. (What can't be connected, or is lost, is tried again
+  // whatever this says.)
   double stallAfter = 5;
   // Seconds by which a picture may be late and still be shown.
   double mostLag = 1;
@@ -47,13 +48,15 @@ struct LiveOptions {
 class QUORVID_API LiveView : public UIView {
  public:
   // frame: in the superview's points; may be changed at any time by setFrame(), and that is all a
-  // resize takes. Null, with a line in the log, when no OpenGL ES 2 context can be had.
+  // resize takes. Never null but when memory is out: a view that can't draw, because no OpenGL ES 2
+  // context can be had, is Failed with NoGraphics for good, and the log has a line.
   static std::shared_ptr<LiveView> initWithFrame(CGRect frame, const LiveOptions& options = {});
   // Stops.
   ~LiveView() override;
 
   // Plays this target; a session under way is stopped first and the last picture stays. False, with
-  // the sentence in status(), when the target is impossible: nothing is played then.
+  // the sentence in status(), when the target is impossible or the view can't draw: nothing is
+  // played then.
   bool connect(const LiveTarget& target);
   // Plays the last target (again); nothing while it plays. False as for connect().
   bool play();
@@ -74,7 +77,7 @@ class QUORVID_API LiveView : public UIView {
   LiveStatus status() const;
   LiveFigures figures() const;
   // Called in a turn of the run loop when the status has changed. It may make any call, and let the
-  // view go.
+  // view go. What it throws leaves the turn: the host's refresh() or run() throws it.
   void setStatusHandler(std::function<void(const LiveStatus&)> handler);
 
   // Readable (poll, g_unix_fd_add, QSocketNotifier) when a turn of the run loop would draw a
@@ -82,7 +85,8 @@ class QUORVID_API LiveView : public UIView {
   // -1 where the system gave none.
   int descriptor() const;
   // Called when descriptor() becomes readable, on a thread of the view: to wake a loop, no more. A
-  // call may still be under way when this, or the destructor, returns.
+  // call may still be under way when this, or the destructor, returns. What it throws is dropped,
+  // with a line in the log.
   void setWakeHandler(std::function<void()> handler);
 
   // The last picture in the stream's own shape, as RGB; nothing before the first one.
