@@ -27,6 +27,7 @@ struct LiveView::State {
   bool saidWrongThread = false;
   std::shared_ptr<Wake> wake;
   LivePlayer player;
+  bool visible = true;  // as setVisible() was told
   std::unique_ptr<PictureLayer> layer;
   std::shared_ptr<CADisplayLink> link;
   std::function<void(const LiveStatus&)> handler;
@@ -76,8 +77,9 @@ void LiveView::State::turn(LiveView& view) {
 }
 
 void LiveView::State::draw(LiveView& view, double now) {
+  view.windowVisibilityChanged();  // it may be in another window
   auto picture = player.turn(now);
-  if (layer == nullptr) return;
+  if (layer == nullptr || !player.isVisible()) return;
   layer->place(view.bounds(), player.options().shape);
   if (picture) {
     const double arrival = picture->arrival;
@@ -128,7 +130,13 @@ const LiveTarget& LiveView::target() const {
 }
 
 void LiveView::setVisible(bool visible) {
-  if (state_->isOwnThread()) state_->player.setVisible(visible);
+  if (!state_->isOwnThread()) return;
+  state_->visible = visible;
+  windowVisibilityChanged();
+}
+
+void LiveView::windowVisibilityChanged() {
+  state_->player.setVisible(state_->visible && isWindowVisible());
 }
 
 bool LiveView::isVisible() const {

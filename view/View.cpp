@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "quorvid/view/Screen.h"
 
@@ -57,6 +58,21 @@ void UIView::removeFromSuperview() {
   const std::shared_ptr<UIView> self = shared_from_this();  // the list may hold the last reference
   layer_->removeFromSuperlayer();
   std::erase(parent->subviews_, self);
+}
+
+bool UIView::isWindowVisible() const {
+  const std::shared_ptr<UIView> parent = superview();
+  return parent != nullptr ? parent->isWindowVisible() : windowVisible_;
+}
+
+void UIView::setWindowVisible(bool visible) {
+  if (std::exchange(windowVisible_, visible) != visible) tellWindowVisibility();
+}
+
+void UIView::tellWindowVisibility() {
+  windowVisibilityChanged();
+  const std::vector<std::shared_ptr<UIView>> views = subviews_;  // a copy: they may change it
+  for (const auto& view : views) view->tellWindowVisibility();
 }
 
 UIScreen& UIScreen::mainScreen() {

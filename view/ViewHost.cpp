@@ -118,6 +118,14 @@ void ViewHost::resize(double width, double height, double scale) {
   state_->drawnVersion = 0;
 }
 
+void ViewHost::setVisible(bool visible) {
+  if (state_->isOwnThread()) state_->contentView->setWindowVisible(visible);
+}
+
+bool ViewHost::isVisible() const {
+  return state_->contentView->isWindowVisible();
+}
+
 void ViewHost::refresh() {
   if (!state_->isOwnThread()) return;
   const HostContext host;

@@ -59,12 +59,14 @@ bool SdlWindow::create(const WindowOptions& options, std::string& error) {
     return false;
   }
   host_->useCurrentDisplay();
+  frames_ = WaylandFrames::of(window_);
   updateSize();
   startClock();
   return true;
 }
 
 SdlWindow::~SdlWindow() {
+  frames_.reset();
   if (context_ != nullptr) destroyContext();
   if (window_ != nullptr) SDL_DestroyWindow(window_);
 }

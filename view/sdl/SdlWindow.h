@@ -13,6 +13,7 @@
 #include "quorvid/view/Window.h"
 #include "view/sdl/RefreshClock.h"
 #include "view/sdl/SdlVideo.h"
+#include "view/sdl/WaylandFrames.h"
 
 namespace quorvid {
 
@@ -28,6 +29,7 @@ class SdlWindow final : public Window {
   void setTitle(const std::string& title) override;
   void setFullScreen(bool on) override;
   bool isFullScreen() const override;
+  bool isVisible() const override { return visible_; }
   void setEventHandler(std::function<void(const WindowEvent&)> handler) override;
   bool runTurn() override;
   void close() override { closed_ = true; }
@@ -45,6 +47,7 @@ class SdlWindow final : public Window {
   void deliver(const SDL_KeyboardEvent& event);
   void send(const WindowEvent& event);
   bool isSeen() const;
+  void lookWhetherSeen();
   void drawAnew();
   void drawIfChanged();
 
@@ -56,10 +59,12 @@ class SdlWindow final : public Window {
   std::unique_ptr<ViewHost> host_ = ViewHost::create();
   std::function<void(const WindowEvent&)> handler_;
   std::optional<RefreshClock> clock_;
+  std::unique_ptr<WaylandFrames> frames_;  // null but on Wayland
   bool headless_ = false;
   bool swapBlocks_ = false;  // the display sets the pace
   bool swapped_ = false;     // since the last refresh, and the swap blocked
   int drawsDue_ = 0;         // although nothing in the tree has changed
+  bool visible_ = true;      // as the handler knows
   bool closed_ = false;
   int pixelWidth_ = 0;
   int pixelHeight_ = 0;

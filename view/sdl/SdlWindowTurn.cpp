@@ -11,13 +11,14 @@
 
 namespace quorvid {
 
-// A swap interval counts only if swapping takes about as long as the display's mode says.
+// A swap interval counts only if swapping takes about as long as the display's mode says. On Wayland
+// a swap with an interval waits long for a window that nobody sees.
 void SdlWindow::startClock() {
   SDL_DisplayMode mode{};
   const bool known = SDL_GetCurrentDisplayMode(SDL_GetWindowDisplayIndex(window_), &mode) == 0 &&
                      mode.refresh_rate > 0;
   double period = 1.0 / (known ? mode.refresh_rate : 60);
-  if (!headless_ && SDL_GL_SetSwapInterval(1) == 0) {
+  if (!headless_ && frames_ == nullptr && SDL_GL_SetSwapInterval(1) == 0) {
     const double swap = measureSwap();
     swapBlocks_ = swap > period * 0.7 && swap < period * 1.5;
   }
@@ -48,6 +49,7 @@ bool SdlWindow::runTurn() {
   if (closed_) return false;
   const std::uint32_t refreshes = waitForRefresh();
   deliverEvents();
+  if (!closed_) lookWhetherSeen();
   if (!closed_) {
     host_->refresh(refreshes);
     drawIfChanged();
@@ -59,6 +61,8 @@ std::uint32_t SdlWindow::waitForRefresh() {
   const bool swapped = std::exchange(swapped_, false);
   const RefreshClock::Time due = clock_->due(swapped);
   std::this_thread::sleep_until(due);
+  // Unseen, ten turns a second do, unless something happens.
+  if (!visible_) SDL_WaitEventTimeout(nullptr, 1000 / 10);
   return clock_->begin(std::chrono::steady_clock::now(), swapped);
 }
 
@@ -84,8 +88,11 @@ void SdlWindow::deliver(const SDL_WindowEvent& event) {
       updateSize();
       send({WindowEventKind::Resized});
       break;
-    case SDL_WINDOWEVENT_EXPOSED:
     case SDL_WINDOWEVENT_SHOWN:
+      if (frames_ != nullptr) frames_->forget();
+      drawAnew();
+      break;
+    case SDL_WINDOWEVENT_EXPOSED:
     case SDL_WINDOWEVENT_RESTORED:
       drawAnew();
       break;
@@ -116,6 +123,16 @@ bool SdlWindow::isSeen() const {
   return headless_ || (SDL_GetWindowFlags(window_) & kUnseen) == 0;
 }
 
+void SdlWindow::lookWhetherSeen() {
+  const bool covered =
+      frames_ != nullptr && frames_->isCovered(std::chrono::steady_clock::now());
+  const bool visible = isSeen() && !covered;
+  if (std::exchange(visible_, visible) == visible) return;
+  host_->setVisible(visible);
+  if (visible) drawAnew();
+  send({visible ? WindowEventKind::Shown : WindowEventKind::Hidden});
+}
+
 // More than once: drivers take a new size over with the swap after, and show a frame or two later.
 void SdlWindow::drawAnew() {
   drawsDue_ = 3;
@@ -123,12 +140,14 @@ void SdlWindow::drawAnew() {
 
 void SdlWindow::drawIfChanged() {
   if (!isSeen() || (drawsDue_ == 0 && !host_->needsComposite())) return;
+  if (frames_ != nullptr && !frames_->isReady()) return;
   const CurrentContext former;
   if (!makeCurrent()) return;
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   host_->composite(0, 0, pixelWidth_, pixelHeight_);
+  if (frames_ != nullptr) frames_->request(std::chrono::steady_clock::now());
   SDL_GL_SwapWindow(window_);
   swapped_ = swapBlocks_;
   drawsDue_ = std::max(drawsDue_ - 1, 0);

@@ -68,8 +68,10 @@ class QUORVID_API LiveView : public UIView {
   const LiveTarget& target() const;
 
   // A hidden view goes on receiving, and neither decodes nor draws. Visible again, it decodes what
-  // came since the last key frame without drawing and goes on with the newest picture.
+  // came since the last key frame without drawing and goes on with the newest picture. A view in a
+  // window that can't be seen is hidden by itself (ViewHost::setVisible(); Window calls it).
   void setVisible(bool visible);
+  // Whether it decodes and draws: neither hidden itself nor in a hidden window.
   bool isVisible() const;
   void setOptions(const LiveOptions& options);
   const LiveOptions& options() const;
@@ -95,6 +97,7 @@ class QUORVID_API LiveView : public UIView {
  private:
   struct State;
   QUORVID_LOCAL explicit LiveView(CGRect frame);
+  QUORVID_LOCAL void windowVisibilityChanged() override;
   std::unique_ptr<State> state_;
 };
 

@@ -37,8 +37,17 @@ class QUORVID_API UIView : public std::enable_shared_from_this<UIView> {
 
  protected:
   explicit UIView(CGRect frame);
+  // What the ViewHost that has the view in its tree was told last; true without one.
+  bool isWindowVisible() const;
+  // Called when that host was told something else.
+  virtual void windowVisibilityChanged() {}
 
  private:
+  friend class ViewHost;
+  QUORVID_LOCAL void setWindowVisible(bool visible);  // of a host's content view
+  QUORVID_LOCAL void tellWindowVisibility();
+
+  bool windowVisible_ = true;  // of a root
   std::shared_ptr<CALayer> layer_;
   std::weak_ptr<UIView> superview_;
   std::vector<std::shared_ptr<UIView>> subviews_;

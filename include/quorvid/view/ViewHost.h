@@ -65,6 +65,11 @@ class QUORVID_API ViewHost {
   // to every layer that it shows: one made with another (a layer begins with the main screen's) is
   // drawn anew. Values that are not above 0 are ignored.
   void resize(double width, double height, double scale);
+  // visible: whether anybody can see the host's window (minimised, covered, another workspace: no).
+  // Live views in the tree of a hidden one go on receiving, and neither decode nor draw, whatever
+  // their own setVisible() was told. True at first.
+  void setVisible(bool visible);
+  bool isVisible() const;
   // Lets the views decode and draw what is due, as often a second as they would at 60 refreshes,
   // whether the host calls it 40 or 200 times: it measures the time itself. Several hosts of one
   // thread don't tick its views twice. A view ticks at most once a call.

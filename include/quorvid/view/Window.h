@@ -36,7 +36,9 @@ struct WindowOptions {
 enum class WindowEventKind : std::uint8_t {
   Key,      // `key` holds the printable ASCII character, lower case, or 27 for Escape
   Resized,  // contentView() already has its new frame; the host lays out its views
-  Close,  // the user closed the window, or the process was asked to quit; run() is about to return
+  Hidden,  // nobody can see the window: minimised, covered, elsewhere, as far as the system tells
+  Shown,   // it can be seen again
+  Close,   // the user closed the window, or the process was asked to quit; run() is about to return
 };
 
 struct WindowEvent {
@@ -65,6 +67,9 @@ class QUORVID_API Window {
   virtual void setTitle(const std::string& title) = 0;
   virtual void setFullScreen(bool on) = 0;
   virtual bool isFullScreen() const = 0;
+  // False while nobody can see the window: it draws nothing then, and its live views neither decode
+  // nor draw. Turns go on, ten a second.
+  virtual bool isVisible() const = 0;
   // Called by runTurn() on the main thread.
   virtual void setEventHandler(std::function<void(const WindowEvent&)> handler) = 0;
 
