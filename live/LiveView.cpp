@@ -140,7 +140,7 @@ void LiveView::windowVisibilityChanged() {
 }
 
 bool LiveView::isVisible() const {
-  return state_->player.isVisible();
+  return state_->visible;
 }
 
 void LiveView::setOptions(const LiveOptions& options) {

@@ -4,6 +4,7 @@
 
 #include "base/Clock.h"
 #include "quorvid/base/Log.h"
+#include "quorvid/view/ViewHost.h"
 #include "session/path/LiveViewFixture.h"
 
 namespace quorvid::test {
@@ -207,16 +208,20 @@ TEST_F(LiveViewTest, HiddenItReceivesAndComesBackWithTheNewest) {
   });
   view_->connect(targetOf(server));
   ASSERT_TRUE(turnsUntil([&] { return isShown(kRust); }));
-  view_->setVisible(false);
+  const auto host = ViewHost::create();
+  host->contentView()->addSubview(view_);
+  host->setVisible(false);
+  view_->setVisible(true);  // as far as it goes
   change = true;
   ASSERT_TRUE(turnsUntil([&] { return isSent && view_->figures().received == sent; }));
   EXPECT_TRUE(isShown(kRust));
   const LiveFigures before = view_->figures();
-  view_->setVisible(true);
+  host->setVisible(true);
   ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown > before.shown; }));
   EXPECT_TRUE(isShown(kTeal)) << "the first picture is a new one";
   EXPECT_EQ(view_->figures().decoded, before.decoded + group.size());
   EXPECT_EQ(view_->figures().converted, before.converted + 1) << "nobody sees the others";
+  view_->removeFromSuperview();
 }
 
 TEST_F(LiveViewTest, SaysThatPicturesAreLeftOutBecauseTheyAreLate) {

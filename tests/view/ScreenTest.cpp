@@ -1,6 +1,6 @@
 // The window on a real X display, seen as a user sees it: on a screenshot.
 #include <SDL.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstdlib>
 
@@ -86,14 +86,20 @@ TEST_F(OnScreen, FollowsItsSizeAndComesBackWhenItWasHidden) {
   EXPECT_EQ(boxOf(waitFor(300, 140), {255, 0, 0}).w, 300);
   EXPECT_EQ(window_->contentView()->frame().size.width, 300);
   EXPECT_GE(resizes, 1);
+  std::vector<WindowEventKind> told;
+  window_->setEventHandler([&](const WindowEvent& event) { told.push_back(event.kind); });
   SDL_HideWindow(SDL_GL_GetCurrentWindow());
   for (int i = 0; i < 5; ++i) {
     layer_->setPixelBuffer(picture_.get());
     EXPECT_TRUE(window_->runTurn());
   }
   EXPECT_EQ(screen_.screenshot().at(320, 250), (Rgb{0, 0, 0}));
+  EXPECT_FALSE(window_->isVisible());
+  EXPECT_THAT(told, testing::Contains(WindowEventKind::Hidden));
   SDL_ShowWindow(SDL_GL_GetCurrentWindow());
   EXPECT_EQ(boxOf(waitFor(300, 140), {255, 0, 0}).w, 300);
+  EXPECT_TRUE(window_->isVisible());
+  EXPECT_THAT(told, testing::Contains(WindowEventKind::Shown));
 }
 
 }  // namespace

@@ -43,9 +43,9 @@ XvfbScreen::~XvfbScreen() {
   }
 }
 
-Image XvfbScreen::screenshot() const {
+Image screenshotOf(const std::string& name) {
   Image image;
-  Display* display = XOpenDisplay(name_.c_str());
+  Display* display = XOpenDisplay(name.c_str());
   if (display == nullptr) return image;
   image.width = DisplayWidth(display, 0);
   image.height = DisplayHeight(display, 0);

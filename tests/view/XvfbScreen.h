@@ -9,6 +9,9 @@
 
 namespace quorvid::test {
 
+// What the whole screen of that display (as for DISPLAY) shows now.
+Image screenshotOf(const std::string& display);
+
 class XvfbScreen {
  public:
   // Takes a free display number. name() is empty when Xvfb is not installed or does not start.
@@ -19,8 +22,7 @@ class XvfbScreen {
 
   // As for DISPLAY.
   const std::string& name() const { return name_; }
-  // What the whole screen shows now.
-  Image screenshot() const;
+  Image screenshot() const { return screenshotOf(name_); }
 
  private:
   std::string name_;

@@ -71,7 +71,7 @@ class QUORVID_API LiveView : public UIView {
   // came since the last key frame without drawing and goes on with the newest picture. A view in a
   // window that can't be seen is hidden by itself (ViewHost::setVisible(); Window calls it).
   void setVisible(bool visible);
-  // Whether it decodes and draws: neither hidden itself nor in a hidden window.
+  // As setVisible() was told.
   bool isVisible() const;
   void setOptions(const LiveOptions& options);
   const LiveOptions& options() const;
