@@ -11,8 +11,8 @@
 
 namespace quorvid {
 
-// A swap interval counts only if swapping takes about as long as the display's mode says. On Wayland
-// a swap with an interval waits long for a window that nobody sees.
+// A swap interval counts only if swapping takes about as long as the display's mode says. On
+// Wayland a swap with an interval waits long for a window that nobody sees.
 void SdlWindow::startClock() {
   SDL_DisplayMode mode{};
   const bool known = SDL_GetCurrentDisplayMode(SDL_GetWindowDisplayIndex(window_), &mode) == 0 &&
@@ -124,8 +124,7 @@ bool SdlWindow::isSeen() const {
 }
 
 void SdlWindow::lookWhetherSeen() {
-  const bool covered =
-      frames_ != nullptr && frames_->isCovered(std::chrono::steady_clock::now());
+  const bool covered = frames_ != nullptr && frames_->isCovered(std::chrono::steady_clock::now());
   const bool visible = isSeen() && !covered;
   if (std::exchange(visible_, visible) == visible) return;
   host_->setVisible(visible);

@@ -38,8 +38,7 @@ class WaylandFrames {
   bool isCovered(Time now);
 
  private:
-  WaylandFrames(SDL_Window* window, wl_surface* surface)
-      : window_(window), surface_(surface) {}
+  WaylandFrames(SDL_Window* window, wl_surface* surface) : window_(window), surface_(surface) {}
   static void answered(void* self, wl_callback* callback, unsigned milliseconds);
 
   SDL_Window* const window_;

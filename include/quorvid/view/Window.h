@@ -36,9 +36,9 @@ struct WindowOptions {
 enum class WindowEventKind : std::uint8_t {
   Key,      // `key` holds the printable ASCII character, lower case, or 27 for Escape
   Resized,  // contentView() already has its new frame; the host lays out its views
-  Hidden,  // nobody can see the window: minimised, covered, elsewhere, as far as the system tells
-  Shown,   // it can be seen again
-  Close,   // the user closed the window, or the process was asked to quit; run() is about to return
+  Hidden,   // nobody can see the window: minimised, covered, elsewhere, as far as the system tells
+  Shown,    // it can be seen again
+  Close,  // the user closed the window, or the process was asked to quit; run() is about to return
 };
 
 struct WindowEvent {
