@@ -95,6 +95,7 @@ void LivePlayer::endSession() {
 
 void LivePlayer::setVisible(bool visible) {
   if (std::exchange(visible_, visible) == visible) return;
+  if (visible) seenSince_ = steadySeconds();
   if (session_ != nullptr) session_->setHidden(!visible);
 }
 
@@ -130,7 +131,7 @@ std::optional<Picture> LivePlayer::turn(double now) {
 
 void LivePlayer::pictureShown(double now, double arrival) {
   if (firstShown_ < 0) firstShown_ = now;
-  if (lastShown_ >= 0) figures_.longestPause = std::max(figures_.longestPause, now - lastShown_);
+  if (lastShown_ >= 0) figures_.longestPause = longestPause(now);
   lastShown_ = now;
   figures_.lag = now - arrival;
   ++figures_.shown;
@@ -140,6 +141,12 @@ void LivePlayer::pictureShown(double now, double arrival) {
 // elsewhere by now.
 bool LivePlayer::needsRetry(const SessionReport& report) const {
   return report.hasEnded || (target_.path == LivePath::Relay && report.nextTryAt >= 0);
+}
+
+// Nobody missed a picture while the view was hidden.
+double LivePlayer::longestPause(double now) const {
+  if (!visible_) return figures_.longestPause;
+  return std::max(figures_.longestPause, now - std::max(lastShown_, seenSince_));
 }
 
 LiveStatus LivePlayer::status(double now) const {
@@ -196,7 +203,7 @@ LiveFigures LivePlayer::figures(double now) const {
   if (firstShown_ >= 0) {
     figures.firstPicture = firstShown_ - played_;
     figures.sinceLastPicture = now - lastShown_;
-    figures.longestPause = std::max(figures.longestPause, now - lastShown_);
+    figures.longestPause = longestPause(now);
   }
   if (!samples_.empty() && now > samples_.front().time) {
     const Sample& from = samples_.front();

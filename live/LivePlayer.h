@@ -48,6 +48,7 @@ class LivePlayer {
   void endSession();
   bool needsRetry(const SessionReport& report) const;
   LiveStatus stalledStatus(const SessionReport& report, double now) const;
+  double longestPause(double now) const;
   void sample(double now);
 
   LiveOptions options_;
@@ -63,6 +64,7 @@ class LivePlayer {
   SessionReport before_;  // what the sessions before this one counted
   LiveFigures figures_;   // what is counted here
   double played_ = 0, firstShown_ = -1, lastShown_ = -1;
+  double seenSince_ = -1;  // when it became visible last
   std::deque<Sample> samples_;
 };
 

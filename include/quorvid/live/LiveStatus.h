@@ -85,7 +85,7 @@ struct LiveFigures {
   double firstPicture = -1;       // from play() to the first picture shown
   double sinceLastPicture = -1;   // from the last picture shown to now
   double lag = -1;                // from the arrival of the frame that is shown to its drawing
-  double longestPause = 0;        // between two pictures shown, or since the last
+  double longestPause = 0;        // between two pictures shown, or since the last; not hidden
   double pictureRate = 0;         // pictures shown a second, of late
   double bitRate = 0;             // bits received a second, of late
   std::uint64_t received = 0;     // frames
