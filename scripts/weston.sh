@@ -18,7 +18,7 @@ for program in weston Xvfb; do
 done
 
 work=$(mktemp -d)
-weston= server=
+weston='' server=''
 finish() {
   for process in $weston $server; do
     kill -CONT "$process" 2>/dev/null || true
