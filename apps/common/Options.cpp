@@ -1,5 +1,7 @@
 #include "apps/common/Options.h"
 
+#include <algorithm>
+
 #include "apps/common/Failure.h"
 #include "apps/common/PasswordFile.h"
 #include "apps/common/Values.h"
@@ -44,6 +46,25 @@ void addPath(CLI::App& command, StreamPath& path) {
       ->type_name("PATH");
 }
 
+void addDevices(CLI::App& command, std::vector<std::string>& devices, bool one) {
+  std::string purpose = "device identifier, at most 31 bytes (car paths: 63)";
+  if (!one) purpose += "; several: --device A --device B";
+  CLI::Option* const option = command.add_option("--device", devices, purpose);
+  option->required()->type_name("ID")->allow_extra_args(false);
+  if (one) option->expected(1);
+}
+
+void requireDevices(const std::vector<std::string>& devices, std::size_t most) {
+  for (auto device = devices.begin(); device != devices.end(); ++device) {
+    if (device->empty()) throw Failure("the device identifier is empty");
+    requireFits("the device identifier", *device, most);
+    if (std::find(devices.begin(), device, *device) != device) {
+      throw Failure("device " + *device + " is given twice");
+    }
+  }
+  if (devices.empty()) throw Failure("the device identifier is empty");
+}
+
 }  // namespace
 
 void AccountOptions::addTo(CLI::App& command) {
@@ -56,21 +77,18 @@ void AccountOptions::complete() {
   target.password = readPassword(passwordFile);
 }
 
-void StreamOptions::addTo(CLI::App& command, Channels count) {
+void StreamOptions::addTo(CLI::App& command, Streams count) {
+  const bool one = count == Streams::One;
   addServer(command, target.server);
-  command
-      .add_option("--device", target.device, "device identifier, at most 31 bytes (car paths: 63)")
-      ->required()
-      ->type_name("ID");
+  addDevices(command, devices, one);
   addAccount(command, target.account, passwordFile, "account, at most 31 bytes (car paths: 22)");
   addPath(command, target.path);
-  const auto take = [this, count](const std::string& text) {
+  const auto take = [this, one](const std::string& text) {
     channels = parseChannels(text);
-    if (count == Channels::One && channels.size() > 1) {
+    if (one && channels.size() > 1) {
       throw Failure("this command takes one channel, not " + text);
     }
   };
-  const bool one = count == Channels::One;
   command
       .add_option_function<std::string>("--channel", take,
                                         one ? "camera, 0 to 7" : "cameras, 0 to 7: N[,N...]")
@@ -79,12 +97,24 @@ void StreamOptions::addTo(CLI::App& command, Channels count) {
 
 void StreamOptions::complete() {
   const bool fleet = target.path == StreamPath::Fleet;
+  requireDevices(devices, fleet ? kLongestText : kLongestCarDevice);
+  target.device = devices.front();
   target.channel = channels.front();
-  if (target.device.empty()) throw Failure("the device identifier is empty");
-  requireFits("the device identifier", target.device, fleet ? kLongestText : kLongestCarDevice);
   requireFits(fleet ? "the account" : "the account for this path", target.account,
               fleet ? kLongestText : kLongestCarAccount);
   target.password = readPassword(passwordFile);
+}
+
+std::vector<StreamTarget> StreamOptions::targets() const {
+  std::vector<StreamTarget> targets;
+  for (const std::string& device : devices) {
+    for (const int channel : channels) {
+      targets.push_back(target);
+      targets.back().device = device;
+      targets.back().channel = channel;
+    }
+  }
+  return targets;
 }
 
 void addSeconds(CLI::App& command, const std::string& name, double& seconds, double least,

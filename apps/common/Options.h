@@ -21,15 +21,18 @@ struct AccountOptions {
   void complete();
 };
 
-// The options that say which stream is meant.
+// The options that say which stream is meant, or which ones: each device with each channel.
 struct StreamOptions {
-  StreamTarget target;  // its channel is the first one
+  StreamTarget target;  // the first device and the first channel
+  std::vector<std::string> devices;
   std::vector<int> channels{0};
   std::string passwordFile;
 
-  enum class Channels : std::uint8_t { One, Several };
-  void addTo(CLI::App& command, Channels count = Channels::One);
+  enum class Streams : std::uint8_t { One, Several };
+  void addTo(CLI::App& command, Streams count = Streams::One);
   void complete();
+  // Device by device; after complete().
+  std::vector<StreamTarget> targets() const;
 };
 
 // A number of seconds within bounds.

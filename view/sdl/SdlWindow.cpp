@@ -60,6 +60,7 @@ bool SdlWindow::create(const WindowOptions& options, std::string& error) {
   }
   host_->useCurrentDisplay();
   frames_ = WaylandFrames::of(window_);
+  SDL_StartTextInput();  // off by itself where the display offers a keyboard on screen
   updateSize();
   startClock();
   return true;

@@ -45,6 +45,8 @@ class SdlWindow final : public Window {
   void deliverEvents();
   void deliver(const SDL_WindowEvent& event);
   void deliver(const SDL_KeyboardEvent& event);
+  void deliver(const SDL_TextInputEvent& event);
+  void deliver(const SDL_MouseButtonEvent& event);
   void send(const WindowEvent& event);
   bool isSeen() const;
   void lookWhetherSeen();
@@ -66,6 +68,7 @@ class SdlWindow final : public Window {
   int drawsDue_ = 0;         // although nothing in the tree has changed
   bool visible_ = true;      // as the handler knows
   bool closed_ = false;
+  bool keyRepeats_ = false;  // the last key-down was of a key that is held
   int pixelWidth_ = 0;
   int pixelHeight_ = 0;
   double scale_ = 1;

@@ -68,15 +68,19 @@ std::uint32_t SdlWindow::waitForRefresh() {
 
 void SdlWindow::deliverEvents() {
   SDL_Event event;
+  const Uint32 own = SDL_GetWindowID(window_);
   while (!closed_ && SDL_PollEvent(&event) != 0) {
-    const Uint32 own = SDL_GetWindowID(window_);
     if (event.type == SDL_QUIT) {
       closed_ = true;
       send({WindowEventKind::Close});
     } else if (event.type == SDL_WINDOWEVENT && event.window.windowID == own) {
       deliver(event.window);
-    } else if (event.type == SDL_KEYDOWN && event.key.windowID == own && event.key.repeat == 0) {
+    } else if (event.type == SDL_KEYDOWN && event.key.windowID == own) {
       deliver(event.key);
+    } else if (event.type == SDL_TEXTINPUT && event.text.windowID == own) {
+      deliver(event.text);
+    } else if (event.type == SDL_MOUSEBUTTONDOWN && event.button.windowID == own) {
+      deliver(event.button);
     }
   }
 }
@@ -103,13 +107,6 @@ void SdlWindow::deliver(const SDL_WindowEvent& event) {
     default:
       break;
   }
-}
-
-void SdlWindow::deliver(const SDL_KeyboardEvent& event) {
-  const SDL_Keycode code = event.keysym.sym;
-  const bool shortcut = (event.keysym.mod & (KMOD_CTRL | KMOD_ALT | KMOD_GUI)) != 0;
-  const bool printable = code >= ' ' && code <= '~' && !shortcut;
-  if (printable || code == SDLK_ESCAPE) send({WindowEventKind::Key, static_cast<char>(code)});
 }
 
 void SdlWindow::send(const WindowEvent& event) {

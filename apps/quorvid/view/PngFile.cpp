@@ -1,5 +1,6 @@
 #include "apps/quorvid/view/PngFile.h"
 
+#include <fmt/format.h>
 #include <png.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -35,18 +36,29 @@ bool writePng(const WindowPicture& picture, const std::string& fileName, std::st
   return false;
 }
 
-std::string freeSnapshotName() {
+std::string freeSnapshotName(const std::string& what) {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);
-  char stem[40];
-  std::strftime(stem, sizeof stem, "quorvid-%Y%m%d-%H%M%S", &local);
-  std::string name = std::string(stem) + ".png";
+  char time[40];
+  std::strftime(time, sizeof time, "quorvid-%Y%m%d-%H%M%S", &local);
+  const std::string stem = time + what;
+  std::string name = stem + ".png";
   struct stat info {};
   for (int n = 2; n < 100 && stat(name.c_str(), &info) == 0; ++n) {
-    name = std::string(stem) + "-" + std::to_string(n) + ".png";
+    name = stem + "-" + std::to_string(n) + ".png";
   }
   return name;
+}
+
+std::string fileNameOf(const StreamTarget& target) {
+  std::string name;
+  for (const char byte : target.device) {
+    const bool plain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+                       (byte >= '0' && byte <= '9') || byte == '-' || byte == '_';
+    name += plain ? std::string(1, byte) : fmt::format("%{:02X}", static_cast<unsigned char>(byte));
+  }
+  return fmt::format("{}-ch{}", name, target.channel);
 }
 
 }  // namespace quorvid::app

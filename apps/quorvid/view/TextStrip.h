@@ -1,37 +1,32 @@
-// TextStrip: one line of light text on a dark strip, shown over a tile. Main thread.
+// TextStrip: one line of light text on a dark strip at the foot of a tile. Main thread.
 #pragma once
 
 #include <memory>
 #include <string>
 
-#include "quorvid/render/AAPLEAGLLayer.h"
-#include "quorvid/view/View.h"
+#include "apps/quorvid/view/TextLayer.h"
 
 namespace quorvid::app {
 
 class TextStrip {
  public:
-  static constexpr CGFloat kHeight = 18;  // points
-
-  // Null when the graphics can't be had. The strip adds itself to the container once it is placed.
-  static std::unique_ptr<TextStrip> make(std::shared_ptr<UIView> container);
+  // Null when the graphics can't be had.
+  static std::unique_ptr<TextStrip> make(const std::shared_ptr<UIView>& container);
 
   // Along the container's lower edge, `inset` points away from it; not shown in a container that is
   // too small for text.
   void place(CGFloat inset);
+  // Points, 0 while it isn't shown.
+  CGFloat height() const;
   // text: UTF-8. One that is too long ends in "...".
-  void show(const std::string& text);
+  void show(const std::string& text) { layer_->show({{text}}); }
 
  private:
-  TextStrip(std::shared_ptr<UIView> container, std::shared_ptr<AAPLEAGLLayer> layer)
+  TextStrip(std::shared_ptr<UIView> container, std::unique_ptr<TextLayer> layer)
       : container_(std::move(container)), layer_(std::move(layer)) {}
-  void draw();
 
   std::shared_ptr<UIView> container_;
-  std::shared_ptr<AAPLEAGLLayer> layer_;
-  CGRect frame_;      // where the storage was made for
-  double scale_ = 0;  // and in which scale
-  std::string text_;
+  std::unique_ptr<TextLayer> layer_;
 };
 
 }  // namespace quorvid::app

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "apps/common/Deadline.h"
@@ -13,8 +15,6 @@ namespace quorvid::app {
 namespace {
 
 constexpr double kSecondsBetweenTexts = 1;
-// So long a restart waits for the view to know when the next one is due.
-constexpr double kSecondsToTell = 1;
 
 LiveTarget liveTargetOf(const StreamTarget& target) {
   static constexpr LivePath kPaths[] = {LivePath::Fleet, LivePath::Car, LivePath::Relay};
@@ -27,20 +27,6 @@ LiveTarget liveTargetOf(const StreamTarget& target) {
   live.device = target.device;
   live.channel = target.channel;
   return live;
-}
-
-// A state that is between two attempts of the same kind, whose reason still holds.
-bool isTryingAgain(LiveState state) {
-  return state == LiveState::Resolving || state == LiveState::Connecting;
-}
-
-// For states that have no reason of their own.
-std::string reasonOf(LiveState state, const LiveFigures& figures) {
-  if (state == LiveState::Resolving) return "the server's name is still looked up";
-  if (state == LiveState::Connecting) return "no answer to the connection attempt yet";
-  if (state == LiveState::Stopped) return "paused";
-  return figures.received == 0 ? "the server is connected and has sent nothing yet"
-                               : "no key frame has come yet";
 }
 
 }  // namespace
@@ -56,13 +42,15 @@ std::unique_ptr<Tile> Tile::make(const StreamTarget& target, UIView& parent, CGR
   Tile* const self = tile.get();
   self->view_->setStatusHandler([self](const LiveStatus& status) { self->statusChanged(status); });
   self->container_->addSubview(self->view_);
-  if (self->strip_) self->strip_->place(0);
+  self->setFrame(frame);
   parent.addSubview(self->container_);
   return tile;
 }
 
 Tile::Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions& options)
     : target_(std::move(target)),
+      name_(
+          fmt::format("{}channel {}", options.named ? target_.device + " " : "", target_.channel)),
       options_(options),
       parent_(parent),
       container_(UIView::initWithFrame(frame)),
@@ -103,20 +91,33 @@ void Tile::pause() {
 
 void Tile::setFrame(CGRect frame) {
   container_->setFrame(frame);
-  view_->setFrame(CGRect{{0, 0}, frame.size});
   mark_.resize();
   if (strip_) strip_->place(mark_.width());
+  placePicture();
 }
 
-void Tile::setVisible(bool visible) {
+// Up by as much as the line of text takes, where the picture's shape leaves room below it.
+void Tile::placePicture() {
+  CGSize area = container_->bounds().size;
+  const double shape = view_->figures().shape;
+  if (strip_ && shape > 0 && options_.live.shape >= 0) {
+    const CGFloat free = std::max(0.0, std::floor(area.height - area.width / shape));
+    area.height -= std::min(free, strip_->height());
+  }
+  if (area.width == pictureArea_.width && area.height == pictureArea_.height) return;
+  pictureArea_ = area;
+  view_->setFrame(CGRect{{0, 0}, area});
+}
+
+void Tile::setVisible(bool isInWindow, bool isSeen) {
+  if (isInWindow != this->isInWindow()) {
+    if (isInWindow) parent_.addSubview(container_);
+    if (!isInWindow) container_->removeFromSuperview();
+  }
+  const bool visible = isInWindow && isSeen;
   if (visible == view_->isVisible()) return;
   view_->setVisible(visible);
   meter_.forgetSilence(steadySeconds());
-  if (visible) {
-    parent_.addSubview(container_);
-  } else {
-    container_->removeFromSuperview();
-  }
 }
 
 void Tile::look(double now) {
@@ -125,7 +126,7 @@ void Tile::look(double now) {
   const bool isPicture = meter_.look(figures, now);
   lookForRestart(figures, isPicture, now);
   if (isPicture && mark_.isShown()) {
-    note(fmt::format("channel {}: a picture again after {:.1f} s", target_.channel, silence));
+    note(fmt::format("{}: a picture again after {:.1f} s", name_, silence));
     mark_.hide();
   }
   const bool isWatched = isPlaying() && view_->isVisible() && options_.live.stallAfter > 0;
@@ -133,60 +134,13 @@ void Tile::look(double now) {
   renewText(now);
 }
 
-// The view knows when it tries again once the new stream is connected.
-void Tile::lookForRestart(const LiveFigures& figures, bool isPicture, double now) {
-  const bool isNew = std::exchange(restarts_, figures.restarts) != figures.restarts;
-  const double nextTry = view_->status().nextTry;
-  const bool isToldLate = untold_ && (isNew || now - untold_->time > kSecondsToTell);
-  if (untold_ && (isToldLate || nextTry > 0 || isPicture)) {
-    const std::string next =
-        nextTry > 0 && !isNew ? fmt::format(" (next try in {:.0f} s)", nextTry) : "";
-    note(fmt::format("channel {}: no picture for {:.1f} s, starting the stream again{}",
-                     target_.channel, untold_->silence, next));
-    untold_.reset();
-  }
-  if (isNew) untold_ = Restart{now, meter_.sinceLastPicture(now)};
-}
-
-void Tile::statusChanged(const LiveStatus& status) {
-  if (status.state == LiveState::Live) trouble_ = {};
-  if (status.reason != LiveReason::None) trouble_ = status;
-  if (!options_.verbose) return;
-  const std::string reason = status.sentence.empty() ? "" : " (" + status.sentence + ")";
-  note(fmt::format("channel {}: {}{}", target_.channel, nameOf(status.state), reason));
-}
-
 void Tile::renewText(double now) {
   if (!strip_ || !view_->isVisible()) return;
   strip_->place(mark_.width());
+  placePicture();
   if (now < textDue_) return;
   textDue_ = now + kSecondsBetweenTexts;
   strip_->show(captionOf(report(now)));
-}
-
-std::string Tile::whyNoPicture(const LiveStatus& status, const LiveFigures& figures) const {
-  const LiveStatus& told = status.sentence.empty() ? trouble_ : status;
-  if (told.sentence.empty()) return reasonOf(status.state, figures);
-  if (told.reason != LiveReason::RefusedByServer) return told.sentence;
-  return fmt::format("{} (device {}, channel {}: unknown or off line?)", told.sentence,
-                     target_.device, target_.channel);
-}
-
-TileReport Tile::report(double now) const {
-  TileReport report;
-  report.device = target_.device;
-  report.channel = target_.channel;
-  meter_.fillIn(report, view_->figures(), now);
-  report.status = view_->status();
-  if (isTryingAgain(report.status.state)) {
-    report.status.reason = trouble_.reason;
-    report.status.sentence = trouble_.sentence;
-  }
-  if (report.figures.shown == 0 || report.status.state != LiveState::Live) {
-    report.reason = whyNoPicture(report.status, report.figures);
-  }
-  report.isStalled = mark_.isShown();
-  return report;
 }
 
 }  // namespace quorvid::app

@@ -17,6 +17,7 @@ struct TileOptions {
   LiveOptions live;
   bool text = true;      // with a line of text
   bool verbose = false;  // each change of state is a line on standard error
+  bool named = false;    // lines about it name the device, not only the channel
 };
 
 class Tile {
@@ -27,6 +28,7 @@ class Tile {
   ~Tile();
 
   const StreamTarget& target() const { return target_; }
+  const std::string& name() const { return name_; }
   bool isStalled() const { return mark_.isShown(); }
   bool isPlaying() const { return view_->isPlaying(); }
   void play();
@@ -34,8 +36,12 @@ class Tile {
   // The last picture stays.
   void pause();
   void setFrame(CGRect frame);
-  // A hidden tile is not in the window, and its stream goes on without being decoded.
-  void setVisible(bool visible);
+  CGRect frame() const { return container_->frame(); }
+  // Whether it is in the window, and whether anybody can see it there. The stream of one that can't
+  // be seen goes on without being decoded.
+  void setVisible(bool isInWindow, bool isSeen);
+  bool isInWindow() const { return container_->superview() != nullptr; }
+  std::optional<LivePicture> snapshot() const { return view_->snapshot(); }
   // Once a turn: marks a stalled stream, tells of restarts, and renews the text once a second.
   void look(double now);
   TileReport report(double now) const;
@@ -53,8 +59,10 @@ class Tile {
   void statusChanged(const LiveStatus& status);
   void lookForRestart(const LiveFigures& figures, bool isPicture, double now);
   void renewText(double now);
+  void placePicture();
 
   const StreamTarget target_;
+  const std::string name_;
   const TileOptions options_;
   UIView& parent_;
   std::shared_ptr<UIView> container_;
@@ -63,6 +71,7 @@ class Tile {
   std::unique_ptr<TextStrip> strip_;
   TileMeter meter_;
   double textDue_ = 0;
+  CGSize pictureArea_;
   std::uint64_t restarts_ = 0;  // that the view had counted at the last look
   std::optional<Restart> untold_;
   LiveStatus trouble_;  // the last reason that was given, until a stream is live

@@ -1,9 +1,12 @@
 #include "apps/quorvid/view/TileReport.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
-#include <cstdio>
 #include <iterator>
 #include <nlohmann/json.hpp>
+
+#include "apps/common/Terminal.h"
 
 namespace quorvid::app {
 
@@ -43,9 +46,7 @@ void addFigures(Json& json, const LiveFigures& figures) {
 
 // Nothing up to a second.
 std::string secondsText(const char* what, double seconds) {
-  char text[80] = "";
-  if (seconds > 1) std::snprintf(text, sizeof text, "%s %.1f s", what, seconds);
-  return text;
+  return seconds > 1 ? fmt::format("{} {:.1f} s", what, seconds) : "";
 }
 
 }  // namespace
@@ -61,6 +62,7 @@ Json sizeJson(PixelSize size) {
 Json tileJson(const TileReport& tile) {
   const auto streamSize = streamSizeOf(tile);
   Json json;
+  json["device"] = tile.device;
   json["channel"] = tile.channel;
   json["pictures"] = tile.figures.shown;
   json["first_picture_seconds"] =
@@ -79,16 +81,14 @@ Json tileJson(const TileReport& tile) {
 }
 
 std::string tileText(const TileReport& tile) {
-  char line[200];
+  std::string text = visibleText(tile.name) + ": ";
   if (tile.figures.shown == 0) {
-    std::snprintf(line, sizeof line, "channel %d: no picture", tile.channel);
+    text += "no picture";
   } else {
-    std::snprintf(
-        line, sizeof line, "channel %d: %llu pictures, the first after %.2f s, %.1f frames/s, %s",
-        tile.channel, static_cast<unsigned long long>(tile.figures.shown),
-        tile.firstPictureSeconds.value_or(0), tile.framesPerSecond, kPictureSize.text().c_str());
+    text += fmt::format("{} pictures, the first after {:.2f} s, {:.1f} frames/s, {}",
+                        tile.figures.shown, tile.firstPictureSeconds.value_or(0),
+                        tile.framesPerSecond, kPictureSize.text());
   }
-  std::string text = line;
   if (const auto size = streamSizeOf(tile)) text += " (sent as " + size->text() + ")";
   if (tile.figures.shown > 0) {
     text += secondsText(", longest pause", tile.longestPause);

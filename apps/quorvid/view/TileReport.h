@@ -15,6 +15,7 @@ namespace quorvid::app {
 inline constexpr PixelSize kPictureSize{1280, 960};
 
 struct TileReport {
+  std::string name;  // what a line about it begins with: "channel 0", or "TRUCK-7 channel 0"
   std::string device;
   int channel = 0;
   LiveStatus status;

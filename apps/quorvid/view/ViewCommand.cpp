@@ -17,7 +17,7 @@ struct ViewArguments : StreamOptions {
   ViewOptions view;
 
   void addTo(CLI::App& command) {
-    StreamOptions::addTo(command, Channels::Several);
+    StreamOptions::addTo(command, Streams::Several);
     const auto takeSize = [this](const std::string& text) { view.size = parseSize(text); };
     command
         .add_option_function<std::string>("--size", takeSize,
@@ -28,6 +28,12 @@ struct ViewArguments : StreamOptions {
     command.add_option("--snapshot", view.snapshot, "write the last picture at the end")
         ->check(writableFile())
         ->type_name("FILE.png");
+    command
+        .add_option("--tile-snapshots", view.tileSnapshots,
+                    "write each tile's last picture at the end, in the stream's own shape, as "
+                    "FOLDER/DEVICE-chN.png")
+        ->check(CLI::ExistingDirectory)
+        ->type_name("FOLDER");
     const auto takeShape = [this](const std::string& text) { view.shape = parseAspect(text); };
     command
         .add_option_function<std::string>("--aspect", takeShape,
@@ -42,15 +48,20 @@ struct ViewArguments : StreamOptions {
     command.add_flag("!--no-text", view.text, "no line of text on the tiles");
     command.add_flag("--verbose", view.verbose,
                      "show each change of a tile's state, and the library's own lines");
-    command.footer(std::string(Viewer::kKeys) + ".\n" +
+    command.footer(keysSentence() + ".\n" +
                    "Frames/s count from the first picture to the end, pauses included.\n"
                    "Exit status: 0 a picture was shown, 1 none was, 2 wrong arguments.");
   }
 
   void complete() {
     StreamOptions::complete();
-    view.target = target;
-    view.channels = channels;
+    view.targets = targets();
+    if (view.targets.size() > TileWall::kMost) {
+      throw Failure(fmt::format("{} devices with {} channels each are {} tiles; a window has {}",
+                                devices.size(), channels.size(), view.targets.size(),
+                                TileWall::kMost));
+    }
+    view.devices = devices;
   }
 };
 
@@ -67,7 +78,8 @@ int runView(const ViewArguments& arguments) {
   });
 
   ViewReport report;
-  report.target = options.target;
+  report.target = options.targets.front();
+  report.devices = options.devices;
   report.seconds = steadySeconds() - start;
   report.tiles = viewer->reports();
   const bool shown = report.pictures() > 0;
@@ -77,23 +89,26 @@ int runView(const ViewArguments& arguments) {
     if (saved) report.snapshot = options.snapshot;
     if (!saved) note(error);
   }
+  const bool tilesSaved =
+      options.tileSnapshots.empty() || viewer->saveTiles(options.tileSnapshots, error);
+  if (!tilesSaved) note(error);
   if (options.json || !options.stats) output.write(options.json ? report.json() : report.text());
   for (const TileReport& tile : report.tiles) {
     if (tile.reason.empty()) continue;
     const char* const what = tile.figures.shown == 0 ? "no picture" : "no picture any more";
-    note(fmt::format("channel {}: {}: {}", tile.channel, what, tile.reason));
+    note(fmt::format("{}: {}: {}", tile.name, what, tile.reason));
   }
   if (shown && log.messageCount() > 0) {
     note(fmt::format("{} messages from the library, the last: {}", log.messageCount(),
                      log.lastMessage()));
   }
-  return shown && report.snapshot == options.snapshot ? 0 : 1;
+  return shown && tilesSaved && report.snapshot == options.snapshot ? 0 : 1;
 }
 
 }  // namespace
 
 void addViewCommand(CLI::App& program, ChosenCommand& chosen) {
-  addCommand(program, chosen, "view", "show live channels of a device", runView);
+  addCommand(program, chosen, "view", "show live channels of devices", runView);
 }
 
 }  // namespace quorvid::app

@@ -65,6 +65,7 @@ std::string ViewReport::json() const {
   json["server"] = target.server.text();
   json["path"] = nameOf(target.path);
   json["device"] = target.device;
+  json["devices"] = devices;
   json["seconds"] = rounded(seconds);
   json["pictures"] = pictures();
   json["first_picture_seconds"] = first ? Json(rounded(*first)) : Json();

@@ -14,7 +14,8 @@ namespace quorvid::app {
 std::string statsLine(double seconds, const std::vector<TileReport>& tiles);
 
 struct ViewReport {
-  StreamTarget target;
+  StreamTarget target;  // the first tile's
+  std::vector<std::string> devices;
   double seconds = 0;  // how long the viewer ran
   std::vector<TileReport> tiles;
   std::string snapshot;  // the file written, or empty

@@ -1,26 +1,27 @@
-// Viewer: the window of `quorvid view` with one tile a channel. Main thread.
+// Viewer: the window of `quorvid view` with one tile a stream. Main thread.
 #pragma once
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "apps/quorvid/view/Tile.h"
+#include "apps/quorvid/view/KeysPanel.h"
+#include "apps/quorvid/view/TileWall.h"
 #include "quorvid/view/Window.h"
 
 namespace quorvid::app {
 
 struct ViewOptions {
-  StreamTarget target;  // its channel is that of the first tile
-  std::vector<int> channels{0};
+  std::vector<StreamTarget> targets;  // at least one, a tile each
+  std::vector<std::string> devices;   // that they belong to
   PixelSize size{960, 720};
   double shape = 0;  // as LiveOptions has it
   bool headless = false;
   double seconds = 0;  // 0: until the window is closed or a signal comes
   double stallAfter = 5;
-  std::string snapshot;  // empty: none
+  std::string snapshot;       // a file; empty: none
+  std::string tileSnapshots;  // a folder; empty: none
   bool json = false;
   bool stats = false;
   bool text = true;
@@ -29,10 +30,6 @@ struct ViewOptions {
 
 class Viewer {
  public:
-  static constexpr const char* kKeys =
-      "keys: q quits, r restarts, space pauses, s writes a PNG, f full screen, 1 to 9 enlarge a "
-      "tile and give it its place again, h or ? lists the keys";
-
   // Null, with a sentence in `error`, when there is no window or no graphics.
   static std::unique_ptr<Viewer> open(const ViewOptions& options, std::string& error);
   ~Viewer();
@@ -42,22 +39,24 @@ class Viewer {
   std::vector<TileReport> reports() const;
   // Writes what the window shows now. Before the viewer goes: it takes the pictures along.
   bool saveSnapshot(const std::string& fileName, std::string& error);
+  // Writes each tile's last picture, in the stream's own shape, into the folder; tiles that never
+  // had one are left out.
+  bool saveTiles(const std::string& folder, std::string& error) const;
 
  private:
   Viewer(const ViewOptions& options, std::unique_ptr<Window> window);
-  bool addTiles(std::string& error);
   void handle(const WindowEvent& event);
-  void handleKey(char key);
-  void choose(std::size_t tile);
-  void pauseOrPlay();
+  void handleKey(const WindowEvent& event);
+  void leave();
+  void toggleKeys();
   void savePicture();
-  void layOut();
+  void saveShownTiles() const;
   void showTitle(double now);
 
   ViewOptions options_;
   std::unique_ptr<Window> window_;
-  std::vector<std::unique_ptr<Tile>> tiles_;
-  std::optional<std::size_t> chosen_;  // the tile that has the window to itself
+  TileWall wall_;
+  KeysPanel keys_;
   std::string title_;
 };
 

@@ -34,7 +34,8 @@ struct WindowOptions {
 };
 
 enum class WindowEventKind : std::uint8_t {
-  Key,      // `key` holds the printable ASCII character, lower case, or 27 for Escape
+  Key,    // `key` or `functionKey`: once for each time that it is pressed, however long it is held
+  Click,  // `x`, `y`, `clicks`: the left button was pressed
   Resized,  // contentView() already has its new frame; the host lays out its views
   Hidden,   // nobody can see the window: minimised, covered, elsewhere, as far as the system tells
   Shown,    // it can be seen again
@@ -43,7 +44,12 @@ enum class WindowEventKind : std::uint8_t {
 
 struct WindowEvent {
   WindowEventKind kind;
+  // The printable ASCII character that the user's layout gives, letters in lower case, or 27 for
+  // Escape; 0 for a function key. Combinations with Ctrl, the left Alt or the logo key are no keys.
   char key = 0;
+  int functionKey = 0;  // 1 to 12 for F1 to F12
+  double x = 0, y = 0;  // in points from the content's upper left
+  int clicks = 0;       // 1; 2 for the second click of a double click
 };
 
 // Pixels from the top row down, 3 bytes each (red, green, blue), rows without padding.
