@@ -6,7 +6,7 @@ build_packages=(
   libpng-dev libcairo2-dev fonts-dejavu-core libasio-dev libcli11-dev libfmt-dev
   libutfcpp-dev nlohmann-json3-dev
 )
-test_packages=(googletest libgtest-dev libgmock-dev ffmpeg xvfb xauth)
+test_packages=(googletest libgtest-dev libgmock-dev ffmpeg xvfb xauth libxtst-dev)
 check_packages=(
   weston clang clang-format clang-tidy libclang-rt-dev llvm python3
   g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu qemu-user-static

@@ -9,6 +9,7 @@
 
 #include "apps/Command.h"
 #include "sim/SimProcess.h"
+#include "view/XvfbScreen.h"
 
 namespace {
 
@@ -110,6 +111,78 @@ TEST(View, TilesSeveralChannelsAndReportsEach) {
   EXPECT_EQ(picture.contrast(340, 260, 620, 460), 0) << "only three tiles";
   EXPECT_EQ(picture.contrast(0, 244, 318, 460), 0) << "no picture";
   EXPECT_GT(picture.contrast(0, 462, 318, 480), 100) << "but a line of text";
+}
+
+TEST(View, ShowsEachDeviceWithEachChannel) {
+  SimProcess sim({"--devices", "TRUCK-7,BUS/2", "--channels", "1"});
+  const std::string folder = testing::TempDir(), file = freshFile("devices.png");
+  const std::string truck = folder + "/TRUCK-7-ch0.png", bus = folder + "/BUS%2F2-ch0.png";
+  Command command(view(sim.port("fleet"),
+                       {"--device", "BUS/2", "--channel", "0,1", "--json", "--size", "640x480",
+                        "--seconds", "5", "--snapshot", file, "--tile-snapshots", folder}));
+  ASSERT_EQ(command.wait(), 0) << command.errors();
+  EXPECT_NE(command.errors().find("BUS/2 channel 1: no picture: "), std::string::npos);
+  const auto report = nlohmann::json::parse(command.output());
+  EXPECT_EQ(report["device"], "TRUCK-7");
+  EXPECT_EQ(report["devices"], nlohmann::json({"TRUCK-7", "BUS/2"}));
+  EXPECT_EQ(report["tiles"][2]["device"], "BUS/2");
+  EXPECT_GT(report["tiles"][2]["pictures"], 0);
+  const Picture picture = readPng(file);
+  ASSERT_EQ(picture.width, 640U);
+  EXPECT_GT(picture.contrast(0, 0, 318, 220), 100);
+  EXPECT_EQ(picture.contrast(330, 20, 630, 200), 0);
+  EXPECT_GT(picture.contrast(0, 242, 318, 460), 100);
+  EXPECT_EQ(readPng(truck).width, 640U) << "its own size, not the tile's";
+  EXPECT_EQ(readPng(bus).height, 480U);
+  EXPECT_EQ(readPng(folder + "/TRUCK-7-ch1.png").width, 0U);
+  unlink(truck.c_str());
+  unlink(bus.c_str());
+}
+
+// The file that a line in what the command wrote names last; empty when there are fewer lines.
+std::string writtenFile(const std::string& errors, int count) {
+  std::istringstream lines(errors);
+  const std::string start = "quorvid: wrote ";
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with(start) && --count == 0) return line.substr(start.size());
+  }
+  return {};
+}
+
+TEST(View, ObeysKeysAndClicksOnAScreen) {
+  const quorvid::test::XvfbScreen screen(640, 480);
+  if (screen.name().empty()) {
+    ASSERT_EQ(getenv("QUORVID_TEST_REQUIRE_DISPLAY"), nullptr) << "Xvfb does not start";
+    GTEST_SKIP() << "Xvfb is not there (package xvfb)";
+  }
+  setenv("DISPLAY", screen.name().c_str(), 1);
+  SimProcess sim({});
+  Command command({"view", at(sim.port("fleet")), "--device", "TRUCK-7", "--device", "BUS-2",
+                   "--size", "640x480", "--verbose"});
+  ASSERT_TRUE(command.says("TRUCK-7 channel 0: live")) << command.errors();
+  ASSERT_TRUE(command.says("BUS-2 channel 0: live")) << command.errors();
+  const auto isListShown = [&] {  // over both tiles
+    return quorvid::test::distance(screen.screenshot().at(320, 165), {22, 21, 23}) < 6;
+  };
+  screen.press("slash", true);
+  ASSERT_TRUE(command.says("keys: q quits")) << command.errors();
+  EXPECT_TRUE(eventually(isListShown));
+  screen.press("Escape");
+  EXPECT_TRUE(eventually([&] { return !isListShown(); }));
+  screen.doubleClick(320, 360);  // the second tile
+  screen.press("t");
+  ASSERT_TRUE(eventually([&] { return !writtenFile(command.errors(), 1).empty(); }));
+  screen.press("Escape");
+  screen.press("t");
+  ASSERT_TRUE(eventually([&] { return !writtenFile(command.errors(), 3).empty(); }));
+  const std::string first = writtenFile(command.errors(), 1);
+  EXPECT_NE(first.find("-BUS-2-ch0"), std::string::npos) << first;
+  EXPECT_EQ(readPng(first).width, 640U);
+  EXPECT_NE(writtenFile(command.errors(), 2).find("-TRUCK-7-ch0"), std::string::npos);
+  EXPECT_NE(writtenFile(command.errors(), 3).find("-BUS-2-ch0"), std::string::npos);
+  for (int i = 1; i <= 3; ++i) unlink(writtenFile(command.errors(), i).c_str());
+  screen.press("q");
+  EXPECT_EQ(command.wait(), 0);
 }
 
 TEST(View, EndsInOrderOnASignal) {

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
+#include <string>
 #include <vector>
 
 #include "quorvid/render/AAPLEAGLLayer.h"
@@ -80,32 +82,71 @@ TEST(Window, RefreshesAtSixtyHertzWithoutSpinning) {
   EXPECT_FALSE(window->runTurn());
 }
 
-TEST(Window, DeliversKeysResizesAndTheEnd) {
+// A key as SDL reports it: pressed, then what it writes.
+void press(SDL_Keycode code, const char* text, bool repeat = false) {
+  SDL_Event event{};
+  event.type = SDL_KEYDOWN;
+  event.key.windowID = SDL_GetWindowID(SDL_GL_GetCurrentWindow());
+  event.key.repeat = repeat ? 1 : 0;
+  event.key.keysym.sym = code;
+  SDL_PushEvent(&event);
+  event = {};
+  event.type = SDL_TEXTINPUT;
+  event.text.windowID = SDL_GetWindowID(SDL_GL_GetCurrentWindow());
+  std::strcpy(event.text.text, text);
+  if (*text != 0) SDL_PushEvent(&event);
+}
+
+void click(int x, int y, Uint8 clicks) {
+  SDL_Event event{};
+  event.type = SDL_MOUSEBUTTONDOWN;
+  event.button.windowID = SDL_GetWindowID(SDL_GL_GetCurrentWindow());
+  event.button.button = SDL_BUTTON_LEFT;
+  event.button.clicks = clicks;
+  event.button.x = x;
+  event.button.y = y;
+  SDL_PushEvent(&event);
+}
+
+TEST(Window, DeliversKeysClicksResizesAndTheEnd) {
   const auto window = openHeadless(64, 48);
   std::vector<WindowEvent> events;
   window->setEventHandler([&](const WindowEvent& event) { events.push_back(event); });
   while (SDL_PollEvent(nullptr) != 0 && window->runTurn()) {  // what opening has left
   }
   events.clear();
-  for (const SDL_Keycode code : {SDLK_q, SDLK_F5, SDLK_ESCAPE}) {
-    SDL_Event key{};
-    key.type = SDL_KEYDOWN;
-    key.key.windowID = SDL_GetWindowID(SDL_GL_GetCurrentWindow());
-    key.key.keysym.sym = code;
-    SDL_PushEvent(&key);
+  press(SDLK_MINUS, "?");
+  press(SDLK_MINUS, "?", true);
+  press(SDLK_q, "Q");
+  press(SDLK_e, "\u00e9");
+  press(SDLK_F11, "");
+  press(SDLK_F13, "");
+  press(SDLK_ESCAPE, "");
+  for (Uint8 clicks = 1; clicks <= 3; ++clicks) click(10, 20, clicks);
+  EXPECT_TRUE(window->runTurn());
+  std::string seen;
+  for (const WindowEvent& event : events) {
+    if (event.kind == WindowEventKind::Key && event.key > 0) seen += event.key;
+    if (event.functionKey > 0) seen += " F" + std::to_string(event.functionKey) + " ";
+    if (event.kind == WindowEventKind::Click) seen += std::to_string(event.clicks);
   }
+  EXPECT_EQ(seen,
+            "?q F11 \x1b"
+            "121");
+  EXPECT_EQ(events.back().x, 10);
+  EXPECT_EQ(events.back().y, 20);
+  events.clear();
+
   SDL_SetWindowSize(SDL_GL_GetCurrentWindow(), 128, 96);
   EXPECT_TRUE(window->runTurn());
   SDL_Event quit{};
   quit.type = SDL_QUIT;
   SDL_PushEvent(&quit);
   EXPECT_FALSE(window->runTurn());
-  ASSERT_EQ(events.size(), 4U);
-  EXPECT_EQ(events[0].key, 'q');
-  EXPECT_EQ(events[1].key, 27);
-  EXPECT_EQ(events[2].kind, WindowEventKind::Resized);
+  ASSERT_EQ(events.size(), 2U);
+  EXPECT_EQ(events[0].kind, WindowEventKind::Resized);
   EXPECT_EQ(window->contentView()->frame().size.width, 128);
-  EXPECT_EQ(events[3].kind, WindowEventKind::Close);
+  EXPECT_EQ(events[1].kind, WindowEventKind::Close);
   EXPECT_EQ(snapshotOf(*window).width, 128);
 }
 

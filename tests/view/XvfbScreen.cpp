@@ -2,6 +2,7 @@
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -62,6 +63,27 @@ Image screenshotOf(const std::string& name) {
   XDestroyImage(shot);
   XCloseDisplay(display);
   return image;
+}
+
+void XvfbScreen::press(const char* key, bool shift) const {
+  Display* display = XOpenDisplay(name_.c_str());
+  if (display == nullptr) return;
+  const auto fake = [display](const char* name, Bool down) {
+    XTestFakeKeyEvent(display, XKeysymToKeycode(display, XStringToKeysym(name)), down, 0);
+  };
+  if (shift) fake("Shift_L", True);
+  fake(key, True);
+  fake(key, False);
+  if (shift) fake("Shift_L", False);
+  XCloseDisplay(display);
+}
+
+void XvfbScreen::doubleClick(int x, int y) const {
+  Display* display = XOpenDisplay(name_.c_str());
+  if (display == nullptr) return;
+  XTestFakeMotionEvent(display, 0, x, y, 0);
+  for (int i = 0; i < 4; ++i) XTestFakeButtonEvent(display, 1, i % 2 == 0 ? True : False, 0);
+  XCloseDisplay(display);
 }
 
 }  // namespace quorvid::test

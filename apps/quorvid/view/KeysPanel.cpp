@@ -1,5 +1,7 @@
 #include "apps/quorvid/view/KeysPanel.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -24,8 +26,8 @@ constexpr KeyUse kKeys[] = {
     {"Escape", "leaves this list, the enlarged tile, the full screen"},
     {"h or ?", "lists the keys"}};
 
-constexpr double kLine = 16, kSecondColumn = 150, kMargin = 8;
-constexpr double kWidth = 470, kHeight = kLine * std::size(kKeys) + 2 * kMargin;
+constexpr double kLine = 16, kSecondColumn = 165, kMargin = 8;
+constexpr double kWidth = 485, kHeight = kLine * std::size(kKeys) + 2 * kMargin;
 
 std::vector<TextLine> lines() {
   std::vector<TextLine> lines;
@@ -46,6 +48,14 @@ std::string keysSentence() {
     sentence += std::string(key.key) + " " + key.use;
   }
   return sentence;
+}
+
+std::string keysTable() {
+  std::string table = "Keys:\n";
+  for (const KeyUse& key : kKeys) {
+    table += fmt::format("  {:<26}{}\n", key.key, key.use);
+  }
+  return table;
 }
 
 void KeysPanel::show() {

@@ -1,4 +1,4 @@
-// KeysPanel: the viewer's keys, as a list in the middle of its window and as a sentence. Main
+// KeysPanel: the viewer's keys, in the middle of its window and as text. Main
 // thread.
 #pragma once
 
@@ -11,6 +11,8 @@ namespace quorvid::app {
 
 // "keys: q quits, r restarts..."
 std::string keysSentence();
+// A line for each, with a heading.
+std::string keysTable();
 
 class KeysPanel {
  public:

@@ -32,7 +32,7 @@ struct ViewArguments : StreamOptions {
         .add_option("--tile-snapshots", view.tileSnapshots,
                     "write each tile's last picture at the end, in the stream's own shape, as "
                     "FOLDER/DEVICE-chN.png")
-        ->check(CLI::ExistingDirectory)
+        ->check(CLI::Validator(CLI::ExistingDirectory).description(""))
         ->type_name("FOLDER");
     const auto takeShape = [this](const std::string& text) { view.shape = parseAspect(text); };
     command
@@ -48,7 +48,7 @@ struct ViewArguments : StreamOptions {
     command.add_flag("!--no-text", view.text, "no line of text on the tiles");
     command.add_flag("--verbose", view.verbose,
                      "show each change of a tile's state, and the library's own lines");
-    command.footer(keysSentence() + ".\n" +
+    command.footer(keysTable() + "\n" +
                    "Frames/s count from the first picture to the end, pauses included.\n"
                    "Exit status: 0 a picture was shown, 1 none was, 2 wrong arguments.");
   }
@@ -57,9 +57,9 @@ struct ViewArguments : StreamOptions {
     StreamOptions::complete();
     view.targets = targets();
     if (view.targets.size() > TileWall::kMost) {
-      throw Failure(fmt::format("{} devices with {} channels each are {} tiles; a window has {}",
-                                devices.size(), channels.size(), view.targets.size(),
-                                TileWall::kMost));
+      throw Failure(
+          fmt::format("{} devices with {} channels each are {} tiles; a window shows {} at most",
+                      devices.size(), channels.size(), view.targets.size(), TileWall::kMost));
     }
     view.devices = devices;
   }
