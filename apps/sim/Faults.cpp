@@ -36,7 +36,7 @@ struct Kind {
   const char* text;
 };
 
-constexpr std::array<Kind, 18> kKinds{{
+constexpr std::array<Kind, 19> kKinds{{
     {FaultKind::Refuse, "refuse", kAll, 3600, 3600,
      "connections are refused for the first N seconds (3600)"},
     {FaultKind::Delay, "delay", kAll, 2000, 2000, "N ms pass before the first byte (2000)"},
@@ -67,6 +67,7 @@ constexpr std::array<Kind, 18> kKinds{{
      "N random bytes instead of the reply or stream (2000), then the end"},
     {FaultKind::Noise, "noise", kStreams, 5, 5, "every Nth frame's payload is random bytes (5)"},
     {FaultKind::Burst, "burst", kStreams, 10, 10, "frames come N at a time (10)"},
+    {FaultKind::Lose, "lose", kStreams, 7, 7, "every Nth frame is not sent, key frames too (7)"},
 }};
 
 const Kind& kindCalled(const std::string& name) {

@@ -35,6 +35,7 @@ enum class FaultKind : std::uint8_t {
   Random,
   Noise,
   Burst,
+  Lose,
 };
 
 // The faults asked for on the command line.

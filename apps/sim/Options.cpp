@@ -29,6 +29,18 @@ void takeSize(const std::string& text, EncoderSettings& encoder) {
   encoder.height = height;
 }
 
+void takeSampleShape(const std::string& text, EncoderSettings& encoder) {
+  char colon = 0;
+  AVRational& shape = encoder.sampleShape;
+  std::istringstream in(text);
+  in >> shape.num >> colon >> shape.den;
+  if (!in || !in.eof() || colon != ':' || shape.num < 1 || shape.den < 1 || shape.num > 1000 ||
+      shape.den > 1000) {
+    throw UsageError(
+        fmt::format("--sar: '{}' is not of the form W:H with numbers from 1 to 1000", text));
+  }
+}
+
 // A number, or a comma list of names.
 void takeDevices(const std::string& text, Options& options) {
   options.devices.clear();
@@ -56,6 +68,10 @@ void addSource(CLI::App& app, Options& options) {
   app.add_option_function<std::string>(
       "--size", [&options](const std::string& text) { takeSize(text, options.encoder); },
       "Picture size WxH, multiples of 16 (640x480)");
+  app.add_option_function<std::string>(
+      "--sar", [&options](const std::string& text) { takeSampleShape(text, options.encoder); },
+      "Shape of a pixel W:H where the picture is shown (1:1). With another one the key frames are "
+      "longer than the layout that clients cut at fixed places");
   app.add_option_function<double>(
          "--fps", [&options](double rate) { options.rate = av_d2q(rate, 1001000); },
          "Frames a second (25; a file keeps its own)")

@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "h264/BitStream.h"
 #include "h264/ParameterSets.h"
 #include "h264/Units.h"
 #include "sim/Error.h"
@@ -32,13 +33,26 @@ void keepOnly(ByteView& kept, ByteView unit, const char* what) {
   kept = unit;
 }
 
+// With usability information that holds a sample aspect ratio only.
+Bytes withSampleShape(const h264::Sps& sps, ByteView unit, AVRational sampleShape) {
+  h264::BitWriter writer;
+  writer.copy(h264::payloadOf(unit), sps.vui.flagAt);
+  writer.bits(0b11, 2);    // usability information follows; it has a ratio
+  writer.bits(0xff, 8);    // which follows as two numbers
+  writer.bits(static_cast<std::uint64_t>(sampleShape.num), 16);
+  writer.bits(static_cast<std::uint64_t>(sampleShape.den), 16);
+  writer.bits(0, 8);       // none of the other parts
+  return writer.unit(unit[0]);
+}
+
 // Without usability information, and with zeros up to the 9 bytes.
-Bytes rewriteSps(ByteView unit) {
+Bytes rewriteSps(ByteView unit, AVRational sampleShape) {
   const auto sps = h264::parseSps(unit);
   if (!sps || sps->profileIdc >= 100 || sps->picOrderCntType == 1 || !sps->frameMbsOnly ||
       sps->cropX != 0 || sps->cropY != 0) {
     throw SimError("the encoder's sequence parameter set is of a form that can't be rewritten");
   }
+  if (sampleShape.num != sampleShape.den) return withSampleShape(*sps, unit, sampleShape);
   Bytes rewritten = h264::withoutVui(*sps, unit);
   if (rewritten.size() > kSpsBytes) {
     throw SimError(
@@ -61,7 +75,7 @@ std::vector<ByteView> splitUnits(ByteView stream) {
   return units;
 }
 
-Bytes arrangeFrame(ByteView encoded, bool sei) {
+Bytes arrangeFrame(ByteView encoded, bool sei, AVRational sampleShape) {
   ByteView sps, pps, slice;
   for (const ByteView unit : splitUnits(encoded)) {
     const UnitType type = h264::typeOf(unit);
@@ -76,7 +90,7 @@ Bytes arrangeFrame(ByteView encoded, bool sei) {
       throw SimError(
           "the encoder's key frame does not have the parameter sets that the layout needs");
     }
-    appendUnit(frame, rewriteSps(sps));
+    appendUnit(frame, rewriteSps(sps, sampleShape));
     appendUnit(frame, pps);
     if (sei) appendUnit(frame, kSei);
   }

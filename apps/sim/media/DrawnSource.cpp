@@ -13,10 +13,10 @@ SurfacePtr newSurface(int width, int height) {
   return surface;
 }
 
-CairoPtr newCairo(cairo_surface_t* surface) {
+CairoPtr newCairo(cairo_surface_t* surface, double sampleShape) {
   CairoPtr cairo(cairo_create(surface));
   const double scale = cairo_image_surface_get_height(surface) / kSceneHeight;
-  cairo_scale(cairo.get(), scale, scale);
+  cairo_scale(cairo.get(), scale / sampleShape, scale);
   return cairo;
 }
 
@@ -35,17 +35,17 @@ ScalerPtr newScaler(int width, int height) {
 }  // namespace
 
 DrawnSource::DrawnSource(int width, int height, AVRational rate, std::size_t frames,
-                         SceneLabels labels)
+                         SceneLabels labels, double sampleShape)
     : rate_(rate),
       frames_(frames),
       labels_(std::move(labels)),
-      sceneWidth_(kSceneHeight * width / height),
+      sceneWidth_(kSceneHeight * width / height * sampleShape),
       surface_(newSurface(width, height)),
       background_(newSurface(width, height)),
-      cairo_(newCairo(surface_.get())),
+      cairo_(newCairo(surface_.get(), sampleShape)),
       picture_(newPicture(width, height)),
       scaler_(newScaler(width, height)) {
-  drawBackground(newCairo(background_.get()).get(), sceneWidth_, labels_.channel);
+  drawBackground(newCairo(background_.get(), sampleShape).get(), sceneWidth_, labels_.channel);
 }
 
 void DrawnSource::draw(const SceneMoment& moment) {

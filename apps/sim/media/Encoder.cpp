@@ -72,7 +72,7 @@ ByteView Encoder::encodePlain(AVFrame& picture) {
 
 EncodedFrame Encoder::encode(AVFrame& picture) {
   EncodedFrame frame;
-  frame.bytes = arrangeFrame(encodePlain(picture), settings_.sei);
+  frame.bytes = arrangeFrame(encodePlain(picture), settings_.sei, settings_.sampleShape);
   frame.key = isKeyFrame(frame.bytes);
   return frame;
 }

@@ -15,6 +15,7 @@ struct EncoderSettings {
   int gop = 25;              // pictures from one key frame to the next
   std::int64_t bitrate = 0;  // bits a second; 0 takes one that suits size and rate
   bool sei = false;
+  AVRational sampleShape{1, 1};  // width : height of a pixel where the picture is shown
 };
 
 // One frame as it goes over the wire, in the layout of AccessUnit.h.

@@ -70,7 +70,8 @@ std::unique_ptr<PictureSource> LoopStore::openSource(const Key& key) {
     return std::make_unique<FileSource>(options_.input, width, height, options_.rate, stop_);
   }
   return std::make_unique<DrawnSource>(width, height, settings_.rate, frames_,
-                                       SceneLabels{key.first, key.second});
+                                       SceneLabels{key.first, key.second},
+                                       av_q2d(settings_.sampleShape));
 }
 
 std::shared_ptr<const MediaLoop> LoopStore::loopFor(const std::string& device, int channel) {

@@ -147,7 +147,9 @@ bool StreamConnection::leftOut(const EncodedFrame& frame) {
   }
   const auto gap = static_cast<std::uint32_t>(options().gap);
   const bool inGap = gap > 0 && frameNumber_ % gap == 0 && !frame.key;
-  return skipping_ || inGap;
+  const auto lost = faults().find(FaultKind::Lose);
+  const bool isLost = lost && *lost > 0 && frameNumber_ % *lost == 0;
+  return skipping_ || inGap || isLost;
 }
 
 void StreamConnection::deliver(const EncodedFrame& frame) {
