@@ -269,7 +269,10 @@ nlohmann::ordered_json Proof::report(const std::vector<CheckedPicture>& pictures
 // For each pause: from its end to the first picture shown, and to the first one that is of now.
 nlohmann::ordered_json Proof::reportPauses(const std::vector<CheckedPicture>& pictures) const {
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  const auto first = std::find_if(pictures.begin(), pictures.end(),
+                                  [](const CheckedPicture& picture) { return picture.view == 0; });
   for (const Pause& pause : pauses_) {
+    if (first == pictures.end() || pause.end < first->time) continue;
     nlohmann::ordered_json json{{"kind", pause.kind}, {"length", pause.length}};
     for (const CheckedPicture& picture : pictures) {
       if (picture.view != 0 || picture.time < pause.end || picture.number < 0) continue;

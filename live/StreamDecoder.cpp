@@ -59,7 +59,9 @@ bool StreamDecoder::takeSets(const Frame& frame) {
   made_ = now;
   if (!sps.empty()) sps_.assign(sps.begin(), sps.end());
   if (!pps.empty()) pps_.assign(pps.begin(), pps.end());
-  stream_ = h264::peekSps(sps_);
+  // The whole set, for the shape; of one that isn't understood to its end, the size at least.
+  stream_ = h264::parseSps(sps_);
+  if (!stream_) stream_ = h264::peekSps(sps_);
   decoder_ = H264HwDecoderImpl::init();
   decoder_->setPicturesOnRequest();
   for (const h264::Bytes* set : {&sps_, &pps_}) {

@@ -55,7 +55,7 @@ EOF
 
 # stop_and_go PID: 2 s of SIGSTOP every 6 s, while the process lives.
 stop_and_go() {
-  while sleep 4 && kill -STOP "$1" 2>/dev/null; do
+  while sleep 3.8 && kill -STOP "$1" 2>/dev/null; do
     sleep 2
     kill -CONT "$1"
   done
@@ -63,15 +63,15 @@ stop_and_go() {
 
 stalled() {
   start_simulator --seconds 20 --gop 250
-  proof stalled --seconds 20 --stall 2:4
+  seconds=$((seconds + 10)) proof stalled --seconds 20 --stall 2:5.8
 }
 
 sigstopped() {
   start_simulator --seconds 20 --gop 250
-  timeout $((${seconds%.*} + 60)) "$build/bench/picture_proof" "127.0.0.1:$port" --duration "$seconds" \
+  timeout $((${seconds%.*} + 60)) "$build/bench/picture_proof" "127.0.0.1:$port" --duration "$((seconds + 10))" \
     --seconds 20 >"$work/sigstopped.json" 2>"$work/sigstopped.log" &
   local viewer=$!
-  sleep 11  # until the first key frame
+  sleep 10  # until the first key frame
   stop_and_go "$(pgrep -P "$viewer")" &
   local stopping=$!
   wait "$viewer" || true
@@ -113,7 +113,7 @@ two_threads() {
 
 window() {
   start_simulator --seconds 20 --gop 250
-  proof window --seconds 20 --from window --stall 2:4
+  seconds=$((seconds + 10)) proof window --seconds 20 --from window --stall 2:4
 }
 
 cases=(stalled sigstopped window hidden_in_bound hidden_beyond lost slow_turns churned two_threads)
