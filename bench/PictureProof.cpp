@@ -19,7 +19,8 @@ namespace quorvid::bench {
 namespace {
 
 constexpr double kLeastDecibels = 30;
-constexpr double kLeastAge = 0.2;  // seconds by which a picture of now may be late
+constexpr double kMostAge = 0.2;  // seconds by which a picture of now may be late
+constexpr double kMostPatience = 60;  // seconds for the first picture
 
 double seconds(auto clockTime) {
   return std::chrono::duration<double>(clockTime.time_since_epoch()).count();
@@ -162,8 +163,7 @@ int Proof::run() {
 }
 
 void Proof::playAll(Window& window) {
-  const double start = now();
-  double turned = start;
+  double turned = now(), start = turned + kMostPatience;
   while (now() - start < options_.duration && window.runTurn()) {
     const double paused = now() - turned;
     turned = now();
@@ -171,9 +171,10 @@ void Proof::playAll(Window& window) {
       pauses_.push_back({"stopped", paused, seconds(std::chrono::system_clock::now())});
     }
     main_->look(options_.from == "window" ? &window : nullptr);
+    if (turned < start && main_->view->figures().shown > 0) start = turned;
     for (const auto& other : others_) other->look(nullptr);
-    treatBadly(turned - start);
-    if (options_.churn) churn(*window.contentView(), turned - start);
+    if (turned >= start) treatBadly(turned - start);
+    if (options_.churn && turned >= start) churn(*window.contentView(), turned - start);
     if (options_.turns > 0) sleepFor(options_.turns);
   }
 }
@@ -281,7 +282,7 @@ nlohmann::ordered_json Proof::reportPauses(const std::vector<CheckedPicture>& pi
         json["its age"] = picture.age;
         json["its number"] = picture.number;
       }
-      if (picture.age > kLeastAge) continue;
+      if (picture.age > kMostAge) continue;
       json["to one of now"] = picture.time - pause.end;
       break;
     }
@@ -333,7 +334,7 @@ int main(int argc, char** argv) {
   app.add_option("--channel", options.channel, "Channel (0)");
   app.add_option("--fps", options.fps, "The simulator's (25)");
   app.add_option("--seconds", options.source.loopSeconds, "The simulator's (4)");
-  app.add_option("--duration", options.duration, "Seconds to play (60)");
+  app.add_option("--duration", options.duration, "Seconds to play from the first picture on (60)");
   app.add_option("--width", options.width, "Of the window (640)");
   app.add_option("--height", options.height, "Of the window (480)");
   app.add_option("--from", options.from, "Where pictures are read: view or window (view)")

@@ -26,7 +26,7 @@ start_simulator() {
 proof() {
   local name=$1
   shift
-  timeout $((${seconds%.*} + 60)) "$build/bench/picture_proof" "127.0.0.1:$port" --duration "$seconds" "$@" \
+  timeout $((${seconds%.*} + 90)) "$build/bench/picture_proof" "127.0.0.1:$port" --duration "$seconds" "$@" \
     >"$work/$name.json" 2>"$work/$name.log" || true
   line "$name"
   stop_simulator
@@ -63,12 +63,12 @@ stop_and_go() {
 
 stalled() {
   start_simulator --seconds 20 --gop 250
-  seconds=$((seconds + 10)) proof stalled --seconds 20 --stall 2:5.8
+  proof stalled --seconds 20 --stall 2:5.8
 }
 
 sigstopped() {
   start_simulator --seconds 20 --gop 250
-  timeout $((${seconds%.*} + 60)) "$build/bench/picture_proof" "127.0.0.1:$port" --duration "$((seconds + 10))" \
+  timeout $((${seconds%.*} + 90)) "$build/bench/picture_proof" "127.0.0.1:$port" --duration "$seconds" \
     --seconds 20 >"$work/sigstopped.json" 2>"$work/sigstopped.log" &
   local viewer=$!
   sleep 10  # until the first key frame
@@ -83,17 +83,44 @@ sigstopped() {
 
 hidden_in_bound() {
   start_simulator --seconds 20 --gop 50
-  proof hidden_in_bound --seconds 20 --hide 30:10
+  proof hidden_in_bound --seconds 20 --hide 30:5
 }
 
 hidden_beyond() {
   start_simulator --seconds 40 --gop 1000
-  seconds=100 proof hidden_beyond --seconds 40 --hide 30:45
+  proof hidden_beyond --seconds 40 --hide 30:5
 }
 
+# Every 7th frame is lost, key frames too.
 lost() {
   start_simulator --seconds 20 --fault lose
   proof lost --seconds 20
+}
+
+lost_car() {
+  start_simulator --seconds 20 --fault lose
+  port=$(awk '$1 == "car" { print $2 }' "$work/ports")
+  proof lost_car --seconds 20 --path car
+}
+
+resized() {
+  start_simulator --seconds 20 --resize 704x576
+  proof resized --seconds 20
+}
+
+# Another server on the same port, half way through.
+replaced_size() {
+  start_simulator --seconds 20
+  local first=$simulator
+  (
+    sleep "$((seconds / 2))"
+    kill "$first"
+    exec "$build/quorvid-sim" --live --bitrate 6000000 --seconds 20 --size 704x576 --port "$port" \
+      >/dev/null 2>&1
+  ) &
+  local second=$!
+  proof replaced_size --seconds 20
+  kill "$second" 2>/dev/null || true
 }
 
 slow_turns() {
@@ -113,10 +140,10 @@ two_threads() {
 
 window() {
   start_simulator --seconds 20 --gop 250
-  seconds=$((seconds + 10)) proof window --seconds 20 --from window --stall 2:4
+  proof window --seconds 20 --from window --stall 2:4
 }
 
-cases=(stalled sigstopped window hidden_in_bound hidden_beyond lost slow_turns churned two_threads)
+cases=(stalled sigstopped window hidden_in_bound hidden_beyond lost lost_car resized replaced_size slow_turns churned two_threads)
 (($# > 0)) && cases=("$@")
 echo "case          pictures worst dB  cell  <30  bad order  age ms pauses back s  held  lost restarts"
 for case in "${cases[@]}"; do "$case"; done

@@ -10,20 +10,20 @@
 namespace quorvid::sim {
 namespace {
 
-void takeSize(const std::string& text, EncoderSettings& encoder) {
+void takeSize(const char* option, const std::string& text, EncoderSettings& encoder) {
   char x = 0;
   int width = 0;
   int height = 0;
   std::istringstream in(text);
   in >> width >> x >> height;
   if (!in || !in.eof() || x != 'x' || width <= 0 || height <= 0) {
-    throw UsageError(fmt::format("--size: '{}' is not of the form WIDTHxHEIGHT", text));
+    throw UsageError(fmt::format("{}: '{}' is not of the form WIDTHxHEIGHT", option, text));
   }
   if (width % 16 != 0 || height % 16 != 0) {
-    throw UsageError(fmt::format("--size: {}: width and height must be multiples of 16", text));
+    throw UsageError(fmt::format("{}: {}: width and height must be multiples of 16", option, text));
   }
   if (width < 96 || height < 96 || width > 2048 || height > 2048) {
-    throw UsageError(fmt::format("--size: {}: width and height must be from 96 to 2048", text));
+    throw UsageError(fmt::format("{}: {}: width and height must be from 96 to 2048", option, text));
   }
   encoder.width = width;
   encoder.height = height;
@@ -66,8 +66,13 @@ void addSource(CLI::App& app, Options& options) {
   app.add_option("--input", options.input,
                  "Play this file (anything FFmpeg reads) instead of the drawn scene");
   app.add_option_function<std::string>(
-      "--size", [&options](const std::string& text) { takeSize(text, options.encoder); },
+      "--size",
+      [&options](const std::string& text) { takeSize("--size", text, options.encoder); },
       "Picture size WxH, multiples of 16 (640x480)");
+  app.add_option_function<std::string>(
+      "--resize",
+      [&options](const std::string& text) { takeSize("--resize", text, options.later); },
+      "Size of the second half of the drawn loop (the same)");
   app.add_option_function<std::string>(
       "--sar", [&options](const std::string& text) { takeSampleShape(text, options.encoder); },
       "Shape of a pixel W:H where the picture is shown (1:1). With another one the key frames are "
@@ -167,6 +172,7 @@ std::string simulatedDevice(std::size_t index) {
 
 std::optional<Options> parseOptions(int argc, const char* const* argv) {
   Options options;
+  options.later.width = options.later.height = 0;
   takeDevices("3", options);
   CLI::App app("A server to develop against: streams and replies of cameras in vehicles.",
                "quorvid-sim");

@@ -20,6 +20,28 @@ constexpr std::size_t kLoops = 256;
 constexpr double kDrawnSeconds = 4;
 constexpr double kFileSeconds = 10;
 
+// The first pictures of one source, then what the other has from there on.
+class HalvedSource final : public PictureSource {
+ public:
+  HalvedSource(std::unique_ptr<DrawnSource> first, std::unique_ptr<DrawnSource> second,
+               std::size_t count)
+      : first_(std::move(first)), second_(std::move(second)), count_(count) {
+    second_->moveTo(count_);
+  }
+  AVFrame* next() override { return index_++ < count_ ? first_->next() : second_->next(); }
+  void rewind() override {
+    index_ = 0;
+    first_->rewind();
+    second_->moveTo(count_);
+  }
+  AVRational rate() const override { return first_->rate(); }
+
+ private:
+  std::unique_ptr<DrawnSource> first_, second_;
+  const std::size_t count_;
+  std::size_t index_ = 0;
+};
+
 // Encodes one picture, so that a size that can't be sent is refused at the start.
 void tryEncoder(EncoderSettings settings) {
   const FramePtr picture = newPicture(settings.width, settings.height);
@@ -69,9 +91,15 @@ std::unique_ptr<PictureSource> LoopStore::openSource(const Key& key) {
   if (!options_.input.empty()) {
     return std::make_unique<FileSource>(options_.input, width, height, options_.rate, stop_);
   }
-  return std::make_unique<DrawnSource>(width, height, settings_.rate, frames_,
-                                       SceneLabels{key.first, key.second},
-                                       av_q2d(settings_.sampleShape));
+  const auto drawn = [&](int wide, int high) {
+    return std::make_unique<DrawnSource>(wide, high, settings_.rate, frames_,
+                                         SceneLabels{key.first, key.second},
+                                         av_q2d(settings_.sampleShape));
+  };
+  const EncoderSettings& later = options_.later;
+  if (later.width == 0) return drawn(width, height);
+  return std::make_unique<HalvedSource>(drawn(width, height), drawn(later.width, later.height),
+                                        frames_ / 2);
 }
 
 std::shared_ptr<const MediaLoop> LoopStore::loopFor(const std::string& device, int channel) {

@@ -31,13 +31,18 @@ void MediaLoop::encode(PictureSource& source, const std::atomic<bool>& stop) {
 }
 
 // @return false when a frame was too large for the wire
-bool MediaLoop::encodeOnce(PictureSource& source, const EncoderSettings& settings,
+bool MediaLoop::encodeOnce(PictureSource& source, EncoderSettings settings,
                            const std::atomic<bool>& stop) {
-  Encoder encoder(settings);
+  auto encoder = std::make_unique<Encoder>(settings);
   for (std::size_t i = 0; i < maxFrames_ && !stop; ++i) {
     AVFrame* picture = source.next();
     if (picture == nullptr) break;
-    if (!publish(encoder.encode(*picture))) return false;
+    if (picture->width != settings.width || picture->height != settings.height) {
+      settings.width = picture->width;
+      settings.height = picture->height;
+      encoder = std::make_unique<Encoder>(settings);
+    }
+    if (!publish(encoder->encode(*picture))) return false;
   }
   const std::lock_guard lock(mutex_);
   complete_ = true;

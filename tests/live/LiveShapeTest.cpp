@@ -1,0 +1,76 @@
+// A circle is one where the stream's pixels are not square: in a picture of the view, and where a
+// host shows it.
+#include "quorvid/live/LiveView.h"
+#include "quorvid/view/ViewHost.h"
+#include "session/path/LiveViewFixture.h"
+#include "view/HostScreen.h"
+
+namespace quorvid::test {
+namespace {
+
+constexpr int kHostSide = 800;
+constexpr double kDisc = 400.0 / 576;  // its diameter, in parts of the picture's height
+
+std::string frameWithDisc() {
+  TestStreamOptions options{.width = 704, .height = 576, .frames = 1, .keepVui = true};
+  options.encoder = "sar=12/11";
+  options.draw = [](TestPicture& picture, int) {
+    fillTestPicture(picture, 50, 128, 128);
+    for (int y = 0; y < picture.height; ++y) {
+      for (int x = 0; x < picture.width; ++x) {
+        const double dx = (x + .5 - picture.width / 2.0) * 12 / 11, dy = y + .5 - 288;
+        const bool isInside = dx * dx + dy * dy < 200 * 200;
+        if (isInside) picture.y[static_cast<std::size_t>(y * picture.width + x)] = 200;
+      }
+    }
+  };
+  const auto bytes = encodeTestStream(options).frameBytes(0);
+  return {bytes.begin(), bytes.end()};
+}
+
+// green: of a pixel. The disc is in the middle of a picture of that height.
+void expectRound(int width, int height, double pictureHeight,
+                 const std::function<int(int, int)>& green) {
+  int across = 0, down = 0;
+  for (int x = 0; x < width; ++x) across += green(x, height / 2) > 128 ? 1 : 0;
+  for (int y = 0; y < height; ++y) down += green(width / 2, y) > 128 ? 1 : 0;
+  EXPECT_NEAR(across, kDisc * pictureHeight, 0.01 * pictureHeight);
+  EXPECT_NEAR(down, kDisc * pictureHeight, 0.01 * pictureHeight);
+  EXPECT_NEAR(static_cast<double>(across) / down, 1, 0.02);
+}
+
+TEST(LiveShape, ACircleIsRoundInTheViewsPictureAndInAHost) {
+  FleetServer server([frame = frameWithDisc()](FleetClient& client) {
+    client.readRequest();
+    client.sendAnswer();
+    client.sendVideo(frame);
+    client.waitForClose();
+  });
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, kHostSide, kHostSide);
+  const auto host = ViewHost::create();
+  host->resize(kHostSide, kHostSide, 1);
+  const auto view = LiveView::initWithFrame(host->contentView()->bounds());
+  ASSERT_NE(view, nullptr);
+  host->contentView()->addSubview(view);
+  LiveTarget target;
+  target.host = "127.0.0.1";
+  target.port = server.port();
+  target.device = "BUS-17";
+  ASSERT_TRUE(view->connect(target));
+  eventually([&] {
+    host->refresh();
+    return view->figures().shown > 0;
+  });
+  const auto picture = view->snapshot();
+  ASSERT_TRUE(picture);
+  expectRound(picture->width, picture->height, picture->height, [&](int x, int y) {
+    return picture->rgb[static_cast<std::size_t>(y * picture->width + x) * 3 + 1];
+  });
+  ASSERT_TRUE(host->composite(0, 0, kHostSide, kHostSide));
+  const Image shown = screen.read();
+  expectRound(kHostSide, kHostSide, kHostSide * 3 / 4.0,
+              [&](int x, int y) { return shown.at(x, y)[1]; });
+}
+
+}  // namespace
+}  // namespace quorvid::test
