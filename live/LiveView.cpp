@@ -53,6 +53,7 @@ std::shared_ptr<LiveView> LiveView::initWithFrame(CGRect frame, const LiveOption
         self->state_->turn(*self);
       }
     });
+    view->state_->link->setEveryTurn(true);  // or a wake within the same refresh would be lost
     view->state_->link->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);
     return view;
   } catch (const std::exception& error) {

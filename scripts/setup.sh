@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing need; asks for root only when it is not root.
 #   scripts/setup.sh           what the demo and the tests need
-#   scripts/setup.sh --checks  also the compilers and checkers of the full check run
+#   scripts/setup.sh --checks  also the compilers, checkers and toolkits of the full check run
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/packages.sh"
 
 wanted=("${build_packages[@]}" "${test_packages[@]}")
-[[ "${1:-}" == "--checks" ]] && wanted+=("${check_packages[@]}")
+[[ "${1:-}" == "--checks" ]] && wanted+=("${check_packages[@]}" "${toolkit_packages[@]}")
 
 missing=()
 for package in "${wanted[@]}"; do

@@ -10,6 +10,7 @@ struct Compositor::Pass {
   PixelRect region;
   double scaleX = 0;  // pixels a point
   double scaleY = 0;
+  bool manySamples = false;  // of the framebuffer, a pixel
 
   // The nearest whole pixels, each edge for itself: neighbours neither overlap nor leave a gap.
   PixelRect toPixels(const CGRect& points) const {
@@ -39,6 +40,18 @@ void scissor(const PixelRect& box) {
   glScissor(box.x, box.y, box.width, box.height);
 }
 
+// All of the picture that is bound for reading.
+void blit(const Drawable& drawable, const PixelRect& target, GLenum filter) {
+  glBlitFramebuffer(0, 0, drawable.width(), drawable.height(), target.x, target.y,
+                    target.x + target.width, target.y + target.height, GL_COLOR_BUFFER_BIT, filter);
+}
+
+bool hasManySamples() {
+  GLint buffers = 0;
+  glGetIntegerv(GL_SAMPLE_BUFFERS, &buffers);
+  return buffers > 0;
+}
+
 }  // namespace
 
 std::string Compositor::draw(CALayer& tree, const PixelRect& region) {
@@ -48,7 +61,8 @@ std::string Compositor::draw(CALayer& tree, const PixelRect& region) {
     return {};
   }
   const BorrowedGlState borrowed(host_);
-  const Pass pass{region, region.width / size.width, region.height / size.height};
+  const Pass pass{region, region.width / size.width, region.height / size.height,
+                  hasManySamples()};
   const CGPoint frameOrigin = tree.frame().origin;
   drawLayer(pass, tree, {-frameOrigin.x, -frameOrigin.y});
   dropUnused();
@@ -60,13 +74,12 @@ std::string Compositor::prepare() {
   if (current == nullptr) return "no GL context is current";
   if (current != context_) {
     pictures_.clear();
+    scaled_ = ScaledPicture();
     context_ = current;
     host_ = HostGl::ofCurrentContext();
   }
   if (!host_.canComposite()) return "the context offers neither OpenGL ES 3 nor OpenGL 3";
-  GLint sampleBuffers = 0;
-  glGetIntegerv(GL_SAMPLE_BUFFERS, &sampleBuffers);
-  const bool fit = sampleBuffers == 0 || !host_.embedded;  // desktop OpenGL copies to all samples
+  const bool fit = !host_.embedded || !hasManySamples();  // desktop OpenGL copies to all samples
   return fit ? "" : "the framebuffer has several samples a pixel, which OpenGL ES can't copy to";
 }
 
@@ -97,10 +110,29 @@ void Compositor::drawContent(const Pass& pass, Drawable& drawable, const PixelRe
     return;
   }
   const bool same = target.width == drawable.width() && target.height == drawable.height();
+  if (!same && pass.manySamples) {
+    drawScaled(pass, drawable, target);
+    return;
+  }
   scissor(pass.region);
-  glBlitFramebuffer(0, 0, drawable.width(), drawable.height(), target.x, target.y,
-                    target.x + target.width, target.y + target.height, GL_COLOR_BUFFER_BIT,
-                    same ? GL_NEAREST : GL_LINEAR);
+  blit(drawable, target, same ? GL_NEAREST : GL_LINEAR);
+}
+
+// What is seen of the target gets its size first, and goes to the framebuffer as it then is.
+void Compositor::drawScaled(const Pass& pass, Drawable& drawable, const PixelRect& target) {
+  const PixelRect visible = intersection(target, pass.region);
+  if (visible.width <= 0 || visible.height <= 0 ||
+      !scaled_.bindForDrawing(visible.width, visible.height)) {
+    return;
+  }
+  scissor({0, 0, visible.width, visible.height});
+  blit(drawable, {target.x - visible.x, target.y - visible.y, target.width, target.height},
+       GL_LINEAR);
+  scaled_.bindForReading();
+  scissor(visible);
+  glBlitFramebuffer(0, 0, visible.width, visible.height, visible.x, visible.y,
+                    visible.x + visible.width, visible.y + visible.height, GL_COLOR_BUFFER_BIT,
+                    GL_NEAREST);
 }
 
 void Compositor::dropUnused() {
@@ -120,8 +152,10 @@ void Compositor::release() {
     for (auto& [storage, entry] : pictures_) {
       entry.picture.release();
     }
+    scaled_.release();
   }
   pictures_.clear();
+  scaled_ = ScaledPicture();
   context_ = nullptr;
 }
 

@@ -13,6 +13,7 @@
 #include "quorvid/view/Layer.h"
 #include "view/HostGl.h"
 #include "view/HostPicture.h"
+#include "view/ScaledPicture.h"
 
 namespace quorvid {
 
@@ -38,6 +39,7 @@ class Compositor {
   std::string prepare();
   void drawLayer(const Pass& pass, CALayer& layer, CGPoint origin);
   void drawContent(const Pass& pass, Drawable& drawable, const PixelRect& target);
+  void drawScaled(const Pass& pass, Drawable& drawable, const PixelRect& target);
   void dropUnused();
 
   struct Entry {
@@ -45,7 +47,8 @@ class Compositor {
     bool used = false;
   };
   std::unordered_map<std::uint64_t, Entry> pictures_;  // by Drawable::storage()
-  const void* context_ = nullptr;                      // the one that pictures_ were made in
+  ScaledPicture scaled_;
+  const void* context_ = nullptr;  // the one that pictures_ and scaled_ were made in
   HostGl host_;
 };
 

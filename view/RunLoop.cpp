@@ -25,7 +25,7 @@ void RunLoop::refreshAt(Time now) {
   counted_ = std::min(*counted_, now);
   constexpr Refreshes::rep kMost = std::numeric_limits<std::uint32_t>::max();
   const auto passed = std::chrono::duration_cast<Refreshes>(now - *counted_).count();
-  if (passed > 0) refresh(static_cast<std::uint32_t>(std::min(passed, kMost)));
+  refresh(static_cast<std::uint32_t>(std::min(passed, kMost)));
 }
 
 void RunLoop::refresh(std::uint32_t refreshes) {
@@ -76,7 +76,7 @@ void CADisplayLink::tick(std::uint32_t refreshes) {
   const auto interval = static_cast<std::uint64_t>(frameInterval_);
   const std::uint64_t elapsed = std::uint64_t{elapsed_} + refreshes;
   elapsed_ = static_cast<std::uint32_t>(elapsed % interval);
-  if (elapsed < interval) return;
+  if (elapsed < interval && !everyTurn_) return;
   // Holds the callback while it runs, although it may invalidate its own link.
   if (const auto callback = callback_) (*callback)();
 }

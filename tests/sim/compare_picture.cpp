@@ -1,6 +1,9 @@
 // compare_picture FILE.png: holds a viewer's picture of the simulator's first channel against the
 // frame that was drawn for it. The block code in the picture says which frame that was; 30 dB are
 // asked for between the two.
+//
+// compare_picture SCREEN.png tiles: the same for a screen that shows one of the embedding examples,
+// four channels in two rows on the example's own colour, with a line of text over the top of each.
 #include <png.h>
 
 #include <algorithm>
@@ -19,7 +22,10 @@ using namespace quorvid::sim;
 constexpr int kChannels = 4;
 constexpr double kLeastDecibels = 30;
 constexpr int kTextRows = 18;  // of the viewer's line of text, which lies over the lowest rows
-const SceneLabels kLabels{.device = "TRUCK-7", .channel = 0};
+const char* const kDevice = "TRUCK-7";
+constexpr int kOwnColour[] = {89, 51, 26};  // blue, green, red of the examples' windows
+constexpr int kGap = 4;                     // around each picture of theirs, where a point is a pixel
+constexpr int kTopText = 36;                // rows that their lines of text may take
 
 // Four bytes a pixel: blue, green, red, unused.
 struct Picture {
@@ -60,9 +66,10 @@ std::optional<std::uint16_t> counterIn(const Picture& picture) {
 }
 
 // As the simulator gives it to its encoder, at the picture's size.
-Picture drawn(std::uint16_t counter, const Picture& like) {
+Picture drawn(std::uint16_t counter, const Picture& like, int channel) {
   const EncoderSettings usual;
-  DrawnSource source(usual.width, usual.height, usual.rate, 100, kLabels);
+  DrawnSource source(usual.width, usual.height, usual.rate, 100,
+                     {.device = kDevice, .channel = channel});
   const AVFrame* frame = nullptr;
   for (int i = 0; i <= counter; ++i) frame = source.next();
   if (frame == nullptr) return {};
@@ -78,11 +85,12 @@ Picture drawn(std::uint16_t counter, const Picture& like) {
   return picture;
 }
 
-double decibels(const Picture& a, const Picture& b) {
+double decibels(const Picture& a, const Picture& b, int firstRow, int endRow) {
   double sum = 0;
-  const auto rows = static_cast<std::size_t>(a.height - kTextRows);
-  const std::size_t count = rows * kChannels * static_cast<std::size_t>(a.width);
-  for (std::size_t i = 0; i < count; ++i) {
+  const std::size_t row = kChannels * static_cast<std::size_t>(a.width);
+  const std::size_t count = static_cast<std::size_t>(endRow - firstRow) * row;
+  const std::size_t begin = static_cast<std::size_t>(firstRow) * row;
+  for (std::size_t i = begin; i < begin + count; ++i) {
     const double difference = i % kChannels == 3 ? 0 : a.bytes[i] - b.bytes[i];
     sum += difference * difference;
   }
@@ -90,16 +98,86 @@ double decibels(const Picture& a, const Picture& b) {
   return 10 * std::log10(255 * 255 * samples / std::max(sum, 1.0));
 }
 
+// Whether rows [firstRow, endRow) show a frame of that channel.
+bool showsChannel(const Picture& picture, int channel, int firstRow, int endRow) {
+  const auto counter = counterIn(picture);
+  if (!counter) return std::fputs("the picture has no block code\n", stderr), false;
+  const Picture expected = drawn(*counter, picture, channel);
+  if (expected.bytes.empty()) return std::fputs("no such picture in the loop\n", stderr), false;
+  const double found = decibels(picture, expected, firstRow, endRow);
+  std::printf("channel %d, picture %d of the loop: %.1f dB\n", channel, *counter, found);
+  return found >= kLeastDecibels;
+}
+
+struct Box {
+  int left = 0, top = 0, right = 0, bottom = 0;
+};
+
+Picture cut(const Picture& from, const Box& box) {
+  Picture part{box.right - box.left, box.bottom - box.top, {}};
+  for (int y = box.top; y < box.bottom; ++y) {
+    const auto row = from.bytes.begin() + kChannels * (std::ptrdiff_t{from.width} * y);
+    part.bytes.insert(part.bytes.end(), row + kChannels * box.left, row + kChannels * box.right);
+  }
+  return part;
+}
+
+// What the example's own colour encloses; empty where it isn't seen.
+Box windowOn(const Picture& screen) {
+  Box box{screen.width, screen.height, 0, 0};
+  for (int i = 0; i < screen.width * screen.height; ++i) {
+    const std::uint8_t* pixel = screen.bytes.data() + std::ptrdiff_t{kChannels} * i;
+    if (!std::equal(kOwnColour, kOwnColour + 3, pixel,
+                    [](int a, int b) { return std::abs(a - b) <= 1; })) {
+      continue;
+    }
+    box = {std::min(box.left, i % screen.width), std::min(box.top, i / screen.width),
+           std::max(box.right, i % screen.width + 1), std::max(box.bottom, i / screen.width + 1)};
+  }
+  return box;
+}
+
+// The picture inside its tile: as large as fits, 4:3.
+Box fitted(Box tile) {
+  const int width = std::min(tile.right - tile.left, (tile.bottom - tile.top) * 4 / 3);
+  const int height = std::min(tile.bottom - tile.top, (tile.right - tile.left) * 3 / 4);
+  const int left = (tile.left + tile.right - width) / 2;
+  const int top = (tile.top + tile.bottom - height) / 2;
+  return {left, top, left + width, top + height};
+}
+
+// White letters on a dark line, over the picture's bright sky.
+bool hasText(const Picture& tile) {
+  const auto end = tile.bytes.begin() + std::ptrdiff_t{kChannels} * tile.width * kTopText;
+  const auto light = std::count_if(tile.bytes.begin(), end, [](int v) { return v > 230; });
+  const auto dark = std::count_if(tile.bytes.begin(), end, [](int v) { return v < 110; });
+  std::printf("line of text: %td light and %td dark values\n", light, dark);
+  return light > 3000 && dark > 6000;
+}
+
+bool showsTiles(const Picture& screen) {
+  const Box window = windowOn(screen);
+  const int width = (window.right - window.left - 3 * kGap) / 2;
+  const int height = (window.bottom - window.top - 3 * kGap) / 2;
+  std::printf("window at %d,%d: tiles of %d x %d\n", window.left, window.top, width, height);
+  if (width < 8 * kTopText || height < 4 * kTopText) return false;
+  bool all = true;
+  for (int channel = 0; channel < 4; ++channel) {
+    const int left = window.left + kGap + channel % 2 * (width + kGap);
+    const int top = window.top + kGap + channel / 2 * (height + kGap);
+    const Box tile{left, top, left + width, top + height};
+    const Picture picture = cut(screen, fitted(tile));
+    all = showsChannel(picture, channel, kTopText, picture.height) && all;
+    all = hasText(cut(screen, tile)) && all;
+  }
+  return all;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const Picture picture = argc == 2 ? readPng(argv[1]) : Picture{};
-  if (picture.bytes.empty()) return std::fputs("usage: compare_picture FILE.png\n", stderr), 2;
-  const auto counter = counterIn(picture);
-  if (!counter) return std::fputs("the picture has no block code\n", stderr), 1;
-  const Picture expected = drawn(*counter, picture);
-  if (expected.bytes.empty()) return std::fputs("no such picture in the loop\n", stderr), 1;
-  const double found = decibels(picture, expected);
-  std::printf("picture %d of the loop: %.1f dB\n", *counter, found);
-  return found >= kLeastDecibels ? 0 : 1;
+  const Picture picture = argc >= 2 ? readPng(argv[1]) : Picture{};
+  if (picture.bytes.empty()) return std::fputs("usage: compare_picture FILE.png [tiles]\n", stderr), 2;
+  if (argc > 2) return showsTiles(picture) ? 0 : 1;
+  return showsChannel(picture, 0, 0, picture.height - kTextRows) ? 0 : 1;
 }

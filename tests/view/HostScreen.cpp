@@ -115,6 +115,20 @@ Image HostScreen::read() const {
   return readFramebuffer(width_, height_);
 }
 
+Image HostScreen::readResolved() const {
+  GLuint names[2] = {};
+  glGenRenderbuffers(1, &names[0]);
+  glBindRenderbuffer(GL_RENDERBUFFER, names[0]);
+  glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, width_, height_);
+  glGenFramebuffers(1, &names[1]);
+  glBindFramebuffer(GL_FRAMEBUFFER, names[1]);
+  glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, names[0]);
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
+  glBlitFramebuffer(0, 0, width_, height_, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, names[1]);
+  return readFramebuffer(width_, height_);
+}
+
 void makeStateUnusual() {
   GLuint names[6] = {};
   glGenFramebuffers(1, &names[0]);

@@ -28,6 +28,8 @@ class HostScreen {
   // Ends every context on the display, as a toolkit does when it shuts down.
   void terminateDisplay() const;
   Image read() const;
+  // The same of a screen with several samples a pixel.
+  Image readResolved() const;
 
  private:
   void openEgl(HostDisplay kind, HostApi api);

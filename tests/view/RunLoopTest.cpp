@@ -64,6 +64,15 @@ TEST(RunLoop, TheTimeMakesSixtyRefreshesASecondHoweverOftenItIsTold) {
   EXPECT_NEAR(ticksOfTenSeconds(second / 144, 3), 300, 2);
 }
 
+TEST(RunLoop, ALinkOfEveryTurnIsServedWithinARefreshToo) {
+  const auto loop = std::make_shared<RunLoop>();
+  int ticks = 0;
+  linkEvery(2, loop, [&] { ++ticks; })->setEveryTurn(true);
+  for (int i = 0; i < 5; ++i) loop->refreshAt(RunLoop::Time{});
+  EXPECT_EQ(ticks, 5);
+  EXPECT_EQ(loop->refreshCount(), 1U);
+}
+
 TEST(RunLoop, WhatADriverHasCountedIsNotCountedAgain) {
   const auto loop = std::make_shared<RunLoop>();
   RunLoop::Time now{};

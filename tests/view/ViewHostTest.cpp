@@ -139,7 +139,16 @@ TEST(EmbeddingPaths, APictureOfManySamplesIsForDesktopOpenGl) {
   const Scene scene;
   const HostScreen desktop(HostDisplay::Surfaceless, HostApi::DesktopCore, kWidth, kHeight, 4);
   EXPECT_TRUE(scene.host->composite(0, 0, kWidth, kHeight));
-  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  expectScene(desktop.readResolved());
+  // Scaled and cut off at the left: what a framebuffer of one sample shows.
+  const auto drawScaled = [&](int samples) {
+    const HostScreen screen(HostDisplay::Surfaceless, HostApi::DesktopCore, kWidth, kHeight, samples);
+    EXPECT_TRUE(scene.host->composite(-70, 2, 2 * kWidth - 7, kHeight - 5));
+    EXPECT_TRUE(scene.host->composite(3, 2, kWidth - 7, kHeight - 5));
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    return screen.readResolved().rgba;
+  };
+  EXPECT_TRUE(drawScaled(0) == drawScaled(4));
   LogLines log;
   const HostScreen gles(HostDisplay::Surfaceless, HostApi::Gles3, kWidth, kHeight, 4);
   std::string why;

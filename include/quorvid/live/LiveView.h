@@ -84,7 +84,8 @@ class QUORVID_API LiveView : public UIView {
 
   // Readable (poll, g_unix_fd_add, QSocketNotifier) when a turn of the run loop would draw a
   // picture or tell of a change: for hosts whose loop sleeps. The view's own, cleared by the turn;
-  // -1 where the system gave none.
+  // -1 where the system gave none. Nothing wakes for the mere time: a host turns the loop a few
+  // times a second besides, so that a stream that went silent is told of and started again.
   int descriptor() const;
   // Called when descriptor() becomes readable, on a thread of the view: to wake a loop, no more. A
   // call may still be under way when this, or the destructor, returns. What it throws is dropped,

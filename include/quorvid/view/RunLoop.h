@@ -41,7 +41,8 @@ class QUORVID_API RunLoop {
   // its own link or others, and may add links (those wait for the next refresh).
   void refresh(std::uint32_t refreshes = 1);
   // The same with as many refreshes as 60 a second make since the last call and were not told by
-  // refresh() meanwhile; with none, nothing is called. The first call tells one.
+  // refresh() meanwhile; with none, only links that tick at every turn are called. The first call
+  // tells one.
   using Time = std::chrono::steady_clock::time_point;
   void refreshAt(Time now);
   // Refreshes told so far.
@@ -72,6 +73,9 @@ class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayL
   // Ticks once every N refreshes; 1 at first, values below 1 count as 1.
   void setFrameInterval(int refreshes);
   int frameInterval() const { return frameInterval_; }
+  // Ticks at every call of refresh() and refreshAt(), whatever time has passed: for what waits for
+  // something else than the display, and must be served when the host was woken for it.
+  void setEveryTurn(bool everyTurn) { everyTurn_ = everyTurn; }
   // The loop keeps the link until it is invalidated. A link joins one loop once.
   void addToRunLoop(const std::shared_ptr<RunLoop>& loop, RunLoopMode mode);
   // Unschedules the link and drops its callback; safe inside the callback itself.
@@ -87,6 +91,7 @@ class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayL
   RunLoopMode mode_ = RunLoopMode::Default;
   int frameInterval_ = 1;
   std::uint32_t elapsed_ = 0;
+  bool everyTurn_ = false;
 };
 
 }  // namespace quorvid

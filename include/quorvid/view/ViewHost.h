@@ -2,7 +2,8 @@
 //
 // The thread that makes a ViewHost makes every call (any other is refused, with one line in the
 // log), and its run loop drives the views. The host's frame clock calls refresh(), its drawing code
-// calls composite():
+// calls composite(). A host that would rather sleep watches LiveView::descriptor() and asks
+// needsComposite() after refresh():
 //
 //   auto views = quorvid::ViewHost::create();
 //   views->resize(width, height, pixelsPerPoint);
@@ -72,7 +73,8 @@ class QUORVID_API ViewHost {
   bool isVisible() const;
   // Lets the views decode and draw what is due, as often a second as they would at 60 refreshes,
   // whether the host calls it 40 or 200 times: it measures the time itself. Several hosts of one
-  // thread don't tick its views twice. A view ticks at most once a call.
+  // thread don't tick its views twice. A view ticks at most once a call; a LiveView does at every
+  // call, so that a host that its descriptor() woke draws at once. No GL context need be current.
   void refresh();
   // The same for the one host of the thread that counts for itself: `refreshes` of its display have
   // gone by since the last call.

@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Runs one of the embedding examples against the simulator, on a screen of its own, and holds a
+# screenshot of that screen against what the simulator drew: run_example.sh BUILD_FOLDER NAME [wayland]
+#
+# With QUORVID_TEST_KEEP=FOLDER the screenshot stays there.
+set -euo pipefail
+build=$1 name=$2 system=${3:-x11}
+source "$(dirname "$0")/../../scripts/simulator.sh"
+work=$(mktemp -d)
+started=()
+trap 'kill "${started[@]}" 2>/dev/null || true; rm -rf "$work"' EXIT
+unset WAYLAND_DISPLAY GDK_BACKEND QT_QPA_PLATFORM SDL_VIDEODRIVER
+export XDG_RUNTIME_DIR=$work GSETTINGS_BACKEND=memory GTK_A11Y=none NO_AT_BRIDGE=1
+
+# missing PROGRAM: 77 is ctest's "skipped", unless a display is required.
+missing() {
+  echo "$1 is not there or does not start"
+  [[ -n "${QUORVID_TEST_REQUIRE_DISPLAY:-}" ]] && exit 1
+  exit 77
+}
+# await SECONDS COMMAND...: until it succeeds.
+await() {
+  local tries=$(($1 * 10))
+  shift
+  for _ in $(seq "$tries"); do "$@" && return; sleep 0.1; done
+  return 1
+}
+
+command -v Xvfb >/dev/null || missing Xvfb
+Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
+started+=($!)
+await 30 test -s "$work/display" || missing Xvfb
+export DISPLAY=:$(<"$work/display")
+
+if [[ $system == wayland ]]; then
+  command -v weston >/dev/null || missing weston
+  weston --backend=x11-backend.so --no-config --socket=quorvid --width=1024 --height=768 \
+    --idle-time=0 >"$work/weston" 2>&1 &
+  started+=($!)
+  await 30 test -S "$work/quorvid" || missing weston
+  export WAYLAND_DISPLAY=quorvid GDK_BACKEND=wayland QT_QPA_PLATFORM=wayland SDL_VIDEODRIVER=wayland
+fi
+
+"$build/quorvid-sim" --port 0 >"$work/ports" 2>"$work/log" &
+started+=($!)
+port=$(fleet_port "$work/ports" "${started[-1]}")
+
+# The screen, until it shows all that it should: pictures begin at the stream's next key frame.
+look() {
+  ffmpeg -v error -y -f x11grab -draw_mouse 0 -video_size 1024x768 -i "$DISPLAY" -frames:v 1 \
+    "$work/screen.png" && "$build/tests/sim/compare_picture" "$work/screen.png" tiles >"$work/found" 2>&1
+}
+timeout 50 "$build/$name" 127.0.0.1 "$port" TRUCK-7 12 >"$work/example" 2>&1 &
+example=$!
+seen=0
+await 10 look || seen=$?
+ended=0
+wait "$example" || ended=$?
+[[ -z "${QUORVID_TEST_KEEP:-}" ]] || cp "$work/screen.png" "$QUORVID_TEST_KEEP/$name-$system.png"
+cat "$work/found" "$work/example"
+[[ $ended -eq 0 ]] || echo "the example ended with status $ended"
+[[ $seen -eq 0 && $ended -eq 0 ]]
