@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "quorvid/live/LiveView.h"
 #include "quorvid/view/ViewHost.h"
@@ -34,8 +35,18 @@ struct Player {
   std::size_t shown = 0;  // views that showed a picture
 };
 
+// Not while the area draws: a status handler changes a label, which GTK forbids there.
 gboolean turn(gpointer data) {
   auto* player = static_cast<Player*>(data);
+  const int width = gtk_widget_get_width(GTK_WIDGET(player->area));
+  if (player->timer == 0) return G_SOURCE_CONTINUE;  // no views yet, or no more
+  const int height = gtk_widget_get_height(GTK_WIDGET(player->area));
+  const double across = (width - 3 * kGap) / 2, down = (height - 3 * kGap) / 2;
+  player->host->resize(width, height, gtk_widget_get_scale_factor(GTK_WIDGET(player->area)));
+  for (int channel = 0; channel < 4 && width > 0; ++channel) {
+    const double x = kGap + channel % 2 * (across + kGap), y = kGap + channel / 2 * (down + kGap);
+    player->tiles[channel].view->setFrame(quorvid::CGRectMake(x, y, across, down));
+  }
   player->host->refresh();
   if (player->host->needsComposite()) gtk_gl_area_queue_render(player->area);
   return G_SOURCE_CONTINUE;
@@ -54,9 +65,10 @@ void addView(Player* player, int channel) {
     gtk_label_set_markup(GTK_LABEL(label), text);
     g_free(text);
   });
-  tile.watch = g_unix_fd_add(
-      tile.view->descriptor(), G_IO_IN,
-      [](gint, GIOCondition, gpointer data) { return turn(data); }, player);
+  // Behind GTK's own drawing, which many pictures would hold up otherwise.
+  tile.watch = g_unix_fd_add_full(
+      GDK_PRIORITY_REDRAW + 10, tile.view->descriptor(), G_IO_IN,
+      [](gint, GIOCondition, gpointer data) { return turn(data); }, player, nullptr);
   player->target.channel = channel;
   tile.view->connect(player->target);
 }
@@ -73,7 +85,7 @@ void realize(GtkGLArea* area, Player* player) {
 void unrealize(GtkGLArea* area, Player* player) {
   gtk_gl_area_make_current(area);
   if (player->timer == 0) return;
-  g_source_remove(player->timer);
+  g_source_remove(std::exchange(player->timer, 0));
   for (Tile& tile : player->tiles) {
     g_source_remove(tile.watch);  // before the view, whose descriptor it watches
     if (tile.view->figures().shown > 0) ++player->shown;
@@ -84,25 +96,23 @@ void unrealize(GtkGLArea* area, Player* player) {
 }
 
 gboolean render(GtkGLArea* area, GdkGLContext*, Player* player) {
-  const int width = gtk_widget_get_width(GTK_WIDGET(area));
-  const int height = gtk_widget_get_height(GTK_WIDGET(area));
   const int scale = gtk_widget_get_scale_factor(GTK_WIDGET(area));
-  const double across = (width - 3 * kGap) / 2, down = (height - 3 * kGap) / 2;
-  player->host->resize(width, height, scale);
-  for (int channel = 0; channel < 4; ++channel) {
-    const double x = kGap + channel % 2 * (across + kGap), y = kGap + channel / 2 * (down + kGap);
-    player->tiles[channel].view->setFrame(quorvid::CGRectMake(x, y, across, down));
-  }
-  player->host->refresh();  // with the frames above
+  const int width = scale * gtk_widget_get_width(GTK_WIDGET(area));
+  const int height = scale * gtk_widget_get_height(GTK_WIDGET(area));
   glClearColor(0.1F, 0.2F, 0.35F, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   std::string why;
-  if (!player->host->composite(0, 0, width * scale, height * scale, &why)) {
+  if (!player->host->composite(0, 0, width, height, &why)) {
     GError* error = g_error_new_literal(GDK_GL_ERROR, GDK_GL_ERROR_NOT_AVAILABLE, why.c_str());
     gtk_gl_area_set_error(area, error);
     g_error_free(error);
   }
   return TRUE;
+}
+
+// Comes while the area draws; until the turn the former picture is stretched.
+void resize(GtkGLArea*, int, int, Player* player) {
+  g_idle_add_once([](gpointer data) { turn(data); }, player);
 }
 
 GtkWidget* makeTexts(Player* player) {
@@ -120,12 +130,13 @@ GtkWidget* makeTexts(Player* player) {
 
 void activate(GtkApplication* app, Player* player) {
   GtkWidget* window = gtk_application_window_new(app);
-  gtk_window_set_default_size(GTK_WINDOW(window), 652, 540);
+  gtk_window_set_default_size(GTK_WINDOW(window), 652, 492);
   GtkWidget* area = gtk_gl_area_new();
   player->area = GTK_GL_AREA(area);
   gtk_gl_area_set_auto_render(player->area, FALSE);  // a new text needs no new picture
   g_signal_connect(area, "realize", G_CALLBACK(realize), player);
   g_signal_connect(area, "unrealize", G_CALLBACK(unrealize), player);
+  g_signal_connect(area, "resize", G_CALLBACK(resize), player);
   g_signal_connect(area, "render", G_CALLBACK(render), player);
   GtkWidget* overlay = gtk_overlay_new();
   gtk_overlay_set_child(GTK_OVERLAY(overlay), area);

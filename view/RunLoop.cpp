@@ -21,7 +21,7 @@ RunLoop::~RunLoop() = default;
 
 void RunLoop::refreshAt(Time now) {
   // The first call is a refresh. A driver that counts by itself may be ahead of the time.
-  if (!counted_) counted_ = now - std::chrono::duration_cast<Time::duration>(Refreshes(1));
+  if (!counted_) counted_ = now - std::chrono::ceil<Time::duration>(Refreshes(1));
   counted_ = std::min(*counted_, now);
   constexpr Refreshes::rep kMost = std::numeric_limits<std::uint32_t>::max();
   const auto passed = std::chrono::duration_cast<Refreshes>(now - *counted_).count();

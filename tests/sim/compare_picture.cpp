@@ -25,7 +25,10 @@ constexpr int kTextRows = 18;  // of the viewer's line of text, which lies over 
 const char* const kDevice = "TRUCK-7";
 constexpr int kOwnColour[] = {89, 51, 26};  // blue, green, red of the examples' windows
 constexpr int kGap = 4;                     // around each picture of theirs, where a point is a pixel
-constexpr int kTopText = 36;                // rows that their lines of text may take
+constexpr int kTopText = 28;                // rows that their lines of text may take
+constexpr int kTextWidth = 100;             // of the line, where there is text in any case
+constexpr int kLeastWhite = 40;
+constexpr double kMostAlike = 16;
 
 // Four bytes a pixel: blue, green, red, unused.
 struct Picture {
@@ -85,12 +88,10 @@ Picture drawn(std::uint16_t counter, const Picture& like, int channel) {
   return picture;
 }
 
-double decibels(const Picture& a, const Picture& b, int firstRow, int endRow) {
+double decibels(const Picture& a, const Picture& b) {
   double sum = 0;
-  const std::size_t row = kChannels * static_cast<std::size_t>(a.width);
-  const std::size_t count = static_cast<std::size_t>(endRow - firstRow) * row;
-  const std::size_t begin = static_cast<std::size_t>(firstRow) * row;
-  for (std::size_t i = begin; i < begin + count; ++i) {
+  const std::size_t count = a.bytes.size();
+  for (std::size_t i = 0; i < count; ++i) {
     const double difference = i % kChannels == 3 ? 0 : a.bytes[i] - b.bytes[i];
     sum += difference * difference;
   }
@@ -98,15 +99,12 @@ double decibels(const Picture& a, const Picture& b, int firstRow, int endRow) {
   return 10 * std::log10(255 * 255 * samples / std::max(sum, 1.0));
 }
 
-// Whether rows [firstRow, endRow) show a frame of that channel.
-bool showsChannel(const Picture& picture, int channel, int firstRow, int endRow) {
+// What the simulator drew for the frame that the picture shows; empty when that can't be told.
+Picture expectedFor(const Picture& picture, int channel) {
   const auto counter = counterIn(picture);
-  if (!counter) return std::fputs("the picture has no block code\n", stderr), false;
-  const Picture expected = drawn(*counter, picture, channel);
-  if (expected.bytes.empty()) return std::fputs("no such picture in the loop\n", stderr), false;
-  const double found = decibels(picture, expected, firstRow, endRow);
-  std::printf("channel %d, picture %d of the loop: %.1f dB\n", channel, *counter, found);
-  return found >= kLeastDecibels;
+  if (!counter) return std::fputs("the picture has no block code\n", stderr), Picture{};
+  std::printf("channel %d, picture %d of the loop: ", channel, *counter);
+  return drawn(*counter, picture, channel);
 }
 
 struct Box {
@@ -146,13 +144,25 @@ Box fitted(Box tile) {
   return {left, top, left + width, top + height};
 }
 
-// White letters on a dark line, over the picture's bright sky.
-bool hasText(const Picture& tile) {
-  const auto end = tile.bytes.begin() + std::ptrdiff_t{kChannels} * tile.width * kTopText;
-  const auto light = std::count_if(tile.bytes.begin(), end, [](int v) { return v > 230; });
-  const auto dark = std::count_if(tile.bytes.begin(), end, [](int v) { return v < 110; });
-  std::printf("line of text: %td light and %td dark values\n", light, dark);
-  return light > 3000 && dark > 6000;
+// The line of text hides what the simulator drew, and has white letters.
+bool hasText(const Picture& line, const Picture& drawnThere) {
+  int white = 0;
+  for (std::size_t i = 0; i < line.bytes.size(); i += kChannels) {
+    white += std::all_of(&line.bytes[i], &line.bytes[i] + 3, [](int v) { return v > 200; }) ? 1 : 0;
+  }
+  const double alike = decibels(line, drawnThere);
+  std::printf("; line of text: %d white pixels, %.1f dB\n", white, alike);
+  return white > kLeastWhite && alike < kMostAlike;
+}
+
+bool showsTile(const Picture& picture, int channel) {
+  const Picture expected = expectedFor(picture, channel);
+  if (expected.bytes.empty()) return false;
+  const Box below{0, kTopText, picture.width, picture.height};
+  const Box text{0, 0, kTextWidth, kTopText};
+  const double found = decibels(cut(picture, below), cut(expected, below));
+  std::printf("%.1f dB", found);
+  return hasText(cut(picture, text), cut(expected, text)) && found >= kLeastDecibels;
 }
 
 bool showsTiles(const Picture& screen) {
@@ -160,15 +170,13 @@ bool showsTiles(const Picture& screen) {
   const int width = (window.right - window.left - 3 * kGap) / 2;
   const int height = (window.bottom - window.top - 3 * kGap) / 2;
   std::printf("window at %d,%d: tiles of %d x %d\n", window.left, window.top, width, height);
-  if (width < 8 * kTopText || height < 4 * kTopText) return false;
+  if (width < 2 * kTextWidth || height < 2 * kTextWidth) return false;
   bool all = true;
   for (int channel = 0; channel < 4; ++channel) {
     const int left = window.left + kGap + channel % 2 * (width + kGap);
     const int top = window.top + kGap + channel / 2 * (height + kGap);
-    const Box tile{left, top, left + width, top + height};
-    const Picture picture = cut(screen, fitted(tile));
-    all = showsChannel(picture, channel, kTopText, picture.height) && all;
-    all = hasText(cut(screen, tile)) && all;
+    const Picture tile = cut(screen, fitted({left, top, left + width, top + height}));
+    all = showsTile(tile, channel) && all;
   }
   return all;
 }
@@ -179,5 +187,10 @@ int main(int argc, char** argv) {
   const Picture picture = argc >= 2 ? readPng(argv[1]) : Picture{};
   if (picture.bytes.empty()) return std::fputs("usage: compare_picture FILE.png [tiles]\n", stderr), 2;
   if (argc > 2) return showsTiles(picture) ? 0 : 1;
-  return showsChannel(picture, 0, 0, picture.height - kTextRows) ? 0 : 1;
+  const Picture expected = expectedFor(picture, 0);
+  if (expected.bytes.empty()) return 1;
+  const Box free{0, 0, picture.width, picture.height - kTextRows};
+  const double found = decibels(cut(picture, free), cut(expected, free));
+  std::printf("%.1f dB\n", found);
+  return found >= kLeastDecibels ? 0 : 1;
 }
