@@ -59,7 +59,8 @@ void addView(Player* player, int channel) {
   player->host->contentView()->addSubview(tile.view);
   tile.view->setStatusHandler([label = tile.label, channel](const quorvid::LiveStatus& status) {
     char* text = g_markup_printf_escaped(
-        "<span background='black' background_alpha='60%%' color='white'> Channel %d: %s%s%s </span>",
+        "<span background='black' background_alpha='60%%' color='white'> Channel %d: %s%s%s "
+        "</span>",
         channel, nameOf(status.state), status.sentence.empty() ? "" : ", ",
         status.sentence.c_str());
     gtk_label_set_markup(GTK_LABEL(label), text);

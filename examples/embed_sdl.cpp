@@ -90,8 +90,7 @@ bool draw(Player& player) {
   std::array<quorvid::CGRect, 4> places;
   for (int channel = 0; channel < 4; ++channel) {
     const double x = kGap + channel % 2 * (across + kGap), y = kGap + channel / 2 * (down + kGap);
-    player.tiles[channel].view->setFrame(places[channel] =
-                                             quorvid::CGRectMake(x, y, across, down));
+    player.tiles[channel].view->setFrame(places[channel] = quorvid::CGRectMake(x, y, across, down));
   }
   player.host->refresh();  // with the frames above
   glClearColor(0.1F, 0.2F, 0.35F, 1);

@@ -61,8 +61,7 @@ std::string Compositor::draw(CALayer& tree, const PixelRect& region) {
     return {};
   }
   const BorrowedGlState borrowed(host_);
-  const Pass pass{region, region.width / size.width, region.height / size.height,
-                  hasManySamples()};
+  const Pass pass{region, region.width / size.width, region.height / size.height, hasManySamples()};
   const CGPoint frameOrigin = tree.frame().origin;
   drawLayer(pass, tree, {-frameOrigin.x, -frameOrigin.y});
   dropUnused();

@@ -1,6 +1,7 @@
-// ScaledPicture: storage with one sample a pixel in a host's GL context, in which a picture gets its
-// size on screen on the way to a framebuffer with several samples, to which OpenGL copies without
-// scaling only. All calls are made with that context current; names go with release() alone.
+// ScaledPicture: storage with one sample a pixel in a host's GL context, in which a picture gets
+// its size on screen on the way to a framebuffer with several samples, to which OpenGL copies
+// without scaling only. All calls are made with that context current; names go with release()
+// alone.
 #pragma once
 
 #include <epoxy/gl.h>

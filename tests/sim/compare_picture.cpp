@@ -24,9 +24,9 @@ constexpr double kLeastDecibels = 30;
 constexpr int kTextRows = 18;  // of the viewer's line of text, which lies over the lowest rows
 const char* const kDevice = "TRUCK-7";
 constexpr int kOwnColour[] = {89, 51, 26};  // blue, green, red of the examples' windows
-constexpr int kGap = 4;                     // around each picture of theirs, where a point is a pixel
-constexpr int kTopText = 28;                // rows that their lines of text may take
-constexpr int kTextWidth = 100;             // of the line, where there is text in any case
+constexpr int kGap = 4;          // around each picture of theirs, where a point is a pixel
+constexpr int kTopText = 28;     // rows that their lines of text may take
+constexpr int kTextWidth = 100;  // of the line, where there is text in any case
 constexpr int kLeastWhite = 40;
 constexpr double kMostAlike = 16;
 
@@ -185,7 +185,8 @@ bool showsTiles(const Picture& screen) {
 
 int main(int argc, char** argv) {
   const Picture picture = argc >= 2 ? readPng(argv[1]) : Picture{};
-  if (picture.bytes.empty()) return std::fputs("usage: compare_picture FILE.png [tiles]\n", stderr), 2;
+  if (picture.bytes.empty())
+    return std::fputs("usage: compare_picture FILE.png [tiles]\n", stderr), 2;
   if (argc > 2) return showsTiles(picture) ? 0 : 1;
   const Picture expected = expectedFor(picture, 0);
   if (expected.bytes.empty()) return 1;

@@ -142,7 +142,8 @@ TEST(EmbeddingPaths, APictureOfManySamplesIsForDesktopOpenGl) {
   expectScene(desktop.readResolved());
   // Scaled and cut off at the left: what a framebuffer of one sample shows.
   const auto drawScaled = [&](int samples) {
-    const HostScreen screen(HostDisplay::Surfaceless, HostApi::DesktopCore, kWidth, kHeight, samples);
+    const HostScreen screen(HostDisplay::Surfaceless, HostApi::DesktopCore, kWidth, kHeight,
+                            samples);
     EXPECT_TRUE(scene.host->composite(-70, 2, 2 * kWidth - 7, kHeight - 5));
     EXPECT_TRUE(scene.host->composite(3, 2, kWidth - 7, kHeight - 5));
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
