@@ -61,8 +61,6 @@ std::uint32_t SdlWindow::waitForRefresh() {
   const bool swapped = std::exchange(swapped_, false);
   const RefreshClock::Time due = clock_->due(swapped);
   std::this_thread::sleep_until(due);
-  // Unseen, ten turns a second do, unless something happens.
-  if (!visible_) SDL_WaitEventTimeout(nullptr, 1000 / 10);
   return clock_->begin(std::chrono::steady_clock::now(), swapped);
 }
 
@@ -122,6 +120,7 @@ bool SdlWindow::isSeen() const {
 
 void SdlWindow::lookWhetherSeen() {
   const bool covered = frames_ != nullptr && frames_->isCovered(std::chrono::steady_clock::now());
+  if (covered) drawsDue_ = std::max(drawsDue_, 1);  // its answer tells
   const bool visible = isSeen() && !covered;
   if (std::exchange(visible_, visible) == visible) return;
   host_->setVisible(visible);

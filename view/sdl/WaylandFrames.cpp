@@ -20,7 +20,7 @@ std::unique_ptr<WaylandFrames> WaylandFrames::of(SDL_Window* window) {
   if (SDL_GetWindowWMInfo(window, &info) == SDL_FALSE || info.subsystem != SDL_SYSWM_WAYLAND) {
     return nullptr;
   }
-  return std::unique_ptr<WaylandFrames>(new WaylandFrames(window, info.info.wl.surface));
+  return std::unique_ptr<WaylandFrames>(new WaylandFrames(info.info.wl.surface));
 }
 
 WaylandFrames::~WaylandFrames() {
@@ -46,14 +46,8 @@ bool WaylandFrames::isCovered(Time now) {
 
 void WaylandFrames::answered(void* self, wl_callback*, unsigned) {
   auto& frames = *static_cast<WaylandFrames*>(self);
-  const bool wasLate = std::exchange(frames.wasLate_, frames.looked_ - frames.requested_ > kLate);
+  frames.wasLate_ = frames.looked_ - frames.requested_ > kLate;
   frames.forget();
-  if (!wasLate && !frames.wasLate_) return;
-  SDL_Event draw{};  // wakes the turn: the next answer tells whether the window is seen again
-  draw.type = SDL_WINDOWEVENT;
-  draw.window.event = SDL_WINDOWEVENT_EXPOSED;
-  draw.window.windowID = SDL_GetWindowID(frames.window_);
-  SDL_PushEvent(&draw);
 }
 
 }  // namespace quorvid

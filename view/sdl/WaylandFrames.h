@@ -33,15 +33,15 @@ class WaylandFrames {
   void forget();
   // Whether a picture may be swapped.
   bool isReady() const { return callback_ == nullptr; }
-  // Whether the last answer took, or is taking, so long that nobody sees the window. Once a turn,
-  // after SDL's events: a turn that comes late doesn't count as an answer that does.
+  // Whether the last answer took, or is taking, so long that nobody sees the window: then the next
+  // one tells whether somebody does again. Once a turn, after SDL's events: a turn that comes late
+  // doesn't count as an answer that does.
   bool isCovered(Time now);
 
  private:
-  WaylandFrames(SDL_Window* window, wl_surface* surface) : window_(window), surface_(surface) {}
+  explicit WaylandFrames(wl_surface* surface) : surface_(surface) {}
   static void answered(void* self, wl_callback* callback, unsigned milliseconds);
 
-  SDL_Window* const window_;
   wl_surface* const surface_;
   wl_callback* callback_ = nullptr;  // awaited
   Time requested_, looked_;

@@ -74,7 +74,7 @@ class QUORVID_API Window {
   virtual void setFullScreen(bool on) = 0;
   virtual bool isFullScreen() const = 0;
   // False while nobody can see the window: it draws nothing then, and its live views neither decode
-  // nor draw. Turns go on, ten a second.
+  // nor draw. Turns go on as before.
   virtual bool isVisible() const = 0;
   // Called by runTurn() on the main thread.
   virtual void setEventHandler(std::function<void(const WindowEvent&)> handler) = 0;
