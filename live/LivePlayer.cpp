@@ -118,8 +118,10 @@ std::optional<Picture> LivePlayer::turn(double now) {
     retries_.pictureArrived(now);
   }
   const bool triesAgain = report.nextTryAt >= 0;  // by itself, as fast as the server may be asked
-  const bool isDue =
-      needsRetry(report) ? retries_.restartDue(now) : !triesAgain && watch_.restartDue(now);
+  // A stall is told before it is mended: not in the turn that finds it.
+  const bool wasStalled = std::exchange(isStalled_, watch_.isStalled(now));
+  const bool isDue = needsRetry(report) ? retries_.restartDue(now)
+                                        : !triesAgain && wasStalled && watch_.restartDue(now);
   if (isDue) {
     endSession();
     startSession();

@@ -60,9 +60,10 @@ class LivePlayer {
   bool visible_ = true;
   std::shared_ptr<LiveSession> session_;
   StallWatch watch_;
-  StallWatch retries_;    // of sessions that don't connect again by themselves
-  SessionReport before_;  // what the sessions before this one counted
-  LiveFigures figures_;   // what is counted here
+  bool isStalled_ = false;  // as watch_ said in the last turn
+  StallWatch retries_;      // of sessions that don't connect again by themselves
+  SessionReport before_;    // what the sessions before this one counted
+  LiveFigures figures_;     // what is counted here
   double played_ = 0, firstShown_ = -1, lastShown_ = -1;
   double seenSince_ = -1;  // when it became visible last
   std::deque<Sample> samples_;
