@@ -38,8 +38,8 @@ struct Player {
 // Not while the area draws: a status handler changes a label, which GTK forbids there.
 gboolean turn(gpointer data) {
   auto* player = static_cast<Player*>(data);
-  const int width = gtk_widget_get_width(GTK_WIDGET(player->area));
   if (player->timer == 0) return G_SOURCE_CONTINUE;  // no views yet, or no more
+  const int width = gtk_widget_get_width(GTK_WIDGET(player->area));
   const int height = gtk_widget_get_height(GTK_WIDGET(player->area));
   const double across = (width - 3 * kGap) / 2, down = (height - 3 * kGap) / 2;
   player->host->resize(width, height, gtk_widget_get_scale_factor(GTK_WIDGET(player->area)));

@@ -45,15 +45,17 @@ fi
 started+=($!)
 port=$(fleet_port "$work/ports" "${started[-1]}")
 
-# The screen, until it shows all that it should: pictures begin at the stream's next key frame.
-look() {
-  ffmpeg -v error -y -f x11grab -draw_mouse 0 -video_size 1024x768 -i "$DISPLAY" -frames:v 1 \
-    "$work/screen.png" && "$build/tests/sim/compare_picture" "$work/screen.png" tiles >"$work/found" 2>&1
-}
-timeout 50 "$build/$name" 127.0.0.1 "$port" TRUCK-7 12 >"$work/example" 2>&1 &
+timeout 50 "$build/$name" 127.0.0.1 "$port" TRUCK-7 15 >"$work/example" 2>&1 &
 example=$!
-seen=0
-await 10 look || seen=$?
+# The screen, until it shows all that it should: pictures begin at the stream's next key frame.
+seen=1
+while [[ $seen -ne 0 ]]; do
+  ffmpeg -v error -y -f x11grab -draw_mouse 0 -video_size 1024x768 -i "$DISPLAY" -frames:v 1 "$work/now.png"
+  kill -0 "$example" 2>/dev/null || break
+  mv "$work/now.png" "$work/screen.png"
+  seen=0
+  "$build/tests/sim/compare_picture" "$work/screen.png" tiles >"$work/found" 2>&1 || seen=$?
+done
 ended=0
 wait "$example" || ended=$?
 [[ -z "${QUORVID_TEST_KEEP:-}" ]] || cp "$work/screen.png" "$QUORVID_TEST_KEEP/$name-$system.png"

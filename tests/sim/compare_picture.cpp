@@ -135,13 +135,13 @@ Box windowOn(const Picture& screen) {
   return box;
 }
 
-// The picture inside its tile: as large as fits, 4:3.
-Box fitted(Box tile) {
-  const int width = std::min(tile.right - tile.left, (tile.bottom - tile.top) * 4 / 3);
-  const int height = std::min(tile.bottom - tile.top, (tile.right - tile.left) * 3 / 4);
-  const int left = (tile.left + tile.right - width) / 2;
-  const int top = (tile.top + tile.bottom - height) / 2;
-  return {left, top, left + width, top + height};
+// The picture inside its tile: as large as fits, 4:3; each edge at the nearest pixel.
+Box fitted(double left, double top, double width, double height) {
+  const double fitting = std::min(width, height * 4 / 3);
+  const double x = left + (width - fitting) / 2;
+  const double y = top + (height - fitting * 3 / 4) / 2;
+  const auto edge = [](double at) { return static_cast<int>(std::lround(at)); };
+  return {edge(x), edge(y), edge(x + fitting), edge(y + fitting * 3 / 4)};
 }
 
 // The line of text hides what the simulator drew, and has white letters.
@@ -167,16 +167,15 @@ bool showsTile(const Picture& picture, int channel) {
 
 bool showsTiles(const Picture& screen) {
   const Box window = windowOn(screen);
-  const int width = (window.right - window.left - 3 * kGap) / 2;
-  const int height = (window.bottom - window.top - 3 * kGap) / 2;
-  std::printf("window at %d,%d: tiles of %d x %d\n", window.left, window.top, width, height);
+  const double width = (window.right - window.left - 3 * kGap) / 2.0;
+  const double height = (window.bottom - window.top - 3 * kGap) / 2.0;
+  std::printf("window at %d,%d: tiles of %g x %g\n", window.left, window.top, width, height);
   if (width < 2 * kTextWidth || height < 2 * kTextWidth) return false;
   bool all = true;
   for (int channel = 0; channel < 4; ++channel) {
-    const int left = window.left + kGap + channel % 2 * (width + kGap);
-    const int top = window.top + kGap + channel / 2 * (height + kGap);
-    const Picture tile = cut(screen, fitted({left, top, left + width, top + height}));
-    all = showsTile(tile, channel) && all;
+    const double left = window.left + kGap + channel % 2 * (width + kGap);
+    const double top = window.top + kGap + (channel > 1 ? height + kGap : 0);
+    all = showsTile(cut(screen, fitted(left, top, width, height)), channel) && all;
   }
   return all;
 }
