@@ -44,7 +44,8 @@ gboolean turn(gpointer data) {
   const double across = (width - 3 * kGap) / 2, down = (height - 3 * kGap) / 2;
   player->host->resize(width, height, gtk_widget_get_scale_factor(GTK_WIDGET(player->area)));
   for (int channel = 0; channel < 4 && width > 0; ++channel) {
-    const double x = kGap + channel % 2 * (across + kGap), y = kGap + channel / 2 * (down + kGap);
+    const double x = kGap + (channel % 2) * (across + kGap);
+    const double y = kGap + (channel > 1 ? down + kGap : 0);
     player->tiles[channel].view->setFrame(quorvid::CGRectMake(x, y, across, down));
   }
   player->host->refresh();

@@ -95,7 +95,9 @@ class Tiles : public QOpenGLWidget {
   QRectF place(int channel) const {
     const double across = (width() - 3 * kGap) / 2;
     const double down = (height() - 3 * kGap) / 2;
-    return {kGap + channel % 2 * (across + kGap), kGap + channel / 2 * (down + kGap), across, down};
+    const double x = kGap + (channel % 2) * (across + kGap);
+    const double y = kGap + (channel > 1 ? down + kGap : 0);
+    return {x, y, across, down};
   }
   void drawTexts(const QString& why) {
     QPainter painter(this);

@@ -32,7 +32,7 @@ struct Player {
   bool changed = true;
 };
 
-bool addView(Player& player, quorvid::LiveTarget target, Uint32 wakeEvent) {
+bool addView(Player& player, const quorvid::LiveTarget& target, Uint32 wakeEvent) {
   Tile& tile = player.tiles[target.channel];
   tile.view = quorvid::LiveView::initWithFrame(quorvid::CGRectMake(0, 0, 320, 240));
   if (tile.view == nullptr) return false;
@@ -89,7 +89,8 @@ bool draw(Player& player) {
   player.host->resize(width, height, scale);
   std::array<quorvid::CGRect, 4> places;
   for (int channel = 0; channel < 4; ++channel) {
-    const double x = kGap + channel % 2 * (across + kGap), y = kGap + channel / 2 * (down + kGap);
+    const double x = kGap + (channel % 2) * (across + kGap);
+    const double y = kGap + (channel > 1 ? down + kGap : 0);
     player.tiles[channel].view->setFrame(places[channel] = quorvid::CGRectMake(x, y, across, down));
   }
   player.host->refresh();  // with the frames above

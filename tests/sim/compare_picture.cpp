@@ -185,8 +185,9 @@ bool showsTiles(const Picture& screen) {
 
 int main(int argc, char** argv) {
   const Picture picture = argc >= 2 ? readPng(argv[1]) : Picture{};
-  if (picture.bytes.empty())
+  if (picture.bytes.empty()) {
     return std::fputs("usage: compare_picture FILE.png [tiles]\n", stderr), 2;
+  }
   if (argc > 2) return showsTiles(picture) ? 0 : 1;
   const Picture expected = expectedFor(picture, 0);
   if (expected.bytes.empty()) return 1;
