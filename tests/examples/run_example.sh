@@ -8,7 +8,16 @@ build=$1 name=$2 system=${3:-x11}
 source "$(dirname "$0")/../../scripts/simulator.sh"
 work=$(mktemp -d)
 started=()
-trap 'kill "${started[@]}" 2>/dev/null || true; rm -rf "$work"' EXIT
+# The latest first: a compositor that loses its X server before it ends may go on for ever.
+end() {
+  for ((i = ${#started[@]} - 1; i >= 0; --i)); do
+    kill "${started[i]}" 2>/dev/null || continue
+    for _ in $(seq 20); do kill -0 "${started[i]}" 2>/dev/null || break; sleep 0.1; done
+    kill -KILL "${started[i]}" 2>/dev/null || true
+  done
+  rm -rf "$work"
+}
+trap end EXIT
 unset WAYLAND_DISPLAY GDK_BACKEND QT_QPA_PLATFORM SDL_VIDEODRIVER
 export XDG_RUNTIME_DIR=$work GSETTINGS_BACKEND=memory GTK_A11Y=none NO_AT_BRIDGE=1
 
