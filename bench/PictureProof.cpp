@@ -19,7 +19,7 @@ namespace quorvid::bench {
 namespace {
 
 constexpr double kLeastDecibels = 30;
-constexpr double kMostAge = 0.2;  // seconds by which a picture of now may be late
+constexpr double kMostAge = 0.2;      // seconds by which a picture of now may be late
 constexpr double kMostPatience = 60;  // seconds for the first picture
 
 double seconds(auto clockTime) {
@@ -192,8 +192,7 @@ void Proof::treatBadly(double played) {
   shownHidden_ = isVisible ? shown - shownHidden_ : shown;
   main_->view->setVisible(isVisible);
   if (isVisible) {
-    pauses_.push_back(
-        {"hidden", options_.hide.length, seconds(std::chrono::system_clock::now())});
+    pauses_.push_back({"hidden", options_.hide.length, seconds(std::chrono::system_clock::now())});
   }
 }
 
@@ -205,8 +204,8 @@ void Proof::churn(UIView& content, double played) {
     others_.front()->view->removeFromSuperview();
     others_.erase(others_.begin());
   }
-  auto made = std::make_unique<Watched>(CGRectMake(0, 0, 64, 48), options_, options_.channel + 1,
-                                        check_);
+  auto made =
+      std::make_unique<Watched>(CGRectMake(0, 0, 64, 48), options_, options_.channel + 1, check_);
   if (made->view == nullptr) return;
   content.addSubview(made->view);
   others_.push_back(std::move(made));
@@ -255,11 +254,14 @@ nlohmann::ordered_json Proof::report(const std::vector<CheckedPicture>& pictures
   json["sizes"] = reportSizes(pictures);
   json["shown while hidden"] = shownHidden_;
   json["state"] = nameOf(main_->view->status().state);
-  for (const auto& [name, value] :
-       {std::pair{"received", figures_.received}, {"decoded", figures_.decoded},
-        {"shown", figures_.shown}, {"overwritten", figures_.overwritten}, {"held", figures_.held},
-        {"lost", figures_.lost}, {"reconnections", figures_.reconnections},
-        {"restarts", figures_.restarts}}) {
+  for (const auto& [name, value] : {std::pair{"received", figures_.received},
+                                    {"decoded", figures_.decoded},
+                                    {"shown", figures_.shown},
+                                    {"overwritten", figures_.overwritten},
+                                    {"held", figures_.held},
+                                    {"lost", figures_.lost},
+                                    {"reconnections", figures_.reconnections},
+                                    {"restarts", figures_.restarts}}) {
     json[name] = value;
   }
   json["first picture"] = figures_.firstPicture;

@@ -34,7 +34,8 @@ struct Image {
   std::vector<std::uint8_t> rgb;  // from the top row down
   double luma(int x, int y) const {
     const auto at = (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                     static_cast<std::size_t>(x)) * 3;
+                     static_cast<std::size_t>(x)) *
+                    3;
     return .299 * rgb[at] + .587 * rgb[at + 1] + .114 * rgb[at + 2];
   }
 };

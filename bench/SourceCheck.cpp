@@ -140,11 +140,10 @@ DrawnSource& SourceCheck::sourceOf(const ShownPicture& picture) {
   auto& source =
       sources_[{picture.streamWidth, picture.streamHeight, picture.shape, picture.channel}];
   if (source == nullptr) {
-    source = std::make_unique<DrawnSource>(picture.streamWidth, picture.streamHeight,
-                                           settings_.rate, static_cast<std::size_t>(frames_),
-                                           SceneLabels{settings_.device, picture.channel},
-                                           picture.shape * picture.streamHeight /
-                                               picture.streamWidth);
+    source = std::make_unique<DrawnSource>(
+        picture.streamWidth, picture.streamHeight, settings_.rate,
+        static_cast<std::size_t>(frames_), SceneLabels{settings_.device, picture.channel},
+        picture.shape * picture.streamHeight / picture.streamWidth);
   }
   return *source;
 }
@@ -155,9 +154,9 @@ std::vector<std::uint8_t> SourceCheck::drawn(const ShownPicture& picture, int nu
   source.moveTo(static_cast<std::size_t>(number));
   const AVFrame* frame = source.next();
   std::vector<std::uint8_t> rgb(picture.rgb.size());
-  const ScalerPtr scaler(sws_getContext(
-      frame->width, frame->height, AV_PIX_FMT_YUV420P, picture.width, picture.height,
-      AV_PIX_FMT_RGB24, SWS_BILINEAR | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+  const ScalerPtr scaler(
+      sws_getContext(frame->width, frame->height, AV_PIX_FMT_YUV420P, picture.width, picture.height,
+                     AV_PIX_FMT_RGB24, SWS_BILINEAR | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
   const int* matrix = sws_getCoefficients(matrixForLines(frame->height));
   sws_setColorspaceDetails(scaler.get(), matrix, 0, matrix, 1, 0, 1 << 16, 1 << 16);
   std::uint8_t* const to = rgb.data();

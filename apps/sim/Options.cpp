@@ -66,8 +66,7 @@ void addSource(CLI::App& app, Options& options) {
   app.add_option("--input", options.input,
                  "Play this file (anything FFmpeg reads) instead of the drawn scene");
   app.add_option_function<std::string>(
-      "--size",
-      [&options](const std::string& text) { takeSize("--size", text, options.encoder); },
+      "--size", [&options](const std::string& text) { takeSize("--size", text, options.encoder); },
       "Picture size WxH, multiples of 16 (640x480)");
   app.add_option_function<std::string>(
       "--resize",

@@ -26,7 +26,7 @@ struct Options {
 
   std::string input;  // empty: the drawn scene
   EncoderSettings encoder;
-  EncoderSettings later;  // size of the loop's second half; width 0: the same
+  EncoderSettings later;              // size of the loop's second half; width 0: the same
   std::optional<AVRational> rate;     // otherwise a file keeps its own
   std::optional<double> loopSeconds;  // at most
 

@@ -37,11 +37,11 @@ void keepOnly(ByteView& kept, ByteView unit, const char* what) {
 Bytes withSampleShape(const h264::Sps& sps, ByteView unit, AVRational sampleShape) {
   h264::BitWriter writer;
   writer.copy(h264::payloadOf(unit), sps.vui.flagAt);
-  writer.bits(0b11, 2);    // usability information follows; it has a ratio
-  writer.bits(0xff, 8);    // which follows as two numbers
+  writer.bits(0b11, 2);  // usability information follows; it has a ratio
+  writer.bits(0xff, 8);  // which follows as two numbers
   writer.bits(static_cast<std::uint64_t>(sampleShape.num), 16);
   writer.bits(static_cast<std::uint64_t>(sampleShape.den), 16);
-  writer.bits(0, 8);       // none of the other parts
+  writer.bits(0, 8);  // none of the other parts
   return writer.unit(unit[0]);
 }
 

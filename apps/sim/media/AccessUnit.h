@@ -17,8 +17,8 @@ std::vector<ByteView> splitUnits(ByteView stream);
 // less than 9 bytes then, as that of 352x288, zeros fill its place. Every other frame is one slice.
 //
 // @param sei puts a unit of supplemental information into key frames
-// @param sampleShape stated by the sequence parameter set unless it is 1:1; the set is longer than the
-// layout's then, for clients that look for start codes
+// @param sampleShape stated by the sequence parameter set unless it is 1:1; the set is longer than
+// the layout's then, for clients that look for start codes
 // @throws SimError when the picture does not fit the layout: several slices, other lengths
 Bytes arrangeFrame(ByteView encoded, bool sei, AVRational sampleShape = {1, 1});
 

@@ -39,8 +39,7 @@ class MediaLoop {
   AVRational rate() const { return settings_.rate; }
 
  private:
-  bool encodeOnce(PictureSource& source, EncoderSettings settings,
-                  const std::atomic<bool>& stop);
+  bool encodeOnce(PictureSource& source, EncoderSettings settings, const std::atomic<bool>& stop);
   bool publish(EncodedFrame frame);
   void startAnew();
 
