@@ -6,27 +6,21 @@
 #include <atomic>
 #include <chrono>
 #include <iostream>
-#include <nlohmann/json.hpp>
-#include <optional>
+#include <sstream>
 #include <thread>
 
-#include "SourceCheck.h"
-#include "quorvid/live/LiveView.h"
+#include "ProofReport.h"
+#include "Watched.h"
 #include "quorvid/view/RunLoop.h"
-#include "quorvid/view/Window.h"
 
 namespace quorvid::bench {
 namespace {
 
-constexpr double kLeastDecibels = 30;
-constexpr double kMostAge = 0.2;      // seconds by which a picture of now may be late
 constexpr double kMostPatience = 60;  // seconds for the first picture
 
-double seconds(auto clockTime) {
-  return std::chrono::duration<double>(clockTime.time_since_epoch()).count();
-}
 double now() {
-  return seconds(std::chrono::steady_clock::now());
+  const auto time = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(time).count();
 }
 void sleepFor(double time) {
   std::this_thread::sleep_for(std::chrono::duration<double>(time));
@@ -58,59 +52,6 @@ LiveTarget targetOf(const Options& options, int channel) {
   return target;
 }
 
-// A view, and what it showed so far.
-class Watched {
- public:
-  Watched(CGRect frame, const Options& options, int channel, SourceCheck& check)
-      : view(LiveView::initWithFrame(frame)), check_(check), channel_(channel) {
-    static std::atomic<int> views{0};
-    number_ = views++;
-    if (view != nullptr) view->connect(targetOf(options, channel));
-  }
-
-  // After a turn. window: pictures are read from there, where it is not null.
-  void look(Window* window) {
-    const LiveFigures figures = view->figures();
-    if (figures.shown == shown_) return;
-    shown_ = figures.shown;
-    ShownPicture picture;
-    picture.view = number_;
-    picture.channel = channel_;
-    picture.time = seconds(std::chrono::system_clock::now());
-    picture.streamWidth = figures.streamWidth;
-    picture.streamHeight = figures.streamHeight;
-    picture.shape = figures.shape;
-    if (window != nullptr) {
-      WindowPicture read;
-      if (!window->snapshot(read)) return;
-      picture.width = read.width;
-      picture.height = read.height;
-      picture.rgb = std::move(read.rgb);
-    } else {
-      auto read = view->snapshot();
-      if (!read) return;
-      picture.width = read->width;
-      picture.height = read->height;
-      picture.rgb = std::move(read->rgb);
-    }
-    check_.add(std::move(picture));
-  }
-
-  std::shared_ptr<LiveView> view;
-
- private:
-  SourceCheck& check_;
-  int channel_;
-  int number_ = 0;
-  std::uint64_t shown_ = 0;
-};
-
-// What kept the loop from turning, or the view from being seen.
-struct Pause {
-  std::string kind;
-  double length = 0, end = 0;  // end: Unix time
-};
-
 class Proof {
  public:
   explicit Proof(const Options& options) : options_(options), check_(options.source) {}
@@ -121,26 +62,21 @@ class Proof {
   void treatBadly(double played);
   void churn(UIView& content, double played);
   void playOnOtherThread(const std::atomic<bool>& ends);
-  nlohmann::ordered_json report(const std::vector<CheckedPicture>& pictures) const;
-  nlohmann::ordered_json reportPauses(const std::vector<CheckedPicture>& pictures) const;
-  nlohmann::ordered_json reportSizes(const std::vector<CheckedPicture>& pictures) const;
 
   const Options options_;
   SourceCheck check_;
   std::unique_ptr<Watched> main_;
   std::vector<std::unique_ptr<Watched>> others_;
-  std::vector<Pause> pauses_;
-  LiveFigures figures_;
+  ProofResult result_;
   double stalled_ = 0, churned_ = 0;
-  std::uint64_t shownHidden_ = 0;
 };
 
 int Proof::run() {
   std::string error;
   const auto window = Window::open({"Proof", options_.width, options_.height, true}, &error);
   if (!window) return std::cerr << error << '\n', 1;
-  main_ = std::make_unique<Watched>(window->contentView()->bounds(), options_, options_.channel,
-                                    check_);
+  main_ = std::make_unique<Watched>(window->contentView()->bounds(),
+                                    targetOf(options_, options_.channel), check_);
   if (main_->view == nullptr) return std::cerr << "no live view could be made\n", 1;
   window->contentView()->addSubview(main_->view);
   std::atomic<bool> ends{false};
@@ -149,15 +85,15 @@ int Proof::run() {
   playAll(*window);
   ends = true;
   if (other.joinable()) other.join();
-  figures_ = main_->view->figures();
-  const auto pictures = check_.finish();
-  if (options_.trace) {
-    for (const CheckedPicture& p : pictures) {
-      std::cerr << p.view << ' ' << p.time << " number " << p.number << " age " << p.age << " dB "
-                << p.decibels << " cell " << p.worstCell << '\n';
-    }
+  result_.figures = main_->view->figures();
+  result_.state = main_->view->status().state;
+  result_.pictures = check_.finish();
+  for (const CheckedPicture& p : result_.pictures) {
+    if (!options_.trace) break;
+    std::cerr << p.view << ' ' << p.time << " number " << p.number << " age " << p.age << " dB "
+              << p.decibels << " cell " << p.worstCell << '\n';
   }
-  const auto json = report(pictures);
+  const auto json = reportOf(result_);
   std::cout << json.dump() << '\n';
   return json["below 30 dB"] == 0 && json["unreadable"] == 0 && json["out of order"] == 0 ? 0 : 1;
 }
@@ -168,7 +104,7 @@ void Proof::playAll(Window& window) {
     const double paused = now() - turned;
     turned = now();
     if (paused > std::max(0.5, 1.5 * options_.turns)) {
-      pauses_.push_back({"stopped", paused, seconds(std::chrono::system_clock::now())});
+      result_.pauses.push_back({"stopped", paused, unixSeconds()});
     }
     main_->look(options_.from == "window" ? &window : nullptr);
     if (turned < start && main_->view->figures().shown > 0) start = turned;
@@ -189,10 +125,10 @@ void Proof::treatBadly(double played) {
       played < options_.hide.other || played > options_.hide.other + options_.hide.length;
   if (isVisible == main_->view->isVisible()) return;
   const std::uint64_t shown = main_->view->figures().shown;
-  shownHidden_ = isVisible ? shown - shownHidden_ : shown;
+  result_.shownHidden = isVisible ? shown - result_.shownHidden : shown;
   main_->view->setVisible(isVisible);
   if (isVisible) {
-    pauses_.push_back({"hidden", options_.hide.length, seconds(std::chrono::system_clock::now())});
+    result_.pauses.push_back({"hidden", options_.hide.length, unixSeconds()});
   }
 }
 
@@ -204,113 +140,20 @@ void Proof::churn(UIView& content, double played) {
     others_.front()->view->removeFromSuperview();
     others_.erase(others_.begin());
   }
-  auto made =
-      std::make_unique<Watched>(CGRectMake(0, 0, 64, 48), options_, options_.channel + 1, check_);
+  auto made = std::make_unique<Watched>(CGRectMake(0, 0, 64, 48),
+                                        targetOf(options_, options_.channel + 1), check_);
   if (made->view == nullptr) return;
   content.addSubview(made->view);
   others_.push_back(std::move(made));
 }
 
 void Proof::playOnOtherThread(const std::atomic<bool>& ends) {
-  Watched watched(CGRectMake(0, 0, 640, 480), options_, options_.channel, check_);
+  Watched watched(CGRectMake(0, 0, 640, 480), targetOf(options_, options_.channel), check_);
   while (watched.view != nullptr && !ends) {
     RunLoop::currentRunLoop()->refreshAt(std::chrono::steady_clock::now());
     watched.look(nullptr);
     sleepFor(0.005);
   }
-}
-
-double median(std::vector<double> values) {
-  if (values.empty()) return -1;
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
-
-nlohmann::ordered_json Proof::report(const std::vector<CheckedPicture>& pictures) const {
-  nlohmann::ordered_json json;
-  double worst = 100, worstCell = 100;
-  long below = 0, unreadable = 0, disorder = 0;
-  std::vector<double> ages;
-  for (const CheckedPicture& picture : pictures) {
-    if (picture.number < 0) {
-      ++unreadable;
-      continue;
-    }
-    worst = std::min(worst, picture.decibels);
-    worstCell = std::min(worstCell, picture.worstCell);
-    below += picture.decibels < kLeastDecibels ? 1 : 0;
-    disorder += picture.isInOrder ? 0 : 1;
-    if (picture.view == 0) ages.push_back(picture.age);
-  }
-  json["compared"] = pictures.size();
-  json["worst dB"] = worst;
-  json["worst cell dB"] = worstCell;
-  json["below 30 dB"] = below;
-  json["unreadable"] = unreadable;
-  json["out of order"] = disorder;
-  json["median age"] = median(ages);
-  json["pauses"] = reportPauses(pictures);
-  json["sizes"] = reportSizes(pictures);
-  json["shown while hidden"] = shownHidden_;
-  json["state"] = nameOf(main_->view->status().state);
-  for (const auto& [name, value] : {std::pair{"received", figures_.received},
-                                    {"decoded", figures_.decoded},
-                                    {"shown", figures_.shown},
-                                    {"overwritten", figures_.overwritten},
-                                    {"held", figures_.held},
-                                    {"lost", figures_.lost},
-                                    {"reconnections", figures_.reconnections},
-                                    {"restarts", figures_.restarts}}) {
-    json[name] = value;
-  }
-  json["first picture"] = figures_.firstPicture;
-  json["longest pause"] = figures_.longestPause;
-  return json;
-}
-
-// For each pause: from its end to the first picture shown, and to the first one that is of now.
-nlohmann::ordered_json Proof::reportPauses(const std::vector<CheckedPicture>& pictures) const {
-  nlohmann::ordered_json list = nlohmann::ordered_json::array();
-  const auto first = std::find_if(pictures.begin(), pictures.end(),
-                                  [](const CheckedPicture& picture) { return picture.view == 0; });
-  for (const Pause& pause : pauses_) {
-    if (first == pictures.end() || pause.end < first->time) continue;
-    nlohmann::ordered_json json{{"kind", pause.kind}, {"length", pause.length}};
-    for (const CheckedPicture& picture : pictures) {
-      if (picture.view != 0 || picture.time < pause.end || picture.number < 0) continue;
-      if (!json.contains("to a picture")) {
-        json["to a picture"] = picture.time - pause.end;
-        json["its age"] = picture.age;
-        json["its number"] = picture.number;
-      }
-      if (picture.age > kMostAge) continue;
-      json["to one of now"] = picture.time - pause.end;
-      break;
-    }
-    list.push_back(json);
-  }
-  return list;
-}
-
-// The first picture of each size in a row.
-nlohmann::ordered_json Proof::reportSizes(const std::vector<CheckedPicture>& pictures) const {
-  nlohmann::ordered_json list = nlohmann::ordered_json::array();
-  const CheckedPicture* last = nullptr;
-  for (const CheckedPicture& picture : pictures) {
-    if (picture.view != 0 || picture.number < 0) continue;
-    if (last == nullptr || last->streamWidth != picture.streamWidth ||
-        last->streamHeight != picture.streamHeight) {
-      const std::string size =
-          std::to_string(picture.streamWidth) + "x" + std::to_string(picture.streamHeight);
-      list.push_back({{"size", size},
-                      {"first number", picture.number},
-                      {"its age", picture.age},
-                      {"after", last != nullptr ? picture.time - last->time : 0}});
-    }
-    last = &picture;
-  }
-  return list;
 }
 
 Span spanOf(const std::string& text) {
