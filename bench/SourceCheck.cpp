@@ -127,12 +127,10 @@ CheckedPicture SourceCheck::check(const ShownPicture& picture) {
   const double rate = av_q2d(settings_.rate);
   const double loop = static_cast<double>(frames_) / rate;
   checked.age = std::fmod(picture.time - *number / rate, loop);
-  const auto last = lastNumbers_.find(picture.view);
-  if (last != lastNumbers_.end()) {
-    const long step = (*number - last->second + frames_) % frames_;
-    checked.isInOrder = step > 0 && step < frames_ / 2 + 1;
-  }
-  lastNumbers_[picture.view] = *number;
+  const long due = std::lround((picture.time - checked.age) * rate);
+  const auto last = lastDue_.find(picture.view);
+  checked.isInOrder = last == lastDue_.end() || due > last->second;
+  lastDue_[picture.view] = due;
   return checked;
 }
 

@@ -69,8 +69,8 @@ class SourceCheck {
   const SourceSettings settings_;
   const long frames_;  // of the loop
   std::map<Key, std::unique_ptr<sim::DrawnSource>> sources_;
-  std::map<int, int> lastNumbers_;
-  std::mutex mutex_;  // guards what follows
+  std::map<int, long> lastDue_;  // by view: the picture's number in the endless stream
+  std::mutex mutex_;             // guards what follows
   std::condition_variable changed_;
   std::deque<ShownPicture> waiting_;
   std::vector<CheckedPicture> checked_;
