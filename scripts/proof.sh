@@ -63,7 +63,7 @@ stop_and_go() {
 
 stalled() {
   start_simulator --seconds 20 --gop 250
-  proof stalled --seconds 20 --stall 2:5.8
+  proof stalled --seconds 20 --stall 2:5.5
 }
 
 sigstopped() {
