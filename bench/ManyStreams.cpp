@@ -70,8 +70,8 @@ class Wall {
  public:
   explicit Wall(const Options& options) : options_(options) {
     std::string error;
-    window_ = Window::open({"Many streams", options.width, options.height, !options.onScreen},
-                           &error);
+    window_ =
+        Window::open({"Many streams", options.width, options.height, !options.onScreen}, &error);
     if (window_ == nullptr) throw std::runtime_error(error);
     if (options.turns > 0) {
       host_ = ViewHost::create();
@@ -158,10 +158,9 @@ nlohmann::json limits(const Options& options) {
   for (int i = 0; i < options.streams; ++i) {
     captures.emplace_back([&, i] {
       const LiveTarget target = targetOf(options, i);
-      streams[static_cast<std::size_t>(i)] =
-          captureFrames(target.host, target.port, target.device, target.channel,
-                        static_cast<std::size_t>(kFramesASecond * options.seconds),
-                        options.seconds);
+      streams[static_cast<std::size_t>(i)] = captureFrames(
+          target.host, target.port, target.device, target.channel,
+          static_cast<std::size_t>(kFramesASecond * options.seconds), options.seconds);
     });
   }
   for (std::thread& capture : captures) capture.join();

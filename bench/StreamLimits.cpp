@@ -136,9 +136,8 @@ nlohmann::json measureLimits(const std::vector<Frames>& streams) {
   const auto perPicture = [&](double seconds) {
     return 1e3 * seconds / static_cast<double>(pictures);
   };
-  return {{"pictures", pictures},
-          {"decodeMs", perPicture(decoding)},
-          {"scaleMs", perPicture(scaling)}};
+  return {
+      {"pictures", pictures}, {"decodeMs", perPicture(decoding)}, {"scaleMs", perPicture(scaling)}};
 }
 
 }  // namespace quorvid::bench

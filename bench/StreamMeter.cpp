@@ -15,8 +15,8 @@ double inMs(double seconds) {
 // part: 0 the least, 1 the most.
 double quantile(std::vector<double> values, double part) {
   if (values.empty()) return -1;
-  const auto at = values.begin() + static_cast<std::ptrdiff_t>(
-                                       part * static_cast<double>(values.size() - 1) + 0.5);
+  const auto at = values.begin() +
+                  static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1) + 0.5);
   std::nth_element(values.begin(), at, values.end());
   return inMs(*at);
 }
@@ -55,6 +55,7 @@ nlohmann::json StreamMeter::results() const {
           {"lost", figures.lost - before_.lost},
           {"held", figures.held - before_.held},
           {"restarts", figures.restarts},
+          {"state", nameOf(view_->status().state)},
           {"lateSamples", late},
           {"samples", samples_.size()},
           {"lagMs",

@@ -1,6 +1,7 @@
 #include "live/FrameQueue.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "base/Clock.h"
@@ -83,9 +84,10 @@ void FrameQueue::setHidden(bool hidden) {
   changed_.notify_one();
 }
 
-bool FrameQueue::isEmpty() const {
-  const std::lock_guard lock(mutex_);
-  return frames_.empty();
+bool FrameQueue::comesWithin(double seconds) {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_for(lock, std::chrono::duration<double>(seconds),
+                           [this] { return closed_ || !frames_.empty(); });
 }
 
 void FrameQueue::skipToNewestKey() {

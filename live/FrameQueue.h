@@ -47,7 +47,8 @@ class FrameQueue {
   // Hidden: take() waits, and a key frame takes the place of all that waits. Then everything that
   // waits is to be decoded, and only the last to be shown.
   void setHidden(bool hidden);
-  bool isEmpty() const;
+  // True when a frame waits, or does so within that time, or none is wanted any more.
+  bool comesWithin(double seconds);
   // What waits is late: the next frame taken is the newest key frame, if one waits.
   void skipToNewestKey();
   std::uint64_t lost() const;

@@ -128,6 +128,10 @@ std::optional<Picture> LivePlayer::turn(double now) {
     ++figures_.restarts;
   }
   if (!visible_) return std::nullopt;
+  if (picture && now - picture->arrival > options_.mostLag && report.lastFrame > picture->arrival) {
+    ++before_.overwritten;  // newer ones are on their way
+    return std::nullopt;
+  }
   return picture;
 }
 
@@ -168,6 +172,11 @@ LiveStatus LivePlayer::status(double now) const {
     status = makeStatus(LiveState::Late, LiveReason::TooSlow, kTooSlow);
   }
   return status;
+}
+
+bool LivePlayer::isStill(double now) const {
+  const LiveState state = status(now).state;
+  return state == LiveState::Late ? now - lastShown_ > options_.mostLag : state != LiveState::Live;
 }
 
 LiveStatus LivePlayer::stalledStatus(const SessionReport& report, double now) const {

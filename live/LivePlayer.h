@@ -36,6 +36,8 @@ class LivePlayer {
   // arrival: of the picture that was drawn just now.
   void pictureShown(double now, double arrival);
   LiveStatus status(double now) const;
+  // No picture follows the last one: it is not live.
+  bool isStill(double now) const;
   LiveFigures figures(double now) const;
 
  private:

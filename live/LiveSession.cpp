@@ -1,5 +1,6 @@
 #include "live/LiveSession.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/Clock.h"
@@ -14,6 +15,10 @@ namespace {
 constexpr std::uint64_t kUntakenPictures = 250;
 // Seconds: a host gets a new picture at least so often, however many wait.
 constexpr double kProgress = 0.1;
+// How fast a pause between two frames is forgotten, and how many of them before the host's turn the
+// next frame is waited for: a single late turn, or a burst of frames, changes neither.
+constexpr double kGapDecay = 0.95;
+constexpr double kFramesOfRoom = 1.25;
 // A view that left pictures out is called late for so many seconds more.
 constexpr double kCalm = 2;
 
@@ -51,8 +56,10 @@ void LiveSession::end() {
 }
 
 std::optional<Picture> LiveSession::takePicture() {
+  const double now = steadySeconds();
   const std::lock_guard lock(mutex_);
   ++taken_;
+  turnGaps_ = {turnGaps_[1], now - std::exchange(turned_, now)};
   return std::exchange(ready_, std::nullopt);
 }
 
@@ -114,14 +121,21 @@ bool LiveSession::noteLateness(double now, const Frame& frame) {
   return isTooOld;
 }
 
-// A newer frame waits, and the one that the host has not taken, or took just now, is new enough.
+// A newer frame waits while the host has one to take, or while this one is old. Or it comes well
+// before the host's next turn, as turns and frames come of late: for that one is waited.
 bool LiveSession::isOvertaken(double now, const Frame& frame) {
-  if (queue_.isEmpty()) return false;
-  const std::lock_guard lock(mutex_);
-  const bool isOvertaken =
-      now - published_ < kProgress && (ready_ || now - frame.arrival > kProgress);
-  if (isOvertaken) ++report_.overwritten;
-  return isOvertaken;
+  if (arrived_ >= 0) frameGap_ = std::max(frame.arrival - arrived_, kGapDecay * frameGap_);
+  arrived_ = frame.arrival;
+  const double wait = kFramesOfRoom * frameGap_;
+  std::unique_lock lock(mutex_);
+  if (now - published_ > kProgress) return false;
+  const bool hasTime = now + wait < turned_ + std::min(turnGaps_[0], turnGaps_[1]);
+  const bool isBehind = ready_ || now - frame.arrival > kProgress;
+  lock.unlock();
+  if (!queue_.comesWithin(hasTime ? wait : 0) || !(hasTime || isBehind)) return false;
+  lock.lock();
+  ++report_.overwritten;
+  return true;
 }
 
 void LiveSession::publish(Picture picture) {

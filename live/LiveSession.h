@@ -9,6 +9,7 @@
 // lock is held while a decoder, a worker or the wake handler runs.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -85,9 +86,13 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   mutable std::mutex mutex_;  // guards what follows
   SessionReport report_;
   std::optional<Picture> ready_;
-  std::uint64_t taken_ = 0;  // how often the host's thread asked
-  double published_ = -1;    // when ready_ was set last
-  double leftOut_ = -1;      // when a picture was left out last, because decoding is late
+  std::uint64_t taken_ = 0;           // how often the host's thread asked
+  double turned_ = -1;                // when it did last
+  std::array<double, 2> turnGaps_{};  // between its last turns
+  double published_ = -1;             // when ready_ was set last
+  double leftOut_ = -1;               // when a picture was left out last, because decoding is late
+  // The decoding thread's: arrival of the last frame, and the longest time between two of late.
+  double arrived_ = -1, frameGap_ = 0;
 };
 
 inline LiveStatus makeStatus(LiveState state, LiveReason reason = LiveReason::None,

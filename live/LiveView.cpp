@@ -87,7 +87,7 @@ void LiveView::State::draw(LiveView& view, double now) {
     layer->show(std::move(*picture));
     player.pictureShown(steadySeconds(), arrival);
   } else if (player.options().greyWhenStill) {
-    layer->setGrey(player.status(now).state != LiveState::Live);
+    layer->setGrey(player.isStill(now));
   }
 }
 

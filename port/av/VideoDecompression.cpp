@@ -118,8 +118,7 @@ OSStatus VTDecompressionSessionCreate(CFAllocator /*allocator*/,
 OSStatus VTSessionSetProperty(VTDecompressionSessionRef session, std::string_view key,
                               CFValue value) {
   if (session == nullptr) return kVTParameterErr;
-  if (key == kVTDecompressionPropertyKey_PicturesOnRequest &&
-      std::holds_alternative<bool>(value)) {
+  if (key == kVTDecompressionPropertyKey_PicturesOnRequest && std::holds_alternative<bool>(value)) {
     session->setPicturesOnRequest(std::get<bool>(value));
     return noErr;
   }
