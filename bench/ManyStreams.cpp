@@ -83,8 +83,9 @@ class Wall {
     const int rows = (options.streams + columns - 1) / columns;
     const double width = 1.0 * options.width / columns, height = 1.0 * options.height / rows;
     for (int i = 0; i < options.streams; ++i) {
-      const auto view = LiveView::initWithFrame(
-          CGRectMake(i % columns * width, i / columns * height, width, height));
+      const int column = i % columns, row = i / columns;
+      const auto view =
+          LiveView::initWithFrame(CGRectMake(column * width, row * height, width, height));
       if (view == nullptr) throw std::runtime_error("no live view could be made");
       root->addSubview(view);
       view->connect(targetOf(options, i));
@@ -155,6 +156,7 @@ nlohmann::json limits(const Options& options) {
   constexpr double kFramesASecond = 100;  // more than come
   std::vector<Frames> streams(static_cast<std::size_t>(options.streams));
   std::vector<std::thread> captures;
+  captures.reserve(streams.size());
   for (int i = 0; i < options.streams; ++i) {
     captures.emplace_back([&, i] {
       const LiveTarget target = targetOf(options, i);

@@ -15,8 +15,7 @@ double inMs(double seconds) {
 // part: 0 the least, 1 the most.
 double quantile(std::vector<double> values, double part) {
   if (values.empty()) return -1;
-  const auto at = values.begin() +
-                  static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1) + 0.5);
+  const auto at = values.begin() + std::lround(part * static_cast<double>(values.size() - 1));
   std::nth_element(values.begin(), at, values.end());
   return inMs(*at);
 }
