@@ -173,6 +173,8 @@ void parse(CLI::App& app, Options& options) {
   app.add_option("host", options.host, "Server of the fleet streams")->required();
   app.add_option("port", options.port)->required();
   app.add_option("--streams", options.streams)->check(CLI::Range(1, 64));
+  app.add_option("--width", options.width, "Of the window, in pixels (1280)");
+  app.add_option("--height", options.height, "(960)");
   app.add_option("--seconds", options.seconds)->check(CLI::Range(1.0, 3600.0));
   app.add_option("--turns", options.turns, "Turns a second of the host's loop (the window's own)")
       ->check(CLI::Range(1.0, 1000.0));
