@@ -10,11 +10,16 @@ namespace {
 
 constexpr double kSecondsOfRates = 3;
 constexpr double kSecondsBetweenSamples = 0.5;
-constexpr double kRetryAfter = 5;
+constexpr double kMostToRetry = 5;
 constexpr const char* kTooSlow = "decoding doesn't keep pace";
 
 bool isConnected(LiveState state) {
   return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
+}
+
+// A worker that gave up is no stall: it is tried again although stalls may not matter.
+double secondsToRetry(const LiveOptions& options) {
+  return options.stallAfter > 0 ? std::min(options.stallAfter, kMostToRetry) : kMostToRetry;
 }
 
 }  // namespace
@@ -23,7 +28,7 @@ LivePlayer::LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake)
     : options_(options),
       wake_(std::move(wake)),
       watch_(options.stallAfter, steadySeconds()),
-      retries_(kRetryAfter, steadySeconds()) {}
+      retries_(secondsToRetry(options), steadySeconds()) {}
 
 LivePlayer::~LivePlayer() {
   endSession();
@@ -52,7 +57,7 @@ bool LivePlayer::play() {
   figures_ = {};
   samples_.clear();
   watch_ = StallWatch(options_.stallAfter, played_);
-  retries_ = StallWatch(kRetryAfter, played_);
+  retries_ = StallWatch(secondsToRetry(options_), played_);
   startSession();
   return true;
 }

@@ -5,9 +5,9 @@
 // NUL-terminated, stay the caller's and must last until the call returns.
 //
 // Effects on the process: diagnostics go to standard output through printf, or to where
-// SetConnectionPrinter says; SIGPIPE is never raised; sockets are close-on-exec; a text that does not fit its field in a request ends the
-// process with abort() after one line on standard error. The fields hold 31 characters, carId on
-// the car and relay paths 63. Check texts before the call.
+// SetConnectionPrinter says; SIGPIPE is never raised; sockets are close-on-exec; a text that does
+// not fit its field in a request ends the process with abort() after one line on standard error.
+// The fields hold 31 characters, carId on the car and relay paths 63. Check texts before the call.
 //
 // Block signals on the threads that run the car stream, the queries and the poller: their search
 // for a tag reads byte by byte, and a signal there breaks the connection (also one whose handler
