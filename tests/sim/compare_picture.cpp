@@ -22,7 +22,7 @@ using namespace quorvid::sim;
 constexpr int kChannels = 4;
 constexpr double kLeastDecibels = 30;
 constexpr double kLeastOnScreen = 27;  // a pointer may lie over the tile; another channel has 25
-constexpr int kTextRows = 18;  // of the viewer's line of text, which lies over the lowest rows
+constexpr int kTextRows = 18;          // of the viewer's line of text, below the picture
 const char* const kDevice = "TRUCK-7";
 constexpr int kOwnColour[] = {89, 51, 26};  // blue, green, red of the examples' windows
 constexpr int kGap = 4;          // around each picture of theirs, where a point is a pixel
@@ -184,15 +184,15 @@ bool showsTiles(const Picture& screen) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const Picture picture = argc >= 2 ? readPng(argv[1]) : Picture{};
-  if (picture.bytes.empty()) {
+  const Picture seen = argc >= 2 ? readPng(argv[1]) : Picture{};
+  if (seen.bytes.empty()) {
     return std::fputs("usage: compare_picture FILE.png [tiles]\n", stderr), 2;
   }
-  if (argc > 2) return showsTiles(picture) ? 0 : 1;
+  if (argc > 2) return showsTiles(seen) ? 0 : 1;
+  const Picture picture = cut(seen, {0, 0, seen.width, seen.height - kTextRows});
   const Picture expected = expectedFor(picture, 0);
   if (expected.bytes.empty()) return 1;
-  const Box free{0, 0, picture.width, picture.height - kTextRows};
-  const double found = decibels(cut(picture, free), cut(expected, free));
+  const double found = decibels(picture, expected);
   std::printf("%.1f dB\n", found);
   return found >= kLeastDecibels ? 0 : 1;
 }

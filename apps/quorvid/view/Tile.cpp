@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "apps/common/Deadline.h"
@@ -96,14 +95,10 @@ void Tile::setFrame(CGRect frame) {
   placePicture();
 }
 
-// Up by as much as the line of text takes, where the picture's shape leaves room below it.
+// Above the line of text, so that nothing of it is covered.
 void Tile::placePicture() {
   CGSize area = container_->bounds().size;
-  const double shape = view_->figures().shape;
-  if (strip_ && shape > 0 && options_.live.shape >= 0) {
-    const CGFloat free = std::max(0.0, std::floor(area.height - area.width / shape));
-    area.height -= std::min(free, strip_->height());
-  }
+  if (strip_) area.height = std::max(1.0, area.height - strip_->height());
   if (area.width == pictureArea_.width && area.height == pictureArea_.height) return;
   pictureArea_ = area;
   view_->setFrame(CGRect{{0, 0}, area});

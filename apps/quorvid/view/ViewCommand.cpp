@@ -20,8 +20,10 @@ struct ViewArguments : StreamOptions {
     StreamOptions::addTo(command, Streams::Several);
     const auto takeSize = [this](const std::string& text) { view.size = parseSize(text); };
     command
-        .add_option_function<std::string>("--size", takeSize,
-                                          "size of the picture area, 960x720 by default")
+        .add_option_function<std::string>(
+            "--size", takeSize,
+            "size of the window's content; 960x738, a picture and its line of "
+            "text, by default")
         ->type_name("WxH");
     command.add_flag("--headless", view.headless, "no window; draw off screen");
     addSeconds(command, "--seconds", view.seconds, 0, 1e6, "end after so many seconds");

@@ -15,8 +15,8 @@ namespace quorvid::app {
 struct ViewOptions {
   std::vector<StreamTarget> targets;  // at least one, a tile each
   std::vector<std::string> devices;   // that they belong to
-  PixelSize size{960, 720};
-  double shape = 0;  // as LiveOptions has it
+  PixelSize size{960, 738};           // one 4:3 picture and its line of text
+  double shape = 0;                   // as LiveOptions has it
   bool headless = false;
   double seconds = 0;  // 0: until the window is closed or a signal comes
   double stallAfter = 5;
