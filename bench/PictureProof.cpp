@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <exception>
 #include <iostream>
 #include <sstream>
 #include <thread>
@@ -168,7 +169,7 @@ Span spanOf(const std::string& text) {
 }  // namespace
 }  // namespace quorvid::bench
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   using namespace quorvid::bench;
   Options options;
   CLI::App app("Compares each picture that a live view shows with its source.", "picture_proof");
@@ -197,4 +198,7 @@ int main(int argc, char** argv) {
   CLI11_PARSE(app, argc, argv);
   options.source.rate = av_d2q(options.fps, 1001000);
   return Proof(options).run();
+} catch (const std::exception& error) {
+  std::cerr << "picture_proof: " << error.what() << '\n';
+  return 1;
 }

@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cmath>
+#include <exception>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -72,7 +73,7 @@ Disc sunIn(const Image& image, double shape) {
 }
 
 std::shared_ptr<LiveView> addView(UIView& parent, const LiveTarget& target) {
-  const auto view = LiveView::initWithFrame(parent.bounds());
+  auto view = LiveView::initWithFrame(parent.bounds());
   if (view == nullptr) return nullptr;
   parent.addSubview(view);
   view->connect(target);
@@ -144,7 +145,7 @@ int prove(const LiveTarget& target) {
 }  // namespace
 }  // namespace quorvid::bench
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   std::string server;
   quorvid::LiveTarget target;
   target.device = "TRUCK-7";
@@ -156,4 +157,7 @@ int main(int argc, char** argv) {
   target.host = server.substr(0, colon);
   target.port = std::stoi(server.substr(colon + 1));
   return quorvid::bench::prove(target);
+} catch (const std::exception& error) {
+  std::cerr << "round_proof: " << error.what() << '\n';
+  return 1;
 }

@@ -53,8 +53,7 @@ void compare(const ShownPicture& picture, const std::vector<std::uint8_t>& sourc
   for (int y = 0; y < picture.height; ++y) {
     const int row = y * kCellRows / picture.height;
     for (int x = 0; x < picture.width; ++x) {
-      const auto cell =
-          static_cast<std::size_t>(row * kCellColumns + x * kCellColumns / picture.width);
+      const auto cell = std::size_t{kCellColumns} * row + x * kCellColumns / picture.width;
       double luma = 0;
       for (std::size_t c = 0; c < kChannels; ++c, ++at) {
         const double difference = picture.rgb[at] - source[at];

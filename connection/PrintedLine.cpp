@@ -74,9 +74,12 @@ void printLine(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   if (to.printer == nullptr) {
+    // The analyzer does not follow va_start.
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     vprintf(format, arguments);
   } else {
     std::array<char, 2048> line;  // a name that the resolver takes has 1025 characters at most
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     const int length = vsnprintf(line.data(), line.size(), format, arguments);
     const bool isWhole = length > 0 && static_cast<std::size_t>(length) < line.size();
     if (isWhole) line[static_cast<std::size_t>(length) - 1] = '\0';

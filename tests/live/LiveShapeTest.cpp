@@ -20,7 +20,7 @@ std::string frameWithDisc() {
       for (int x = 0; x < picture.width; ++x) {
         const double dx = (x + .5 - picture.width / 2.0) * 12 / 11, dy = y + .5 - 288;
         const bool isInside = dx * dx + dy * dy < 200 * 200;
-        if (isInside) picture.y[static_cast<std::size_t>(y * picture.width + x)] = 200;
+        if (isInside) picture.y[std::ptrdiff_t{picture.width} * y + x] = 200;
       }
     }
   };
