@@ -49,8 +49,12 @@ PictureBytes allocateBytes(std::size_t size) {
 
 struct Plane {
   std::uint8_t* base = nullptr;
-  std::size_t width = 0, height = 0;
+  std::size_t width = 0, height = 0, bytesPerRow = 0;
 };
+
+bool isPossible(std::size_t width, std::size_t height) {
+  return width >= 1 && width <= kLargestSide && height >= 1 && height <= kLargestSide;
+}
 
 }  // namespace
 
@@ -60,11 +64,12 @@ struct Plane {
 class CVPixelBuffer {
  public:
   std::atomic<std::int32_t> references{1};
-  std::size_t width = 0, height = 0, bytesPerRow = 0, planeCount = 0;
+  std::size_t width = 0, height = 0, planeCount = 0;
   std::uint32_t format = 0;
   CGSize encodedSize, displaySize;
-  std::array<Plane, 2> planes;
+  std::array<Plane, 3> planes;
   PictureBytes bytes;
+  std::shared_ptr<const void> keeper;  // of bytes that lie elsewhere
   std::vector<std::pair<std::string, Text>> attachments;
 };
 
@@ -74,17 +79,31 @@ const Plane* planeOf(CVPixelBufferRef buffer, std::size_t plane) {
   return buffer != nullptr && plane < buffer->planeCount ? &buffer->planes[plane] : nullptr;
 }
 
-bool layOutPlanes(CVPixelBuffer& buffer) {
-  const std::size_t lumaBytes = roundUp(buffer.bytesPerRow * buffer.height);
+bool layOutPlanes(CVPixelBuffer& buffer, std::size_t row) {
+  const std::size_t lumaBytes = roundUp(row * buffer.height);
   const bool chroma = buffer.planeCount == 2;
-  const std::size_t chromaBytes = chroma ? buffer.bytesPerRow * (buffer.height / 2) : 0;
+  const std::size_t chromaBytes = chroma ? row * (buffer.height / 2) : 0;
   buffer.bytes = allocateBytes(lumaBytes + chromaBytes);
   if (!buffer.bytes) return false;
-  buffer.planes[0] = Plane{buffer.bytes.get(), buffer.width, buffer.height};
+  std::uint8_t* const base = buffer.bytes.get();
+  buffer.planes[0] = Plane{base, buffer.width, buffer.height, row};
   if (chroma) {
-    buffer.planes[1] = Plane{buffer.bytes.get() + lumaBytes, buffer.width / 2, buffer.height / 2};
+    buffer.planes[1] = Plane{base + lumaBytes, buffer.width / 2, buffer.height / 2, row};
   }
   return true;
+}
+
+std::unique_ptr<CVPixelBuffer> makeBuffer(std::size_t width, std::size_t height,
+                                          std::uint32_t format, std::size_t planeCount) {
+  std::unique_ptr<CVPixelBuffer> buffer(new (std::nothrow) CVPixelBuffer);
+  if (!buffer) return nullptr;
+  buffer->width = width;
+  buffer->height = height;
+  buffer->planeCount = planeCount;
+  buffer->format = format;
+  buffer->encodedSize = {static_cast<CGFloat>(width), static_cast<CGFloat>(height)};
+  buffer->displaySize = buffer->encodedSize;
+  return buffer;
 }
 
 }  // namespace
@@ -95,20 +114,38 @@ CVReturn CVPixelBufferCreate(std::size_t width, std::size_t height, std::uint32_
   *out = nullptr;
   const std::size_t row = lumaBytesPerRow != 0 ? lumaBytesPerRow : roundUp(width);
   const bool biPlanar = pixelFormat == kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange;
-  if (width < 1 || width > kLargestSide || height < 1 || height > kLargestSide || row < width ||
-      row > kLongestRow || (!biPlanar && pixelFormat != kCVPixelFormatType_OneComponent8)) {
+  if (!isPossible(width, height) || row < width || row > kLongestRow ||
+      (!biPlanar && pixelFormat != kCVPixelFormatType_OneComponent8)) {
     return kCVReturnInvalidArgument;
   }
-  std::unique_ptr<CVPixelBuffer> buffer(new (std::nothrow) CVPixelBuffer);
+  auto buffer = makeBuffer(width, height, pixelFormat, biPlanar ? 2 : 1);
+  if (!buffer || !layOutPlanes(*buffer, row)) return kCVReturnAllocationFailed;
+  *out = buffer.release();
+  return kCVReturnSuccess;
+}
+
+CVReturn CVPixelBufferCreateWithPlanarBytes(std::size_t width, std::size_t height,
+                                            std::uint32_t pixelFormat,
+                                            const std::array<std::uint8_t*, 3>& bases,
+                                            const std::array<std::size_t, 3>& bytesPerRow,
+                                            std::shared_ptr<const void> keeper,
+                                            CVPixelBufferRef* out) {
+  if (out == nullptr) return kCVReturnInvalidArgument;
+  *out = nullptr;
+  if (!isPossible(width, height) || (pixelFormat != kCVPixelFormatType_420YpCbCr8Planar &&
+                                     pixelFormat != kCVPixelFormatType_420YpCbCr8PlanarFullRange)) {
+    return kCVReturnInvalidArgument;
+  }
+  auto buffer = makeBuffer(width, height, pixelFormat, bases.size());
   if (!buffer) return kCVReturnAllocationFailed;
-  buffer->width = width;
-  buffer->height = height;
-  buffer->bytesPerRow = row;
-  buffer->planeCount = biPlanar ? 2 : 1;
-  buffer->format = pixelFormat;
-  buffer->encodedSize = {static_cast<CGFloat>(width), static_cast<CGFloat>(height)};
-  buffer->displaySize = buffer->encodedSize;
-  if (!layOutPlanes(*buffer)) return kCVReturnAllocationFailed;
+  for (std::size_t i = 0; i < bases.size(); ++i) {
+    const bool luma = i == 0;
+    const Plane plane{bases[i], luma ? width : (width + 1) / 2, luma ? height : (height + 1) / 2,
+                      bytesPerRow[i]};
+    if (plane.base == nullptr || plane.bytesPerRow < plane.width) return kCVReturnInvalidArgument;
+    buffer->planes[i] = plane;
+  }
+  buffer->keeper = std::move(keeper);
   *out = buffer.release();
   return kCVReturnSuccess;
 }
@@ -146,7 +183,8 @@ std::uint8_t* CVPixelBufferGetBaseAddressOfPlane(CVPixelBufferRef buffer, std::s
 }
 
 std::size_t CVPixelBufferGetBytesPerRowOfPlane(CVPixelBufferRef buffer, std::size_t plane) {
-  return planeOf(buffer, plane) != nullptr ? buffer->bytesPerRow : 0;
+  const Plane* found = planeOf(buffer, plane);
+  return found != nullptr ? found->bytesPerRow : 0;
 }
 
 std::size_t CVPixelBufferGetWidthOfPlane(CVPixelBufferRef buffer, std::size_t plane) {

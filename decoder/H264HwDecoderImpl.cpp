@@ -41,7 +41,11 @@ void storeParameterSet(char*& set, std::ptrdiff_t& setSize, const char* bytes, s
   setSize = static_cast<std::ptrdiff_t>(size);
 }
 
-ImageBufferAttributes pictureAttributes() {
+ImageBufferAttributes pictureAttributes(PictureForm form) {
+  if (form == PictureForm::AsDecoded) {
+    return {
+        {{kCVPixelBufferPixelFormatTypeKey, std::int64_t{kCVPixelFormatType_420YpCbCr8Planar}}}};
+  }
   return {{{kCVPixelBufferPixelFormatTypeKey,
             std::int64_t{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange}},
            {kCVPixelBufferWidthKey, std::int64_t{kPictureWidth}},
@@ -124,7 +128,7 @@ bool H264HwDecoderImpl::initH264Decoder() {
     return true;
   }
   VTDecompressionSessionCreate(kCFAllocatorDefault, _decoderFormatDescription, nullptr,
-                               pictureAttributes(), {didDecompress, this}, &_deocderSession);
+                               pictureAttributes(form_), {didDecompress, this}, &_deocderSession);
   VTSessionSetProperty(_deocderSession, kVTDecompressionPropertyKey_ThreadCount, std::int64_t{1});
   VTSessionSetProperty(_deocderSession, kVTDecompressionPropertyKey_RealTime, true);
   if (picturesOnRequest_) {

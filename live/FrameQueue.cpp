@@ -64,7 +64,7 @@ std::optional<Frame> FrameQueue::take() {
     frame.isAfterLoss = isAfterLoss;
     unshown_ -= std::min<std::size_t>(unshown_, 1);
     const bool isBehind = steadySeconds() - frame.arrival > kBehind && !frames_.empty();
-    if (frame.isReference || frame.isKey || !isBehind) return frame;
+    if (frame.isReference || frame.isKey || !isBehind || keepsAll_) return frame;
     ++lost_;
   }
 }

@@ -22,6 +22,7 @@ struct Frame {
   h264::Bytes bytes;  // Annex B, behind one more zero, so that each unit has 4 bytes in front
   std::vector<h264::Unit> units;  // of bytes
   double arrival = 0;             // seconds, steady clock
+  std::uint64_t number = 0;       // of those that the session received, from 1
   bool isKey = false;             // brings parameter sets or an IDR picture
   bool isReference = true;        // others may refer to it
   bool isToBeShown = true;        // false: a newer one, which waits already, will be
@@ -42,6 +43,8 @@ class FrameQueue {
   void push(Frame frame);
   // Waits for a frame and takes it. Nothing once the queue is closed.
   std::optional<Frame> take();
+  // A decoder that is behind is spared nothing, within the bounds. To be said before take().
+  void keepAll() { keepsAll_ = true; }
   // Ends take(), now and later.
   void close();
   // Hidden: take() waits, and a key frame takes the place of all that waits. Then everything that
@@ -67,6 +70,7 @@ class FrameQueue {
   bool needsKey_ = false;
   bool hidden_ = false;
   bool closed_ = false;
+  bool keepsAll_ = false;
 };
 
 }  // namespace quorvid

@@ -24,9 +24,11 @@ double secondsToRetry(const LiveOptions& options) {
 
 }  // namespace
 
-LivePlayer::LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake)
+LivePlayer::LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake,
+                       const Delivery& delivery)
     : options_(options),
       wake_(std::move(wake)),
+      delivery_(delivery),
       watch_(options.stallAfter, steadySeconds()),
       retries_(secondsToRetry(options), steadySeconds()) {}
 
@@ -79,7 +81,7 @@ void LivePlayer::giveUp(LiveReason reason, std::string sentence) {
 }
 
 void LivePlayer::startSession() {
-  session_ = LiveSession::start(target_, options_.mostLag, wake_, !visible_);
+  session_ = LiveSession::start(target_, options_.mostLag, wake_, !visible_, delivery_);
 }
 
 void LivePlayer::endSession() {
@@ -116,6 +118,7 @@ std::optional<Picture> LivePlayer::turn(double now) {
   if (session_ == nullptr) return std::nullopt;
   sample(now);
   auto picture = session_->takePicture();
+  if (picture) picture->number += before_.received;
   const SessionReport report = session_->report();
   // Nobody sees the pictures of a hidden view: its frames tell that the stream is alive.
   if (picture || (!visible_ && report.lastFrame > now - watch_.silence(now))) {

@@ -14,7 +14,7 @@ namespace quorvid {
 
 class LivePlayer {
  public:
-  LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake);
+  LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake, const Delivery& delivery = {});
   ~LivePlayer();
 
   // The same as in LiveView.
@@ -55,6 +55,7 @@ class LivePlayer {
 
   LiveOptions options_;
   std::shared_ptr<Wake> wake_;
+  const Delivery delivery_;
   LiveTarget target_;
   LiveStatus failure_;  // Failed: why nothing can be played
   bool hasGivenUp_ = false;

@@ -29,8 +29,10 @@ bool isStreaming(LiveState state) {
 }  // namespace
 
 std::shared_ptr<LiveSession> LiveSession::start(const LiveTarget& target, double mostLag,
-                                                std::shared_ptr<Wake> wake, bool hidden) {
-  std::shared_ptr<LiveSession> session(new LiveSession(target, mostLag, std::move(wake)));
+                                                std::shared_ptr<Wake> wake, bool hidden,
+                                                const Delivery& delivery) {
+  std::shared_ptr<LiveSession> session(new LiveSession(target, mostLag, std::move(wake), delivery));
+  if (delivery.isEvery) session->queue_.keepAll();
   session->queue_.setHidden(hidden);
   Thread decoding([session] { session->decode(); });
   Thread receiving([session] { session->receive(); });
@@ -41,9 +43,11 @@ std::shared_ptr<LiveSession> LiveSession::start(const LiveTarget& target, double
   return session;
 }
 
-LiveSession::LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake)
+LiveSession::LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake,
+                         const Delivery& delivery)
     : target_(target),
       wake_(std::move(wake)),
+      delivery_(delivery),
       mostLag_(mostLag),
       peer_(target.host + ":" + std::to_string(target.port)),
       asksForRelay_(target.path == LivePath::Relay) {
@@ -53,6 +57,9 @@ LiveSession::LiveSession(const LiveTarget& target, double mostLag, std::shared_p
 void LiveSession::end() {
   stopReceiving();
   queue_.close();
+  const std::lock_guard lock(mutex_);
+  ending_ = true;
+  picked_.notify_one();
 }
 
 std::optional<Picture> LiveSession::takePicture() {
@@ -60,6 +67,7 @@ std::optional<Picture> LiveSession::takePicture() {
   const std::lock_guard lock(mutex_);
   ++taken_;
   turnGaps_ = {turnGaps_[1], now - std::exchange(turned_, now)};
+  picked_.notify_one();
   return std::exchange(ready_, std::nullopt);
 }
 
@@ -84,7 +92,7 @@ void LiveSession::setStatus(LiveState state, LiveReason reason, std::string sent
 // The decoding thread.
 void LiveSession::decode() {
   const LogQuiet quiet;
-  StreamDecoder decoder;
+  StreamDecoder decoder(delivery_.form);
   while (auto frame = queue_.take()) {
     decodeFrame(decoder, *frame);
   }
@@ -102,7 +110,7 @@ void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
   if (outcome != StreamDecoder::Outcome::Picture) return;
   const double now = steadySeconds();
   const bool isLeftOut = noteLateness(now, frame) || !frame.isToBeShown || isOvertaken(now, frame);
-  if (!isLeftOut) publish({decoder.picture(), frame.arrival, shape});
+  if (!isLeftOut) publish({decoder.picture(), frame.arrival, frame.number, shape});
   wake_->signal();
 }
 
@@ -122,8 +130,10 @@ bool LiveSession::noteLateness(double now, const Frame& frame) {
 }
 
 // A newer frame waits while the host has one to take, or while this one is old. Or it comes well
-// before the host's next turn, as turns and frames come of late: for that one is waited.
+// before the host's next turn, as turns and frames come of late: for that one is waited. Whoever
+// takes pictures as decoded waits for them, without turns, and they cost nothing to make.
 bool LiveSession::isOvertaken(double now, const Frame& frame) {
+  if (delivery_.isEvery || delivery_.form == PictureForm::AsDecoded) return false;
   if (arrived_ >= 0) frameGap_ = std::max(frame.arrival - arrived_, kGapDecay * frameGap_);
   arrived_ = frame.arrival;
   const double wait = kFramesOfRoom * frameGap_;
@@ -142,7 +152,8 @@ void LiveSession::publish(Picture picture) {
   if (picture.buffer == nullptr) return;
   bool nobodyTakes = false;
   {
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    if (delivery_.isEvery) picked_.wait(lock, [this] { return !ready_ || ending_; });
     ++report_.converted;
     if (ready_) ++report_.overwritten;
     ready_ = std::move(picture);

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,11 +41,18 @@ struct SessionReport {
   std::uint64_t attempts = 0;  // connections begun
 };
 
+// Which pictures a session hands out.
+struct Delivery {
+  PictureForm form = PictureForm::OneSize;
+  bool isEvery = false;  // decoding waits until the last one is taken, and spares no frame
+};
+
 class LiveSession : public StreamObserver, public std::enable_shared_from_this<LiveSession> {
  public:
   // Starts both threads. Failed with NoResources in report() when the system refuses one.
   static std::shared_ptr<LiveSession> start(const LiveTarget& target, double mostLag,
-                                            std::shared_ptr<Wake> wake, bool hidden);
+                                            std::shared_ptr<Wake> wake, bool hidden,
+                                            const Delivery& delivery = {});
 
   void end();
   void setHidden(bool hidden) { queue_.setHidden(hidden); }
@@ -54,7 +62,8 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   SessionReport report() const;
 
  private:
-  LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake);
+  LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake,
+              const Delivery& delivery);
   void receive();
   void stopReceiving();
   void fail(LiveReason reason, std::string sentence);
@@ -76,6 +85,7 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
 
   const LiveTarget target_;
   const std::shared_ptr<Wake> wake_;
+  const Delivery delivery_;
   std::atomic<double> mostLag_;
   std::uint8_t cancel_ = 0;  // the worker's stop flag
   // The receiving thread's: whom the worker talks to, for a person; and whether it asks there for a
@@ -86,6 +96,8 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   mutable std::mutex mutex_;  // guards what follows
   SessionReport report_;
   std::optional<Picture> ready_;
+  std::condition_variable picked_;    // ready_ was taken, or the session ends
+  bool ending_ = false;
   std::uint64_t taken_ = 0;           // how often the host's thread asked
   double turned_ = -1;                // when it did last
   std::array<double, 2> turnGaps_{};  // between its last turns

@@ -1,6 +1,7 @@
 // PicturePtr: a reference to a decoded picture. Picture: one with what the view has to know of it.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <type_traits>
 
@@ -23,7 +24,8 @@ struct StreamShape {
 
 struct Picture {
   PicturePtr buffer;
-  double arrival = 0;  // of its frame; seconds, steady clock
+  double arrival = 0;        // of its frame; seconds, steady clock
+  std::uint64_t number = 0;  // of its frame, counted from 1 since play()
   StreamShape shape;
 };
 

@@ -98,14 +98,17 @@ void LiveSession::fail(LiveReason reason, std::string sentence) {
 
 void LiveSession::frameArrived(const std::uint8_t* bytes, std::size_t size) {
   const double now = steadySeconds();
+  std::uint64_t number = 0;
   {
     const std::lock_guard lock(mutex_);
-    ++report_.received;
+    number = ++report_.received;
     report_.bytes += size;
     report_.lastFrame = now;
   }
   try {
-    queue_.push(makeFrame({bytes, size}, now));
+    Frame frame = makeFrame({bytes, size}, now);
+    frame.number = number;
+    queue_.push(std::move(frame));
   } catch (const std::bad_alloc&) {  // the decoder notices that the frame is missing
     setStatus(LiveState::WaitingForKeyFrame, LiveReason::NoResources,
               "there is no memory for a frame");

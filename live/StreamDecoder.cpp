@@ -63,6 +63,7 @@ bool StreamDecoder::takeSets(const Frame& frame) {
   stream_ = h264::parseSps(sps_);
   if (!stream_) stream_ = h264::peekSps(sps_);
   decoder_ = H264HwDecoderImpl::init();
+  decoder_->setPictureForm(form_);
   decoder_->setPicturesOnRequest();
   for (const h264::Bytes* set : {&sps_, &pps_}) {
     if (set->empty()) continue;

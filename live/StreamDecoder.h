@@ -27,9 +27,10 @@ class StreamDecoder {
     NoPicture,     // holds no slice
   };
 
+  explicit StreamDecoder(PictureForm form = PictureForm::OneSize) : form_(form) {}
   Outcome decode(Frame& frame);
-  // Of the frame decoded last, where the outcome was Picture; it costs about as much as decoding
-  // did. Null when memory is short.
+  // Of the frame decoded last, where the outcome was Picture. In one size it costs about as much as
+  // decoding did; as decoded, next to nothing. Null when memory is short.
   PicturePtr picture() const;
   // What the stream's parameter set states; nothing before the first.
   const std::optional<h264::Sps>& stream() const { return stream_; }
@@ -38,6 +39,7 @@ class StreamDecoder {
   bool takeSets(const Frame& frame);
   void feed(Frame& frame, const h264::Unit& unit, std::size_t end);
 
+  const PictureForm form_;
   std::shared_ptr<H264HwDecoderImpl> decoder_;
   h264::Bytes sps_, pps_;  // of the decoder
   std::optional<h264::Sps> stream_;

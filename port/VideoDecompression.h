@@ -60,7 +60,9 @@ inline constexpr std::string_view kCVPixelBufferHeightKey = "Height";
 inline constexpr std::string_view kCVPixelBufferOpenGLCompatibilityKey = "OpenGLCompatibility";
 
 // What the pictures shall be: pixel format, width, height and whether OpenGL can use them. Without
-// width and height (entries without a key in their place) they have the stream's own size.
+// width and height (entries without a key in their place) they have the stream's own size. Format
+// "y420" without a size and for OpenGL or not: the decoder's own planes, not copied ("f420" where
+// the stream is in full range); not to be written to, the decoder may refer to them.
 struct ImageBufferAttribute {
   std::string_view key;
   CFValue value;

@@ -56,6 +56,7 @@ CVPixelBufferRef PicturePool::take(std::size_t width, std::size_t height) {
 
 CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
   if (frame.width < 2 || frame.height < 2) return nullptr;
+  if (size_.asDecoded) return wrap(frame);
   const bool isOwn = size_.width == 0;
   CVPixelBufferRef picture =
       pool_.take(isOwn ? static_cast<std::size_t>(frame.width) : size_.width,
@@ -66,6 +67,29 @@ CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
     return nullptr;
   }
   CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixOf(frame));
+  return picture;
+}
+
+// Holds the frame for as long as the picture lives. What isn't planar is made so, in memory of the
+// picture's own.
+CVPixelBufferRef PictureConverter::wrap(const AVFrame& frame) {
+  const bool isPlanar = frame.format == AV_PIX_FMT_YUV420P || frame.format == AV_PIX_FMT_YUVJ420P;
+  if (!isPlanar && !toPlanar(frame)) return nullptr;
+  const std::shared_ptr<AVFrame> held(
+      isPlanar ? av_frame_clone(&frame) : std::exchange(planar_, nullptr).release(), AvDeleter());
+  if (held == nullptr) return nullptr;
+  CVPixelBufferRef picture = nullptr;
+  CVPixelBufferCreateWithPlanarBytes(
+      static_cast<std::size_t>(held->width), static_cast<std::size_t>(held->height),
+      isFullRange(frame) ? kCVPixelFormatType_420YpCbCr8PlanarFullRange
+                         : kCVPixelFormatType_420YpCbCr8Planar,
+      {held->data[0], held->data[1], held->data[2]},
+      {static_cast<std::size_t>(held->linesize[0]), static_cast<std::size_t>(held->linesize[1]),
+       static_cast<std::size_t>(held->linesize[2])},
+      held, &picture);
+  if (picture != nullptr) {
+    CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixOf(frame));
+  }
   return picture;
 }
 

@@ -39,6 +39,7 @@ class PicturePool {
 // Of 0 by 0: each frame's own.
 struct PictureSize {
   std::size_t width = 0, height = 0;
+  bool asDecoded = false;  // the frame's own planes, "y420" or "f420"
 };
 
 class PictureConverter {
@@ -50,6 +51,7 @@ class PictureConverter {
   CVPixelBufferRef convert(const AVFrame& frame);
 
  private:
+  CVPixelBufferRef wrap(const AVFrame& frame);
   bool fill(const AVFrame& frame, CVPixelBufferRef picture);
   bool toPlanar(const AVFrame& frame);
   bool prepareConversion(const AVFrame& frame);

@@ -48,8 +48,11 @@ std::optional<PictureSize> sizeOf(const ImageBufferAttributes& attributes) {
   constexpr std::int64_t kLargestSide = 8192;
   const auto width = valueOf<std::int64_t>(attributes, kCVPixelBufferWidthKey);
   const auto height = valueOf<std::int64_t>(attributes, kCVPixelBufferHeightKey);
-  if (valueOf<std::int64_t>(attributes, kCVPixelBufferPixelFormatTypeKey) !=
-          std::int64_t{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange} ||
+  const auto format = valueOf<std::int64_t>(attributes, kCVPixelBufferPixelFormatTypeKey);
+  if (format == std::int64_t{kCVPixelFormatType_420YpCbCr8Planar} && !width && !height) {
+    return PictureSize{.asDecoded = true};
+  }
+  if (format != std::int64_t{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange} ||
       !valueOf<bool>(attributes, kCVPixelBufferOpenGLCompatibilityKey) ||
       width.has_value() != height.has_value()) {
     return std::nullopt;

@@ -5,7 +5,8 @@
 //
 // The first unit that is no parameter set builds the decompression session from the sets stored by
 // then. That session stays for good: later sets are stored and never reach it, so a stream that
-// changes its size needs a new decoder. Pictures are 1280 by 960 "420v" whatever the stream's size.
+// changes its size needs a new decoder. Pictures are 1280 by 960 "420v" whatever the stream's size,
+// unless setPictureForm() asks for another form.
 // Errors are logged and swallowed. Zeros that fill the place of a shorter parameter set are taken.
 // A unit whose slices could hold the thread for longer than about a quarter of a second, or a set
 // whose pictures or reference pictures are larger than level 5.1 allows, is refused.
@@ -25,6 +26,12 @@ namespace quorvid {
 
 class CMVideoFormatDescription;
 class VTDecompressionSession;
+
+// What a decoder's pictures are.
+enum class PictureForm : std::uint8_t {
+  OneSize,    // "420v" of 1280 by 960
+  AsDecoded,  // "y420" or "f420" of the stream's own size, without a copy; not to be written to
+};
 
 // Receives decoded pictures, on the thread that called the decoder.
 class QUORVID_API H264HwDecoderImplDelegate {
@@ -47,6 +54,9 @@ class QUORVID_API H264HwDecoderImpl {
   // decode(), and lost by decodeNalu().
   std::shared_ptr<H264HwDecoderImplDelegate> delegate() const { return _delegate.lock(); }
   void setDelegate(const std::shared_ptr<H264HwDecoderImplDelegate>& delegate);
+
+  // Of the session that is built next; OneSize at first.
+  void setPictureForm(PictureForm form) { form_ = form; }
 
   // Takes one unit: stores a parameter set, decodes everything else.
   //
@@ -94,6 +104,7 @@ class QUORVID_API H264HwDecoderImpl {
   VTDecompressionSession* _deocderSession = nullptr;
   CMVideoFormatDescription* _decoderFormatDescription = nullptr;
   std::weak_ptr<H264HwDecoderImplDelegate> _delegate;
+  PictureForm form_ = PictureForm::OneSize;
   bool isWaitingForKeyFrame_ = false;
   std::uint64_t heldUnits_ = 0;
   bool picturesOnRequest_ = false;

@@ -1,0 +1,137 @@
+#include "quorvid/live/PicturePlayer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+#include "base/Clock.h"
+#include "base/Thread.h"
+#include "live/PlayerState.h"
+#include "port/PlanarPicture.h"
+#include "quorvid/base/Log.h"
+
+namespace quorvid {
+namespace {
+
+constexpr double kLongestWait = 1e8;  // seconds; what a clock's count holds
+
+template <class Handler>
+std::shared_ptr<const Handler> shared(Handler handler) {
+  return handler ? std::make_shared<const Handler>(std::move(handler)) : nullptr;
+}
+
+}  // namespace
+
+bool copyAsNv12(const PlayedPicture& picture, std::vector<std::uint8_t>& bytes) {
+  return planarToNv12(picture.buffer.get(), bytes);
+}
+
+bool copyAsRgb(const PlayedPicture& picture, std::vector<std::uint8_t>& bytes) {
+  return planarToRgb(picture.buffer.get(), bytes);
+}
+
+std::unique_ptr<PicturePlayer> PicturePlayer::create(const PlayerOptions& options) {
+  try {
+    const auto state = std::make_shared<State>(options);
+    Thread thread([state] { state->run(); });
+    if (!thread.start()) return nullptr;
+    return std::unique_ptr<PicturePlayer>(new PicturePlayer(state));
+  } catch (const std::exception& error) {
+    logMessage("PicturePlayer: not created: %s", error.what());
+    return nullptr;
+  }
+}
+
+PicturePlayer::PicturePlayer(std::shared_ptr<State> state) : state_(std::move(state)) {}
+
+// The handlers go last, and without the lock: what they hold may call the library.
+PicturePlayer::~PicturePlayer() {
+  State::Handler<PlayedPicture> pictureHandler;
+  State::Handler<LiveStatus> statusHandler;
+  std::unique_lock lock(state_->mutex);
+  state_->ended = true;
+  state_->player.stop();
+  state_->dropPictures();
+  state_->waitForHandler(lock);
+  pictureHandler.swap(state_->pictureHandler);
+  statusHandler.swap(state_->statusHandler);
+  lock.unlock();
+}
+
+bool PicturePlayer::connect(const LiveTarget& target) {
+  const std::lock_guard lock(state_->mutex);
+  state_->dropPictures();
+  state_->overtaken = 0;
+  return state_->player.connect(target);
+}
+
+bool PicturePlayer::play() {
+  const std::lock_guard lock(state_->mutex);
+  if (state_->player.isPlaying()) return true;
+  state_->dropPictures();
+  state_->overtaken = 0;
+  return state_->player.play();
+}
+
+void PicturePlayer::stop() {
+  const std::lock_guard lock(state_->mutex);
+  state_->player.stop();
+  state_->dropPictures();
+}
+
+void PicturePlayer::restart() {
+  const std::lock_guard lock(state_->mutex);
+  state_->dropPictures();
+  state_->overtaken = 0;
+  state_->player.restart();
+}
+
+bool PicturePlayer::isPlaying() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->player.isPlaying();
+}
+
+LiveStatus PicturePlayer::status() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->player.status(steadySeconds());
+}
+
+LiveFigures PicturePlayer::figures() const {
+  const std::lock_guard lock(state_->mutex);
+  LiveFigures figures = state_->player.figures(steadySeconds());
+  figures.overwritten += state_->overtaken;
+  return figures;
+}
+
+std::optional<PlayedPicture> PicturePlayer::next(double seconds) {
+  const std::shared_ptr<State> state = state_;  // the player may go while this waits
+  std::unique_lock lock(state->mutex);
+  const auto isOver = [&state, drops = state->drops] {
+    return state->drops != drops || state->pictureHandler != nullptr || !state->player.isPlaying();
+  };
+  const std::chrono::duration<double> most(seconds > 0 ? std::min(seconds, kLongestWait) : 0);
+  state->changed.wait_for(lock, most, [&] { return !state->waiting.empty() || isOver(); });
+  if (isOver()) return std::nullopt;
+  return state->take();
+}
+
+void PicturePlayer::setPictureHandler(std::function<void(const PlayedPicture&)> handler) {
+  auto kept = shared(std::move(handler));
+  std::unique_lock lock(state_->mutex);
+  kept.swap(state_->pictureHandler);
+  state_->changed.notify_all();
+  state_->bell->ring();
+  state_->waitForHandler(lock);
+  lock.unlock();
+}
+
+void PicturePlayer::setStatusHandler(std::function<void(const LiveStatus&)> handler) {
+  auto kept = shared(std::move(handler));
+  std::unique_lock lock(state_->mutex);
+  kept.swap(state_->statusHandler);
+  state_->waitForHandler(lock);
+  lock.unlock();
+}
+
+}  // namespace quorvid

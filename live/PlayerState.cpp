@@ -1,0 +1,124 @@
+#include "live/PlayerState.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "base/Clock.h"
+#include "base/LogQuiet.h"
+
+namespace quorvid {
+namespace {
+
+constexpr std::chrono::milliseconds kTick{250};  // a silent stream is noticed by then
+constexpr int kMostWaiting = 64;
+
+double atLeastZero(double seconds) {
+  return seconds > 0 ? seconds : 0;  // nor is it no number
+}
+
+LiveOptions liveOptionsOf(const PlayerOptions& options) {
+  LiveOptions live;
+  live.stallAfter = atLeastZero(options.stallAfter);
+  live.mostLag =
+      options.everyPicture ? std::numeric_limits<double>::infinity() : atLeastZero(options.mostLag);
+  return live;
+}
+
+PlayedPicture playedOf(Picture picture) {
+  PlayedPicture played;
+  played.buffer = {picture.buffer.release(), PictureRelease()};
+  played.number = picture.number;
+  played.arrival = picture.arrival;
+  played.arrivalDate = timeIntervalSince1970() - (steadySeconds() - picture.arrival);
+  return played;
+}
+
+}  // namespace
+
+PicturePlayer::State::State(const PlayerOptions& options)
+    : isEvery(options.everyPicture),
+      mostWaiting(isEvery ? std::clamp(options.mostWaiting, 1, kMostWaiting) : 1),
+      player(liveOptionsOf(options), wake, {PictureForm::AsDecoded, isEvery}) {
+  wake->setHandler([ringing = bell] { ringing->ring(); });
+}
+
+void PicturePlayer::State::run() {
+  const LogQuiet quiet;
+  std::unique_lock lock(mutex);
+  thread_ = std::this_thread::get_id();
+  while (!ended) {
+    lock.unlock();
+    bell->wait(kTick);
+    wake->clear();
+    lock.lock();
+    collect();
+    handOver(lock);
+    tell(lock);
+  }
+}
+
+// Without room nothing is taken: the session waits, and so does the watch over its pictures.
+void PicturePlayer::State::collect() {
+  while (!ended && !(isEvery && waiting.size() >= mostWaiting)) {
+    auto picture = player.turn(steadySeconds());
+    if (!picture) return;
+    if (!isEvery) {
+      overtaken += waiting.size();
+      waiting.clear();
+    }
+    waiting.push_back(playedOf(std::move(*picture)));
+    changed.notify_all();
+  }
+}
+
+std::optional<PlayedPicture> PicturePlayer::State::take() {
+  if (waiting.empty()) return std::nullopt;
+  if (waiting.size() == mostWaiting) bell->ring();  // there is room again
+  PlayedPicture picture = std::move(waiting.front());
+  waiting.pop_front();
+  player.pictureShown(steadySeconds(), picture.arrival);
+  return picture;
+}
+
+// One picture a turn, so that the status is told between them.
+void PicturePlayer::State::handOver(std::unique_lock<std::mutex>& lock) {
+  if (ended || pictureHandler == nullptr) return;
+  if (const auto picture = take()) call(lock, pictureHandler, *picture);
+  if (!waiting.empty()) bell->ring();
+}
+
+void PicturePlayer::State::tell(std::unique_lock<std::mutex>& lock) {
+  if (ended) return;
+  const LiveStatus status = player.status(steadySeconds());
+  if (status == told) return;
+  told = status;
+  if (statusHandler != nullptr) call(lock, statusHandler, status);
+}
+
+template <class Value>
+void PicturePlayer::State::call(std::unique_lock<std::mutex>& lock, Handler<Value> handler,
+                                const Value& value) {
+  handlerRuns_ = true;
+  lock.unlock();
+  (*handler)(value);
+  handler.reset();
+  lock.lock();
+  handlerRuns_ = false;
+  ++handled_;
+  changed.notify_all();
+}
+
+void PicturePlayer::State::waitForHandler(std::unique_lock<std::mutex>& lock) {
+  if (std::this_thread::get_id() == thread_) return;
+  changed.wait(lock, [this, before = handled_] { return !handlerRuns_ || handled_ != before; });
+}
+
+void PicturePlayer::State::dropPictures() {
+  waiting.clear();
+  ++drops;
+  changed.notify_all();
+  bell->ring();
+}
+
+}  // namespace quorvid
