@@ -104,16 +104,22 @@ LiveFigures PicturePlayer::figures() const {
   return figures;
 }
 
-std::optional<PlayedPicture> PicturePlayer::next(double seconds) {
+std::optional<PlayedPicture> PicturePlayer::next(double seconds, Ended* why) {
   const std::shared_ptr<State> state = state_;  // the player may go while this waits
   std::unique_lock lock(state->mutex);
-  const auto isOver = [&state, drops = state->drops] {
-    return state->drops != drops || state->pictureHandler != nullptr || !state->player.isPlaying();
+  Ended ended = Ended::TimedOut;
+  const auto isOver = [&, drops = state->drops] {
+    if (state->drops != drops || !state->player.isPlaying()) ended = Ended::NotPlaying;
+    if (state->pictureHandler != nullptr) ended = Ended::HandlerSet;
+    return ended != Ended::TimedOut;
   };
   const std::chrono::duration<double> most(seconds > 0 ? std::min(seconds, kLongestWait) : 0);
   state->changed.wait_for(lock, most, [&] { return !state->waiting.empty() || isOver(); });
-  if (isOver()) return std::nullopt;
-  return state->take();
+  if (!isOver()) {
+    if (auto picture = state->take()) return picture;
+  }
+  if (why != nullptr) *why = ended;
+  return std::nullopt;
 }
 
 void PicturePlayer::setPictureHandler(std::function<void(const PlayedPicture&)> handler) {

@@ -82,7 +82,9 @@ class QUORVID_API PicturePlayer {
   // Waits for a picture, `seconds` at most (0: takes one that waits), and takes it. Nothing when
   // none came in time, and at once when nothing is played or a picture handler is set; a stop() or
   // the end of the player ends the wait. Of several threads that wait, each gets other pictures.
-  std::optional<PlayedPicture> next(double seconds);
+  // why: null, or set when there is none.
+  enum class Ended : std::uint8_t { TimedOut, NotPlaying, HandlerSet };
+  std::optional<PlayedPicture> next(double seconds, Ended* why = nullptr);
   // The other way: each picture is handed to `handler` on the player's thread, one at a time. It
   // may make any call, and end the player. The pictures that come while it runs wait, as `options`
   // say. Returns once the former handler no longer runs, unless called by a handler.
