@@ -32,19 +32,31 @@ std::optional<quorvid::LiveOptions> optionsOf(const quorvid_view_options* option
   return made;
 }
 
+// Nothing where a view can't be.
+std::optional<quorvid::CGRect> frameOf(double x, double y, double width, double height) {
+  constexpr double kFarthest = 1e6;
+  if (!(std::abs(x) <= kFarthest && std::abs(y) <= kFarthest && width > 0 && height > 0 &&
+        width <= kFarthest && height <= kFarthest)) {
+    return std::nullopt;
+  }
+  return quorvid::CGRectMake(x, y, width, height);
+}
+
 std::int32_t resultOf(bool played) {
   return played ? QUORVID_OK : QUORVID_TARGET_REFUSED;
 }
 
 }  // namespace
 
-quorvid_view* quorvid_view_create(quorvid_host* host, const quorvid_view_options* options) {
-  if (host == nullptr || !isOwnThread(*host)) return nullptr;
+quorvid_view* quorvid_view_create(quorvid_host* host, double x, double y, double width,
+                                  double height, const quorvid_view_options* options) {
+  const auto frame = frameOf(x, y, width, height);
+  if (host == nullptr || !isOwnThread(*host) || !frame) return nullptr;
   return guardedPointer([&]() -> quorvid_view* {
     const auto made = optionsOf(options);
     if (!made) return nullptr;
     auto handle = std::make_unique<quorvid_view>();
-    handle->view = LiveView::initWithFrame(quorvid::CGRectMake(0, 0, 0, 0), *made);
+    handle->view = LiveView::initWithFrame(*frame, *made);
     if (handle->view == nullptr) return nullptr;
     std::erase_if(host->views, [](const auto& view) { return view.expired(); });
     host->views.push_back(handle->view);
@@ -68,11 +80,9 @@ void quorvid_view_free(quorvid_view* view) {
 std::int32_t quorvid_view_set_frame(quorvid_view* view, double x, double y, double width,
                                     double height) {
   return with(view, [=](LiveView& it) {
-    for (const double number : {x, y, width, height}) {
-      if (!std::isfinite(number)) return QUORVID_BAD_ARGUMENT;
-    }
-    if (width < 0 || height < 0) return QUORVID_BAD_ARGUMENT;
-    it.setFrame(quorvid::CGRectMake(x, y, width, height));
+    const auto frame = frameOf(x, y, width, height);
+    if (!frame) return QUORVID_BAD_ARGUMENT;
+    it.setFrame(*frame);
     return QUORVID_OK;
   });
 }

@@ -11,6 +11,6 @@ test_packages=(googletest libgtest-dev libgmock-dev ffmpeg xvfb xauth libxtst-de
 # Toolkits whose examples are built and tested where they are there, and a Wayland compositor.
 toolkit_packages=(libgtk-4-dev qt6-base-dev libqt6opengl6-dev qt6-wayland weston)
 check_packages=(
-  clang clang-format clang-tidy libclang-rt-dev llvm python3
+  clang clang-format clang-tidy libclang-rt-dev llvm python3 abigail-tools
   g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu qemu-user-static
 )

@@ -325,13 +325,15 @@ typedef struct quorvid_view_options {
 #define QUORVID_VIEW_OPTIONS_INIT \
   { sizeof(quorvid_view_options), 0, 1.0, 5.0, 0 }
 
-// options: null for those of QUORVID_VIEW_OPTIONS_INIT. The view is empty until it has a frame.
-// Null when no OpenGL ES 2 context or memory can be had, or on another thread than the host's.
-QUORVID_C_API quorvid_view* quorvid_view_create(quorvid_host* host,
+// Where it stands in the host: in points from the upper left, width and height above 0. options:
+// null for those of QUORVID_VIEW_OPTIONS_INIT. Null for an impossible frame, when no OpenGL ES 2
+// context or memory can be had, or on another thread than the host's.
+QUORVID_C_API quorvid_view* quorvid_view_create(quorvid_host* host, double x, double y,
+                                                double width, double height,
                                                 const quorvid_view_options* options);
 // Stops and frees; on the host's thread, also inside the view's own handler.
 QUORVID_C_API void quorvid_view_free(quorvid_view* view);
-// Where it stands in the host, in points from the upper left.
+// The same later; all that a resize takes.
 QUORVID_C_API int32_t quorvid_view_set_frame(quorvid_view* view, double x, double y, double width,
                                              double height);
 // As for the player; the last picture stays.

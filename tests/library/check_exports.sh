@@ -15,8 +15,10 @@ if [[ $library == *libquorvid-window.so* ]]; then
 elif [[ $library != *libquorvid-connection.so* ]]; then
   expected+=" shader_vsh shader_fsh uniforms kColorConversion601 kColorConversion709
 QuorvidVersionNumber QuorvidVersionString pCodecCtxWidth pCodecCtxHeight"
+  header=$(dirname "$0")/../../include/quorvid/quorvid.h
+  expected+=" $(sed -n 's/^QUORVID_C_API .*\(quorvid_[a-z_]*\)(.*/\1/p' "$header")"
   classes="UIFleetLiveView VehicleVideo H264HwDecoderImpl H264HwDecoderImplDelegate AAPLEAGLLayer
-ViewHost"
+ViewHost PicturePlayer"
   own=7quorvid
   foreign=7quorvid6Window
 fi

@@ -28,6 +28,11 @@ if "$cxx" -std=c++17 -I. -M -x c++ - <<<"$all" | grep -E '/(EGL|GLES[0-9]?|GL|KH
   echo "a public header includes a GL header"
   exit 1
 fi
-for header in connection/VehicleConnection.h session/QuorvidVersion.h; do
+# The example in the comment at the top of the C interface.
+sed '/^#ifndef/,$d; s/^\/\/   //p; d' quorvid/quorvid.h >"$prefix/example.c"
+[[ $(grep -c quorvid_ "$prefix/example.c") -gt 8 ]] || { echo "quorvid.h has no example"; exit 1; }
+"$cc" -std=c11 "${strictly[@]}" "$prefix/example.c"
+"$cxx" -std=c++17 "${strictly[@]}" -x c++ "$prefix/example.c"
+for header in quorvid.h connection/VehicleConnection.h session/QuorvidVersion.h; do
   echo "#include \"quorvid/$header\"" | "$cc" -std=c11 -Wall -Wextra -Wpedantic -Werror -I. -fsyntax-only -x c -
 done

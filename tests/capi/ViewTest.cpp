@@ -1,0 +1,101 @@
+#include <epoxy/gl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <thread>
+
+#include "base/Clock.h"
+#include "capi/Handles.h"
+#include "view/HostScreen.h"
+
+namespace quorvid::test {
+namespace {
+
+constexpr int kWidth = 80, kHeight = 60;
+
+const GLubyte* strangeString(GLenum) {
+  return reinterpret_cast<const GLubyte*>("OpenGL of somebody else");
+}
+
+void* strangeLoader(const char*) {
+  return reinterpret_cast<void*>(strangeString);
+}
+
+void* ownLoader(const char* name) {
+  return reinterpret_cast<void*>(eglGetProcAddress(name));
+}
+
+TEST(CView, PlaysInsideAHostsContext) {
+  const FleetServer server(streamOf(kRust, 3));
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, kWidth, kHeight);
+  const Owned<quorvid_host> host(quorvid_host_create(ownLoader));
+  ASSERT_EQ(quorvid_host_resize(host.get(), kWidth, kHeight, 1), QUORVID_OK);
+  const Owned<quorvid_view> view(quorvid_view_create(host.get(), 0, 0, kWidth, kHeight, nullptr));
+  ASSERT_NE(view, nullptr);
+  std::atomic<int> wakes{0};
+  int state = QUORVID_IDLE;
+  quorvid_view_set_wake_handler(
+      view.get(), [](void* context) { ++*static_cast<std::atomic<int>*>(context); }, &wakes);
+  quorvid_view_set_status_handler(
+      view.get(),
+      [](const quorvid_status* status, void* context) {
+        *static_cast<int*>(context) = status->state;
+      },
+      &state);
+  quorvid_picture* none = nullptr;
+  EXPECT_EQ(quorvid_view_snapshot(view.get(), &none), QUORVID_NO_PICTURE);
+  const quorvid_target target = targetOf(server);
+  ASSERT_EQ(quorvid_view_connect(view.get(), &target), QUORVID_OK);
+  pollfd waiting{quorvid_view_descriptor(view.get()), POLLIN, 0};
+  EXPECT_EQ(poll(&waiting, 1, 10'000), 1);
+  quorvid_figures figures = QUORVID_FIGURES_INIT;
+  ASSERT_TRUE(eventually([&] {
+    quorvid_host_refresh(host.get());
+    quorvid_view_figures(view.get(), &figures);
+    return figures.shown > 0 && state == QUORVID_LIVE;
+  }));
+  EXPECT_GT(wakes, 0);
+  EXPECT_EQ(quorvid_host_needs_composite(host.get()), 1);
+  ASSERT_EQ(quorvid_host_composite(host.get(), 0, 0, kWidth, kHeight), QUORVID_OK)
+      << quorvid_host_why(host.get());
+  EXPECT_TRUE(isNear(screen.read().at(kWidth / 2, kHeight / 2), rgbOf(kRust)));
+  EXPECT_EQ(quorvid_host_needs_composite(host.get()), 0);
+
+  quorvid_picture* picture = nullptr;
+  ASSERT_EQ(quorvid_view_snapshot(view.get(), &picture), QUORVID_OK);
+  const Owned<quorvid_picture> shown(picture);
+  quorvid_image image = QUORVID_IMAGE_INIT;
+  EXPECT_EQ(quorvid_picture_read(picture, QUORVID_NV12, &image), QUORVID_NO_PICTURE);
+  ASSERT_EQ(quorvid_picture_read(picture, QUORVID_RGB, &image), QUORVID_OK);
+  EXPECT_EQ(image.width, 640);
+  EXPECT_TRUE(isNear({image.plane[0][0], image.plane[0][1], image.plane[0][2]}, rgbOf(kRust)));
+
+  std::thread([&] {
+    EXPECT_EQ(quorvid_view_stop(view.get()), QUORVID_WRONG_THREAD);
+    EXPECT_EQ(quorvid_host_refresh(host.get()), QUORVID_WRONG_THREAD);
+    EXPECT_EQ(quorvid_view_create(host.get(), 0, 0, 1, 1, nullptr), nullptr);
+  }).join();
+  EXPECT_EQ(quorvid_view_set_frame(view.get(), 0, 0, 40, kHeight), QUORVID_OK);
+  EXPECT_EQ(quorvid_host_needs_composite(host.get()), 1);
+  EXPECT_EQ(quorvid_view_set_frame(view.get(), 0, 0, 0, kHeight), QUORVID_BAD_ARGUMENT);
+  EXPECT_EQ(quorvid_host_release(host.get()), QUORVID_OK);
+}
+
+TEST(CView, DrawsNothingBesideAnotherGlAndOutlivesItsHost) {
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, kWidth, kHeight);
+  Owned<quorvid_host> host(quorvid_host_create(strangeLoader));
+  const Owned<quorvid_view> view(quorvid_view_create(host.get(), 0, 0, kWidth, kHeight, nullptr));
+  EXPECT_EQ(quorvid_host_composite(host.get(), 0, 0, kWidth, kHeight), QUORVID_NOT_DRAWN);
+  EXPECT_NE(std::string(quorvid_host_why(host.get())).find("another GL"), std::string::npos);
+  quorvid_target target = QUORVID_TARGET_INIT;  // no device
+  EXPECT_EQ(quorvid_view_connect(view.get(), &target), QUORVID_TARGET_REFUSED);
+  quorvid_status status = QUORVID_STATUS_INIT;
+  quorvid_view_status(view.get(), &status);
+  EXPECT_EQ(status.state, QUORVID_FAILED);
+  EXPECT_STREQ(status.sentence, "no device is given");
+  host.reset();
+  EXPECT_EQ(quorvid_view_stop(view.get()), QUORVID_OK);
+}
+
+}  // namespace
+}  // namespace quorvid::test
