@@ -11,10 +11,13 @@ namespace {
 constexpr double kPatience = 20;
 constexpr int kTimes = 20;  // of four pictures
 
-Owned<quorvid_player> everyPicture() {
+// A stream that has ended stays so.
+Owned<quorvid_player> makePlayer(bool everyPicture) {
   quorvid_player_options options = QUORVID_PLAYER_OPTIONS_INIT;
-  options.every_picture = 1;
+  options.every_picture = everyPicture ? 1 : 0;
   options.most_waiting = 2;
+  options.most_lag = 60;
+  options.stall_after = 0;
   return Owned<quorvid_player>(quorvid_player_create(&options));
 }
 
@@ -39,7 +42,7 @@ int sampleOf(const quorvid_image& image, int plane, int bytesPerPair = 1) {
 TEST(CPlayer, GivesPicturesInTheirOwnSizeInEachFormat) {
   const FleetServer server(streamOf(kRust, kTimes));
   const double begun = steadySeconds();
-  Owned<quorvid_player> player = everyPicture();
+  Owned<quorvid_player> player = makePlayer(true);
   const quorvid_target target = targetOf(server);
   ASSERT_EQ(quorvid_player_connect(player.get(), &target), QUORVID_OK);
   const auto picture = next(player.get(), kPatience, QUORVID_OK);
@@ -66,7 +69,7 @@ TEST(CPlayer, GivesPicturesInTheirOwnSizeInEachFormat) {
 
 TEST(CPlayer, EveryPictureComesHoweverLateAndStopEndsTheWait) {
   const FleetServer server(streamOf(kRust, kTimes));
-  const Owned<quorvid_player> player = everyPicture();
+  const Owned<quorvid_player> player = makePlayer(true);
   const quorvid_target target = targetOf(server);
   quorvid_player_connect(player.get(), &target);
   quorvid_figures figures = QUORVID_FIGURES_INIT;
@@ -97,7 +100,7 @@ TEST(CPlayer, EveryPictureComesHoweverLateAndStopEndsTheWait) {
 
 TEST(CPlayer, TheNewestPictureOvertakesThoseThatNobodyTook) {
   const FleetServer server(streamOf(kRust, kTimes));
-  const Owned<quorvid_player> player(quorvid_player_create(nullptr));
+  const Owned<quorvid_player> player = makePlayer(false);
   const quorvid_target target = targetOf(server);
   quorvid_player_connect(player.get(), &target);
   quorvid_figures figures = QUORVID_FIGURES_INIT;
@@ -120,7 +123,7 @@ struct Told {
 
 TEST(CPlayer, HandlersMayKeepAPictureStopAndFree) {
   const FleetServer server(streamOf(kTeal, kTimes));
-  Told told{everyPicture().release(), {}};
+  Told told{makePlayer(true).release(), {}};
   const quorvid_target target = targetOf(server);
   quorvid_player_set_status_handler(
       told.player,
