@@ -140,4 +140,20 @@ nlohmann::json measureLimits(const std::vector<Frames>& streams) {
       {"pictures", pictures}, {"decodeMs", perPicture(decoding)}, {"scaleMs", perPicture(scaling)}};
 }
 
+nlohmann::json measurePaced(const Frames& frames, double pause) {
+  BareDecoder decoder;
+  double decoding = 0;
+  std::size_t pictures = 0;
+  auto due = std::chrono::steady_clock::now();
+  for (const std::vector<std::uint8_t>& frame : frames) {
+    due += std::chrono::microseconds(static_cast<std::int64_t>(pause * 1e6));
+    std::this_thread::sleep_until(due);
+    const double begin = processorSeconds();
+    if (decoder.decode(frame) != nullptr) ++pictures;
+    decoding += processorSeconds() - begin;
+  }
+  if (pictures == 0) throw std::runtime_error("no picture could be decoded");
+  return {{"pictures", pictures}, {"decodeMs", 1e3 * decoding / static_cast<double>(pictures)}};
+}
+
 }  // namespace quorvid::bench

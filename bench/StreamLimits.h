@@ -19,5 +19,8 @@ Frames captureFrames(const std::string& host, int port, const std::string& devic
 // Processor time of decoding and of scaling by themselves, all streams in turn on this thread.
 // Milliseconds a picture.
 nlohmann::json measureLimits(const std::vector<Frames>& streams);
+// The same of decoding alone, one frame every `pause` seconds: a processor that slept between two
+// takes longer for the next. Blocks for as long.
+nlohmann::json measurePaced(const Frames& frames, double pause);
 
 }  // namespace quorvid::bench

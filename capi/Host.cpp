@@ -67,6 +67,11 @@ std::int32_t quorvid_host_resize(quorvid_host* host, double width, double height
   });
 }
 
+std::int32_t quorvid_host_set_visible(quorvid_host* host, std::int32_t visible) {
+  return with(host,
+              [=](quorvid_host& it) { return it.host->setVisible(visible != 0), QUORVID_OK; });
+}
+
 std::int32_t quorvid_host_refresh(quorvid_host* host) {
   return with(host, [](quorvid_host& it) {
     it.host->refresh();  // last: a handler may free the host

@@ -9,7 +9,7 @@ namespace {
 
 static_assert(static_cast<int>(LiveState::Failed) == QUORVID_FAILED &&
               static_cast<int>(LiveState::Late) == QUORVID_LATE);
-static_assert(static_cast<int>(LiveReason::NoResources) == QUORVID_REASON_NO_RESOURCES &&
+static_assert(static_cast<int>(LiveReason::NoGraphics) == QUORVID_REASON_NO_GRAPHICS &&
               static_cast<int>(LiveReason::NoRelay) == QUORVID_REASON_NO_RELAY);
 static_assert(static_cast<int>(LivePath::Relay) == QUORVID_RELAY);
 
@@ -19,7 +19,8 @@ constexpr const char* kReasons[] = {
     "no reason",   "impossible target", "name not found", "connection refused",
     "unreachable", "connection lost",   "silent",         "refused by the server",
     "no relay",    "broken stream",     "no key frame",   "pictures out of order",
-    "undecodable", "too slow",          "no resources"};
+    "undecodable", "too slow",          "no resources",   "no graphics"};
+static_assert(std::size(kReasons) == 1 + QUORVID_REASON_NO_GRAPHICS);
 
 constexpr const char* kResults[] = {"done",         "bad argument", "target refused",
                                     "timed out",    "not playing",  "no picture",
@@ -80,6 +81,7 @@ quorvid_figures figuresOf(const LiveFigures& figures) {
   made.received = figures.received;
   made.bytes = figures.bytes;
   made.decoded = figures.decoded;
+  made.converted = figures.converted;
   made.shown = figures.shown;
   made.overwritten = figures.overwritten;
   made.held = figures.held;

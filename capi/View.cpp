@@ -42,8 +42,10 @@ std::optional<quorvid::CGRect> frameOf(double x, double y, double width, double 
   return quorvid::CGRectMake(x, y, width, height);
 }
 
-std::int32_t resultOf(bool played) {
-  return played ? QUORVID_OK : QUORVID_TARGET_REFUSED;
+std::int32_t resultOf(const LiveView& view, bool played) {
+  if (played) return QUORVID_OK;
+  return view.status().reason == quorvid::LiveReason::NoGraphics ? QUORVID_NOT_DRAWN
+                                                                 : QUORVID_TARGET_REFUSED;
 }
 
 }  // namespace
@@ -90,12 +92,12 @@ std::int32_t quorvid_view_set_frame(quorvid_view* view, double x, double y, doub
 std::int32_t quorvid_view_connect(quorvid_view* view, const quorvid_target* target) {
   return with(view, [&](LiveView& it) {
     const auto made = targetOf(target);
-    return made ? resultOf(it.connect(*made)) : QUORVID_BAD_ARGUMENT;
+    return made ? resultOf(it, it.connect(*made)) : QUORVID_BAD_ARGUMENT;
   });
 }
 
 std::int32_t quorvid_view_play(quorvid_view* view) {
-  return with(view, [](LiveView& it) { return resultOf(it.play()); });
+  return with(view, [](LiveView& it) { return resultOf(it, it.play()); });
 }
 
 std::int32_t quorvid_view_stop(quorvid_view* view) {
@@ -105,7 +107,7 @@ std::int32_t quorvid_view_stop(quorvid_view* view) {
 std::int32_t quorvid_view_restart(quorvid_view* view) {
   return with(view, [](LiveView& it) {
     it.restart();
-    return resultOf(it.isPlaying());
+    return resultOf(it, it.isPlaying());
   });
 }
 

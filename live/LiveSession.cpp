@@ -154,6 +154,7 @@ void LiveSession::publish(Picture picture) {
   {
     std::unique_lock lock(mutex_);
     if (delivery_.isEvery) picked_.wait(lock, [this] { return !ready_ || ending_; });
+    if (ending_) return;
     ++report_.converted;
     if (ready_) ++report_.overwritten;
     ready_ = std::move(picture);

@@ -78,12 +78,12 @@ enum quorvid_state {
   QUORVID_CONNECTING = 2,       // a connection is opened, or a relay asked for
   QUORVID_WAITING_FOR_KEY = 3,  // connected; nothing that can be decoded has come yet
   QUORVID_LIVE = 4,             // pictures come
-  QUORVID_LATE = 5,             // what comes is older than it may be
+  QUORVID_LATE = 5,             // decoding doesn't keep pace: pictures are left out, or too old
   QUORVID_STALLED = 6,          // none came for stall_after seconds; tried again in next_try
   QUORVID_RECONNECTING = 7,     // the connection is lost or can't be had; again in next_try
   QUORVID_REFUSED = 8,          // the server answered with answer_status; again in next_try
   QUORVID_STOPPED = 9,          // by a stop function
-  QUORVID_FAILED = 10           // nothing is tried any more; a play function tries again
+  QUORVID_FAILED = 10           // nothing is tried: an impossible target, or no graphics
 };
 // "waiting for a key frame" ...; "unknown" for another number.
 QUORVID_C_API const char* quorvid_state_name(int32_t state);
@@ -103,7 +103,8 @@ enum quorvid_reason {
   QUORVID_REASON_OUT_OF_ORDER = 11,  // frames are missing between those that came
   QUORVID_REASON_UNDECODABLE = 12,
   QUORVID_REASON_TOO_SLOW = 13,  // decoding doesn't keep pace
-  QUORVID_REASON_NO_RESOURCES = 14
+  QUORVID_REASON_NO_RESOURCES = 14,
+  QUORVID_REASON_NO_GRAPHICS = 15  // a view's: no OpenGL ES 2 context, or no storage to draw into
 };
 // "connection refused" ...; "unknown" for another number.
 QUORVID_C_API const char* quorvid_reason_name(int32_t reason);
@@ -155,19 +156,21 @@ typedef struct quorvid_figures {
   double first_picture;                 // from the play function to the first picture shown
   double since_last_picture;
   double lag;                // from a frame's arrival to its picture, the last one
-  double longest_pause;      // between two pictures shown, or since the last
+  double longest_pause;      // between two pictures shown, or since the last; not hidden
   double picture_rate;       // pictures shown a second, of late
   double bit_rate;           // bits received a second, of late
   uint64_t received, bytes;  // frames
-  uint64_t decoded, shown;   // pictures
+  uint64_t decoded;          // pictures
+  uint64_t converted;        // of them, made ready to be shown: the others nobody would see
+  uint64_t shown;            // pictures
   uint64_t overwritten;      // pictures that a newer one overtook
   uint64_t held;             // frames that gave no picture: damaged, or built on lost ones
-  uint64_t lost;             // frames dropped before decoding
+  uint64_t lost;             // frames dropped before decoding: late, hidden, beyond the bound
   uint64_t reconnections;    // attempts after the first
   uint64_t restarts;         // of them, because pictures stayed away
 } quorvid_figures;
 #define QUORVID_FIGURES_INIT \
-  { sizeof(quorvid_figures), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }
+  { sizeof(quorvid_figures), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }
 
 // status: lasts as long as the call.
 typedef void (*quorvid_status_handler)(const quorvid_status* status, void* context);
@@ -299,6 +302,9 @@ QUORVID_C_API void quorvid_host_free(quorvid_host* host);
 // Size in points and pixels per point; values that are not above 0 are ignored.
 QUORVID_C_API int32_t quorvid_host_resize(quorvid_host* host, double width, double height,
                                           double scale);
+// 0: nobody can see the window (minimised, covered, another workspace). Its views go on receiving,
+// and neither decode nor draw, whatever quorvid_view_set_visible() was told. 1 at first.
+QUORVID_C_API int32_t quorvid_host_set_visible(quorvid_host* host, int32_t visible);
 // Lets the views take and draw what came, and calls their status handlers. Each frame, or when a
 // view's descriptor is readable; a few times a second in any case. No context need be current.
 QUORVID_C_API int32_t quorvid_host_refresh(quorvid_host* host);
@@ -326,8 +332,9 @@ typedef struct quorvid_view_options {
   { sizeof(quorvid_view_options), 0, 1.0, 5.0, 0 }
 
 // Where it stands in the host: in points from the upper left, width and height above 0. options:
-// null for those of QUORVID_VIEW_OPTIONS_INIT. Null for an impossible frame, when no OpenGL ES 2
-// context or memory can be had, or on another thread than the host's.
+// null for those of QUORVID_VIEW_OPTIONS_INIT. Null for an impossible frame, when memory is short,
+// or on another thread than the host's. A view that can't draw, because no OpenGL ES 2 context can
+// be had, is QUORVID_FAILED with QUORVID_REASON_NO_GRAPHICS for good.
 QUORVID_C_API quorvid_view* quorvid_view_create(quorvid_host* host, double x, double y,
                                                 double width, double height,
                                                 const quorvid_view_options* options);
@@ -336,12 +343,13 @@ QUORVID_C_API void quorvid_view_free(quorvid_view* view);
 // The same later; all that a resize takes.
 QUORVID_C_API int32_t quorvid_view_set_frame(quorvid_view* view, double x, double y, double width,
                                              double height);
-// As for the player; the last picture stays.
+// As for the player; the last picture stays. QUORVID_NOT_DRAWN when the view can't draw: nothing is
+// played then.
 QUORVID_C_API int32_t quorvid_view_connect(quorvid_view* view, const quorvid_target* target);
 QUORVID_C_API int32_t quorvid_view_play(quorvid_view* view);
 QUORVID_C_API int32_t quorvid_view_stop(quorvid_view* view);
 QUORVID_C_API int32_t quorvid_view_restart(quorvid_view* view);
-// 0: goes on receiving, and neither decodes nor draws.
+// 0: goes on receiving, and neither decodes nor draws. 1 at first.
 QUORVID_C_API int32_t quorvid_view_set_visible(quorvid_view* view, int32_t visible);
 QUORVID_C_API int32_t quorvid_view_set_options(quorvid_view* view,
                                                const quorvid_view_options* options);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <cstdlib>
 #include <thread>
 
 #include "base/Clock.h"
@@ -45,15 +46,23 @@ TEST(CView, PlaysInsideAHostsContext) {
   quorvid_picture* none = nullptr;
   EXPECT_EQ(quorvid_view_snapshot(view.get(), &none), QUORVID_NO_PICTURE);
   const quorvid_target target = targetOf(server);
+  quorvid_host_set_visible(host.get(), 0);
   ASSERT_EQ(quorvid_view_connect(view.get(), &target), QUORVID_OK);
   pollfd waiting{quorvid_view_descriptor(view.get()), POLLIN, 0};
   EXPECT_EQ(poll(&waiting, 1, 10'000), 1);
   quorvid_figures figures = QUORVID_FIGURES_INIT;
   ASSERT_TRUE(eventually([&] {
+    quorvid_view_figures(view.get(), &figures);
+    return figures.received == 12;
+  }));
+  EXPECT_EQ(figures.decoded, 0U) << "nobody sees the host's window";
+  quorvid_host_set_visible(host.get(), 1);
+  ASSERT_TRUE(eventually([&] {
     quorvid_host_refresh(host.get());
     quorvid_view_figures(view.get(), &figures);
     return figures.shown > 0 && state == QUORVID_LIVE;
   }));
+  EXPECT_EQ(figures.converted, 1U) << "only the newest is shown";
   EXPECT_GT(wakes, 0);
   EXPECT_EQ(quorvid_host_needs_composite(host.get()), 1);
   ASSERT_EQ(quorvid_host_composite(host.get(), 0, 0, kWidth, kHeight), QUORVID_OK)
@@ -95,6 +104,23 @@ TEST(CView, DrawsNothingBesideAnotherGlAndOutlivesItsHost) {
   EXPECT_STREQ(status.sentence, "no device is given");
   host.reset();
   EXPECT_EQ(quorvid_view_stop(view.get()), QUORVID_OK);
+}
+
+// In a process of its own, in which no display was opened yet.
+TEST(CView, SaysThatThereAreNoGraphics) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto run = [] {
+    setenv("__EGL_VENDOR_LIBRARY_FILENAMES", "/dev/null", 1);
+    const Owned<quorvid_host> host(quorvid_host_create(nullptr));
+    const Owned<quorvid_view> view(quorvid_view_create(host.get(), 0, 0, kWidth, kHeight, nullptr));
+    const quorvid_target target = QUORVID_TARGET_INIT;
+    const std::int32_t played = quorvid_view_connect(view.get(), &target);
+    quorvid_status status = QUORVID_STATUS_INIT;
+    quorvid_view_status(view.get(), &status);
+    const bool isSaid = status.reason == QUORVID_REASON_NO_GRAPHICS;
+    std::exit(played == QUORVID_NOT_DRAWN && isSaid ? 0 : 1);
+  };
+  EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -32,6 +32,7 @@ static int misuse(void) {
                              quorvid_player_set_status_handler(NULL, NULL, NULL),
                              quorvid_picture_read(NULL, 0, NULL),
                              quorvid_host_resize(NULL, 1, 1, 1),
+                             quorvid_host_set_visible(NULL, 1),
                              quorvid_host_refresh(NULL),
                              quorvid_host_release(NULL),
                              quorvid_host_composite(NULL, 0, 0, 1, 1),
@@ -67,7 +68,7 @@ static int misuse(void) {
   quorvid_host_free(NULL);
   quorvid_view_free(NULL);
   return wrong + check(strcmp(quorvid_state_name(99), "unknown") == 0 &&
-                           strcmp(quorvid_reason_name(-1), "unknown") == 0 &&
+                           strcmp(quorvid_reason_name(16), "unknown") == 0 &&
                            strcmp(quorvid_result_name(1), "unknown") == 0,
                        "names of unknown numbers");
 }
