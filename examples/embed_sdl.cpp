@@ -6,53 +6,17 @@
 #include <cairo.h>
 #include <epoxy/gl.h>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-#include <string>
 #include <utility>
 
-#include "quorvid/live/LiveView.h"
-#include "quorvid/view/ViewHost.h"
+#include "four_views.h"
 
 namespace {
 
-constexpr int kGap = 4;  // points around each picture
-
-struct Tile {
-  std::shared_ptr<quorvid::LiveView> view;
-  std::string text;
-};
-
-struct Player {
-  SDL_Window* window = nullptr;
-  std::unique_ptr<quorvid::ViewHost> host = quorvid::ViewHost::create();
-  std::array<Tile, 4> tiles;  // by channel
-  bool changed = true;
-};
-
-bool addView(Player& player, const quorvid::LiveTarget& target, Uint32 wakeEvent) {
-  Tile& tile = player.tiles[target.channel];
-  tile.view = quorvid::LiveView::initWithFrame(quorvid::CGRectMake(0, 0, 320, 240));
-  if (tile.view == nullptr) return false;
-  player.host->contentView()->addSubview(tile.view);
-  tile.view->setStatusHandler([&, channel = target.channel](const quorvid::LiveStatus& status) {
-    tile.text = "Channel " + std::to_string(channel) + ": " + nameOf(status.state);
-    if (!status.sentence.empty()) tile.text += ", " + status.sentence;
-    player.changed = true;
-  });
-  tile.view->setWakeHandler([wakeEvent] {
-    SDL_Event event{};
-    event.type = wakeEvent;
-    SDL_PushEvent(&event);
-  });
-  tile.view->connect(target);
-  return true;
-}
-
-// A bar with text, its top left corner at x and y pixels from that of the framebuffer.
-void drawText(const std::string& text, int x, int y, int width, double scale, int windowHeight) {
+// A bar with text over the top of a tile, in a window `windowHeight` pixels high.
+void drawText(const FourViews::Tile& tile, double scale, int windowHeight) {
+  const int left = static_cast<int>(tile.place.origin.x * scale);
+  const int top = windowHeight - static_cast<int>(tile.place.origin.y * scale);  // from the bottom
+  const int width = static_cast<int>(tile.place.size.width * scale);
   const int height = static_cast<int>(22 * scale);
   cairo_surface_t* bar = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
   cairo_t* cairo = cairo_create(bar);
@@ -60,7 +24,7 @@ void drawText(const std::string& text, int x, int y, int width, double scale, in
   cairo_set_source_rgb(cairo, 1, 1, 1);
   cairo_set_font_size(cairo, 13);
   cairo_move_to(cairo, 6, 15.5);
-  cairo_show_text(cairo, text.c_str());
+  cairo_show_text(cairo, tile.text.c_str());
   cairo_destroy(cairo);
   cairo_surface_flush(bar);
   GLuint texture = 0, framebuffer = 0;
@@ -72,90 +36,74 @@ void drawText(const std::string& text, int x, int y, int width, double scale, in
   glGenFramebuffers(1, &framebuffer);
   glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
   glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
-  const int top = windowHeight - y;  // OpenGL counts rows from the bottom, cairo from the top
-  glBlitFramebuffer(0, 0, width, height, x, top, x + width, top - height, GL_COLOR_BUFFER_BIT,
+  glBlitFramebuffer(0, 0, width, height, left, top, left + width, top - height, GL_COLOR_BUFFER_BIT,
                     GL_NEAREST);
   glDeleteFramebuffers(1, &framebuffer);
   glDeleteTextures(1, &texture);
 }
 
-// The size is asked for each time: it and the pixels per point may have changed.
-bool draw(Player& player) {
+bool draw(SDL_Window* window, FourViews& views) {
   int width = 0, height = 0, pixelWidth = 0, pixelHeight = 0;
-  SDL_GetWindowSize(player.window, &width, &height);
-  SDL_GL_GetDrawableSize(player.window, &pixelWidth, &pixelHeight);
+  SDL_GetWindowSize(window, &width, &height);
+  SDL_GL_GetDrawableSize(window, &pixelWidth, &pixelHeight);
   const double scale = static_cast<double>(pixelWidth) / width;
-  const double across = (width - 3 * kGap) / 2.0, down = (height - 3 * kGap) / 2.0;
-  player.host->resize(width, height, scale);
-  std::array<quorvid::CGRect, 4> places;
-  for (int channel = 0; channel < 4; ++channel) {
-    const double x = kGap + (channel % 2) * (across + kGap);
-    const double y = kGap + (channel > 1 ? down + kGap : 0);
-    player.tiles[channel].view->setFrame(places[channel] = quorvid::CGRectMake(x, y, across, down));
-  }
-  player.host->refresh();  // with the frames above
+  views.place(width, height, scale);
   glClearColor(0.1F, 0.2F, 0.35F, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   std::string why;
-  const bool drawn = player.host->composite(0, 0, pixelWidth, pixelHeight, &why);
+  const bool drawn = views.host->composite(0, 0, pixelWidth, pixelHeight, &why);
   if (!drawn) std::fprintf(stderr, "Nothing can be drawn: %s\n", why.c_str());
-  for (int channel = 0; channel < 4; ++channel) {
-    const quorvid::CGRect& at = places[channel];
-    drawText(player.tiles[channel].text, static_cast<int>(at.origin.x * scale),
-             static_cast<int>(at.origin.y * scale), static_cast<int>(across * scale), scale,
-             pixelHeight);
-  }
-  SDL_GL_SwapWindow(player.window);
+  for (const FourViews::Tile& tile : views.tiles) drawText(tile, scale, pixelHeight);
+  SDL_GL_SwapWindow(window);
   return drawn;
 }
 
-int run(Player& player, quorvid::LiveTarget target, double seconds) {
+void run(SDL_Window* window, FourViews& views, const Arguments& arguments) {
+  bool changed = true, running = views.play(arguments.target, [&](int) { changed = true; });
   const Uint32 wakeEvent = SDL_RegisterEvents(1);
-  player.host->useCurrentDisplay();  // views and window may share what they draw
-  for (target.channel = 0; target.channel < 4; ++target.channel) {
-    if (!addView(player, target, wakeEvent)) return std::fputs("No live view.\n", stderr), 1;
+  for (const FourViews::Tile& tile : views.tiles) {
+    if (tile.view == nullptr) continue;
+    tile.view->setWakeHandler([wakeEvent] {  // on any thread
+      SDL_Event event{};
+      event.type = wakeEvent;
+      SDL_PushEvent(&event);
+    });
   }
-  const Uint64 begin = SDL_GetTicks64();
-  bool running = true;
+  const Uint64 begin = SDL_GetTicks64(), most = arguments.seconds * 1000U;
   while (running) {
     SDL_Event event{};
     SDL_WaitEventTimeout(&event, 250);  // a stream that went silent wakes nobody
     do {
       running = running && event.type != SDL_QUIT;
-      player.changed = player.changed || event.type == SDL_WINDOWEVENT;
+      changed = changed || event.type == SDL_WINDOWEVENT;
     } while (SDL_PollEvent(&event) != 0);
-    player.host->refresh();
-    if (std::exchange(player.changed, false) || player.host->needsComposite()) {
-      running = draw(player) && running;
-    }
-    running = running && (seconds <= 0 || SDL_GetTicks64() - begin < seconds * 1000);
+    constexpr Uint32 kUnseen = SDL_WINDOW_HIDDEN | SDL_WINDOW_MINIMIZED;
+    views.host->setVisible((SDL_GetWindowFlags(window) & kUnseen) == 0);
+    views.host->refresh();
+    const bool draws = std::exchange(changed, false) || views.host->needsComposite();
+    if (draws && views.host->isVisible()) running = draw(window, views) && running;
+    running = running && (most == 0 || SDL_GetTicks64() - begin < most);
   }
-  int status = 0;
-  for (const Tile& tile : player.tiles) status |= tile.view->figures().shown > 0 ? 0 : 1;
-  player.host->release();
-  return status;
+  views.stop();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 4) return std::fputs("usage: embed_sdl HOST PORT DEVICE [SECONDS]\n", stderr), 2;
-  quorvid::LiveTarget target;
-  target.host = argv[1];
-  target.port = std::atoi(argv[2]);
-  target.device = argv[3];
+  Arguments arguments;
+  if (!parse(argc, argv, arguments)) return 2;
   if (SDL_Init(SDL_INIT_VIDEO) != 0) return std::fprintf(stderr, "%s\n", SDL_GetError()), 1;
   constexpr Uint32 kFlags = SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI;
-  SDL_Window* window = SDL_CreateWindow("Four live views", SDL_WINDOWPOS_UNDEFINED,
-                                        SDL_WINDOWPOS_UNDEFINED, 652, 492, kFlags);
+  constexpr int kAnywhere = SDL_WINDOWPOS_UNDEFINED;
+  SDL_Window* window = SDL_CreateWindow("Four live views", kAnywhere, kAnywhere, 652, 492, kFlags);
   SDL_GLContext context = window == nullptr ? nullptr : SDL_GL_CreateContext(window);
   int status = 1;
-  if (context == nullptr) {
-    std::fprintf(stderr, "No window: %s\n", SDL_GetError());
+  if (context != nullptr) {
+    FourViews views;  // goes before the context
+    run(window, views, arguments);
+    status = views.status();
   } else {
-    Player player;  // goes before the context
-    player.window = window;
-    status = run(player, target, argc > 4 ? std::atof(argv[4]) : 0);
+    std::fprintf(stderr, "No window: %s\n", SDL_GetError());
   }
   SDL_GL_DeleteContext(context);
   SDL_DestroyWindow(window);
