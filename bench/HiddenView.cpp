@@ -1,6 +1,9 @@
 // hidden_view HOST PORT DEVICE SECONDS: hides a live view for so long, and tells as one JSON object
-// what was decoded meanwhile and how long it took after that until a picture stood, and the present
-// one (lag below 100 ms). Without a display; times are those of a turn's end, 60 turns a second.
+// what was decoded meanwhile and how long it took after that until what was kept was decoded, until a
+// picture stood, and the present one (lag below 100 ms). Without a display; what stands does so at a
+// turn's end, 60 turns a second.
+#include <poll.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
@@ -33,7 +36,24 @@ struct Case {
     return secondsSince(start);
   }
   bool hide(double seconds) const;
+  double turnUntilShown(const LiveFigures& hidden) const;
 };
+
+// Until a picture stands, at the pace of the view's descriptor. Returns the seconds until the last of
+// what was kept was decoded; below 0: no picture came.
+double Case::turnUntilShown(const LiveFigures& hidden) const {
+  const auto start = Clock::now();
+  double decoded = 0;
+  std::uint64_t count = hidden.decoded;
+  for (LiveFigures now = hidden; now.shown == hidden.shown; now = view->figures()) {
+    if (secondsSince(start) > kMostWait) return -1;
+    if (now.decoded > count && now.converted == hidden.converted) decoded = secondsSince(start);
+    count = now.decoded;
+    pollfd ready{view->descriptor(), POLLIN, 0};
+    if (poll(&ready, 1, 1) == 1 && !window->runTurn()) return -1;
+  }
+  return decoded;
+}
 
 bool Case::hide(double seconds) const {
   constexpr std::uint64_t kSettled = 50;
@@ -44,7 +64,10 @@ bool Case::hide(double seconds) const {
   turnUntil([&] { return secondsSince(start) >= seconds; });
   const LiveFigures hidden = view->figures();
   view->setVisible(true);
-  const double first = turnUntil([&] { return view->figures().shown > hidden.shown; });
+  const auto shown = Clock::now();
+  const double kept = turnUntilShown(hidden);
+  const double first = kept < 0 ? -1 : secondsSince(shown);
+  const std::uint64_t group = view->figures().decoded - hidden.decoded;
   const double lag = view->figures().lag;
   const double present = first + turnUntil([&] { return view->figures().lag < kPresent; });
   const LiveFigures after = view->figures();
@@ -52,6 +75,8 @@ bool Case::hide(double seconds) const {
             << ", \"received\": " << hidden.received - before.received
             << ", \"decoded_hidden\": " << hidden.decoded - before.decoded
             << ", \"decoded_after\": " << after.decoded - hidden.decoded
+            << ", \"decoded_until_first_picture\": " << group
+            << ", \"they_were_decoded_after_ms\": " << kept * 1000
             << ", \"shown_after\": " << after.shown - hidden.shown
             << ", \"first_picture_ms\": " << first * 1000 << ", \"its_lag_ms\": " << lag * 1000
             << ", \"present_picture_ms\": " << present * 1000 << ", \"state\": \""
