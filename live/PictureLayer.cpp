@@ -7,7 +7,7 @@
 namespace quorvid {
 namespace {
 
-constexpr int kNoColour = 128;
+constexpr int kBlack = 16, kNoColour = 128;
 
 bool same(CGRect a, CGRect b) {
   return a.origin.x == b.origin.x && a.origin.y == b.origin.y && a.size.width == b.size.width &&
@@ -47,6 +47,7 @@ std::unique_ptr<PictureLayer> PictureLayer::make(CALayer& parent) {
   std::unique_ptr<PictureLayer> made(new PictureLayer(std::move(layer)));
   made->bounds_ = made->placed_ = parent.bounds();
   made->scale_ = made->layer_->contentsScale();
+  made->drawBlack();
   return made;
 }
 
@@ -82,6 +83,25 @@ CGRect PictureLayer::rectangle() const {
 
 void PictureLayer::setGrey(bool grey) {
   if (std::exchange(grey_, grey) != grey) draw();
+}
+
+// The first picture of a layer takes long, for its shaders are translated then: no stream waits yet.
+// They may be other ones for sizes that are powers of 2, which no stream's pictures have.
+void PictureLayer::drawBlack() {
+  constexpr std::size_t kWidth = 24, kHeight = 12;
+  CVPixelBufferRef black = nullptr;
+  if (CVPixelBufferCreate(kWidth, kHeight, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0,
+                          &black) != kCVReturnSuccess) {
+    return;
+  }
+  last_.buffer.reset(black);
+  for (std::size_t plane = 0; plane < 2; ++plane) {
+    std::memset(CVPixelBufferGetBaseAddressOfPlane(black, plane), plane == 0 ? kBlack : kNoColour,
+                CVPixelBufferGetBytesPerRowOfPlane(black, plane) *
+                    CVPixelBufferGetHeightOfPlane(black, plane));
+  }
+  draw();
+  last_ = {};
 }
 
 // The layer fits a picture's shape into its frame; a frame of the picture's own shape is filled.

@@ -34,6 +34,7 @@ class PictureLayer {
   explicit PictureLayer(std::shared_ptr<AAPLEAGLLayer> layer) : layer_(std::move(layer)) {}
   CGRect rectangle() const;
   void draw();
+  void drawBlack();
 
   std::shared_ptr<AAPLEAGLLayer> layer_;
   Picture last_;

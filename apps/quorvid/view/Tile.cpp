@@ -76,6 +76,7 @@ void Tile::restart() {
 void Tile::begin() {
   meter_.countAnew(view_->figures());
   restarts_ = 0;
+  textDue_ = 0;
   if (view_->target().device.empty()) {
     view_->connect(liveTargetOf(target_));
   } else {

@@ -33,6 +33,7 @@ LiveFigures TileMeter::sum(const LiveFigures& figures) const {
   sum.bytes += before_.bytes;
   sum.decoded += before_.decoded;
   sum.shown += before_.shown;
+  sum.longestPause = std::max(sum.longestPause, before_.longestPause);
   sum.overwritten += before_.overwritten;
   sum.held += before_.held;
   sum.lost += before_.lost;

@@ -69,6 +69,7 @@ Json tileJson(const TileReport& tile) {
       tile.firstPictureSeconds ? Json(rounded(*tile.firstPictureSeconds)) : Json();
   json["frames_per_second"] = rounded(tile.framesPerSecond);
   json["longest_pause_seconds"] = rounded(tile.longestPause);
+  json["longest_pause_between_pictures_seconds"] = rounded(tile.figures.longestPause);
   json["silent_seconds"] = rounded(tile.silence);
   json["size"] = tile.figures.shown > 0 ? sizeJson(kPictureSize) : Json();
   json["stream_size"] = streamSize ? sizeJson(*streamSize) : Json();

@@ -53,7 +53,16 @@ Viewer::~Viewer() {
   window_->setEventHandler({});
 }
 
+// What takes long the first time, fonts and the window's own drawing, is done when pictures come.
+void Viewer::warmUp() {
+  constexpr int kTurns = 3;
+  wall_.look(steadySeconds());
+  for (int i = 0; i < kTurns && window_->runTurn(); ++i) {
+  }
+}
+
 void Viewer::run(const std::function<void()>& everySecond) {
+  warmUp();
   const double start = steadySeconds();
   double second = start + 1;
   wall_.play();

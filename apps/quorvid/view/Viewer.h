@@ -45,6 +45,7 @@ class Viewer {
 
  private:
   Viewer(const ViewOptions& options, std::unique_ptr<Window> window);
+  void warmUp();
   void handle(const WindowEvent& event);
   void handleKey(const WindowEvent& event);
   void leave();
