@@ -54,7 +54,7 @@ void FrameQueue::keepWithinBounds() {
 
 std::optional<Frame> FrameQueue::take() {
   std::unique_lock lock(mutex_);
-  for (bool isAfterLoss = false;; isAfterLoss = true) {
+  for (bool isAfterLoss = false;;) {
     changed_.wait(lock, [this] { return closed_ || (!hidden_ && !frames_.empty()); });
     if (closed_) return std::nullopt;
     Frame frame = std::move(frames_.front());
@@ -66,6 +66,7 @@ std::optional<Frame> FrameQueue::take() {
     const bool isBehind = steadySeconds() - frame.arrival > kBehind && !frames_.empty();
     if (frame.isReference || frame.isKey || !isBehind || keepsAll_) return frame;
     ++lost_;
+    isAfterLoss = isAfterLoss || frame.isToBeShown;
   }
 }
 

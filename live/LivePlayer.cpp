@@ -12,6 +12,15 @@ constexpr double kSecondsOfRates = 3;
 constexpr double kSecondsBetweenSamples = 0.5;
 constexpr double kMostToRetry = 5;
 constexpr const char* kTooSlow = "decoding doesn't keep pace";
+constexpr const char* kDrawnTooSlow = "drawing doesn't keep pace";
+// Drawing is too slow where more than this part of the pictures is overtaken, although the thread
+// spends more than that part of its time on its views: one that turns seldom has time left.
+constexpr double kMostOvertaken = 0.1;
+constexpr double kBusy = 0.9;
+constexpr double kSecondsToJudge = 2;
+// And it stays so until both are well below.
+constexpr double kCalmOvertaken = 0.05;
+constexpr double kCalm = 0.8;
 
 bool isConnected(LiveState state) {
   return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
@@ -58,6 +67,7 @@ bool LivePlayer::play() {
   before_ = {};
   figures_ = {};
   samples_.clear();
+  isOvertaken_ = false;
   watch_ = StallWatch(options_.stallAfter, played_);
   retries_ = StallWatch(secondsToRetry(options_), played_);
   startSession();
@@ -114,9 +124,9 @@ void LivePlayer::setOptions(const LiveOptions& options) {
   if (session_ != nullptr) session_->setMostLag(options.mostLag);
 }
 
-std::optional<Picture> LivePlayer::turn(double now) {
+std::optional<Picture> LivePlayer::turn(double now, double busy) {
   if (session_ == nullptr) return std::nullopt;
-  sample(now);
+  sample(now, busy);
   auto picture = session_->takePicture();
   if (picture) picture->number += before_.received;
   const SessionReport report = session_->report();
@@ -178,6 +188,8 @@ LiveStatus LivePlayer::status(double now) const {
     return stalledStatus(report, now);
   } else if (isConnected(status.state) && report.isLate) {
     status = makeStatus(LiveState::Late, LiveReason::TooSlow, kTooSlow);
+  } else if (status.state == LiveState::Live && isOvertaken_) {
+    status = makeStatus(LiveState::Late, LiveReason::TooSlow, kDrawnTooSlow);
   }
   return status;
 }
@@ -232,10 +244,23 @@ LiveFigures LivePlayer::figures(double now) const {
   return figures;
 }
 
-void LivePlayer::sample(double now) {
+void LivePlayer::sample(double now, double busy) {
   if (!samples_.empty() && now - samples_.back().time < kSecondsBetweenSamples) return;
-  samples_.push_back({now, figures_.shown, before_.bytes + session_->report().bytes});
+  const SessionReport report = session_->report();
+  samples_.push_back({now, busy, figures_.shown, before_.bytes + report.bytes,
+                      before_.decoded + report.decoded, before_.overwritten + report.overwritten});
   while (samples_.size() > 2 && now - samples_.front().time > kSecondsOfRates) samples_.pop_front();
+  isOvertaken_ = isDrawingTooSlow();
+}
+
+bool LivePlayer::isDrawingTooSlow() const {
+  const Sample &from = samples_.front(), &to = samples_.back();
+  const double seconds = to.time - from.time;
+  if (seconds < kSecondsToJudge) return isOvertaken_;
+  const auto decoded = static_cast<double>(to.decoded - from.decoded);
+  const auto overtaken = static_cast<double>(to.overwritten - from.overwritten);
+  return overtaken > (isOvertaken_ ? kCalmOvertaken : kMostOvertaken) * decoded &&
+         to.busy - from.busy > (isOvertaken_ ? kCalm : kBusy) * seconds;
 }
 
 }  // namespace quorvid

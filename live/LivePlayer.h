@@ -32,7 +32,8 @@ class LivePlayer {
   bool isVisible() const { return visible_; }
 
   // The picture to be shown now, if a new one waits. Starts a silent stream again when it is time.
-  std::optional<Picture> turn(double now);
+  // busy: seconds that the thread has spent on its views so far (RunLoop::busySeconds()).
+  std::optional<Picture> turn(double now, double busy);
   // arrival: of the picture that was drawn just now.
   void pictureShown(double now, double arrival);
   LiveStatus status(double now) const;
@@ -42,8 +43,8 @@ class LivePlayer {
 
  private:
   struct Sample {
-    double time;
-    std::uint64_t shown, bytes;
+    double time, busy;
+    std::uint64_t shown, bytes, decoded, overwritten;
   };
 
   void startSession();
@@ -51,7 +52,8 @@ class LivePlayer {
   bool needsRetry(const SessionReport& report) const;
   LiveStatus stalledStatus(const SessionReport& report, double now) const;
   double longestPause(double now) const;
-  void sample(double now);
+  void sample(double now, double busy);
+  bool isDrawingTooSlow() const;
 
   LiveOptions options_;
   std::shared_ptr<Wake> wake_;
@@ -70,6 +72,7 @@ class LivePlayer {
   double played_ = 0, firstShown_ = -1, lastShown_ = -1;
   double seenSince_ = -1;  // when it became visible last
   std::deque<Sample> samples_;
+  bool isOvertaken_ = false;  // drawing doesn't keep pace
 };
 
 }  // namespace quorvid

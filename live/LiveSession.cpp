@@ -107,18 +107,29 @@ void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
              static_cast<int>(stream->displayedHeight()), stream->displayAspect()};
   }
   noteOutcome(outcome, shape);
-  if (outcome != StreamDecoder::Outcome::Picture) return;
   const double now = steadySeconds();
-  const bool isLeftOut = noteLateness(now, frame) || !frame.isToBeShown || isOvertaken(now, frame);
-  if (!isLeftOut) publish({decoder.picture(), frame.arrival, frame.number, shape});
-  wake_->signal();
+  const bool isShown = outcome == StreamDecoder::Outcome::Picture && !noteLateness(now, frame) &&
+                       frame.isToBeShown && !isOvertaken(now, frame);
+  if (isShown) publish({decoder.picture(), frame.arrival, frame.number, shape});
+  if (isUntold() || isShown) wake_->signal();
 }
 
-// True when the picture is too old to be shown.
+// The host has to be told of more than pictures.
+bool LiveSession::isUntold() {
+  const std::lock_guard lock(mutex_);
+  if (told_ == report_.status && toldLate_ == report_.isLate) return false;
+  told_ = report_.status;
+  toldLate_ = report_.isLate;
+  return true;
+}
+
+// True when the picture is too old to be shown. What came while the view was hidden makes nobody
+// late: it is decoded for the last one alone.
 bool LiveSession::noteLateness(double now, const Frame& frame) {
   const double lag = now - frame.arrival;
   const bool isTooOld = lag > mostLag_;
   if (isTooOld) queue_.skipToNewestKey();
+  if (!frame.isToBeShown) return isTooOld;
   const std::lock_guard lock(mutex_);
   if (isTooOld || frame.isAfterLoss) {
     leftOut_ = now;

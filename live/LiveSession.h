@@ -73,6 +73,7 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   bool isOvertaken(double now, const Frame& frame);
   void publish(Picture picture);
   void noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape);
+  bool isUntold();
   void setStatus(LiveState state, LiveReason reason, std::string sentence);
 
   void keepRelay();
@@ -103,8 +104,11 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   std::array<double, 2> turnGaps_{};  // between its last turns
   double published_ = -1;             // when ready_ was set last
   double leftOut_ = -1;               // when a picture was left out last, because decoding is late
-  // The decoding thread's: arrival of the last frame, and the longest time between two of late.
+  // The decoding thread's: arrival of the last frame, and the longest time between two of late; what
+  // the host was woken for last.
   double arrived_ = -1, frameGap_ = 0;
+  LiveStatus told_;
+  bool toldLate_ = false;
 };
 
 inline LiveStatus makeStatus(LiveState state, LiveReason reason = LiveReason::None,

@@ -79,7 +79,7 @@ void LiveView::State::turn(LiveView& view) {
 
 void LiveView::State::draw(LiveView& view, double now) {
   view.windowVisibilityChanged();  // it may be in another window
-  auto picture = player.turn(now);
+  auto picture = player.turn(now, RunLoop::currentRunLoop()->busySeconds());
   if (layer == nullptr || !player.isVisible()) return;
   layer->place(view.bounds(), player.options().shape);
   if (picture) {

@@ -4,6 +4,8 @@
 #include <limits>
 #include <utility>
 
+#include "base/Clock.h"
+
 namespace quorvid {
 namespace {
 
@@ -33,9 +35,11 @@ void RunLoop::refresh(std::uint32_t refreshes) {
   if (counted_) *counted_ += std::chrono::duration_cast<Time::duration>(Refreshes(refreshes));
   // A copy: callbacks change the list, and no link may go away under its own callback.
   const std::vector<std::shared_ptr<CADisplayLink>> scheduled = links_;
+  const double begin = steadySeconds();
   for (const auto& link : scheduled) {
     if (link->mode_ == mode_) link->tick(refreshes);
   }
+  busySeconds_ += steadySeconds() - begin;
 }
 
 std::shared_ptr<CADisplayLink> CADisplayLink::displayLinkWithTarget(

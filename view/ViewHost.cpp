@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/Clock.h"
 #include "port/HostContext.h"
 #include "port/egl/EAGLContextNative.h"
 #include "port/egl/ShareGroup.h"
@@ -151,7 +152,9 @@ bool ViewHost::composite(int x, int y, int width, int height, std::string* why) 
     CALayer& tree = *state_->contentView->layer();
     if (state_->scale > 0) setLayerTreeScale(tree, state_->scale);
     const std::uint64_t version = layerTreeVersion(tree);
+    const double begin = steadySeconds();
     reason = state_->compositor.draw(tree, {x, y, width, height});
+    if (const auto loop = state_->loop.lock()) loop->addBusySeconds(steadySeconds() - begin);
     if (reason.empty()) state_->drawnVersion = version;
     state_->logAnew(reason);
   }

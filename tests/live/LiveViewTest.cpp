@@ -11,6 +11,7 @@ namespace quorvid::test {
 namespace {
 
 constexpr double kFrameSeconds = 0.02;
+constexpr double kMostLag = 2;
 
 class LiveViewTest : public LiveViewFixture {
  protected:
@@ -201,11 +202,18 @@ TEST_F(LiveViewTest, HiddenItReceivesAndComesBackWithTheNewest) {
     client.readRequest();
     client.sendAnswer();
     for (; !change; sent += rust.size()) stream(client, rust, 1);
-    stream(client, group, 1);
+    stream(client, {group.front()}, 1);
+    sleepForTimeInterval(1.5 * kMostLag);
+    stream(client, {group.begin() + 1, group.end()}, 1);
     sent += group.size();
     isSent = true;
     client.waitForClose();
   });
+  LiveOptions options;
+  options.mostLag = kMostLag;
+  view_->setOptions(options);
+  bool isLate = false;
+  view_->setStatusHandler([&](const LiveStatus& told) { isLate |= told.state == LiveState::Late; });
   view_->connect(targetOf(server));
   ASSERT_TRUE(turnsUntil([&] { return isShown(kRust); }));
   const auto host = ViewHost::create();
@@ -221,6 +229,8 @@ TEST_F(LiveViewTest, HiddenItReceivesAndComesBackWithTheNewest) {
   EXPECT_TRUE(isShown(kTeal)) << "the first picture is a new one";
   EXPECT_EQ(view_->figures().decoded, before.decoded + group.size());
   EXPECT_EQ(view_->figures().converted, before.converted + 1) << "nobody sees the others";
+  RunLoop::currentRunLoop()->refresh();
+  EXPECT_FALSE(isLate) << "the group's first frame was old, its last is not";
   view_->removeFromSuperview();
 }
 
@@ -242,6 +252,37 @@ TEST_F(LiveViewTest, SaysThatPicturesAreLeftOutBecauseTheyAreLate) {
   ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown > 0; }));
   EXPECT_EQ(view_->status().state, LiveState::Late) << "not forgotten at once";
   EXPECT_TRUE(comesTo(LiveState::Live));
+}
+
+TEST_F(LiveViewTest, SaysThatDrawingDoesntKeepPaceAndNotThatAHostTurnsSeldom) {
+  FleetServer server([](FleetClient& client) {
+    client.readRequest();
+    client.sendAnswer();
+    stream(client, oneColouredFrames(kRust), 1000);
+  });
+  constexpr double kSlow = 0.1;
+  double drawing = 0;
+  const auto link = CADisplayLink::displayLinkWithTarget([&] { sleepForTimeInterval(drawing); });
+  link->setEveryTurn(true);
+  link->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);
+  view_->connect(targetOf(server));
+  ASSERT_TRUE(comesTo(LiveState::Live));
+  const double end = steadySeconds() + 4;
+  bool isLate = false;
+  ASSERT_TRUE(turnsUntil([&] {
+    sleepForTimeInterval(kSlow);
+    isLate = isLate || view_->status().state == LiveState::Late;
+    return steadySeconds() > end;
+  }));
+  EXPECT_FALSE(isLate);
+  EXPECT_GT(view_->figures().overwritten, 20U);
+  drawing = kSlow;
+  EXPECT_TRUE(turnsUntil(
+      [&] { return view_->status().sentence.find("drawing") != std::string::npos; }));
+  EXPECT_EQ(view_->status().state, LiveState::Late);
+  drawing = 0;
+  EXPECT_TRUE(comesTo(LiveState::Live));
+  link->invalidate();
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "quorvid/view/RunLoop.h"
 #include "view/sdl/CurrentContext.h"
 #include "view/sdl/SdlWindow.h"
 
@@ -143,7 +144,12 @@ void SdlWindow::drawIfChanged() {
   glClear(GL_COLOR_BUFFER_BIT);
   host_->composite(0, 0, pixelWidth_, pixelHeight_);
   if (frames_ != nullptr) frames_->request(std::chrono::steady_clock::now());
+  const auto begin = std::chrono::steady_clock::now();
   SDL_GL_SwapWindow(window_);
+  if (!swapBlocks_) {
+    const std::chrono::duration<double> swap = std::chrono::steady_clock::now() - begin;
+    RunLoop::currentRunLoop()->addBusySeconds(swap.count());
+  }
   swapped_ = swapBlocks_;
   drawsDue_ = std::max(drawsDue_ - 1, 0);
 }

@@ -35,7 +35,8 @@ enum class LiveState : std::uint8_t {
                        // lost
   Live,                // pictures are shown as they come
   Late,                // decoding doesn't keep pace: pictures are left out, or the last one stands
-                       // because what came since is older than the view may show
+                       // because what came since is older than the view may show. Or drawing
+                       // doesn't, with all of the thread's time: pictures are overtaken
   Stalled,             // the last picture stands: none came for `stallAfter` seconds
   Reconnecting,        // the connection is lost or can't be had; tried again in `nextTry` seconds
   Refused,             // the server answered with `answerStatus`; tried again in `nextTry` seconds
@@ -57,7 +58,7 @@ enum class LiveReason : std::uint8_t {
   NoKeyFrame,          // frames come, but none to begin with
   PicturesOutOfOrder,  // frames are missing between those that came
   Undecodable,         // frames come that no picture can be made of
-  TooSlow,             // decoding doesn't keep pace
+  TooSlow,             // decoding or drawing doesn't keep pace: the sentence says which
   NoResources,         // no thread, descriptor or memory left
   NoGraphics,          // no OpenGL ES 2 context, or no storage to draw into
 };

@@ -47,6 +47,12 @@ class QUORVID_API RunLoop {
   void refreshAt(Time now);
   // Refreshes told so far.
   std::uint64_t refreshCount() const { return refreshCount_; }
+  // Seconds that the thread has spent on its views so far: in calls of links, and what drivers add.
+  // Views that can't be drawn as fast as their pictures come tell so by it.
+  double busySeconds() const { return busySeconds_; }
+  // For who draws the views: the time that drawing and showing them took, without waiting for the
+  // display. (ViewHost adds composite() by itself.)
+  void addBusySeconds(double seconds) { busySeconds_ += seconds; }
 
   RunLoopMode mode() const { return mode_; }
   void setMode(RunLoopMode mode) { mode_ = mode; }
@@ -58,6 +64,7 @@ class QUORVID_API RunLoop {
   std::vector<std::shared_ptr<CADisplayLink>> links_;
   RunLoopMode mode_ = RunLoopMode::Default;
   std::uint64_t refreshCount_ = 0;
+  double busySeconds_ = 0;
   std::optional<Time> counted_;  // up to when refreshes were told, once the time was
 };
 
