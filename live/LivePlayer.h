@@ -32,8 +32,9 @@ class LivePlayer {
   bool isVisible() const { return visible_; }
 
   // The picture to be shown now, if a new one waits. Starts a silent stream again when it is time.
-  // busy: seconds that the thread has spent on its views so far (RunLoop::busySeconds()).
-  std::optional<Picture> turn(double now, double busy);
+  // busy: seconds that the thread has spent on its views so far (RunLoop::busySeconds()),
+  // 0 where nothing is drawn.
+  std::optional<Picture> turn(double now, double busy = 0);
   // arrival: of the picture that was drawn just now.
   void pictureShown(double now, double arrival);
   LiveStatus status(double now) const;
