@@ -55,6 +55,8 @@ TEST(CView, PlaysInsideAHostsContext) {
     quorvid_view_figures(view.get(), &figures);
     return figures.received == 12;
   }));
+  sleepForTimeInterval(0.1);
+  quorvid_view_figures(view.get(), &figures);
   EXPECT_EQ(figures.decoded, 0U) << "nobody sees the host's window";
   quorvid_host_set_visible(host.get(), 1);
   ASSERT_TRUE(eventually([&] {
