@@ -97,7 +97,7 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   mutable std::mutex mutex_;  // guards what follows
   SessionReport report_;
   std::optional<Picture> ready_;
-  std::condition_variable picked_;    // ready_ was taken, or the session ends
+  std::condition_variable picked_;  // ready_ was taken, or the session ends
   bool ending_ = false;
   std::uint64_t taken_ = 0;           // how often the host's thread asked
   double turned_ = -1;                // when it did last
