@@ -27,6 +27,7 @@ bool Continuity::take(const PictureInfo& picture) {
     if (lacksField) lose();
     if (difference != 0) noteGap(difference);
   }
+  if (!isSecond) order_.take(picture, difference);
   note(picture, isSecond);
   return startsAnew_ || !isHeld_;
 }
@@ -72,13 +73,11 @@ bool Continuity::isRecovered(const PictureInfo& picture) {
 }
 
 void Continuity::beginGroup() {
-  if (gap_ && !isDamaged_) {
-    groupsWithIt_ = gap_ == usualGap_ ? groupsWithIt_ + 1 : 1;
-    usualGap_ = gap_;
-  } else {
-    groupsWithIt_ = 0;
-    usualGap_.reset();
-  }
+  const bool isOdd = gap_ && !isDamaged_ && order_.isComplete();
+  groupsWithIt_ = !isOdd ? 0 : gap_ == usualGap_ ? groupsWithIt_ + 1 : 1;
+  if (groupsWithIt_ == kGroupsThatProve) trustsNumbers_ = false;
+  usualGap_ = gap_;
+  order_.beginGroup();
   place_ = 0;
   gap_.reset();
   isDamaged_ = false;
@@ -87,15 +86,15 @@ void Continuity::beginGroup() {
 // Between the number that the picture should have and the one that it has.
 std::uint32_t Continuity::differenceOf(const PictureInfo& picture) const {
   if (stream_.gapsInFrameNumAllowed || !trustsNumbers_) return 0;
-  return wrapped(picture.first.frameNum - lastReference_ - 1);
+  const std::uint32_t difference = wrapped(picture.first.frameNum - lastReference_ - 1);
+  return difference == 0 && order_.isTurnsAway(picture) ? 1U << stream_.log2MaxFrameNum
+                                                        : difference;
 }
 
 void Continuity::noteGap(std::uint32_t difference) {
   if (gap_) return;  // held since the group's first one
   gap_ = Gap{place_, difference};
-  const bool isUsual = !isDamaged_ && gap_ == usualGap_;
-  trustsNumbers_ = !isUsual || groupsWithIt_ + 1 < kGroupsThatProve;
-  if (trustsNumbers_) hold();
+  hold();
 }
 
 void Continuity::note(const PictureInfo& picture, bool isSecond) {
@@ -104,6 +103,7 @@ void Continuity::note(const PictureInfo& picture, bool isSecond) {
   firstField_.reset();
   if (isField && !isSecond && !picture.hasBothFields) firstField_ = picture.first;
   if (picture.resetsFrameNum) {
+    order_.reset();
     lastReference_ = 0;
   } else if (picture.isReference) {
     lastReference_ = picture.first.frameNum;

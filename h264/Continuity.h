@@ -9,13 +9,14 @@
 #include <cstdint>
 #include <optional>
 
+#include "h264/PictureOrder.h"
 #include "h264/Units.h"
 
 namespace quorvid::h264 {
 
 class Continuity {
  public:
-  explicit Continuity(const Sps& stream) : stream_(stream) {}
+  explicit Continuity(const Sps& stream) : stream_(stream), order_(stream) {}
 
   // A recovery point that came by itself counts for the next picture.
   void announce(std::optional<std::uint32_t> recoveryFrameCnt);
@@ -30,8 +31,10 @@ class Continuity {
 
   bool isHeld() const { return isHeld_; }
   // False once the same gap, at the same place, was there in three groups in a row that decoded
-  // without damage: that is how a camera counts, and not what the network lost. (A group is what
-  // follows a picture that needs nothing before it.) Gaps are looked at no more.
+  // without damage and miss no picture by their order counts: that is how a camera counts, and not
+  // what was lost, were it at the same place in each group. (A group is what follows a picture that
+  // needs nothing before it.) Gaps are looked at no more. Without order counts of their own streams
+  // are held for good, unless frame_num never moves: see PictureOrder::isComplete().
   bool trustsNumbers() const { return trustsNumbers_; }
 
  private:
@@ -51,6 +54,7 @@ class Continuity {
   void hold();
 
   Sps stream_;
+  PictureOrder order_;
   bool isHeld_ = true;  // a stream may be joined anywhere
   bool startsAnew_ = false, isReference_ = false;
   std::uint32_t lastReference_ = 0;        // its number

@@ -7,7 +7,7 @@ namespace {
 
 // Enough for a slice header's first fields, the unit's header and the bytes that keep start codes
 // out.
-constexpr std::size_t kLongestHeader = 24;
+constexpr std::size_t kLongestHeader = 32;
 // And for all of it, with the lists and weights that it may carry.
 constexpr std::size_t kLongestWholeHeader = 512;
 // Encoders that cut slices at the size of a network packet come to about 110 of them in the largest
@@ -21,7 +21,7 @@ constexpr std::uint64_t kIntraWork = 2;
 // Skipped ones of a B slice already have up to 32 vectors.
 constexpr std::uint64_t kBothWaysWork = 10;
 
-SliceHeader readHeader(BitReader& reader, const Sps& sps) {
+SliceHeader readHeader(BitReader& reader, const Sps& sps, bool isIdr) {
   SliceHeader header;
   header.firstMbInSlice = reader.ue(kMaxFrameSizeInMbs - 1);
   header.sliceType = static_cast<SliceType>(reader.ue(9) % 5);
@@ -30,16 +30,19 @@ SliceHeader readHeader(BitReader& reader, const Sps& sps) {
   if (!sps.frameMbsOnly && reader.flag()) {
     header.structure = reader.flag() ? PictureStructure::BottomField : PictureStructure::TopField;
   }
+  if (isIdr) reader.ue();
+  if (sps.picOrderCntType == 0) {
+    header.picOrderCntLsb = reader.bits(static_cast<int>(sps.log2MaxPicOrderCntLsb));
+  }
   return header;
 }
 
-// What lies between readHeader()'s fields and the lists of references, in a unit that is no IDR.
+// What lies between readHeader()'s fields and the lists of references.
 void skipPicOrder(BitReader& reader, const ParameterSets& sets, const SliceHeader& header) {
   const Sps& sps = sets.stream;
   const bool hasBottom =
       sets.picture.bottomFieldPicOrderInFrame && header.structure == PictureStructure::Frame;
   if (sps.picOrderCntType == 0) {
-    reader.bits(static_cast<int>(sps.log2MaxPicOrderCntLsb));
     if (hasBottom) reader.se();
   } else if (sps.picOrderCntType == 1 && !sps.deltaPicOrderAlwaysZero) {
     reader.se();
@@ -86,7 +89,7 @@ std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
   if (!isEscaped(unit)) return std::nullopt;
   const Bytes payload = payloadOf(unit);
   BitReader reader(payload);
-  const SliceHeader header = readHeader(reader, sps);
+  const SliceHeader header = readHeader(reader, sps, (unit[0] & 0x1F) == 5);
   return reader.failed() ? std::nullopt : std::optional(header);
 }
 
@@ -95,7 +98,7 @@ bool resetsFrameNum(const ParameterSets& sets, ByteView unit) {
   if (!isReference || (unit[0] & 0x1F) != 1) return false;  // an IDR picture begins anew by itself
   const Bytes payload = payloadOf(unit.first(std::min(unit.size(), kLongestWholeHeader)));
   BitReader reader(payload);
-  const SliceHeader header = readHeader(reader, sets.stream);
+  const SliceHeader header = readHeader(reader, sets.stream, false);
   if (header.ppsId != sets.picture.id) return false;
   skipPicOrder(reader, sets, header);
   skipLists(reader, sets, header.sliceType);

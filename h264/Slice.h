@@ -17,12 +17,15 @@ enum class SliceType : std::uint8_t { P, B, I, SP, SI };
 
 // first_mb_in_slice ue | slice_type ue | pic_parameter_set_id ue | frame_num, log2MaxFrameNum bits
 // | unless frameMbsOnly: field_pic_flag 1 | in a field: bottom_field_flag 1
+// | in an IDR picture: idr_pic_id ue | picOrderCntType 0: pic_order_cnt_lsb, log2MaxPicOrderCntLsb
+// bits
 struct SliceHeader {
   std::uint32_t firstMbInSlice = 0;  // of a frame with pairs: the first pair
   SliceType sliceType = SliceType::P;
   std::uint32_t ppsId = 0;
   std::uint32_t frameNum = 0;
   PictureStructure structure = PictureStructure::Frame;
+  std::uint32_t picOrderCntLsb = 0;  // of type 0
 };
 
 // unit: a slice, NAL header first, no start code. Nothing when it ends too early, a field is out of

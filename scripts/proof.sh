@@ -97,6 +97,12 @@ lost() {
   proof lost --seconds 20
 }
 
+# Every 5th frame, at the same places of each group: what a camera that counts wrongly looks like.
+lost_in_step() {
+  start_simulator --seconds 20 --fault lose:all:5
+  proof lost_in_step --seconds 20
+}
+
 lost_car() {
   start_simulator --seconds 20 --fault lose
   port=$(awk '$1 == "car" { print $2 }' "$work/ports")
@@ -143,7 +149,7 @@ window() {
   proof window --seconds 20 --from window --stall 2:4
 }
 
-cases=(stalled sigstopped window hidden_in_bound hidden_beyond lost lost_car resized replaced_size slow_turns churned two_threads)
+cases=(stalled sigstopped window hidden_in_bound hidden_beyond lost lost_in_step lost_car resized replaced_size slow_turns churned two_threads)
 (($# > 0)) && cases=("$@")
 echo "case          pictures worst dB  cell  <30  bad order  age ms pauses back s  held  lost restarts"
 for case in "${cases[@]}"; do "$case"; done

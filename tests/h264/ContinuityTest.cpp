@@ -74,6 +74,50 @@ TEST_F(ContinuityTest, RecoveryTakesAsManyPicturesAsItSays) {
   EXPECT_TRUE(take(picture(6)));
 }
 
+// Of four groups of eleven pictures with a gap between the fifth and the sixth: how many are shown.
+int shownOf(std::uint32_t type, std::uint32_t (*number)(std::uint32_t),
+            std::uint32_t (*place)(std::uint32_t)) {
+  Sps stream;  // order counts of 4 bits
+  stream.picOrderCntType = type;
+  Continuity continuity(stream);
+  int shown = 0;
+  for (std::uint32_t index = 0; index < 44; ++index) {
+    PictureInfo next = index % 11 == 0 ? idr() : picture(number(index % 11));
+    next.first.picOrderCntLsb = 2 * place(index % 11) % 16;
+    shown += continuity.take(next) ? 1 : 0;
+    continuity.decoded(true);
+  }
+  return shown;
+}
+
+TEST_F(ContinuityTest, GapInStepWithTheGroupsIsALossWhereOrderCountsAreMissingToo) {
+  const auto even = [](std::uint32_t index) { return index; };
+  const auto gap = [](std::uint32_t index) { return index + index / 5; };
+  const auto reordered = [](std::uint32_t index) { return index == 0 ? 0 : ((index - 1) ^ 1) + 1; };
+  const auto still = [](std::uint32_t) { return 0U; };
+  constexpr int kHeld = 4 * 5, kReleased = 3 * 5 + 11;
+  EXPECT_EQ(shownOf(0, gap, even), kReleased);
+  EXPECT_EQ(shownOf(0, gap, reordered), kReleased);
+  EXPECT_EQ(shownOf(0, gap, gap), kHeld);
+  EXPECT_EQ(shownOf(2, gap, even), kHeld);
+  EXPECT_EQ(shownOf(2, still, even), 3 + 11);
+}
+
+TEST_F(ContinuityTest, WholeTurnsOfTheNumbersShowInOrderCounts) {
+  Sps stream;
+  stream.log2MaxPicOrderCntLsb = 8;
+  for (const std::uint32_t away : {32U, 96U, 256U - 32, 0U, 4U, 256U - 2}) {
+    Continuity continuity(stream);
+    continuity.take(idr());
+    continuity.decoded(true);
+    for (std::uint32_t index = 1; index < 20; ++index) {
+      PictureInfo next = picture(index % 16);
+      next.first.picOrderCntLsb = (2 * index + (index < 12 ? 0 : away)) % 256;
+      EXPECT_EQ(continuity.take(next), index < 12 || away % 32 != 0 || away == 0) << away;
+    }
+  }
+}
+
 TEST_F(ContinuityTest, NumberingThatBeginsAgainIsReadFromTheSlice) {
   const auto stream = test::encodeTestStream({.frames = 2, .keepVui = true});
   const auto sets = *ParameterSets::make(stream.sps, stream.pps);
