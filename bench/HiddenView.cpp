@@ -1,7 +1,7 @@
 // hidden_view HOST PORT DEVICE SECONDS: hides a live view for so long, and tells as one JSON object
-// what was decoded meanwhile and how long it took after that until what was kept was decoded, until a
-// picture stood, and the present one (lag below 100 ms). Without a display; what stands does so at a
-// turn's end, 60 turns a second.
+// what was decoded meanwhile and how long it took after that until what was kept was decoded, until
+// a picture stood, and the present one (lag below 100 ms). Without a display; what stands does so
+// at a turn's end, 60 turns a second.
 #include <poll.h>
 
 #include <chrono>
@@ -39,8 +39,8 @@ struct Case {
   double turnUntilShown(const LiveFigures& hidden) const;
 };
 
-// Until a picture stands, at the pace of the view's descriptor. Returns the seconds until the last of
-// what was kept was decoded; below 0: no picture came.
+// Until a picture stands, at the pace of the view's descriptor. Returns the seconds until the last
+// of what was kept was decoded; below 0: no picture came.
 double Case::turnUntilShown(const LiveFigures& hidden) const {
   const auto start = Clock::now();
   double decoded = 0;

@@ -85,8 +85,8 @@ void PictureLayer::setGrey(bool grey) {
   if (std::exchange(grey_, grey) != grey) draw();
 }
 
-// The first picture of a layer takes long, for its shaders are translated then: no stream waits yet.
-// They may be other ones for sizes that are powers of 2, which no stream's pictures have.
+// The first picture of a layer takes long, for its shaders are translated then: no stream waits
+// yet. They may be other ones for sizes that are powers of 2, which no stream's pictures have.
 void PictureLayer::drawBlack() {
   constexpr std::size_t kWidth = 24, kHeight = 12;
   CVPixelBufferRef black = nullptr;

@@ -277,8 +277,8 @@ TEST_F(LiveViewTest, SaysThatDrawingDoesntKeepPaceAndNotThatAHostTurnsSeldom) {
   EXPECT_FALSE(isLate);
   EXPECT_GT(view_->figures().overwritten, 20U);
   drawing = kSlow;
-  EXPECT_TRUE(turnsUntil(
-      [&] { return view_->status().sentence.find("drawing") != std::string::npos; }));
+  EXPECT_TRUE(
+      turnsUntil([&] { return view_->status().sentence.find("drawing") != std::string::npos; }));
   EXPECT_EQ(view_->status().state, LiveState::Late);
   drawing = 0;
   EXPECT_TRUE(comesTo(LiveState::Live));

@@ -20,8 +20,9 @@ std::string stateText(const TileReport& tile) {
   if (tile.isStalled && figures.shown > 0) {
     return fmt::format("no picture for {:.0f} s", tile.silence);
   }
-  if (status.state == LiveState::Live && !tile.isStalled) {
-    return fmt::format("live  {:.1f}/s  {}  lag {:.0f} ms", figures.pictureRate,
+  const bool isShown = status.state == LiveState::Live || status.state == LiveState::Late;
+  if (isShown && figures.shown > 0 && !tile.isStalled) {
+    return fmt::format("{}  {:.1f}/s  {}  lag {:.0f} ms", nameOf(status.state), figures.pictureRate,
                        bitRateText(figures.bitRate), figures.lag * 1000);
   }
   return nameOf(status.state);

@@ -97,7 +97,10 @@ int runView(const ViewArguments& arguments) {
   if (options.json || !options.stats) output.write(options.json ? report.json() : report.text());
   for (const TileReport& tile : report.tiles) {
     if (tile.reason.empty()) continue;
-    const char* const what = tile.figures.shown == 0 ? "no picture" : "no picture any more";
+    const bool isLate = tile.status.state == LiveState::Late;
+    const char* const what = tile.figures.shown == 0 ? "no picture"
+                             : isLate                ? "late"
+                                                     : "no picture any more";
     note(fmt::format("{}: {}: {}", tile.name, what, tile.reason));
   }
   if (shown && log.messageCount() > 0) {
