@@ -36,6 +36,10 @@ PixelRect intersection(const PixelRect& a, const PixelRect& b) {
   return {left, low, std::max(right - left, 0), std::max(high - low, 0)};
 }
 
+bool isEmpty(const PixelRect& box) {
+  return box.width <= 0 || box.height <= 0;
+}
+
 void scissor(const PixelRect& box) {
   glScissor(box.x, box.y, box.width, box.height);
 }
@@ -64,6 +68,7 @@ std::string Compositor::draw(CALayer& tree, const PixelRect& region) {
   const Pass pass{region, region.width / size.width, region.height / size.height, hasManySamples()};
   const CGPoint frameOrigin = tree.frame().origin;
   drawLayer(pass, tree, {-frameOrigin.x, -frameOrigin.y});
+  drawContents(pass);
   dropUnused();
   return {};
 }
@@ -86,19 +91,32 @@ void Compositor::drawLayer(const Pass& pass, CALayer& layer, CGPoint origin) {
   const CGRect frame = layer.frame();
   const CGPoint position{origin.x + frame.origin.x, origin.y + frame.origin.y};
   const PixelRect target = pass.toPixels({position, frame.size});
-  const CGColorRef color = layer.backgroundColor();
-  const PixelRect visible = intersection(target, pass.region);
-  if (color.alpha > 0 && visible.width > 0 && visible.height > 0) {
-    scissor(visible);
-    glClearColor(color.red, color.green, color.blue, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
-  }
   if (Drawable* drawable = layer.drawable(); drawable != nullptr && drawable->hasContent()) {
-    drawContent(pass, *drawable, target);
+    waiting_.push_back({drawable, target});  // it hides the background
+  } else {
+    drawBackground(pass, layer.backgroundColor(), target);
   }
   for (const auto& sublayer : layer.sublayers()) {
     drawLayer(pass, *sublayer, position);
   }
+}
+
+void Compositor::drawBackground(const Pass& pass, const CGColorRef& color,
+                                const PixelRect& target) {
+  const PixelRect visible = intersection(target, pass.region);
+  if (!(color.alpha > 0) || isEmpty(visible)) return;
+  const bool hidesContent = std::any_of(
+      waiting_.begin(), waiting_.end(),
+      [&](const Content& content) { return !isEmpty(intersection(content.target, visible)); });
+  if (hidesContent) drawContents(pass);
+  scissor(visible);
+  glClearColor(color.red, color.green, color.blue, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+}
+
+void Compositor::drawContents(const Pass& pass) {
+  for (const Content& content : waiting_) drawContent(pass, *content.drawable, content.target);
+  waiting_.clear();
 }
 
 void Compositor::drawContent(const Pass& pass, Drawable& drawable, const PixelRect& target) {

@@ -3,12 +3,14 @@
 // One compositor serves one context at a time (OpenGL ES 3 or OpenGL 3 or later, of EGL or GLX; in
 // OpenGL ES a framebuffer with one sample a pixel). Idea: backgrounds are scissored clears, GL
 // content is blitted; so no program, vertex array or texture unit of the host is touched, and what
-// is touched is put back.
+// is touched is put back. Content waits until a background is due that touches it, or the end: a
+// software renderer finishes all clears before a blit, so blits between clears would each wait.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "quorvid/view/Layer.h"
 #include "view/HostGl.h"
@@ -38,6 +40,8 @@ class Compositor {
   struct Pass;
   std::string prepare();
   void drawLayer(const Pass& pass, CALayer& layer, CGPoint origin);
+  void drawBackground(const Pass& pass, const CGColorRef& color, const PixelRect& target);
+  void drawContents(const Pass& pass);
   void drawContent(const Pass& pass, Drawable& drawable, const PixelRect& target);
   void drawScaled(const Pass& pass, Drawable& drawable, const PixelRect& target);
   void dropUnused();
@@ -46,6 +50,11 @@ class Compositor {
     HostPicture picture;
     bool used = false;
   };
+  struct Content {
+    Drawable* drawable;
+    PixelRect target;
+  };
+  std::vector<Content> waiting_;                       // during draw(), in the order of the tree
   std::unordered_map<std::uint64_t, Entry> pictures_;  // by Drawable::storage()
   ScaledPicture scaled_;
   const void* context_ = nullptr;  // the one that pictures_ and scaled_ were made in
