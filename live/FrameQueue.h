@@ -26,7 +26,7 @@ struct Frame {
   bool isKey = false;             // brings parameter sets or an IDR picture
   bool isReference = true;        // others may refer to it
   bool isToBeShown = true;        // false: a newer one, which waits already, will be
-  bool isAfterLoss = false;       // one to be shown before it was spared the decoder, which is behind
+  bool isAfterLoss = false;  // one to be shown before it was spared the decoder, which is behind
 };
 
 // bytes: Annex B.

@@ -104,8 +104,8 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   std::array<double, 2> turnGaps_{};  // between its last turns
   double published_ = -1;             // when ready_ was set last
   double leftOut_ = -1;               // when a picture was left out last, because decoding is late
-  // The decoding thread's: arrival of the last frame, and the longest time between two of late; what
-  // the host was woken for last.
+  // The decoding thread's: arrival of the last frame, and the longest time between two of late;
+  // what the host was woken for last.
   double arrived_ = -1, frameGap_ = 0;
   LiveStatus told_;
   bool toldLate_ = false;
