@@ -78,7 +78,7 @@ enum quorvid_state {
   QUORVID_CONNECTING = 2,       // a connection is opened, or a relay asked for
   QUORVID_WAITING_FOR_KEY = 3,  // connected; nothing that can be decoded has come yet
   QUORVID_LIVE = 4,             // pictures come
-  QUORVID_LATE = 5,             // decoding doesn't keep pace: pictures are left out, or too old
+  QUORVID_LATE = 5,             // decoding, or a view's drawing, doesn't keep pace
   QUORVID_STALLED = 6,          // none came for stall_after seconds; tried again in next_try
   QUORVID_RECONNECTING = 7,     // the connection is lost or can't be had; again in next_try
   QUORVID_REFUSED = 8,          // the server answered with answer_status; again in next_try
@@ -102,7 +102,7 @@ enum quorvid_reason {
   QUORVID_REASON_NO_KEY_FRAME = 10,  // frames come, but none to begin with
   QUORVID_REASON_OUT_OF_ORDER = 11,  // frames are missing between those that came
   QUORVID_REASON_UNDECODABLE = 12,
-  QUORVID_REASON_TOO_SLOW = 13,  // decoding doesn't keep pace
+  QUORVID_REASON_TOO_SLOW = 13,  // decoding or drawing doesn't keep pace: the sentence says which
   QUORVID_REASON_NO_RESOURCES = 14,
   QUORVID_REASON_NO_GRAPHICS = 15  // a view's: no OpenGL ES 2 context, or no storage to draw into
 };
