@@ -1,7 +1,10 @@
 // What the calls of live views cost the host's thread, and what they leave behind.
 //
 //   live_calls time VIEWS ROUNDS TARGET...   median and longest of each call, in milliseconds, on
-//                                            the first of VIEWS views, all of which play the target
+//                                            the first of VIEWS views, all of which play the
+//                                            target; the longest processor time that one took; and
+//                                            of those that waited for something, how many and the
+//                                            longest
 //   live_calls cycle PLAYS SWITCHES TARGET...  plays and stops the targets by turns, then changes
 //                                            the target of a playing view; what the process holds
 //                                            at rest after the first tenth and at the end, and how
@@ -10,6 +13,7 @@
 //
 // TARGET: fleet|car|relay:HOST:PORT, or "hole": a port that takes no connection and refuses none.
 #include <arpa/inet.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -64,7 +68,10 @@ LiveTarget targetOf(const std::string& text) {
   const std::size_t first = text.find(':'), last = text.rfind(':');
   const std::string path = text.substr(0, first);
   target.path = path == "fleet" ? LivePath::Fleet : path == "car" ? LivePath::Car : LivePath::Relay;
-  if (first == last) return target;
+  if (first == last) {
+    std::fprintf(stderr, "live_calls: %s is not PATH:HOST:PORT\n", text.c_str());
+    std::exit(2);
+  }
   target.host = text.substr(first + 1, last - first - 1);
   target.port = std::atoi(text.c_str() + last + 1);
   return target;
@@ -95,20 +102,48 @@ class Times {
  public:
   template <class Call>
   void measure(const std::string& name, Call call) {
-    const double start = steadySeconds();
+    const Moment before = Moment::now();
     call();
-    times_[name].push_back((steadySeconds() - start) * 1000);
+    const Moment after = Moment::now();
+    Calls& calls = calls_[name];
+    calls.times.push_back((after.time - before.time) * 1000);
+    calls.processor = std::max(calls.processor, (after.processor - before.processor) * 1000);
+    if (after.waits == before.waits) return;
+    ++calls.waits;
+    calls.longestWait = std::max(calls.longestWait, calls.times.back());
   }
   void tell() {
-    for (auto& [name, times] : times_) {
-      std::sort(times.begin(), times.end());
-      std::printf("  %-12s %4zu times, median %.3f ms, longest %.3f ms\n", name.c_str(),
-                  times.size(), times[times.size() / 2], times.back());
+    for (auto& [name, calls] : calls_) {
+      std::sort(calls.times.begin(), calls.times.end());
+      std::printf(
+          "  %-9s %3zu times, median %6.3f ms, longest %6.3f ms, processor %6.3f ms, "
+          "%d waited, %6.3f ms\n",
+          name.c_str(), calls.times.size(), calls.times[calls.times.size() / 2], calls.times.back(),
+          calls.processor, calls.waits, calls.longestWait);
     }
   }
 
  private:
-  std::map<std::string, std::vector<double>> times_;
+  struct Moment {
+    double time, processor;  // seconds; the thread's
+    long waits;              // of the thread
+
+    static Moment now() {
+      timespec used{};
+      clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+      rusage usage{};
+      getrusage(RUSAGE_THREAD, &usage);
+      return {steadySeconds(), static_cast<double>(used.tv_sec) + 1e-9 * used.tv_nsec,
+              usage.ru_nvcsw};
+    }
+  };
+  struct Calls {
+    std::vector<double> times;
+    double processor = 0, longestWait = 0;
+    int waits = 0;
+  };
+
+  std::map<std::string, Calls> calls_;
 };
 
 void timeCalls(const std::string& text, int count, int rounds, const LiveTarget& target) {
@@ -120,15 +155,17 @@ void timeCalls(const std::string& text, int count, int rounds, const LiveTarget&
   for (int i = 0; i < rounds; ++i) {
     auto& view = views[0];
     times.measure("connect", [&] { view->connect(target); });
-    turn(0.05);
+    turn(0.2);
+    times.measure("status", [&] { static_cast<void>(view->status()); });
+    times.measure("snapshot", [&] { static_cast<void>(view->snapshot()); });
     times.measure("hide", [&] { view->setVisible(false); });
     times.measure("show", [&] { view->setVisible(true); });
     times.measure("options", [&] { view->setOptions({5, 1 + i * 0.001}); });
     times.measure("restart", [&] { view->restart(); });
-    turn(0.05);
+    turn(0.2);
     times.measure("stop", [&] { view->stop(); });
     times.measure("play", [&] { view->play(); });
-    turn(0.05);
+    turn(0.2);
     times.measure("destroy", [&] { view.reset(); });
     times.measure("make", [&] { view = makeViews(1)[0]; });
   }
