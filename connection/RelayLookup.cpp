@@ -44,7 +44,7 @@ void tell(StreamObserver* observer, StreamEvent event, std::int32_t detail) {
 
 bool lookUp(const VideoCall& call, StreamObserver* observer, Relay& relay) {
   Socket socket(call.isCancel);
-  const std::int32_t connected = openConnection(call.host, call.mediaPort, observer);
+  const std::int32_t connected = openConnection(call.host, call.mediaPort, observer, &socket);
   if (connected == -1) return false;
   if (SendRequestGetRelayForCar(connected, call.channel, call.acc, call.pwd, call.timestamp,
                                 call.carId) == -1) {

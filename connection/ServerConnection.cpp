@@ -16,6 +16,7 @@
 
 #include "connection/BlockingIO.h"
 #include "connection/PrintedLine.h"
+#include "connection/Socket.h"
 #include "connection/StreamObserver.h"
 
 namespace quorvid {
@@ -49,6 +50,22 @@ bool connectTo(std::int32_t descriptor, const sockaddr_in& peer) {
     return true;
   }
   return errno == EINTR && awaitConnected(descriptor);
+}
+
+// The socket's interrupt shuts down what it owns, which ends a connect only once that has begun: so
+// it is begun without waiting, and the interrupt looked for then.
+bool connectUntilInterrupted(Socket& socket, std::int32_t descriptor, const sockaddr_in& peer) {
+  socket.adopt(descriptor);
+  ::fcntl(descriptor, F_SETFL, O_NONBLOCK);
+  bool isConnected = connectTo(descriptor, peer);
+  if (!isConnected && errno == EINPROGRESS && !socket.wasInterrupted()) {
+    isConnected = awaitConnected(descriptor);
+  }
+  const int error = errno;
+  ::fcntl(descriptor, F_SETFL, 0);
+  socket.release();
+  errno = error;
+  return isConnected;
 }
 
 template <class T>
@@ -103,7 +120,8 @@ extern "C" char* getNowTime(void) {
   return text;
 }
 
-std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver* observer) {
+std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver* observer,
+                            Socket* socket) {
   PrintedFailures printed(host);
   StreamObserver& told = observer != nullptr ? *observer : printed;
   sockaddr_in peer{};
@@ -117,7 +135,11 @@ std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver*
   peer.sin_family = AF_INET;
   peer.sin_port = htons(static_cast<std::uint16_t>(port));
   const std::int32_t created = createSocket();
-  if (created > 0 && connectTo(created, peer)) return created;
+  const bool canEnd = observer != nullptr && socket != nullptr;
+  if (created > 0 &&
+      (canEnd ? connectUntilInterrupted(*socket, created, peer) : connectTo(created, peer))) {
+    return created;
+  }
   told.told(StreamEvent::Unreachable, errno);
   if (created > 0) ::close(created);
   return -1;

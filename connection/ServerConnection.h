@@ -8,6 +8,7 @@
 
 namespace quorvid {
 
+class Socket;
 class StreamObserver;
 
 // The first IPv4 address of a name or a dotted address, in the order of the resolver. 0, or the
@@ -27,8 +28,10 @@ std::int32_t ConnectToServer(const char* host, std::int32_t port);
 
 }  // extern "C"
 
-// As ConnectToServer, but tells the observer instead of printing; null: prints.
-std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver* observer);
+// As ConnectToServer, but tells the observer instead of printing, and an interrupt of the socket,
+// which must own nothing, ends the connect. Null observer: prints, and the connect isn't ended.
+std::int32_t openConnection(const char* host, std::int32_t port, StreamObserver* observer,
+                            Socket* socket = nullptr);
 
 // Sets a request's options on a connected socket, where they stay in force for the stream that
 // follows: no read or write waits longer than kSilenceLimit, and closing resets the connection at

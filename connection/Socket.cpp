@@ -37,6 +37,11 @@ void Socket::adopt(std::int32_t descriptor) {
   if (interrupted_) shutDown();
 }
 
+void Socket::release() {
+  const std::lock_guard guard(lock);
+  descriptor_ = -1;
+}
+
 // The system's close may wait, so it is called without the lock.
 void Socket::close() {
   std::int32_t released = -1;

@@ -24,8 +24,11 @@ class Socket {
   Socket& operator=(const Socket&) = delete;
 
   // Owns descriptor from here on. To be called once the request is out: a request sender that fails
-  // closes the descriptor itself. After an interrupt the connection is shut down at once.
+  // closes the descriptor itself. (A connect under way is adopted until it has ended.) After an
+  // interrupt the connection is shut down at once.
   void adopt(std::int32_t descriptor);
+  // Owns nothing any more; closes nothing.
+  void release();
   void close();
   std::int32_t descriptor() const { return descriptor_; }
   bool isOpen() const { return descriptor_ > 0; }

@@ -79,7 +79,8 @@ std::int32_t VideoWorker::run() {
 
 bool VideoWorker::connect() {
   source_->state = beginConnection();
-  const std::int32_t connected = openConnection(source_->host, source_->mediaPort, observer_);
+  const std::int32_t connected =
+      openConnection(source_->host, source_->mediaPort, observer_, &socket_);
   if (connected == -1) return false;
   if (sendRequest(connected) == -1) {
     tell(StreamEvent::Unsent, errno);

@@ -5,6 +5,8 @@
 #include <list>
 #include <mutex>
 
+#include "connection/ServerConnection.h"
+#include "connection/Socket.h"
 #include "connection/StreamObserver.h"
 #include "connection/TestServer.h"
 
@@ -148,6 +150,22 @@ TEST(Observer, ImpossibleTargetsAreRefusedWithASentence) {
   EXPECT_NE(refusalOfFleet(with(&VideoCall::mediaPort, 65536)), "");
   EXPECT_NE(refusalOfFleet(with(&VideoCall::channel, 100)), "");
   EXPECT_NE(refusalOfCar(with(&VideoCall::channel, -1)), "");
+}
+
+// The queue of a server that accepts nobody holds one connection.
+TEST(Observer, AConnectUnderWayEndsWhenItIsCancelled) {
+  for (const auto worker : {runFleetVideo, runRelayVideo}) {
+    TestServer server("127.0.0.1", false);
+    server.listen(0);
+    const Socket filling(nullptr, ConnectToServer("127.0.0.1", server.port));
+    const auto before = openDescriptors();
+    ObservedRun run(worker, server.port);
+    ASSERT_TRUE(eventually([&] { return server.isAskedToConnect(); }));
+    const auto start = std::chrono::steady_clock::now();
+    run.end();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    EXPECT_EQ(openDescriptors(), before);
+  }
 }
 
 }  // namespace

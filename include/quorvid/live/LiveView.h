@@ -13,7 +13,7 @@
 //
 // Two threads of its own for each session, one that receives and one that decodes, so a late or
 // hidden host costs pictures that nobody saw and never references or time. They end by themselves,
-// at the latest when a name look-up or connection attempt under way has ended.
+// at the latest when a name look-up under way has ended.
 //
 // Loss it accepts: of pictures that wait the newest is drawn; what is older than `mostLag` is not
 // shown; frames beyond 8 MiB or 12 s are dropped by whole groups. Each is counted. Pictures built
