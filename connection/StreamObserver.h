@@ -63,10 +63,10 @@ class StreamObserver {
 
 // The exported functions, with what an observer is told; null: exactly those functions.
 //
-// CancelVideoSource ends a read at once, as always, and with an observer a connect, too. It leaves a
-// name look-up to end by itself, which may take a minute, and a pause, which takes kReconnectPause
-// at most: whoever may not wait leaves the thread to end by itself and keeps isCancel and the texts
-// until then.
+// CancelVideoSource ends a read at once, as always, and with an observer a connect, too. It leaves
+// a name look-up to end by itself, which may take a minute, and a pause, which takes
+// kReconnectPause at most: whoever may not wait leaves the thread to end by itself and keeps
+// isCancel and the texts until then.
 std::int32_t runFleetVideo(const VideoCall& call, StreamObserver* observer);
 std::int32_t runCarVideo(const VideoCall& call, StreamObserver* observer);
 std::int32_t runRelayVideo(const VideoCall& call, StreamObserver* observer);

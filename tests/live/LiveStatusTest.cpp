@@ -12,11 +12,11 @@
 #include "sim/SimProcess.h"
 #include "support/ExpectLog.h"
 
-// A name service that takes its time, in place of the system's.
+// A name service that answers for one name too late for everybody, in place of the system's.
 extern "C" int gethostbyname_r(const char* name, hostent* entry, char* work, std::size_t size,
                                hostent** found, int* error) {
   const std::string asked = name;
-  if (asked == "slow.name") quorvid::sleepForTimeInterval(3);
+  if (asked == "slow.name") quorvid::sleepForTimeInterval(60);
   *found = nullptr;
   *error = HOST_NOT_FOUND;
   if (inet_aton(name, reinterpret_cast<in_addr*>(work)) == 0 || size < 64) return 0;
@@ -111,12 +111,12 @@ TEST(LiveStatus, EachStateAndReasonIsToldAndNoCallWaitsInAny) {
       {kFleet, fault("stall:fleet:18"), State::Stalled, Reason::Silent, "nothing has come yet"},
       {kCar, fault("stall:car:60000"), State::Stalled, Reason::Silent, "sends nothing"},
       {kCar, fault("stall:car:9"), State::Reconnecting, Reason::Silent, "10 s", "", {0}},
-      {kFleet, fault("noise:fleet:1"), State::WaitingForKeyFrame, Reason::NoKeyFrame},
+      {kFleet, fault("noise:fleet:1"), State::WaitingForKeyFrame, Reason::NoKeyFrame, "", "", {0}},
       {kFleet, fault("noise:fleet:7"), State::WaitingForKeyFrame, Reason::PicturesOutOfOrder},
       {kRelay, fault("wrong-command:relay"), State::Reconnecting, Reason::NoRelay},
       {kRelay, fault("refuse:relay"), State::Reconnecting, Reason::ConnectionRefused, "at 127."},
       {kRelay, fault("refuse:car"), State::Reconnecting, Reason::ConnectionRefused, "the relay"},
-      {kRelay, fault("delay:relay:3000"), State::Connecting, Reason::None},
+      {kRelay, fault("delay:relay:60000"), State::Connecting, Reason::None},
       {kRelay, fault("close:car:900"), State::Reconnecting, Reason::ConnectionLost, "the relay"},
       {kFleet, {}, State::Reconnecting, Reason::NameNotFound, "", "no.name"},
       {kRelay, {}, State::Resolving, Reason::None, "", "slow.name"},
