@@ -96,6 +96,7 @@ void LivePlayer::startSession() {
 
 void LivePlayer::endSession() {
   if (session_ == nullptr) return;
+  if (!session_->isOurs()) return session_.reset();
   session_->end();
   const SessionReport last = session_->report();
   session_.reset();

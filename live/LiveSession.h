@@ -9,6 +9,8 @@
 // lock is held while a decoder, a worker or the wake handler runs.
 #pragma once
 
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
 #include <condition_variable>
@@ -54,6 +56,9 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
                                             std::shared_ptr<Wake> wake, bool hidden,
                                             const Delivery& delivery = {});
 
+  // False in a child that fork() made: threads and connection are its parent's alone, and a lock
+  // may be held for ever there. Nothing else may be called then.
+  bool isOurs() const { return process_ == getpid(); }
   void end();
   void setHidden(bool hidden) { queue_.setHidden(hidden); }
   void setMostLag(double seconds) { mostLag_ = seconds; }
@@ -84,6 +89,7 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   void told(StreamEvent event, std::int32_t detail) override;
   void frameArrived(const std::uint8_t* bytes, std::size_t size) override;
 
+  const pid_t process_ = getpid();
   const LiveTarget target_;
   const std::shared_ptr<Wake> wake_;
   const Delivery delivery_;

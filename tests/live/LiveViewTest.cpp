@@ -1,6 +1,8 @@
 #include "quorvid/live/LiveView.h"
 
 #include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "base/Clock.h"
 #include "quorvid/base/Log.h"
@@ -128,6 +130,27 @@ TEST_F(LiveViewTest, AnotherSizeNeedsNoRestart) {
   }));
   EXPECT_EQ(view_->figures().restarts, 0U);
   EXPECT_EQ(server.clientsSoFar(), 1);
+}
+
+TEST_F(LiveViewTest, AForkedChildThatEndsInOrderLeavesTheStreamAlone) {
+  FleetServer server([](FleetClient& client) {
+    client.readRequest();
+    client.sendAnswer();
+    stream(client, oneColouredFrames(kRust), 1000);
+  });
+  view_->connect(targetOf(server));
+  ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown >= 3; }));
+  const pid_t child = fork();
+  if (child == 0) {
+    view_->stop();
+    _exit(0);
+  }
+  int status = 1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  const LiveFigures before = view_->figures();
+  ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown > before.shown + 20; }));
+  EXPECT_EQ(view_->figures().reconnections, 0U);
 }
 
 TEST_F(LiveViewTest, SaysWhyThereIsNoPicture) {
