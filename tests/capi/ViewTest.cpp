@@ -33,7 +33,7 @@ TEST(CView, PlaysInsideAHostsContext) {
   ASSERT_EQ(quorvid_host_resize(host.get(), kWidth, kHeight, 1), QUORVID_OK);
   const Owned<quorvid_view> view(quorvid_view_create(host.get(), 0, 0, kWidth, kHeight, nullptr));
   ASSERT_NE(view, nullptr);
-  std::atomic<int> wakes{0};
+  static std::atomic<int> wakes{0};  // a call may outlast the view
   int state = QUORVID_IDLE;
   quorvid_view_set_wake_handler(
       view.get(), [](void* context) { ++*static_cast<std::atomic<int>*>(context); }, &wakes);

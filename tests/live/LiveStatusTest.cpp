@@ -157,6 +157,8 @@ TEST(LiveStatus, ALookupThatFailedIsRepeatedThoughNoStallCounts) {
   EXPECT_EQ(view->figures().reconnections, 1U);
 }
 
+// clang's undefined behaviour sanitizer can't look at an object's type without descriptors.
+#if !defined(__clang__)
 TEST(LiveStatus, WithoutDescriptorsItSaysSoAndGoesOn) {
   const ExpectLog refused("", LogCount::Any);
   const auto view = LiveView::initWithFrame(CGRectMake(0, 0, 32, 24));
@@ -172,6 +174,7 @@ TEST(LiveStatus, WithoutDescriptorsItSaysSoAndGoesOn) {
   ASSERT_NE(other, nullptr);
   EXPECT_EQ(other->descriptor(), -1);
 }
+#endif
 
 // In a process of its own, in which no display was opened yet.
 TEST(LiveStatus, AViewThatCantDrawSaysSo) {

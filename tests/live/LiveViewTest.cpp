@@ -65,14 +65,14 @@ TEST_F(LiveViewTest, ShowsAStreamTellsOfItAndWakesTheLoop) {
   ASSERT_NE(view_, nullptr);
   std::vector<LiveState> told;
   view_->setStatusHandler([&](const LiveStatus& status) { told.push_back(status.state); });
-  std::atomic<int> wakes{0};
-  view_->setWakeHandler([&] { ++wakes; });
+  const auto wakes = std::make_shared<std::atomic<int>>(0);  // a call may outlast the test
+  view_->setWakeHandler([wakes] { ++*wakes; });
   ASSERT_TRUE(view_->connect(targetOf(server)));
   ASSERT_TRUE(turnsUntil([&] { return view_->figures().shown >= 20; }));
   EXPECT_TRUE(isShown(kRust));
   pollfd waiting{view_->descriptor(), POLLIN, 0};
   EXPECT_EQ(poll(&waiting, 1, 10'000), 1);
-  EXPECT_GT(wakes, 5);
+  EXPECT_GT(*wakes, 5);
   EXPECT_EQ(told.back(), LiveState::Live);
   const LiveFigures figures = view_->figures();
   EXPECT_EQ(figures.streamWidth, 640);
