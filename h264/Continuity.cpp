@@ -1,9 +1,14 @@
 #include "h264/Continuity.h"
 
+#include <algorithm>
+
 namespace quorvid::h264 {
 namespace {
 
 constexpr int kGroupsThatProve = 3;
+constexpr int kLateWeighs = 3, kLeastProof = -60;
+constexpr double kPaced = 0.005;  // seconds a picture: below that they don't come as they were made
+constexpr double kLate = 1.5;     // times the usual
 
 }  // namespace
 
@@ -11,7 +16,7 @@ void Continuity::announce(std::optional<std::uint32_t> recoveryFrameCnt) {
   if (recoveryFrameCnt) announced_ = recoveryFrameCnt;
 }
 
-bool Continuity::take(const PictureInfo& picture) {
+bool Continuity::take(const PictureInfo& picture, double now) {
   const bool isSecond = isSecondField(picture);
   const bool lacksField = firstField_ && !isSecond && isReference_;
   const std::uint32_t difference = isSecond ? 0 : differenceOf(picture);
@@ -22,12 +27,16 @@ bool Continuity::take(const PictureInfo& picture) {
       picture.isIdr || isRecovered || (picture.isIntra && picture.isReference && !isSecond);
   if (startsAnew_) {
     if (!isSecond) beginGroup();
+    if (!isSecond) begun_ = now;
   } else {
     if (!isSecond) ++place_;
     if (lacksField) lose();
-    if (difference != 0) noteGap(difference);
+    if (difference != 0) noteGap(difference, now - last_);
   }
-  if (!isSecond) order_.take(picture, difference);
+  if (!isSecond) {
+    order_.take(picture, difference);
+    last_ = now;
+  }
   note(picture, isSecond);
   return startsAnew_ || !isHeld_;
 }
@@ -74,8 +83,9 @@ bool Continuity::isRecovered(const PictureInfo& picture) {
 
 void Continuity::beginGroup() {
   const bool isOdd = gap_ && !isDamaged_ && order_.isComplete();
-  groupsWithIt_ = !isOdd ? 0 : gap_ == usualGap_ ? groupsWithIt_ + 1 : 1;
-  if (groupsWithIt_ == kGroupsThatProve) trustsNumbers_ = false;
+  if (!isOdd || gap_ != usualGap_) proof_ = 0;
+  if (isOdd) proof_ = isGapLate() ? std::max(proof_ - kLateWeighs, kLeastProof) : proof_ + 1;
+  if (proof_ == kGroupsThatProve) trustsNumbers_ = false;
   usualGap_ = gap_;
   order_.beginGroup();
   place_ = 0;
@@ -91,9 +101,16 @@ std::uint32_t Continuity::differenceOf(const PictureInfo& picture) const {
                                                         : difference;
 }
 
-void Continuity::noteGap(std::uint32_t difference) {
+bool Continuity::isGapLate() const {
+  if (place_ < 2) return false;
+  const double usual = (last_ - begun_ - gapSeconds_) / (place_ - 1);
+  return usual > kPaced && gapSeconds_ > kLate * usual;
+}
+
+void Continuity::noteGap(std::uint32_t difference, double waited) {
   if (gap_) return;  // held since the group's first one
   gap_ = Gap{place_, difference};
+  gapSeconds_ = waited;
   hold();
 }
 

@@ -21,7 +21,8 @@ class Continuity {
   // A recovery point that came by itself counts for the next picture.
   void announce(std::optional<std::uint32_t> recoveryFrameCnt);
   // Before the picture is decoded. True when it may be shown, should it decode without damage.
-  bool take(const PictureInfo& picture);
+  // now: when it came, in seconds of any steady clock; 0 throughout where that isn't known.
+  bool take(const PictureInfo& picture, double now = 0);
   // The picture taken last needs nothing before it.
   bool startsAnew() const { return startsAnew_; }
   // What came of the picture taken last.
@@ -31,10 +32,10 @@ class Continuity {
 
   bool isHeld() const { return isHeld_; }
   // False once the same gap, at the same place, was there in three groups in a row that decoded
-  // without damage and miss no picture by their order counts: that is how a camera counts, and not
-  // what was lost, were it at the same place in each group. (A group is what follows a picture that
-  // needs nothing before it.) Gaps are looked at no more. Without order counts of their own streams
-  // are held for good, unless frame_num never moves: see PictureOrder::isComplete().
+  // without damage: that is how a camera counts. (A group is what follows a picture that needs
+  // nothing before it.) Gaps are looked at no more. But what is thinned in step with the groups
+  // looks the same; so no picture may be missing by the order counts, and none by the time: a group
+  // whose picture behind the gap comes as late as if one were missing takes back three others.
   bool trustsNumbers() const { return trustsNumbers_; }
 
  private:
@@ -49,7 +50,8 @@ class Continuity {
   bool isRecovered(const PictureInfo& picture);
   void beginGroup();
   std::uint32_t differenceOf(const PictureInfo& picture) const;
-  void noteGap(std::uint32_t difference);
+  bool isGapLate() const;
+  void noteGap(std::uint32_t difference, double waited);
   void note(const PictureInfo& picture, bool isSecond);
   void hold();
 
@@ -67,9 +69,11 @@ class Continuity {
   std::uint32_t place_ = 0;
   std::optional<Gap> gap_;
   bool isDamaged_ = true;
-  // The gap that the groups before this one had, and how many of them in a row.
+  // When its first and its last picture came, and how long the one behind the gap took.
+  double begun_ = 0, last_ = 0, gapSeconds_ = 0;
+  // The gap that the groups before this one had, and what speaks for it: one a group, in a row.
   std::optional<Gap> usualGap_;
-  int groupsWithIt_ = 0;
+  int proof_ = 0;
   bool trustsNumbers_ = true;
 };
 

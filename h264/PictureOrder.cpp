@@ -27,7 +27,6 @@ void PictureOrder::take(const PictureInfo& picture, std::uint32_t difference) {
   if (!picture.isIdr) noteStep(place - last_, difference == 0);
   first_ = pictures_ == 0 ? place : std::min(first_, place);
   furthest_ = pictures_ == 0 ? place : std::max(furthest_, place);
-  if (!isCoded_ && pictures_ > 0 && difference != turn_ - 1) isWhole_ = false;
   ++pictures_;
   last_ = place;
   if (picture.isReference) lastReference_ = place;
@@ -40,7 +39,8 @@ void PictureOrder::reset() {
 }
 
 bool PictureOrder::isComplete() const {
-  if (!isWhole_ || !isCoded_) return isWhole_;
+  if (!isCoded_) return true;
+  if (!isWhole_) return false;
   return furthest_ - first_ == (pictures_ - std::int64_t{1}) * smallestStep_.value_or(kUsualStep);
 }
 

@@ -24,9 +24,8 @@ class PictureOrder {
   void reset();
 
   // Nothing is missing in the group so far: its pictures stand one step apart, the smallest that
-  // was seen between pictures with successive numbers, or 2 where there are none of those. Of type
-  // 1 and 2: frame_num stands still from the group's first picture to the last, which no loss looks
-  // like; any other wrong way of counting looks like a loss there.
+  // was seen between pictures with successive numbers, or 2 where there are none of those. Types 1
+  // and 2 can't tell otherwise.
   bool isComplete() const;
   // The picture, not taken yet, stands whole turns of frame_num away from its place, after several
   // that stood evenly: as many pictures were lost, which frame_num can't show.

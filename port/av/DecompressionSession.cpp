@@ -74,7 +74,7 @@ OSStatus VTDecompressionSession::convert(const AVFrame& frame, CVPixelBufferRef&
 // True when the picture may be shown. The packet says where a decoder may join the stream.
 bool VTDecompressionSession::takePicture(const h264::PictureInfo& picture) {
   const bool trusted = continuity_.trustsNumbers();
-  const bool mayShow = continuity_.take(picture);
+  const bool mayShow = continuity_.take(picture, steadySeconds());
   packet_->flags = continuity_.startsAnew() ? AV_PKT_FLAG_KEY : 0;
   if (trusted && !continuity_.trustsNumbers()) {
     logMessage("H.264: the stream's frame numbers are wrong, no longer looked at");

@@ -76,31 +76,32 @@ TEST_F(ContinuityTest, RecoveryTakesAsManyPicturesAsItSays) {
 
 // Of four groups of eleven pictures with a gap between the fifth and the sixth: how many are shown.
 int shownOf(std::uint32_t type, std::uint32_t (*number)(std::uint32_t),
-            std::uint32_t (*place)(std::uint32_t)) {
+            std::uint32_t (*place)(std::uint32_t), double waited = 0.04) {
   Sps stream;  // order counts of 4 bits
   stream.picOrderCntType = type;
   Continuity continuity(stream);
   int shown = 0;
+  double now = 0;
   for (std::uint32_t index = 0; index < 44; ++index) {
+    now += index % 11 == 5 ? waited : 0.04;
     PictureInfo next = index % 11 == 0 ? idr() : picture(number(index % 11));
     next.first.picOrderCntLsb = 2 * place(index % 11) % 16;
-    shown += continuity.take(next) ? 1 : 0;
+    shown += continuity.take(next, now) ? 1 : 0;
     continuity.decoded(true);
   }
   return shown;
 }
 
-TEST_F(ContinuityTest, GapInStepWithTheGroupsIsALossWhereOrderCountsAreMissingToo) {
+TEST_F(ContinuityTest, GapInStepWithTheGroupsIsALossWhereOrderCountsOrTimeAreMissingToo) {
   const auto even = [](std::uint32_t index) { return index; };
   const auto gap = [](std::uint32_t index) { return index + index / 5; };
   const auto reordered = [](std::uint32_t index) { return index == 0 ? 0 : ((index - 1) ^ 1) + 1; };
-  const auto still = [](std::uint32_t) { return 0U; };
   constexpr int kHeld = 4 * 5, kReleased = 3 * 5 + 11;
   EXPECT_EQ(shownOf(0, gap, even), kReleased);
   EXPECT_EQ(shownOf(0, gap, reordered), kReleased);
   EXPECT_EQ(shownOf(0, gap, gap), kHeld);
-  EXPECT_EQ(shownOf(2, gap, even), kHeld);
-  EXPECT_EQ(shownOf(2, still, even), 3 + 11);
+  EXPECT_EQ(shownOf(2, gap, even), kReleased);
+  EXPECT_EQ(shownOf(2, gap, even, 0.08), kHeld);
 }
 
 TEST_F(ContinuityTest, WholeTurnsOfTheNumbersShowInOrderCounts) {
