@@ -76,7 +76,8 @@ std::string Compositor::draw(CALayer& tree, const PixelRect& region) {
 std::string Compositor::prepare() {
   const void* current = GlBinding::current().context;
   if (current == nullptr) return "no GL context is current";
-  if (current != context_) {
+  // A context may stand where a former one of another kind stood.
+  if (current != context_ || host_.embedded == epoxy_is_desktop_gl()) {
     pictures_.clear();
     scaled_ = ScaledPicture();
     context_ = current;
