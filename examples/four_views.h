@@ -70,8 +70,8 @@ struct FourViews {
     host->resize(width, height, scale);
     for (int channel = 0; channel < 4; ++channel) {
       Tile& tile = tiles[channel];
-      const double x = kGap + (channel % 2) * (across + kGap);
-      const double y = kGap + (channel / 2) * (down + kGap);
+      const int column = channel % 2, row = channel / 2;
+      const double x = kGap + column * (across + kGap), y = kGap + row * (down + kGap);
       tile.place = quorvid::CGRectMake(x, y, across, down);
       if (tile.view != nullptr && width > 0) tile.view->setFrame(tile.place);
     }
