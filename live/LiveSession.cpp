@@ -80,10 +80,12 @@ SessionReport LiveSession::report() const {
   return report;
 }
 
-void LiveSession::setStatus(LiveState state, LiveReason reason, std::string sentence) {
+void LiveSession::setStatus(LiveState state, LiveReason reason, std::string sentence,
+                            std::int32_t answerStatus) {
   {
     const std::lock_guard lock(mutex_);
     report_.status = makeStatus(state, reason, std::move(sentence));
+    report_.status.answerStatus = answerStatus;
     report_.nextTryAt = -1;
   }
   wake_->signal();

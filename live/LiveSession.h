@@ -79,7 +79,8 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   void publish(Picture picture);
   void noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape);
   bool isUntold();
-  void setStatus(LiveState state, LiveReason reason, std::string sentence);
+  void setStatus(LiveState state, LiveReason reason, std::string sentence,
+                 std::int32_t answerStatus = 0);
 
   void keepRelay();
   static LiveReason reasonOf(StreamEvent event, std::int32_t detail);

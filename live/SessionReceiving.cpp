@@ -134,7 +134,7 @@ void LiveSession::told(StreamEvent event, std::int32_t detail) {
       return keepRelay();
     case StreamEvent::Refused:
       setStatus(LiveState::Refused, LiveReason::RefusedByServer,
-                peer_ + " refused the stream with status " + std::to_string(detail));
+                peer_ + " refused the stream with status " + std::to_string(detail), detail);
       break;
     case StreamEvent::Pausing:
       break;
@@ -142,7 +142,6 @@ void LiveSession::told(StreamEvent event, std::int32_t detail) {
       setStatus(LiveState::Reconnecting, reasonOf(event, detail), sentenceOf(event, detail));
   }
   const std::lock_guard lock(mutex_);
-  if (event == StreamEvent::Refused) report_.status.answerStatus = detail;
   if (event == StreamEvent::Pausing) report_.nextTryAt = steadySeconds() + detail / 1000.0;
 }
 

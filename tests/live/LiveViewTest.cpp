@@ -165,7 +165,7 @@ TEST_F(LiveViewTest, SaysWhyThereIsNoPicture) {
     view_->connect(targetOf(server));
     ASSERT_TRUE(comesTo(LiveState::Refused));
     EXPECT_EQ(view_->status().answerStatus, 5);
-    EXPECT_GT(view_->status().nextTry, 0);
+    EXPECT_TRUE(turnsUntil([&] { return view_->status().nextTry > 0; }));
   }
   LiveTarget target;
   target.host = "127.0.0.1";
