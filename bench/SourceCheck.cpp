@@ -21,24 +21,16 @@ constexpr int kCellRows = static_cast<int>(kGridRows);
 // of its middle, so that single wrong pixels don't spoil it.
 std::optional<int> numberIn(const ShownPicture& picture) {
   CodeCells cells{};
-  std::uint64_t bits = 0;
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const double column = kCodeLeft + static_cast<double>(i % kCodeColumns) + .5;
-    const std::size_t line = i / kCodeColumns;
-    const double row = kCodeTop + static_cast<double>(line) + .5;
-    const int x = static_cast<int>(column * picture.width / kGridColumns);
-    const int y = static_cast<int>(row * picture.height / kGridRows);
+    const auto [x, y] = codePixel(i, picture.width, picture.height);
     int sum = 0;
     for (const auto& [dx, dy] : {std::pair{0, 0}, {-2, 0}, {2, 0}, {0, -2}, {0, 2}}) {
       const int pixel = (y + dy) * picture.width + x + dx;
       sum += picture.rgb[static_cast<std::size_t>(pixel) * kChannels + 1];
     }
     cells[i] = sum > 5 * 126;
-    bits = bits << 1 | (cells[i] ? 1 : 0);
   }
-  const auto number = static_cast<std::uint16_t>(bits >> 48);
-  const bool holds = codeCells(number, static_cast<std::uint32_t>(bits >> 16)) == cells;
-  return holds ? std::optional<int>(number) : std::nullopt;
+  return counterIn(cells);
 }
 
 double decibels(double squares, double samples) {

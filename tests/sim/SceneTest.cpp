@@ -15,11 +15,7 @@ namespace {
 CodeCells cellsIn(const AVFrame& picture) {
   CodeCells cells{};
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const double column = kCodeLeft + static_cast<double>(i % kCodeColumns) + .5;
-    const std::size_t line = i / kCodeColumns;
-    const double row = kCodeTop + static_cast<double>(line) + .5;
-    const int x = static_cast<int>(column * picture.width / kGridColumns);
-    const int y = static_cast<int>(row * picture.height / kGridRows);
+    const auto [x, y] = codePixel(i, picture.width, picture.height);
     cells[i] = picture.data[0][y * picture.linesize[0] + x] > 126;
   }
   return cells;

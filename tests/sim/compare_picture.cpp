@@ -53,20 +53,12 @@ Picture readPng(const char* fileName) {
 // The number of the picture in its loop; nothing without a block code whose checksum holds.
 std::optional<std::uint16_t> counterIn(const Picture& picture) {
   CodeCells cells{};
-  std::uint64_t bits = 0;
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const double column = kCodeLeft + static_cast<double>(i % kCodeColumns) + .5;
-    const std::size_t line = i / kCodeColumns;
-    const double row = kCodeTop + static_cast<double>(line) + .5;
-    const auto x = static_cast<std::size_t>(column * picture.width / kGridColumns);
-    const auto y = static_cast<std::size_t>(row * picture.height / kGridRows);
-    const std::size_t green = (y * static_cast<std::size_t>(picture.width) + x) * kChannels + 1;
-    cells[i] = picture.bytes[green] > 126;
-    bits = bits << 1 | (cells[i] ? 1 : 0);
+    const auto [x, y] = codePixel(i, picture.width, picture.height);
+    const auto pixel = static_cast<std::size_t>(std::ptrdiff_t{picture.width} * y + x);
+    cells[i] = picture.bytes[pixel * kChannels + 1] > 126;
   }
-  const auto counter = static_cast<std::uint16_t>(bits >> 48);
-  const bool holds = codeCells(counter, static_cast<std::uint32_t>(bits >> 16)) == cells;
-  return holds ? std::optional(counter) : std::nullopt;
+  return quorvid::sim::counterIn(cells);
 }
 
 // As the simulator gives it to its encoder, at the picture's size.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <numbers>
+#include <optional>
 #include <string>
 
 namespace quorvid::sim {
@@ -67,6 +68,14 @@ constexpr double kCodeTop = 25.5;
 using CodeCells = std::array<bool, kCodeColumns * kCodeRows>;
 
 CodeCells codeCells(std::uint16_t counter, std::uint32_t timeMs);
+
+// The pixel in the middle of a cell, in a picture of that size.
+struct CodePixel {
+  int x, y;
+};
+CodePixel codePixel(std::size_t cell, int width, int height);
+// The counter; nothing where the checksum doesn't hold.
+std::optional<std::uint16_t> counterIn(const CodeCells& cells);
 
 struct Paint {
   double red = 0;

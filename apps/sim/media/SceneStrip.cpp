@@ -139,6 +139,22 @@ CodeCells codeCells(std::uint16_t counter, std::uint32_t timeMs) {
   return cells;
 }
 
+CodePixel codePixel(std::size_t cell, int width, int height) {
+  const std::size_t line = cell / kCodeColumns;
+  const double column = kCodeLeft + static_cast<double>(cell % kCodeColumns) + .5;
+  const double row = kCodeTop + static_cast<double>(line) + .5;
+  return {static_cast<int>(column * width / kGridColumns),
+          static_cast<int>(row * height / kGridRows)};
+}
+
+std::optional<std::uint16_t> counterIn(const CodeCells& cells) {
+  std::uint64_t bits = 0;
+  for (const bool cell : cells) bits = bits << 1 | (cell ? 1 : 0);
+  const auto counter = static_cast<std::uint16_t>(bits >> 48);
+  const bool holds = codeCells(counter, static_cast<std::uint32_t>(bits >> 16)) == cells;
+  return holds ? std::optional(counter) : std::nullopt;
+}
+
 void drawStrip(cairo_t* cairo, double width, const SceneLabels& labels, const SceneMoment& moment) {
   const double cellWidth = width / kGridColumns;
   const double cellHeight = kSceneHeight / kGridRows;
