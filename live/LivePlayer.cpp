@@ -31,6 +31,21 @@ double secondsToRetry(const LiveOptions& options) {
   return options.stallAfter > 0 ? std::min(options.stallAfter, kMostToRetry) : kMostToRetry;
 }
 
+// What both counted; the shape is the later one's that has any.
+SessionReport sumOf(const SessionReport& before, const SessionReport& last) {
+  SessionReport sum;
+  sum.received = before.received + last.received;
+  sum.bytes = before.bytes + last.bytes;
+  sum.decoded = before.decoded + last.decoded;
+  sum.converted = before.converted + last.converted;
+  sum.overwritten = before.overwritten + last.overwritten;
+  sum.held = before.held + last.held;
+  sum.lost = before.lost + last.lost;
+  sum.attempts = before.attempts + last.attempts;
+  sum.shape = last.shape.width > 0 ? last.shape : before.shape;
+  return sum;
+}
+
 }  // namespace
 
 LivePlayer::LivePlayer(const LiveOptions& options, std::shared_ptr<Wake> wake,
@@ -100,15 +115,7 @@ void LivePlayer::endSession() {
   session_->end();
   const SessionReport last = session_->report();
   session_.reset();
-  before_.received += last.received;
-  before_.bytes += last.bytes;
-  before_.decoded += last.decoded;
-  before_.converted += last.converted;
-  before_.overwritten += last.overwritten;
-  before_.held += last.held;
-  before_.lost += last.lost;
-  before_.attempts += last.attempts;
-  if (last.shape.width > 0) before_.shape = last.shape;
+  before_ = sumOf(before_, last);
 }
 
 void LivePlayer::setVisible(bool visible) {
@@ -217,20 +224,18 @@ LiveStatus LivePlayer::stalledStatus(const SessionReport& report, double now) co
 
 LiveFigures LivePlayer::figures(double now) const {
   LiveFigures figures = figures_;
-  const SessionReport report = session_ != nullptr ? session_->report() : SessionReport{};
-  figures.received = before_.received + report.received;
-  figures.bytes = before_.bytes + report.bytes;
-  figures.decoded = before_.decoded + report.decoded;
-  figures.converted = before_.converted + report.converted;
-  figures.overwritten = before_.overwritten + report.overwritten;
-  figures.held = before_.held + report.held;
-  figures.lost = before_.lost + report.lost;
-  const std::uint64_t attempts = before_.attempts + report.attempts;
-  figures.reconnections = attempts > 0 ? attempts - 1 : 0;
-  const StreamShape& shape = report.shape.width > 0 ? report.shape : before_.shape;
-  figures.streamWidth = shape.width;
-  figures.streamHeight = shape.height;
-  figures.shape = options_.shape > 0 ? options_.shape : shape.ratio;
+  const SessionReport all = session_ != nullptr ? sumOf(before_, session_->report()) : before_;
+  figures.received = all.received;
+  figures.bytes = all.bytes;
+  figures.decoded = all.decoded;
+  figures.converted = all.converted;
+  figures.overwritten = all.overwritten;
+  figures.held = all.held;
+  figures.lost = all.lost;
+  figures.reconnections = all.attempts > 0 ? all.attempts - 1 : 0;
+  figures.streamWidth = all.shape.width;
+  figures.streamHeight = all.shape.height;
+  figures.shape = options_.shape > 0 ? options_.shape : all.shape.ratio;
   figures.playing = hasPlayed_ ? now - played_ : 0;
   if (firstShown_ >= 0) {
     figures.firstPicture = firstShown_ - played_;
