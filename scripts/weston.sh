@@ -20,11 +20,13 @@ done
 work=$(mktemp -d)
 weston='' server=''
 finish() {
+  # A compositor that loses its X server before it ends may go on for ever.
   for process in $weston $server; do
     kill -CONT "$process" 2>/dev/null || true
-    kill "$process" 2>/dev/null || true
+    kill "$process" 2>/dev/null || continue
+    for _ in $(seq 20); do kill -0 "$process" 2>/dev/null || break; sleep 0.1; done
+    kill -KILL "$process" 2>/dev/null || true
   done
-  wait
   rm -rf "$work"
 }
 trap finish EXIT

@@ -5,21 +5,18 @@
 # With QUORVID_TEST_KEEP=FOLDER the screenshot stays there.
 set -euo pipefail
 build=$1 name=$2 system=${3:-x11}
-source "$(dirname "$0")/../../scripts/simulator.sh"
+tree=$(cd "$(dirname "$0")/../.." && pwd)
+# Within a compositor of its own, WAYLAND_DISPLAY and DISPLAY are there.
+[[ $system == wayland ]] && exec "$tree/scripts/weston.sh" "$0" "$build" "$name" inside-wayland
+source "$tree/scripts/simulator.sh"
 work=$(mktemp -d)
 started=()
-# The latest first: a compositor that loses its X server before it ends may go on for ever.
 end() {
-  for ((i = ${#started[@]} - 1; i >= 0; --i)); do
-    kill "${started[i]}" 2>/dev/null || continue
-    for _ in $(seq 20); do kill -0 "${started[i]}" 2>/dev/null || break; sleep 0.1; done
-    kill -KILL "${started[i]}" 2>/dev/null || true
-  done
+  for ((i = ${#started[@]} - 1; i >= 0; --i)); do kill "${started[i]}" 2>/dev/null || true; done
   rm -rf "$work"
 }
 trap end EXIT
-unset WAYLAND_DISPLAY GDK_BACKEND QT_QPA_PLATFORM SDL_VIDEODRIVER
-export XDG_RUNTIME_DIR=$work GSETTINGS_BACKEND=memory GTK_A11Y=none NO_AT_BRIDGE=1
+export GSETTINGS_BACKEND=memory GTK_A11Y=none NO_AT_BRIDGE=1
 
 # missing PROGRAM: 77 is ctest's "skipped", unless a display is required.
 missing() {
@@ -35,19 +32,14 @@ await() {
   return 1
 }
 
-command -v Xvfb >/dev/null || missing Xvfb
-Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
-started+=($!)
-await 30 test -s "$work/display" || missing Xvfb
-export DISPLAY=:$(<"$work/display")
-
-if [[ $system == wayland ]]; then
-  command -v weston >/dev/null || missing weston
-  weston --backend=x11-backend.so --no-config --socket=quorvid --width=1024 --height=768 \
-    --idle-time=0 >"$work/weston" 2>&1 &
+if [[ $system == x11 ]]; then
+  unset WAYLAND_DISPLAY GDK_BACKEND QT_QPA_PLATFORM SDL_VIDEODRIVER
+  export XDG_RUNTIME_DIR=$work
+  command -v Xvfb >/dev/null || missing Xvfb
+  Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
   started+=($!)
-  await 30 test -S "$work/quorvid" || missing weston
-  export WAYLAND_DISPLAY=quorvid GDK_BACKEND=wayland QT_QPA_PLATFORM=wayland SDL_VIDEODRIVER=wayland
+  await 30 test -s "$work/display" || missing Xvfb
+  export DISPLAY=:$(<"$work/display")
 fi
 
 "$build/quorvid-sim" --port 0 >"$work/ports" 2>"$work/log" &
