@@ -1,5 +1,6 @@
 #include "quorvid/base/Log.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -35,10 +36,19 @@ LogState& logState() {
   return *state;
 }
 
+constexpr std::size_t kBrief = 512;
+
+// In one piece, so that no other process's line comes between.
 void writeToStandardError(std::string_view message) {
-  std::string line(message);
-  line += '\n';
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::array<char, kBrief> brief;
+  std::string whole;
+  char* line = brief.data();
+  if (message.size() >= brief.size()) {
+    whole.resize(message.size() + 1);
+    line = whole.data();
+  }
+  *std::copy(message.begin(), message.end(), line) = '\n';
+  std::fwrite(line, 1, message.size() + 1, stderr);
 }
 
 void deliver(std::string_view message) {
@@ -52,7 +62,7 @@ void deliver(std::string_view message) {
 }
 
 __attribute__((format(printf, 1, 0))) void deliverFormatted(const char* format, va_list arguments) {
-  std::array<char, 512> brief;
+  std::array<char, kBrief> brief;
   va_list again;
   va_copy(again, arguments);
   // The analyzer does not follow va_start into this function.
