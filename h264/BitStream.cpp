@@ -1,19 +1,26 @@
 #include "h264/BitStream.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace quorvid::h264 {
 
 Bytes payloadOf(ByteView unit) {
-  Bytes payload;
-  payload.reserve(unit.size());
+  Bytes payload(unit.size());
+  payload.resize(payloadOf(unit, payload).size());
+  return payload;
+}
+
+ByteView payloadOf(ByteView unit, std::span<std::uint8_t> room) {
+  const std::size_t read = std::min(unit.size(), room.size());
+  std::size_t written = 0;
   int zeros = 0;
-  for (std::size_t i = 1; i < unit.size(); ++i) {
+  for (std::size_t i = 1; i < read; ++i) {
     const bool isEscape = zeros >= 2 && unit[i] == 3;
-    if (!isEscape) payload.push_back(unit[i]);
+    if (!isEscape) room[written++] = unit[i];
     zeros = unit[i] == 0 ? zeros + 1 : 0;
   }
-  return payload;
+  return room.first(written);
 }
 
 bool isEscaped(ByteView unit) {

@@ -17,6 +17,8 @@ using ByteView = std::span<const std::uint8_t>;
 
 // The unit's bytes after its header, without the 03 that keeps start codes out.
 Bytes payloadOf(ByteView unit);
+// The same of as many of the unit's first bytes as there is room for, written there.
+ByteView payloadOf(ByteView unit, std::span<std::uint8_t> room);
 
 // False when the unit holds what no encoder may write: 00 00 followed by 00, 01 or 02, or such an
 // 03 with another byte than 00 to 03 behind it.

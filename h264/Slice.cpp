@@ -1,6 +1,7 @@
 #include "h264/Slice.h"
 
 #include <algorithm>
+#include <array>
 
 namespace quorvid::h264 {
 namespace {
@@ -87,8 +88,8 @@ void skipLists(BitReader& reader, const ParameterSets& sets, SliceType type) {
 std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
   unit = unit.first(std::min(unit.size(), kLongestHeader));
   if (!isEscaped(unit)) return std::nullopt;
-  const Bytes payload = payloadOf(unit);
-  BitReader reader(payload);
+  std::array<std::uint8_t, kLongestHeader> room;
+  BitReader reader(payloadOf(unit, room));
   const SliceHeader header = readHeader(reader, sps, (unit[0] & 0x1F) == 5);
   return reader.failed() ? std::nullopt : std::optional(header);
 }
@@ -96,8 +97,8 @@ std::optional<SliceHeader> parseSliceHeader(const Sps& sps, ByteView unit) {
 bool resetsFrameNum(const ParameterSets& sets, ByteView unit) {
   const bool isReference = (unit[0] & 0x60) != 0;
   if (!isReference || (unit[0] & 0x1F) != 1) return false;  // an IDR picture begins anew by itself
-  const Bytes payload = payloadOf(unit.first(std::min(unit.size(), kLongestWholeHeader)));
-  BitReader reader(payload);
+  std::array<std::uint8_t, kLongestWholeHeader> room;
+  BitReader reader(payloadOf(unit, room));
   const SliceHeader header = readHeader(reader, sets.stream, false);
   if (header.ppsId != sets.picture.id) return false;
   skipPicOrder(reader, sets, header);

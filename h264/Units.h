@@ -44,7 +44,8 @@ struct Unit {
 
 // The units of a frame in Annex B form, start codes of 3 or 4 bytes; units without a header byte
 // are left out. Further zeros before a start code belong to the unit before it.
-std::vector<Unit> unitsOf(ByteView frame);
+// units: whose memory the result takes over.
+std::vector<Unit> unitsOf(ByteView frame, std::vector<Unit> units = {});
 
 enum class SampleKind : std::uint8_t {
   Picture,  // slices to decode
@@ -81,7 +82,9 @@ struct Sample {
 // sample: a length of 4 bytes, most significant byte first, and that many bytes. A caller that
 // hands over the rest of an access unit as one has start codes inside, which a single unit can't
 // contain: there the unit is taken apart, so that pictures of several slices come out whole.
-// mostWork: see WorkBounds.
-Sample readSample(ByteView sample, const ParameterSets& sets, std::uint64_t mostWork);
+// mostWork: see WorkBounds. units: of an earlier sample; the result takes over their memory. A
+// damaged one has the units and the picture up to the damage.
+Sample readSample(ByteView sample, const ParameterSets& sets, std::uint64_t mostWork,
+                  std::vector<ByteView> units = {});
 
 }  // namespace quorvid::h264
