@@ -121,9 +121,9 @@ std::int32_t readn(std::int32_t fd, void* buf, std::int32_t n) {
       if (errno != EINTR || !quorvid::mayReadOn(fd, lastByte)) return -1;
       continue;
     }
-    lastByte = quorvid::Clock::now();
     remaining -= static_cast<std::int32_t>(count);
     position += count;
+    if (remaining > 0) lastByte = quorvid::Clock::now();
   }
   return n - remaining;
 }

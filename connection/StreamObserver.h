@@ -50,6 +50,11 @@ enum class StreamEvent {
   Pausing,      // milliseconds until the next try
 };
 
+// Why there is no stream, as a sentence for people, from what was told; empty for what is no
+// trouble. peer: "HOST:PORT" of the server, or what stands for its relay.
+std::string sentenceOf(StreamEvent event, std::int32_t detail, const std::string& peer,
+                       const std::string& host, const std::string& device);
+
 // Called on the worker's thread. A call that takes long holds the stream up; none may throw. Each
 // loss (Refused to WrongLength) is told once and a pause follows. Once the call was cancelled a
 // loss is its doing and not told.
