@@ -7,11 +7,21 @@
 // current while EGL has one gets a BadAccess from its X server, which ends the process by default.
 #pragma once
 
-#include <memory>
+#include <cstdint>
+#include <optional>
 
 namespace quorvid {
 
-struct GlBinding;
+// What a thread has current, in the port's own terms.
+struct BoundContext {
+  void* display = nullptr;  // an EGLDisplay, or GLX's connection to the X server
+  std::uintptr_t draw = 0;  // an EGLSurface, or a drawable of the X server
+  std::uintptr_t read = 0;
+  void* context = nullptr;  // null: nothing is current
+  bool glx = false;
+
+  friend bool operator==(const BoundContext&, const BoundContext&) = default;
+};
 
 class HostContext {
  public:
@@ -24,7 +34,7 @@ class HostContext {
   static void embed();
 
  private:
-  std::unique_ptr<GlBinding> host_;  // what to put back; null: leave all as it is
+  std::optional<BoundContext> host_;  // what to put back; nothing: leave all as it is
 };
 
 }  // namespace quorvid

@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <variant>
 
@@ -102,6 +103,10 @@ struct VTDecompressionOutputCallbackRecord {
   VTDecompressionOutputCallback callback;
   void* refCon;
 };
+
+// Loads what decodes, which takes a while the first time; otherwise the first session does. Why
+// that can't be had, for a person; empty: it is there. Any thread.
+std::string VTLoadDecoders();
 
 // One SPS and one PPS (without start codes, NAL header included) in this order; the bytes are
 // copied. nalUnitHeaderLength: bytes of the length in front of every unit, 4. Sets that don't hold

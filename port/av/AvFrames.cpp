@@ -6,10 +6,6 @@
 
 #include "quorvid/base/PixelBuffer.h"
 
-extern "C" {
-#include <libavutil/pixdesc.h>
-}
-
 namespace quorvid {
 namespace {
 

@@ -3,12 +3,7 @@
 
 #include <memory>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavutil/buffer.h>
-#include <libavutil/frame.h>
-#include <libswscale/swscale.h>
-}
+#include "port/av/AvLibrary.h"
 
 namespace quorvid {
 

@@ -9,11 +9,6 @@
 
 #include "port/av/LibavDecoder.h"
 
-extern "C" {
-#include <libavutil/dict.h>
-#include <libavutil/hwcontext.h>
-}
-
 namespace quorvid {
 namespace {
 
@@ -71,6 +66,7 @@ DecoderCandidate deviceCandidate(const AVCodec* codec, const AVCodecHWConfig& co
 
 DecoderCandidates decoderCandidates() {
   DecoderCandidates candidates;
+  if (!avCodecLibrary.load().empty()) return candidates;
   // By name: the plain decoder carries the devices, and another build's first choice may not.
   const AVCodec* codec = avcodec_find_decoder_by_name("h264");
   if (codec == nullptr) codec = avcodec_find_decoder(AV_CODEC_ID_H264);

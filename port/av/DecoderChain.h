@@ -49,7 +49,7 @@ using DecoderCandidates = std::vector<DecoderCandidate>;
 // or of libavutil's device contexts (which have no log level of their own), on standard error; a
 // kind that failed to open is not tried again in this process. libavcodec's V4L2 memory-to-memory
 // wrapper is not among them: it waits without limit for a picture that such a device may give only
-// after further units.
+// after further units. None where libavcodec can't be loaded.
 DecoderCandidates decoderCandidates();
 
 class DecoderChain {

@@ -1,6 +1,7 @@
 #include "port/av/DecompressionSession.h"
 
 #include <cstring>
+#include <utility>
 
 #include "base/Clock.h"
 #include "quorvid/base/Log.h"
@@ -29,7 +30,8 @@ OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, vo
 OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sample,
                                              CVPixelBufferRef& picture,
                                              VTDecodeInfoFlags& infoFlags) {
-  const h264::Sample unit = h264::readSample(sample, sets_, mostWork_);
+  unit_ = h264::readSample(sample, sets_, mostWork_, std::move(unit_.units));
+  const h264::Sample& unit = unit_;
   if (unit.kind == h264::SampleKind::Nothing) {
     continuity_.announce(unit.picture.recoveryFrameCnt);
     return noErr;

@@ -44,6 +44,7 @@ class VTDecompressionSession {
   h264::ParameterSets sets_;
   h264::Continuity continuity_;
   std::uint64_t mostWork_ = h264::kWorkOfHonestUnits;  // until a unit took too long
+  h264::Sample unit_;                                  // the last one; only its memory matters
   PictureConverter converter_;
   VTDecompressionOutputCallbackRecord callback_;
   AvPacketPtr packet_{av_packet_alloc()};

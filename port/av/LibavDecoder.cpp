@@ -5,10 +5,6 @@
 
 #include "h264/Sps.h"
 
-extern "C" {
-#include <libavutil/hwcontext.h>
-}
-
 namespace quorvid {
 namespace {
 

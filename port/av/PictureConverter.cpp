@@ -2,6 +2,7 @@
 
 #include <libyuv.h>
 
+#include <cstring>
 #include <utility>
 
 namespace quorvid {
@@ -9,6 +10,8 @@ namespace {
 
 // Pictures kept for use: one shown, one being made, and some in a host's hands.
 constexpr std::size_t kMostKept = 4;
+// One more than is needed goes when it was free so many times, one after the other.
+constexpr int kTimesFree = 30;
 
 struct PlaneView {
   std::uint8_t* base;
@@ -42,16 +45,29 @@ PicturePool::~PicturePool() {
 }
 
 CVPixelBufferRef PicturePool::take(std::size_t width, std::size_t height) {
-  for (CVPixelBufferRef buffer : buffers_) {
-    if (CVPixelBufferGetRetainCount(buffer) == 1 && CVPixelBufferGetWidth(buffer) == width &&
-        CVPixelBufferGetHeight(buffer) == height) {
-      return CVPixelBufferRetain(buffer);
+  CVPixelBufferRef taken = nullptr;
+  auto spare = buffers_.end();
+  for (auto at = buffers_.begin(); at != buffers_.end(); ++at) {
+    if (CVPixelBufferGetRetainCount(*at) > 1) continue;
+    const bool fits = CVPixelBufferGetWidth(*at) == width && CVPixelBufferGetHeight(*at) == height;
+    if (fits && taken == nullptr) {
+      taken = CVPixelBufferRetain(*at);
+    } else {
+      spare = at;
     }
   }
-  CVPixelBufferRef made = nullptr;
-  CVPixelBufferCreate(width, height, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0, &made);
-  if (made != nullptr && buffers_.size() < kMostKept) buffers_.push_back(CVPixelBufferRetain(made));
-  return made;
+  timesFree_ = spare != buffers_.end() ? timesFree_ + 1 : 0;
+  if (timesFree_ >= kTimesFree) {
+    CVPixelBufferRelease(*spare);
+    buffers_.erase(spare);
+    timesFree_ = 0;
+  }
+  if (taken != nullptr) return taken;
+  CVPixelBufferCreate(width, height, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0, &taken);
+  if (taken != nullptr && buffers_.size() < kMostKept) {
+    buffers_.push_back(CVPixelBufferRetain(taken));
+  }
+  return taken;
 }
 
 CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
@@ -66,8 +82,15 @@ CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
     CVPixelBufferRelease(picture);
     return nullptr;
   }
-  CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixOf(frame));
+  CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
   return picture;
+}
+
+// One text for all pictures of a stream.
+const Text& PictureConverter::matrixNameOf(const AVFrame& frame) {
+  const char* const name = matrixOf(frame);
+  if (matrix_.isMissing() || std::strcmp(matrix_.c_str(), name) != 0) matrix_ = name;
+  return matrix_;
 }
 
 // Holds the frame for as long as the picture lives. What isn't planar is made so, in memory of the
@@ -88,7 +111,7 @@ CVPixelBufferRef PictureConverter::wrap(const AVFrame& frame) {
        static_cast<std::size_t>(held->linesize[2])},
       held, &picture);
   if (picture != nullptr) {
-    CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixOf(frame));
+    CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
   }
   return picture;
 }

@@ -19,8 +19,8 @@ namespace quorvid {
 
 // Pixel buffers that are used again once everybody else let them go: a fresh buffer of this size
 // costs more page faults than the whole conversion. The pool holds one reference to each buffer: a
-// buffer with no other reference is free. One thread takes; any thread may release what was taken.
-// Buffers that are still held outlive the pool.
+// buffer with no other reference is free, and goes when it is for long. One thread takes; any
+// thread may release what was taken. Buffers that are still held outlive the pool.
 class PicturePool {
  public:
   PicturePool() = default;
@@ -34,6 +34,7 @@ class PicturePool {
 
  private:
   std::vector<CVPixelBufferRef> buffers_;
+  int timesFree_ = 0;  // that one was which nobody took
 };
 
 // Of 0 by 0: each frame's own.
@@ -56,11 +57,13 @@ class PictureConverter {
   bool toPlanar(const AVFrame& frame);
   bool prepareConversion(const AVFrame& frame);
   void scaleChroma(const AVFrame& frame, CVPixelBufferRef picture);
+  const Text& matrixNameOf(const AVFrame& frame);
 
   PictureSize size_;
   PicturePool pool_;
   // U and V apart: as the frame has them in pairs, and at the picture's size.
   std::array<std::vector<std::uint8_t>, 2> split_, scaled_;
+  Text matrix_;
   SwsContextPtr scaler_;
   AvFramePtr planar_;
 };

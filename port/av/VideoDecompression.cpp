@@ -33,6 +33,19 @@ void destroy(T* object) {
   const std::unique_ptr<T> last(object);
 }
 
+// Each unit needs a block and a sample, for one call: a thread makes the next out of the last.
+template <class T>
+std::unique_ptr<T>& lastReleased() {
+  thread_local std::unique_ptr<T> last;
+  return last;
+}
+
+template <class T>
+std::unique_ptr<T> makeOrReuse() {
+  std::unique_ptr<T> made = std::move(lastReleased<T>());
+  return made != nullptr ? std::move(made) : std::make_unique<T>();
+}
+
 template <class Value>
 std::optional<Value> valueOf(const ImageBufferAttributes& attributes, std::string_view key) {
   for (const ImageBufferAttribute& attribute : attributes) {
@@ -70,13 +83,17 @@ void CFRelease(CMVideoFormatDescriptionRef description) {
   destroy(description);
 }
 void CFRelease(CMBlockBufferRef block) {
-  destroy(block);
+  if (block != nullptr) lastReleased<CMBlockBuffer>().reset(block);
 }
 void CFRelease(CMSampleBufferRef sample) {
-  destroy(sample);
+  if (sample != nullptr) lastReleased<CMSampleBuffer>().reset(sample);
 }
 void CFRelease(VTDecompressionSessionRef session) {
   destroy(session);
+}
+
+std::string VTLoadDecoders() {
+  return avCodecLibrary.load();
 }
 
 OSStatus CMVideoFormatDescriptionCreateFromH264ParameterSets(
@@ -142,7 +159,7 @@ OSStatus CMBlockBufferCreateWithMemoryBlock(CFAllocator /*structureAllocator*/, 
       dataLength > blockLength - offsetToData) {
     return kCMBlockBufferBadLengthParameterErr;
   }
-  auto block = std::make_unique<CMBlockBuffer>();
+  auto block = makeOrReuse<CMBlockBuffer>();
   block->bytes = {static_cast<const std::uint8_t*>(memoryBlock) + offsetToData, dataLength};
   *out = block.release();
   return noErr;
@@ -158,7 +175,7 @@ OSStatus CMSampleBufferCreateReady(CFAllocator /*allocator*/, CMBlockBufferRef d
       sizeEntries[0] > dataBuffer->bytes.size()) {
     return kCMSampleBufferError_RequiredParameterMissing;
   }
-  auto sample = std::make_unique<CMSampleBuffer>();
+  auto sample = makeOrReuse<CMSampleBuffer>();
   sample->bytes = dataBuffer->bytes.first(sizeEntries[0]);
   sample->hasFormat = formatDescription != nullptr;
   *out = sample.release();

@@ -3,6 +3,7 @@
 #include <epoxy/gl.h>
 
 #include <atomic>
+#include <utility>
 
 namespace quorvid {
 namespace {
@@ -35,8 +36,26 @@ Drawable::~Drawable() {
   drop();
 }
 
-void Drawable::adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer,
-                     int width, int height) {
+bool Drawable::wantLayout(StorageLayout layout) {
+  return std::exchange(layout_, layout) != layout && storage_ != 0;
+}
+
+void Drawable::allocate(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer,
+                        int width, int height) {
+  if (storage_ == 0) layout_ = group->layout();
+  adopt(group, renderbuffer);
+  if (layout_ == StorageLayout::Window && group->hasWindowStorage()) {
+    image_ = makeWindowStorage(group->display(), width, height);
+  }
+  if (image_ == EGL_NO_IMAGE_KHR) makePlainStorage(width, height);
+  width_ = width;
+  height_ = height;
+  storage_ = ++lastStorage;
+  version_ = 0;
+}
+
+void Drawable::adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer) {
+  dropImage();
   if (renderbuffer_ != renderbuffer || group_ != group) drop();
   if (Drawable* former = group->ownerOf(renderbuffer); former != nullptr && former != this) {
     former->lose();
@@ -47,15 +66,12 @@ void Drawable::adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t ren
   GLint bound = 0;
   glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
   framebuffer_ = static_cast<std::uint32_t>(bound);
-  width_ = width;
-  height_ = height;
-  storage_ = ++lastStorage;
-  version_ = 0;
 }
 
 void Drawable::lose() {
   if (group_ != nullptr) {
     dropFence();
+    dropImage();
     group_->disclaim(renderbuffer_, this);
   }
   group_.reset();
@@ -77,6 +93,13 @@ void Drawable::dropFence() {
   if (fence_ != EGL_NO_SYNC_KHR) {
     eglDestroySyncKHR(group_->display(), fence_);
     fence_ = EGL_NO_SYNC_KHR;
+  }
+}
+
+void Drawable::dropImage() {
+  if (image_ != EGL_NO_IMAGE_KHR) {
+    eglDestroyImageKHR(group_->display(), image_);  // the renderbuffer keeps the pixels
+    image_ = EGL_NO_IMAGE_KHR;
   }
 }
 

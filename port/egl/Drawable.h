@@ -23,10 +23,13 @@ class Drawable {
   Drawable(const Drawable&) = delete;
   Drawable& operator=(const Drawable&) = delete;
 
-  // Takes over a renderbuffer whose storage was just allocated in a context of the group, which is
-  // current.
-  void adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer, int width,
-             int height);
+  // Gives the bound renderbuffer a storage, in a context of the group, which is current, and takes
+  // the two over. The framebuffer that will hold it is bound.
+  void allocate(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer, int width,
+                int height);
+  // The layout that the next storage gets. True when the present one was asked for in another.
+  bool wantLayout(StorageLayout layout);
+  StorageLayout layout() const { return layout_; }
   // The renderbuffer is no longer this drawable's; it is not deleted.
   void lose();
   // Marks the content as complete: a new version, fenced in the current context.
@@ -38,6 +41,11 @@ class Drawable {
   std::uint32_t renderbuffer() const { return renderbuffer_; }
   int width() const { return width_; }
   int height() const { return height_; }
+  // Whether its rows lie from the top down: by its own framebuffer they are drawn as ever, read by
+  // any other it is upside down.
+  bool isTopFirst() const { return image_ != EGL_NO_IMAGE_KHR; }
+  // An image of the storage, where it was made from one.
+  EGLImageKHR image() const { return image_; }
   // Differs between any two storages of the process; 0 without one.
   std::uint64_t storage() const { return storage_; }
   // Counts presentations into this storage; 0 while it has no content to show.
@@ -45,8 +53,10 @@ class Drawable {
   bool hasContent() const { return version_ > 0 && width_ > 0 && height_ > 0; }
 
  private:
+  void adopt(const std::shared_ptr<ShareGroup>& group, std::uint32_t renderbuffer);
   void drop();
   void dropFence();
+  void dropImage();
 
   std::shared_ptr<ShareGroup> group_;
   std::uint32_t renderbuffer_ = 0;
@@ -55,6 +65,8 @@ class Drawable {
   int height_ = 0;
   std::uint64_t storage_ = 0;
   std::uint64_t version_ = 0;
+  StorageLayout layout_ = StorageLayout::Plain;  // as it is wanted
+  EGLImageKHR image_ = EGL_NO_IMAGE_KHR;
   EGLSyncKHR fence_ = EGL_NO_SYNC_KHR;
 };
 

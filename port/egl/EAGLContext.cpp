@@ -104,8 +104,7 @@ bool EAGLContext::renderbufferStorage(std::uint32_t target, CAEAGLLayer* layer) 
   const CGSize size = layer->bounds().size;
   const GLsizei width = pixels(size.width, layer->contentsScale(), limit);
   const GLsizei height = pixels(size.height, layer->contentsScale(), limit);
-  glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8_OES, width, height);
-  layer->drawable()->adopt(native_->group, name, width, height);
+  layer->drawable()->allocate(native_->group, name, width, height);
   return true;
 }
 

@@ -2,14 +2,25 @@
 
 #include <dlfcn.h>
 #include <epoxy/glx.h>
+#include <link.h>
 
 #include <atomic>
 
-#include "port/HostContext.h"
 #include "port/egl/EAGLContextNative.h"
 
 namespace quorvid {
 namespace {
+
+// How often a library was loaded into the process.
+unsigned long long loads() {
+  unsigned long long count = 0;
+  const auto first = [](dl_phdr_info* info, std::size_t, void* to) {
+    *static_cast<unsigned long long*>(to) = info->dlpi_adds;
+    return 1;
+  };
+  dl_iterate_phdr(first, &count);
+  return count;
+}
 
 bool isLoaded(const char* library) {
   void* handle = dlopen(library, RTLD_LAZY | RTLD_NOLOAD);
@@ -18,12 +29,18 @@ bool isLoaded(const char* library) {
 }
 
 // Without GLX in the process none of its contexts is current. libepoxy takes GLX from libGL.so.1,
-// and ends a process in which that can't be loaded: it is loaded here first, for good.
+// and ends a process in which that can't be loaded: it is loaded here first, for good. To look for
+// one that is not there takes long, the folders of libraries are searched: once after each load.
 bool usesGlx() {
   static std::atomic<bool> found = false;
-  if (!found && (isLoaded("libGLX.so.0") || isLoaded("libGL.so.1"))) {
+  static std::atomic<unsigned long long> looked = 0;
+  if (found) return true;
+  const unsigned long long now = loads();
+  if (looked == now) return false;
+  if (isLoaded("libGLX.so.0") || isLoaded("libGL.so.1")) {
     found = dlopen("libGL.so.1", RTLD_LAZY | RTLD_LOCAL) != nullptr;
   }
+  looked = now;
   return found;
 }
 
@@ -86,7 +103,7 @@ HostContext::HostContext() {
   if (EAGLContext::currentContext() != nullptr) return;
   const GlBinding now = GlBinding::current();
   if (now.context == nullptr && !embedded && !usesGlx()) return;
-  host_ = std::make_unique<GlBinding>(now);
+  host_ = now;
 }
 
 void HostContext::embed() {
@@ -95,8 +112,8 @@ void HostContext::embed() {
 }
 
 HostContext::~HostContext() {
-  if (host_ == nullptr || host_->context == GlBinding::current().context) return;
-  if (host_->restore()) forgetThreadContext();
+  if (!host_ || host_->context == GlBinding::current().context) return;
+  if (GlBinding{*host_}.restore()) forgetThreadContext();
 }
 
 }  // namespace quorvid

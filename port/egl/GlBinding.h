@@ -7,17 +7,11 @@
 
 #include <epoxy/egl.h>
 
-#include <cstdint>
+#include "port/HostContext.h"
 
 namespace quorvid {
 
-struct GlBinding {
-  void* display = nullptr;  // an EGLDisplay, or GLX's connection to the X server
-  std::uintptr_t draw = 0;  // an EGLSurface, or a drawable of the X server
-  std::uintptr_t read = 0;
-  void* context = nullptr;  // null: nothing is current
-  bool glx = false;
-
+struct GlBinding : BoundContext {
   static GlBinding current();
   // Makes a context of EGL current without a surface. False, with nothing changed, when it can't
   // be.

@@ -108,6 +108,7 @@ void ShareGroup::findExtensions() {
   const Scope root(*this);
   if (!root) return;
   hasImages_ = epoxy_has_egl_extension(display_, "EGL_KHR_gl_renderbuffer_image");
+  hasWindowStorage_ = quorvid::hasWindowStorage(display_);
   if (!epoxy_has_egl_extension(display_, "EGL_KHR_fence_sync")) return;
   const EGLSyncKHR fence = eglCreateSyncKHR(display_, EGL_SYNC_FENCE_KHR, nullptr);
   hasFences_ =

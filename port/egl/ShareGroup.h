@@ -10,12 +10,14 @@
 
 #include <epoxy/egl.h>
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 
 #include "port/egl/GlBinding.h"
+#include "port/egl/Storage.h"
 
 namespace quorvid {
 
@@ -38,11 +40,16 @@ class ShareGroup {
   // EGL_NO_CONTEXT when the display refuses.
   EGLContext createContext() const;
   bool isLost() const;
-  // What the display offers: fences, a wait for them inside the GPU, and images of renderbuffers.
-  // Asked once, when the group is made.
+  // What the display offers: fences, a wait for them inside the GPU, images of renderbuffers, and
+  // storages in the layout of a window. Asked once, when the group is made.
   bool hasFences() const { return hasFences_; }
   bool waitsInGpu() const { return waitsInGpu_; }
   bool hasImages() const { return hasImages_; }
+  bool hasWindowStorage() const { return hasWindowStorage_; }
+
+  // The layout that new storages get: of the framebuffer that was drawn into last.
+  StorageLayout layout() const { return layout_; }
+  void setLayout(StorageLayout layout) { layout_ = layout; }
 
   // Which drawable's storage a renderbuffer of the group is. A name is taken over by whoever claims
   // it last, because names are used again once they were deleted.
@@ -77,6 +84,8 @@ class ShareGroup {
   bool hasFences_ = false;
   bool waitsInGpu_ = false;
   bool hasImages_ = false;
+  bool hasWindowStorage_ = false;
+  std::atomic<StorageLayout> layout_ = StorageLayout::Plain;
   std::mutex rootMutex_;    // held while the root is current: EGL lets one thread have it
   std::mutex ownersMutex_;  // guards owners_, which layers of several threads change
   std::map<std::uint32_t, Drawable*> owners_;

@@ -30,70 +30,85 @@ struct Plane {
 
 }  // namespace
 
-// The textures that a context's pictures are uploaded into, kept from picture to picture. Emptied
-// with any context.
+// The textures that a context's pictures are uploaded into, kept from picture to picture. One is
+// lent as long as somebody else holds it: so neither lending nor taking back allocates anything.
 class CVOpenGLESTextureCache {
  public:
   explicit CVOpenGLESTextureCache(std::shared_ptr<ShareGroup> group) : group_(std::move(group)) {}
-  ~CVOpenGLESTextureCache();
   CVOpenGLESTextureCache(const CVOpenGLESTextureCache&) = delete;
   CVOpenGLESTextureCache& operator=(const CVOpenGLESTextureCache&) = delete;
 
-  // Binds a texture like `wanted` but for the name, filled with the plane, to the active unit. Name
-  // 0, with nothing lent, when GL refuses.
-  Storage lend(Storage wanted, const Plane& plane);
-  void takeBack(const Storage& texture);
+  // Binds a texture like `wanted` but for the name, filled with the plane, to the active unit.
+  // Null, with nothing lent, when GL refuses.
+  CVOpenGLESTextureRef lend(Storage wanted, const Plane& plane);
 
  private:
+  void dropIdle();
   void upload(const Storage& texture, const Plane& plane);
 
   std::shared_ptr<ShareGroup> group_;
-  std::vector<Storage> idle_;
+  std::vector<CVOpenGLESTextureRef> textures_;  // the one that was lent last at the end
   std::vector<std::uint8_t> packed_;
 };
 
+// Deletes its storage with itself, in any context.
 class CVOpenGLESTexture {
  public:
-  CVOpenGLESTexture(CVOpenGLESTextureCacheRef lender, const Storage& lent)
-      : storage(lent), lender_(std::move(lender)) {}
-  ~CVOpenGLESTexture() { lender_->takeBack(storage); }
+  CVOpenGLESTexture(std::shared_ptr<ShareGroup> group, const Storage& made)
+      : storage(made), group_(std::move(group)) {}
+  ~CVOpenGLESTexture() {
+    if (const ShareGroup::Scope root(*group_); root) glDeleteTextures(1, &storage.name);
+  }
   CVOpenGLESTexture(const CVOpenGLESTexture&) = delete;
   CVOpenGLESTexture& operator=(const CVOpenGLESTexture&) = delete;
   const Storage storage;
 
  private:
-  const CVOpenGLESTextureCacheRef lender_;
+  const std::shared_ptr<ShareGroup> group_;
 };
 
-CVOpenGLESTextureCache::~CVOpenGLESTextureCache() {
-  if (idle_.empty()) return;
-  if (const ShareGroup::Scope root(*group_); root) {
-    for (const Storage& texture : idle_) glDeleteTextures(1, &texture.name);
-  }
+namespace {
+
+bool isIdle(const CVOpenGLESTextureRef& texture) {
+  return texture.use_count() == 1;
 }
 
+bool isLike(const Storage& one, const Storage& other) {
+  return one.format == other.format && one.width == other.width && one.height == other.height;
+}
+
+}  // namespace
+
 // One of the same kind if there is one: its storage is used again as it is.
-Storage CVOpenGLESTextureCache::lend(Storage wanted, const Plane& plane) {
+CVOpenGLESTextureRef CVOpenGLESTextureCache::lend(Storage wanted, const Plane& plane) {
   while (glGetError() != GL_NO_ERROR) {
   }
-  const auto same = std::find_if(idle_.begin(), idle_.end(), [&](const Storage& idle) {
-    return idle.format == wanted.format && idle.width == wanted.width &&
-           idle.height == wanted.height;
+  const auto same = std::find_if(textures_.begin(), textures_.end(), [&](const auto& texture) {
+    return isIdle(texture) && isLike(texture->storage, wanted);
   });
-  if (same != idle_.end()) {
-    wanted = *same;
-    idle_.erase(same);
+  if (same != textures_.end()) {
+    std::rotate(same, same + 1, textures_.end());
+    wanted = textures_.back()->storage;
     glBindTexture(GL_TEXTURE_2D, wanted.name);
   } else {
+    dropIdle();
     glGenTextures(1, &wanted.name);
     glBindTexture(GL_TEXTURE_2D, wanted.name);
     glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(wanted.format), wanted.width, wanted.height,
                  0, wanted.format, GL_UNSIGNED_BYTE, nullptr);
+    textures_.push_back(std::make_shared<CVOpenGLESTexture>(group_, wanted));
   }
   upload(wanted, plane);
-  if (glGetError() == GL_NO_ERROR) return wanted;
-  glDeleteTextures(1, &wanted.name);
-  return {};
+  if (glGetError() == GL_NO_ERROR) return textures_.back();
+  textures_.pop_back();
+  return nullptr;
+}
+
+// Before another one comes.
+void CVOpenGLESTextureCache::dropIdle() {
+  const auto idle = std::count_if(textures_.begin(), textures_.end(), isIdle);
+  if (std::cmp_less(idle, kIdleLimit)) return;
+  textures_.erase(std::find_if(textures_.begin(), textures_.end(), isIdle));
 }
 
 // OpenGL ES 2 reads rows without a gap. The extension takes rows that are whole pixels long; others
@@ -119,13 +134,6 @@ void CVOpenGLESTextureCache::upload(const Storage& texture, const Plane& plane) 
   glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, texture.width, texture.height, texture.format,
                   GL_UNSIGNED_BYTE, bytes);
   if (longRows) glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
-}
-
-void CVOpenGLESTextureCache::takeBack(const Storage& texture) {
-  idle_.push_back(texture);
-  if (idle_.size() <= kIdleLimit) return;
-  if (const ShareGroup::Scope root(*group_); root) glDeleteTextures(1, &idle_.front().name);
-  idle_.erase(idle_.begin());
 }
 
 namespace {
@@ -167,13 +175,10 @@ CVReturn CVOpenGLESTextureCacheCreateTextureFromImage(
   const bool fits = holds(image, plane, width, height) &&
                     pixelSize == (CVPixelBufferGetPlaneCount(image) == 2 && plane == 1 ? 2U : 1U);
   if (!fits) return kCVReturnPixelBufferNotOpenGLCompatible;
-  const Storage texture =
-      cache->lend({0, format, static_cast<GLsizei>(width), static_cast<GLsizei>(height)},
-                  {CVPixelBufferGetBaseAddressOfPlane(image, plane),
-                   CVPixelBufferGetBytesPerRowOfPlane(image, plane), pixelSize});
-  if (texture.name == 0) return kCVReturnPixelBufferNotOpenGLCompatible;
-  *out = std::make_shared<CVOpenGLESTexture>(cache, texture);
-  return kCVReturnSuccess;
+  *out = cache->lend({0, format, static_cast<GLsizei>(width), static_cast<GLsizei>(height)},
+                     {CVPixelBufferGetBaseAddressOfPlane(image, plane),
+                      CVPixelBufferGetBytesPerRowOfPlane(image, plane), pixelSize});
+  return *out != nullptr ? kCVReturnSuccess : kCVReturnPixelBufferNotOpenGLCompatible;
 }
 
 // Textures come back by themselves, and the cache bounds what it keeps.
