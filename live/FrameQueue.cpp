@@ -8,32 +8,41 @@
 
 namespace quorvid {
 
-Frame makeFrame(h264::ByteView bytes, double arrival) {
-  Frame frame;
-  frame.arrival = arrival;
-  frame.bytes.reserve(bytes.size() + 1);
-  frame.bytes.push_back(0);
-  frame.bytes.insert(frame.bytes.end(), bytes.begin(), bytes.end());
-  frame.units = h264::unitsOf(frame.bytes);
-  frame.isReference = false;
-  for (const h264::Unit& unit : frame.units) {
-    const bool isSet = unit.type == h264::UnitType::Sps || unit.type == h264::UnitType::KeySlice;
-    const int refIdc = frame.bytes[unit.header] >> 5 & 3;
-    frame.isKey = frame.isKey || isSet;
-    frame.isReference = frame.isReference || refIdc != 0;
-  }
-  return frame;
+namespace {
+
+constexpr std::size_t kMostPlaces = 16;
+
+// Bytes of memory. A server may send frames of one byte, or of nothing but start codes: what is
+// known about them takes far more room than they do.
+std::size_t costOf(const Frame& frame) {
+  constexpr std::size_t kPlace = sizeof(Frame) + 64;  // in the list, and in its two vectors
+  return frame.bytes.size() + frame.units.size() * sizeof(h264::Unit) + kPlace;
+}
+
+}  // namespace
+
+Frame FrameQueue::blank(std::size_t size) {
+  const std::lock_guard lock(mutex_);
+  return spares_.take(size);
+}
+
+void FrameQueue::giveBack(Frame frame) {
+  const std::lock_guard lock(mutex_);
+  spares_.put(std::move(frame));
 }
 
 void FrameQueue::push(Frame frame) {
   const std::lock_guard lock(mutex_);
   if (needsKey_ && !frame.isKey) {
     ++lost_;
+    spares_.put(std::move(frame));
     return;
   }
   needsKey_ = false;
-  bytes_ += frame.bytes.size();
-  frames_.push_back(std::move(frame));
+  bytes_ += costOf(frame);
+  if (places_.empty()) places_.emplace_back();
+  places_.front() = std::move(frame);
+  frames_.splice(frames_.end(), places_, places_.begin());
   if (hidden_ && frames_.back().isKey) dropBefore(frames_.size() - 1);
   keepWithinBounds();
   changed_.notify_one();
@@ -57,9 +66,7 @@ std::optional<Frame> FrameQueue::take() {
   for (bool isAfterLoss = false;;) {
     changed_.wait(lock, [this] { return closed_ || (!hidden_ && !frames_.empty()); });
     if (closed_) return std::nullopt;
-    Frame frame = std::move(frames_.front());
-    frames_.pop_front();
-    bytes_ -= frame.bytes.size();
+    Frame frame = takeFirst();
     frame.isToBeShown = unshown_ <= 1;
     frame.isAfterLoss = isAfterLoss;
     unshown_ -= std::min<std::size_t>(unshown_, 1);
@@ -67,6 +74,7 @@ std::optional<Frame> FrameQueue::take() {
     if (frame.isReference || frame.isKey || !isBehind || keepsAll_) return frame;
     ++lost_;
     isAfterLoss = isAfterLoss || frame.isToBeShown;
+    spares_.put(std::move(frame));
   }
 }
 
@@ -103,16 +111,28 @@ std::uint64_t FrameQueue::lost() const {
 
 // 0 when none waits: what is there continues what was taken before.
 std::size_t FrameQueue::newestKey() const {
-  for (std::size_t i = frames_.size(); i > 0; --i) {
-    if (frames_[i - 1].isKey) return i - 1;
+  std::size_t index = frames_.size();
+  for (auto frame = frames_.rbegin(); frame != frames_.rend(); ++frame) {
+    --index;
+    if (frame->isKey) return index;
   }
   return 0;
 }
 
+Frame FrameQueue::takeFirst() {
+  Frame frame = std::move(frames_.front());
+  bytes_ -= costOf(frame);
+  if (places_.size() < kMostPlaces) {
+    places_.splice(places_.begin(), frames_, frames_.begin());
+  } else {
+    frames_.pop_front();
+  }
+  return frame;
+}
+
 void FrameQueue::dropBefore(std::size_t index) {
   for (std::size_t i = 0; i < index; ++i) {
-    bytes_ -= frames_.front().bytes.size();
-    frames_.pop_front();
+    spares_.put(takeFirst());
   }
   lost_ += index;
   unshown_ -= std::min(unshown_, index);

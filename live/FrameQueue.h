@@ -9,28 +9,13 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <mutex>
 #include <optional>
-#include <vector>
 
-#include "h264/Units.h"
+#include "live/Frame.h"
 
 namespace quorvid {
-
-struct Frame {
-  h264::Bytes bytes;  // Annex B, behind one more zero, so that each unit has 4 bytes in front
-  std::vector<h264::Unit> units;  // of bytes
-  double arrival = 0;             // seconds, steady clock
-  std::uint64_t number = 0;       // of those that the session received, from 1
-  bool isKey = false;             // brings parameter sets or an IDR picture
-  bool isReference = true;        // others may refer to it
-  bool isToBeShown = true;        // false: a newer one, which waits already, will be
-  bool isAfterLoss = false;  // one to be shown before it was spared the decoder, which is behind
-};
-
-// bytes: Annex B.
-Frame makeFrame(h264::ByteView bytes, double arrival);
 
 class FrameQueue {
  public:
@@ -39,6 +24,11 @@ class FrameQueue {
   // A decoder whose oldest frame waits for longer is behind.
   static constexpr double kBehind = 0.2;
 
+  // Memory for a frame of that many bytes, of one that was given back if there is any: see
+  // makeFrame().
+  Frame blank(std::size_t size);
+  // Whoever has taken a frame is done with it.
+  void giveBack(Frame frame);
   // Takes effect at once, whatever waits.
   void push(Frame frame);
   // Waits for a frame and takes it. Nothing once the queue is closed.
@@ -57,13 +47,16 @@ class FrameQueue {
   std::uint64_t lost() const;
 
  private:
+  Frame takeFirst();
   void dropBefore(std::size_t index);
   std::size_t newestKey() const;
   void keepWithinBounds();
 
   mutable std::mutex mutex_;  // guards all that follows
   std::condition_variable changed_;
-  std::deque<Frame> frames_;
+  std::list<Frame> frames_;
+  std::list<Frame> places_;  // of frames that are gone
+  SpareFrames spares_;
   std::size_t bytes_ = 0;
   std::uint64_t lost_ = 0;
   std::size_t unshown_ = 0;  // of the frames that wait, the first so many were hidden

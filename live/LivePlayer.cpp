@@ -162,7 +162,10 @@ std::optional<Picture> LivePlayer::turn(double now, double busy) {
 }
 
 void LivePlayer::pictureShown(double now, double arrival) {
-  if (firstShown_ < 0) firstShown_ = now;
+  if (firstShown_ < 0) {
+    firstShown_ = now;
+    samples_.clear();  // what was overtaken while the host had no window is no fault of its drawing
+  }
   if (lastShown_ >= 0) figures_.longestPause = longestPause(now);
   lastShown_ = now;
   figures_.lag = now - arrival;

@@ -6,6 +6,7 @@
 #include "base/Clock.h"
 #include "base/LogQuiet.h"
 #include "base/Thread.h"
+#include "port/VideoDecompression.h"
 #include "quorvid/base/Log.h"
 
 namespace quorvid {
@@ -21,9 +22,20 @@ constexpr double kGapDecay = 0.95;
 constexpr double kFramesOfRoom = 1.25;
 // A view that left pictures out is called late for so many seconds more.
 constexpr double kCalm = 2;
+constexpr const char* kNoKeyFrame = "no key frame has come yet";
 
 bool isStreaming(LiveState state) {
   return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
+}
+
+// Of each frame: in the memory that the status has.
+void setStreaming(LiveStatus& status, LiveReason reason, const char* sentence) {
+  const bool isLive = reason == LiveReason::None;
+  status.state = isLive ? LiveState::Live : LiveState::WaitingForKeyFrame;
+  status.reason = reason;
+  status.sentence.assign(sentence);
+  status.nextTry = 0;
+  status.answerStatus = 0;
 }
 
 }  // namespace
@@ -91,12 +103,18 @@ void LiveSession::setStatus(LiveState state, LiveReason reason, std::string sent
   wake_->signal();
 }
 
-// The decoding thread.
+// The decoding thread. What it decodes with is loaded while the other one connects.
 void LiveSession::decode() {
   const LogQuiet quiet;
+  if (delivery_.isUndecoded) return passOn();
+  if (std::string why = VTLoadDecoders(); !why.empty()) {
+    stopReceiving();
+    return fail(LiveReason::NoResources, "what decodes can't be loaded: " + std::move(why));
+  }
   StreamDecoder decoder(delivery_.form);
   while (auto frame = queue_.take()) {
     decodeFrame(decoder, *frame);
+    queue_.giveBack(std::move(*frame));
   }
 }
 
@@ -114,6 +132,36 @@ void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
                        frame.isToBeShown && !isOvertaken(now, frame);
   if (isShown) publish({decoder.picture(), frame.arrival, frame.number, shape});
   if (isUntold() || isShown) wake_->signal();
+}
+
+// In the place of decoding.
+void LiveSession::passOn() {
+  FrameGate gate;
+  while (auto taken = queue_.take()) {
+    const auto frame = std::make_shared<Frame>(std::move(*taken));
+    const FrameGate::Outcome outcome = gate.take(*frame);
+    notePassage(outcome, *frame, gate.shape());
+    const bool passes = outcome == FrameGate::Outcome::Passes;
+    if (passes) publish({nullptr, frame->arrival, frame->number, gate.shape(), frame});
+    if (isUntold() || passes) wake_->signal();
+  }
+}
+
+// A frame of a connection that is lost meanwhile says nothing of the present one.
+void LiveSession::notePassage(FrameGate::Outcome outcome, const Frame& frame,
+                              const StreamShape& shape) {
+  using Outcome = FrameGate::Outcome;
+  const std::lock_guard lock(mutex_);
+  report_.shape = shape;
+  if (outcome != Outcome::Passes) ++report_.held;
+  if (frame.connection != connections_ || !isStreaming(report_.status.state)) return;
+  setStreaming(report_.status, LiveReason::None, "");
+  if (outcome == Outcome::NoSets) {
+    setStreaming(report_.status, LiveReason::NoKeyFrame, kNoKeyFrame);
+  } else if (outcome == Outcome::UnreadableSets) {
+    setStreaming(report_.status, LiveReason::Undecodable,
+                 "the stream's parameter sets can't be read");
+  }
 }
 
 // The host has to be told of more than pictures.
@@ -162,13 +210,13 @@ bool LiveSession::isOvertaken(double now, const Frame& frame) {
 }
 
 void LiveSession::publish(Picture picture) {
-  if (picture.buffer == nullptr) return;
+  if (picture.buffer == nullptr && picture.frame == nullptr) return;
   bool nobodyTakes = false;
   {
     std::unique_lock lock(mutex_);
     if (delivery_.isEvery) picked_.wait(lock, [this] { return !ready_ || ending_; });
     if (ending_) return;
-    ++report_.converted;
+    if (picture.buffer != nullptr) ++report_.converted;
     if (ready_) ++report_.overwritten;
     ready_ = std::move(picture);
     published_ = steadySeconds();
@@ -194,23 +242,18 @@ void LiveSession::noteOutcome(StreamDecoder::Outcome outcome, const StreamShape&
   if (!isStreaming(report_.status.state)) return;  // the connection is lost meanwhile
   switch (outcome) {
     case Outcome::Picture:
-      report_.status = makeStatus(LiveState::Live);
-      break;
+      return setStreaming(report_.status, LiveReason::None, "");
     case Outcome::NoSets:
-      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::NoKeyFrame,
-                                  "no key frame has come yet");
-      break;
+      return setStreaming(report_.status, LiveReason::NoKeyFrame, kNoKeyFrame);
     case Outcome::SetsTooOften:
-      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::Undecodable,
-                                  "the stream changes its parameter sets all the time");
-      break;
+      return setStreaming(report_.status, LiveReason::Undecodable,
+                          "the stream changes its parameter sets all the time");
     case Outcome::Damaged:
-      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::Undecodable,
-                                  "the frames that come can't be decoded");
-      break;
+      return setStreaming(report_.status, LiveReason::Undecodable,
+                          "the frames that come can't be decoded");
     default:
-      report_.status = makeStatus(LiveState::WaitingForKeyFrame, LiveReason::PicturesOutOfOrder,
-                                  "frames are missing between those that came");
+      setStreaming(report_.status, LiveReason::PicturesOutOfOrder,
+                   "frames are missing between those that came");
   }
 }
 

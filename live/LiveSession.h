@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "connection/StreamObserver.h"
+#include "live/FrameGate.h"
 #include "live/FrameQueue.h"
 #include "live/Picture.h"
 #include "live/StreamDecoder.h"
@@ -43,10 +44,11 @@ struct SessionReport {
   std::uint64_t attempts = 0;  // connections begun
 };
 
-// Which pictures a session hands out.
+// What a session hands out.
 struct Delivery {
   PictureForm form = PictureForm::OneSize;
-  bool isEvery = false;  // decoding waits until the last one is taken, and spares no frame
+  bool isEvery = false;      // decoding waits until the last one is taken, and spares no frame
+  bool isUndecoded = false;  // frames as they came, from each connection's first sets on
 };
 
 class LiveSession : public StreamObserver, public std::enable_shared_from_this<LiveSession> {
@@ -73,6 +75,8 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   void stopReceiving();
   void fail(LiveReason reason, std::string sentence);
   void decode();
+  void passOn();
+  void notePassage(FrameGate::Outcome outcome, const Frame& frame, const StreamShape& shape);
   void decodeFrame(StreamDecoder& decoder, Frame& frame);
   bool noteLateness(double now, const Frame& frame);
   bool isOvertaken(double now, const Frame& frame);
@@ -103,6 +107,7 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   FrameQueue queue_;
   mutable std::mutex mutex_;  // guards what follows
   SessionReport report_;
+  std::uint64_t connections_ = 0;  // begun, those to a relay too
   std::optional<Picture> ready_;
   std::condition_variable picked_;  // ready_ was taken, or the session ends
   bool ending_ = false;

@@ -16,8 +16,9 @@ namespace quorvid {
 
 struct LiveView::State {
   explicit State(const LiveOptions& options)
-      : wake(std::make_shared<Wake>()), player(options, wake) {}
+      : wake(std::make_shared<Wake>(RunLoop::currentRunLoop()->bell())), player(options, wake) {}
 
+  bool prepareToDraw(LiveView& view);
   void turn(LiveView& view);
   void draw(LiveView& view, double now);
   void tell(double now);
@@ -27,7 +28,8 @@ struct LiveView::State {
   bool saidWrongThread = false;
   std::shared_ptr<Wake> wake;
   LivePlayer player;
-  bool visible = true;  // as setVisible() was told
+  bool visible = true;      // as setVisible() was told
+  bool isPrepared = false;  // to draw, or it turned out that it can't
   std::unique_ptr<PictureLayer> layer;
   std::shared_ptr<CADisplayLink> link;
   std::function<void(const LiveStatus&)> handler;
@@ -35,6 +37,12 @@ struct LiveView::State {
 };
 
 std::shared_ptr<LiveView> LiveView::initWithFrame(CGRect frame, const LiveOptions& options) {
+  std::shared_ptr<LiveView> view = initToDrawLater(frame, options);
+  if (view != nullptr) view->prepareToDraw();
+  return view;
+}
+
+std::shared_ptr<LiveView> LiveView::initToDrawLater(CGRect frame, const LiveOptions& options) {
   struct View : LiveView {
     explicit View(CGRect rectangle) : LiveView(rectangle) {}
   };
@@ -42,11 +50,6 @@ std::shared_ptr<LiveView> LiveView::initWithFrame(CGRect frame, const LiveOption
     std::shared_ptr<LiveView> view = std::make_shared<View>(frame);
     view->state_ = std::make_unique<State>(options);
     view->setBackgroundColor(UIColor::blackColor());
-    view->state_->layer = PictureLayer::make(*view->layer());
-    if (view->state_->layer == nullptr) {
-      view->state_->player.giveUp(LiveReason::NoGraphics,
-                                  "no OpenGL ES 2 context can be had to draw in");
-    }
     const std::weak_ptr<UIView> weak = view;
     view->state_->link = CADisplayLink::displayLinkWithTarget([weak] {
       if (const auto self = std::static_pointer_cast<LiveView>(weak.lock())) {
@@ -70,8 +73,26 @@ LiveView::~LiveView() {
   if (state_->link != nullptr) state_->link->invalidate();
 }
 
+bool LiveView::prepareToDraw() {
+  return state_->isOwnThread() && state_->prepareToDraw(*this);
+}
+
+bool LiveView::State::prepareToDraw(LiveView& view) {
+  if (std::exchange(isPrepared, true)) return layer != nullptr;
+  try {
+    layer = PictureLayer::make(*view.layer());
+  } catch (const std::exception& error) {
+    logMessage("LiveView: nothing to draw with: %s", error.what());
+  }
+  if (layer == nullptr) {
+    player.giveUp(LiveReason::NoGraphics, "no OpenGL ES 2 context can be had to draw in");
+  }
+  return layer != nullptr;
+}
+
 void LiveView::State::turn(LiveView& view) {
   wake->clear();
+  prepareToDraw(view);
   const double now = steadySeconds();
   draw(view, now);
   tell(now);  // last: the handler may let the view go

@@ -1,4 +1,5 @@
-// PicturePtr: a reference to a decoded picture. Picture: one with what the view has to know of it.
+// PicturePtr: a reference to a decoded picture. Picture: one with what the view has to know of it;
+// or a frame that was not decoded.
 #pragma once
 
 #include <cstdint>
@@ -22,11 +23,14 @@ struct StreamShape {
   friend bool operator==(const StreamShape&, const StreamShape&) = default;
 };
 
+struct Frame;
+
 struct Picture {
   PicturePtr buffer;
   double arrival = 0;        // of its frame; seconds, steady clock
   std::uint64_t number = 0;  // of its frame, counted from 1 since play()
   StreamShape shape;
+  std::shared_ptr<const Frame> frame = {};  // undecoded; no buffer then
 };
 
 }  // namespace quorvid

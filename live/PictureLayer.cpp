@@ -1,6 +1,7 @@
 #include "live/PictureLayer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -9,9 +10,22 @@ namespace {
 
 constexpr int kBlack = 16, kNoColour = 128;
 
-bool same(CGRect a, CGRect b) {
-  return a.origin.x == b.origin.x && a.origin.y == b.origin.y && a.size.width == b.size.width &&
-         a.size.height == b.size.height;
+bool sameSize(CGRect a, CGRect b) {
+  return a.size.width == b.size.width && a.size.height == b.size.height;
+}
+
+// Where the layer's superlayer lies in the tree.
+CGPoint originOf(const CALayer& layer) {
+  CGPoint origin{};
+  auto node = layer.superlayer();
+  while (node != nullptr) {
+    auto parent = node->superlayer();
+    if (parent == nullptr) break;  // where the root itself lies counts for nothing
+    origin.x += node->frame().origin.x;
+    origin.y += node->frame().origin.y;
+    node = std::move(parent);
+  }
+  return origin;
 }
 
 // A copy without colour; null when memory is short.
@@ -47,11 +61,17 @@ std::unique_ptr<PictureLayer> PictureLayer::make(CALayer& parent) {
   std::unique_ptr<PictureLayer> made(new PictureLayer(std::move(layer)));
   made->bounds_ = made->placed_ = parent.bounds();
   made->scale_ = made->layer_->contentsScale();
+  made->layer_->setRenewal([self = made.get()] {
+    self->scale_ = self->layer_->contentsScale();
+    self->layer_->resetRenderBuffer();
+    self->draw();
+  });
   made->drawBlack();
   return made;
 }
 
 PictureLayer::~PictureLayer() {
+  layer_->setRenewal({});
   layer_->removeFromSuperlayer();
 }
 
@@ -59,26 +79,46 @@ void PictureLayer::show(Picture picture) {
   const bool reshaped = !(picture.shape == last_.shape);
   last_ = std::move(picture);
   grey_ = false;
-  if (reshaped) place(bounds_, shape_);
+  if (reshaped) moveTo(rectangle());
   draw();
 }
 
 void PictureLayer::place(CGRect bounds, double shape) {
   bounds_ = bounds;
   shape_ = shape;
-  const CGRect wanted = rectangle();
-  if (same(wanted, placed_) && scale_ == layer_->contentsScale()) return;
-  placed_ = wanted;
+  if (moveTo(rectangle())) draw();
+}
+
+// True when its storage is a new one, with nothing in it.
+bool PictureLayer::moveTo(CGRect frame) {
+  const bool fits = sameSize(frame, placed_) && scale_ == layer_->contentsScale();
+  placed_ = frame;
+  layer_->setFrame(frame);
+  if (fits) return false;
   scale_ = layer_->contentsScale();
-  layer_->setFrame(wanted);
   layer_->resetRenderBuffer();
-  draw();
+  return true;
 }
 
 CGRect PictureLayer::rectangle() const {
   const double ratio = shape_ > 0 ? shape_ : last_.shape.ratio;
-  if (shape_ < 0 || ratio <= 0) return bounds_;
-  return AVMakeRectWithAspectRatioInsideRect({ratio, 1}, bounds_);
+  if (shape_ < 0 || ratio <= 0) return toPixels(bounds_);
+  return toPixels(AVMakeRectWithAspectRatioInsideRect({ratio, 1}, bounds_));
+}
+
+// Each edge on the window's nearest pixel, where composition draws it too. So the storage has just
+// as many pixels as it is drawn to, and is copied: one that had one more would be scaled, pixel by
+// pixel, with every drawing of the window.
+CGRect PictureLayer::toPixels(CGRect frame) const {
+  const double scale = layer_->contentsScale();
+  if (!(scale > 0)) return frame;
+  const CGPoint origin = originOf(*layer_);
+  const auto edge = [scale](double from, double at) {
+    return std::round((from + at) * scale) / scale - from;
+  };
+  const double left = edge(origin.x, frame.origin.x), top = edge(origin.y, frame.origin.y);
+  return CGRectMake(left, top, edge(origin.x, frame.origin.x + frame.size.width) - left,
+                    edge(origin.y, frame.origin.y + frame.size.height) - top);
 }
 
 void PictureLayer::setGrey(bool grey) {

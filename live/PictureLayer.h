@@ -33,6 +33,8 @@ class PictureLayer {
  private:
   explicit PictureLayer(std::shared_ptr<AAPLEAGLLayer> layer) : layer_(std::move(layer)) {}
   CGRect rectangle() const;
+  CGRect toPixels(CGRect frame) const;
+  bool moveTo(CGRect frame);
   void draw();
   void drawBlack();
 

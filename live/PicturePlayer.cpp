@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <limits>
 #include <utility>
 
 #include "base/Clock.h"
@@ -32,8 +33,20 @@ bool copyAsRgb(const PlayedPicture& picture, std::vector<std::uint8_t>& bytes) {
 }
 
 std::unique_ptr<PicturePlayer> PicturePlayer::create(const PlayerOptions& options) {
+  return make(options, false);
+}
+
+std::unique_ptr<PicturePlayer> PicturePlayer::createForFrames(double stallAfter) {
+  PlayerOptions options;
+  options.everyPicture = true;
+  options.mostWaiting = std::numeric_limits<int>::max();  // brought into its range
+  options.stallAfter = stallAfter;
+  return make(options, true);
+}
+
+std::unique_ptr<PicturePlayer> PicturePlayer::make(const PlayerOptions& options, bool undecoded) {
   try {
-    const auto state = std::make_shared<State>(options);
+    const auto state = std::make_shared<State>(options, undecoded);
     Thread thread([state] { state->run(); });
     if (!thread.start()) return nullptr;
     return std::unique_ptr<PicturePlayer>(new PicturePlayer(state));
@@ -47,6 +60,8 @@ PicturePlayer::PicturePlayer(std::shared_ptr<State> state) : state_(std::move(st
 
 // The handlers go last, and without the lock: what they hold may call the library.
 PicturePlayer::~PicturePlayer() {
+  // A child of fork() has no thread to end, and the lock may be one that nobody lets go.
+  if (!state_->isOurs()) return;
   State::Handler<PlayedPicture> pictureHandler;
   State::Handler<LiveStatus> statusHandler;
   std::unique_lock lock(state_->mutex);
@@ -104,19 +119,36 @@ LiveFigures PicturePlayer::figures() const {
   return figures;
 }
 
+bool PicturePlayer::handsOutFrames() const {
+  return state_->isUndecoded;
+}
+
 std::optional<PlayedPicture> PicturePlayer::next(double seconds, Ended* why) {
-  const std::shared_ptr<State> state = state_;  // the player may go while this waits
+  auto played = State::next(state_, false, seconds, why);
+  return played ? std::optional(std::move(played->picture)) : std::nullopt;
+}
+
+std::optional<PlayedFrame> PicturePlayer::nextFrame(double seconds, Ended* why) {
+  auto played = State::next(state_, true, seconds, why);
+  return played ? std::optional(std::move(played->frame)) : std::nullopt;
+}
+
+// state: kept, because the player may go while this waits.
+std::optional<PicturePlayer::State::Played> PicturePlayer::State::next(std::shared_ptr<State> state,
+                                                                       bool undecoded,
+                                                                       double seconds, Ended* why) {
   std::unique_lock lock(state->mutex);
   Ended ended = Ended::TimedOut;
   const auto isOver = [&, drops = state->drops] {
     if (state->drops != drops || !state->player.isPlaying()) ended = Ended::NotPlaying;
     if (state->pictureHandler != nullptr) ended = Ended::HandlerSet;
+    if (state->isUndecoded != undecoded) ended = Ended::OtherKind;
     return ended != Ended::TimedOut;
   };
   const std::chrono::duration<double> most(seconds > 0 ? std::min(seconds, kLongestWait) : 0);
   state->changed.wait_for(lock, most, [&] { return !state->waiting.empty() || isOver(); });
   if (!isOver()) {
-    if (auto picture = state->take()) return picture;
+    if (auto played = state->take()) return played;
   }
   if (why != nullptr) *why = ended;
   return std::nullopt;
@@ -124,6 +156,7 @@ std::optional<PlayedPicture> PicturePlayer::next(double seconds, Ended* why) {
 
 void PicturePlayer::setPictureHandler(std::function<void(const PlayedPicture&)> handler) {
   auto kept = shared(std::move(handler));
+  if (state_->isUndecoded) return;
   std::unique_lock lock(state_->mutex);
   kept.swap(state_->pictureHandler);
   state_->changed.notify_all();

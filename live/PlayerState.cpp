@@ -25,21 +25,42 @@ LiveOptions liveOptionsOf(const PlayerOptions& options) {
   return live;
 }
 
-PlayedPicture playedOf(Picture picture) {
+double dateOf(double arrival) {
+  return timeIntervalSince1970() - (steadySeconds() - arrival);
+}
+
+PlayedPicture pictureOf(Picture picture) {
   PlayedPicture played;
   played.buffer = {picture.buffer.release(), PictureRelease()};
   played.number = picture.number;
   played.arrival = picture.arrival;
-  played.arrivalDate = timeIntervalSince1970() - (steadySeconds() - picture.arrival);
+  played.arrivalDate = dateOf(picture.arrival);
+  return played;
+}
+
+// The zero that a session puts in front stays behind.
+PlayedFrame frameOf(const Picture& picture) {
+  const Frame& frame = *picture.frame;
+  PlayedFrame played;
+  played.bytes = {picture.frame, frame.bytes.data() + 1};
+  played.size = frame.bytes.size() - 1;
+  played.number = picture.number;
+  played.arrival = frame.arrival;
+  played.arrivalDate = dateOf(frame.arrival);
+  played.isKey = frame.isKey;
+  played.continues = frame.continues;
+  played.width = picture.shape.width;
+  played.height = picture.shape.height;
   return played;
 }
 
 }  // namespace
 
-PicturePlayer::State::State(const PlayerOptions& options)
-    : isEvery(options.everyPicture),
+PicturePlayer::State::State(const PlayerOptions& options, bool undecoded)
+    : isUndecoded(undecoded),
+      isEvery(options.everyPicture),
       mostWaiting(isEvery ? std::clamp(options.mostWaiting, 1, kMostWaiting) : 1),
-      player(liveOptionsOf(options), wake, {PictureForm::AsDecoded, isEvery}) {
+      player(liveOptionsOf(options), wake, {PictureForm::AsDecoded, isEvery, undecoded}) {
   wake->setHandler([ringing = bell] { ringing->ring(); });
 }
 
@@ -67,24 +88,29 @@ void PicturePlayer::State::collect() {
       overtaken += waiting.size();
       waiting.clear();
     }
-    waiting.push_back(playedOf(std::move(*picture)));
+    Played& played = waiting.emplace_back();
+    if (isUndecoded) {
+      played.frame = frameOf(*picture);
+    } else {
+      played.picture = pictureOf(std::move(*picture));
+    }
     changed.notify_all();
   }
 }
 
-std::optional<PlayedPicture> PicturePlayer::State::take() {
+std::optional<PicturePlayer::State::Played> PicturePlayer::State::take() {
   if (waiting.empty()) return std::nullopt;
   if (waiting.size() == mostWaiting) bell->ring();  // there is room again
-  PlayedPicture picture = std::move(waiting.front());
+  Played played = std::move(waiting.front());
   waiting.pop_front();
-  player.pictureShown(steadySeconds(), picture.arrival);
-  return picture;
+  player.pictureShown(steadySeconds(), isUndecoded ? played.frame.arrival : played.picture.arrival);
+  return played;
 }
 
 // One picture a turn, so that the status is told between them.
 void PicturePlayer::State::handOver(std::unique_lock<std::mutex>& lock) {
   if (ended || pictureHandler == nullptr) return;
-  if (const auto picture = take()) call(lock, pictureHandler, *picture);
+  if (const auto played = take()) call(lock, pictureHandler, played->picture);
   if (!waiting.empty()) bell->ring();
 }
 

@@ -3,7 +3,6 @@
 #include <netdb.h>
 
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <new>
 #include <utility>
@@ -37,10 +36,6 @@ VideoCall callOf(const LiveTarget& target, const std::string& token, std::uint8_
   call.timestamp = token.c_str();
   call.carId = target.device.c_str();
   return call;
-}
-
-std::string withError(const std::string& what, int error) {
-  return error == 0 ? what : what + ": " + std::strerror(error);
 }
 
 bool holdsZero(const LiveTarget& target) {
@@ -98,16 +93,18 @@ void LiveSession::fail(LiveReason reason, std::string sentence) {
 
 void LiveSession::frameArrived(const std::uint8_t* bytes, std::size_t size) {
   const double now = steadySeconds();
-  std::uint64_t number = 0;
+  std::uint64_t number = 0, connection = 0;
   {
     const std::lock_guard lock(mutex_);
+    connection = connections_;
     number = ++report_.received;
     report_.bytes += size;
     report_.lastFrame = now;
   }
   try {
-    Frame frame = makeFrame({bytes, size}, now);
+    Frame frame = makeFrame({bytes, size}, now, queue_.blank(size));
     frame.number = number;
+    frame.connection = connection;
     queue_.push(std::move(frame));
   } catch (const std::bad_alloc&) {  // the decoder notices that the frame is missing
     setStatus(LiveState::WaitingForKeyFrame, LiveReason::NoResources,
@@ -119,6 +116,7 @@ void LiveSession::told(StreamEvent event, std::int32_t detail) {
   switch (event) {
     case StreamEvent::Resolving: {
       const std::lock_guard lock(mutex_);
+      ++connections_;
       if (!std::exchange(isSentOn_, false)) ++report_.attempts;
       report_.nextTryAt = -1;
       report_.status = makeStatus(LiveState::Resolving);
@@ -133,8 +131,7 @@ void LiveSession::told(StreamEvent event, std::int32_t detail) {
     case StreamEvent::RelayFound:
       return keepRelay();
     case StreamEvent::Refused:
-      setStatus(LiveState::Refused, LiveReason::RefusedByServer,
-                peer_ + " refused the stream with status " + std::to_string(detail), detail);
+      setStatus(LiveState::Refused, LiveReason::RefusedByServer, sentenceOf(event, detail), detail);
       break;
     case StreamEvent::Pausing:
       break;
@@ -172,27 +169,7 @@ LiveReason LiveSession::reasonOf(StreamEvent event, std::int32_t detail) {
 }
 
 std::string LiveSession::sentenceOf(StreamEvent event, std::int32_t detail) const {
-  switch (event) {
-    case StreamEvent::Unresolved:
-      return "the name " + target_.host + " is not found (" + hstrerror(detail) + ")";
-    case StreamEvent::Unreachable:
-      if (detail == ECONNREFUSED) return "nothing listens at " + peer_;
-      return withError("no connection to " + peer_, detail);
-    case StreamEvent::NoRelay:
-      return peer_ + " named no relay for device " + target_.device;
-    case StreamEvent::Unsent:
-      return withError("the request to " + peer_ + " was not sent", detail);
-    case StreamEvent::Closed:
-      return peer_ + " closed the connection";
-    case StreamEvent::Silent:
-      return peer_ + " sent nothing for 10 s";
-    case StreamEvent::UnknownKind:
-      return peer_ + " sent a packet of unknown kind " + std::to_string(detail);
-    case StreamEvent::WrongLength:
-      return peer_ + " sent an impossible length, " + std::to_string(detail);
-    default:
-      return withError("the connection to " + peer_ + " is lost", detail);
-  }
+  return quorvid::sentenceOf(event, detail, peer_, target_.host, target_.device);
 }
 
 }  // namespace quorvid

@@ -6,10 +6,12 @@
 #include <utility>
 
 #include "quorvid/base/Log.h"
+#include "view/LoopBell.h"
 
 namespace quorvid {
 
-Wake::Wake() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+Wake::Wake(std::shared_ptr<LoopBell> bell)
+    : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), bell_(std::move(bell)) {}
 
 Wake::~Wake() {
   if (descriptor_ >= 0) close(descriptor_);
@@ -29,6 +31,7 @@ void Wake::signal() {
     if (descriptor_ >= 0) eventfd_write(descriptor_, 1);
     handler = handler_;
   }
+  if (bell_ != nullptr) bell_->ring();
   try {
     if (handler) (*handler)();
   } catch (...) {  // on a thread of the view it would end the process

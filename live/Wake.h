@@ -1,5 +1,5 @@
 // Wake: tells a host's thread that there is something for it: by a descriptor that its loop can
-// sleep on, and by a handler.
+// sleep on, by a handler, and by the bell of its run loop.
 #pragma once
 
 #include <functional>
@@ -8,9 +8,12 @@
 
 namespace quorvid {
 
+class LoopBell;
+
 class Wake {
  public:
-  Wake();
+  // bell: rung with every signal, unless it is null.
+  explicit Wake(std::shared_ptr<LoopBell> bell = nullptr);
   ~Wake();
   Wake(const Wake&) = delete;
   Wake& operator=(const Wake&) = delete;
@@ -24,6 +27,7 @@ class Wake {
 
  private:
   const int descriptor_;
+  const std::shared_ptr<LoopBell> bell_;
   std::mutex mutex_;  // guards what follows; not held while the handler runs
   bool isSet_ = false;
   std::shared_ptr<const std::function<void()>> handler_;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "base/Clock.h"
@@ -13,7 +14,7 @@ namespace {
 // nothing depends.
 Frame frameOf(std::uint8_t header, std::size_t size = 100, double arrival = steadySeconds()) {
   h264::Bytes bytes{0, 0, 1, header};
-  bytes.resize(size, 0x80);
+  bytes.resize(std::max(size, bytes.size()), 0x80);
   return makeFrame(bytes, arrival);
 }
 
@@ -51,6 +52,10 @@ TEST_F(FrameQueueTest, WholeGroupsGoWhereTheBoundsAreReached) {
   queue_.push(frameOf(0x65, 100, 10));
   queue_.push(frameOf(0x41, 100, 10.1 + FrameQueue::kMostSeconds));
   EXPECT_EQ(takeAll(), "") << "too old";
+
+  const std::uint64_t before = queue_.lost();
+  for (int i = 0; i < 50'000; ++i) queue_.push(frameOf(i == 0 ? 0x65 : 0x41, 4));
+  EXPECT_GT(queue_.lost(), before) << "small frames take more memory than they have bytes";
 }
 
 TEST_F(FrameQueueTest, ALateDecoderIsSparedWhatNothingRefersTo) {

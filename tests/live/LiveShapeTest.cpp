@@ -1,5 +1,8 @@
 // A circle is one where the stream's pixels are not square: in a picture of the view, and where a
 // host shows it.
+#include <cmath>
+
+#include "port/egl/Drawable.h"
 #include "quorvid/live/LiveView.h"
 #include "quorvid/view/ViewHost.h"
 #include "session/path/LiveViewFixture.h"
@@ -70,6 +73,25 @@ TEST(LiveShape, ACircleIsRoundInTheViewsPictureAndInAHost) {
   const Image shown = screen.read();
   expectRound(kHostSide, kHostSide, kHostSide * 3 / 4.0,
               [&](int x, int y) { return shown.at(x, y)[1]; });
+}
+
+// What has another size than its place in the window is scaled with every drawing.
+TEST(LiveShape, ThePictureHasJustThePixelsOfItsPlaceInTheWindow) {
+  const auto host = ViewHost::create();
+  host->resize(kHostSide, kHostSide, 1);
+  LiveOptions options;
+  options.shape = 704.0 / 576;
+  constexpr double kLeft = 10.1;  // the picture would lie from 36.8 to 623.4, 586.7 wide
+  const auto view = LiveView::initWithFrame(CGRectMake(kLeft, 0, 640, 480), options);
+  ASSERT_NE(view, nullptr);
+  host->contentView()->addSubview(view);
+  host->refresh();
+  CALayer& layer = *view->layer()->sublayers().front();
+  const CGRect place = layer.frame();
+  const auto edge = [](double at) { return std::lround(kLeft + at); };
+  EXPECT_EQ(layer.drawable()->width(),
+            edge(place.origin.x + place.size.width) - edge(place.origin.x));
+  EXPECT_EQ(layer.drawable()->height(), 480);
 }
 
 }  // namespace

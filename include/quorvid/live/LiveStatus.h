@@ -59,7 +59,7 @@ enum class LiveReason : std::uint8_t {
   PicturesOutOfOrder,  // frames are missing between those that came
   Undecodable,         // frames come that no picture can be made of
   TooSlow,             // decoding or drawing doesn't keep pace: the sentence says which
-  NoResources,         // no thread, descriptor or memory left
+  NoResources,         // no thread, descriptor or memory left, or no library that decodes
   NoGraphics,          // no OpenGL ES 2 context, or no storage to draw into
 };
 

@@ -51,6 +51,15 @@ class QUORVID_API LiveView : public UIView {
   // resize takes. Never null but when memory is out: a view that can't draw, because no OpenGL ES 2
   // context can be had, is Failed with NoGraphics for good, and the log has a line.
   static std::shared_ptr<LiveView> initWithFrame(CGRect frame, const LiveOptions& options = {});
+  // The same without graphics yet: it can play before its window is there, which takes longer to
+  // open than a connection. What it draws with is made by prepareToDraw(), or else in the first
+  // turn of the run loop. Until then nobody knows whether it can draw: connect() and play() go
+  // ahead, and a view that turns out not to be able stops then and is Failed with NoGraphics for
+  // good.
+  static std::shared_ptr<LiveView> initToDrawLater(CGRect frame, const LiveOptions& options = {});
+  // Makes what it draws with, if that is not there yet, beside the GL context that is current.
+  // False when the view can't draw.
+  bool prepareToDraw();
   // Stops.
   ~LiveView() override;
 

@@ -59,11 +59,27 @@ QUORVID_API bool copyAsNv12(const PlayedPicture& picture, std::vector<std::uint8
 // Red, green, blue by the picture's own matrix.
 QUORVID_API bool copyAsRgb(const PlayedPicture& picture, std::vector<std::uint8_t>& bytes);
 
+// A frame that was not decoded. Copies share the bytes, which outlive the player.
+struct PlayedFrame {
+  std::shared_ptr<const std::uint8_t> bytes;  // one access unit in Annex B form, as it came
+  std::size_t size = 0;
+  std::uint64_t number = 0;             // as for a picture
+  double arrival = 0, arrivalDate = 0;  // as for a picture
+  bool isKey = false;                   // brings parameter sets or an IDR picture
+  bool continues = false;               // no frame is missing since the one handed out before
+  int width = 0, height = 0;            // what the stream states
+};
+
 class QUORVID_API PicturePlayer {
  public:
   // Null, with a line in the log, when the system gives no thread. Values out of their range are
   // brought into it.
   static std::unique_ptr<PicturePlayer> create(const PlayerOptions& options = {});
+  // A player of frames, which are not decoded: each one is handed out, in order, from the first
+  // parameter sets of each connection on. 64 wait for whoever takes them, and the stream behind
+  // them as for every picture. It takes nextFrame() alone, and no picture handler. stallAfter: as
+  // in the options, seconds without a frame.
+  static std::unique_ptr<PicturePlayer> createForFrames(double stallAfter = 5);
   // Stops. Waits for a handler that runs, unless called by it; none is called afterwards.
   ~PicturePlayer();
   PicturePlayer(const PicturePlayer&) = delete;
@@ -83,8 +99,12 @@ class QUORVID_API PicturePlayer {
   // none came in time, and at once when nothing is played or a picture handler is set; a stop() or
   // the end of the player ends the wait. Of several threads that wait, each gets other pictures.
   // why: null, or set when there is none.
-  enum class Ended : std::uint8_t { TimedOut, NotPlaying, HandlerSet };
+  enum class Ended : std::uint8_t { TimedOut, NotPlaying, HandlerSet, OtherKind };
   std::optional<PlayedPicture> next(double seconds, Ended* why = nullptr);
+  // The same of a player of frames.
+  std::optional<PlayedFrame> nextFrame(double seconds, Ended* why = nullptr);
+  // createForFrames() made it.
+  bool handsOutFrames() const;
   // The other way: each picture is handed to `handler` on the player's thread, one at a time. It
   // may make any call, and end the player. The pictures that come while it runs wait, as `options`
   // say. Returns once the former handler no longer runs, unless called by a handler.
@@ -94,6 +114,8 @@ class QUORVID_API PicturePlayer {
 
  private:
   struct State;
+  QUORVID_LOCAL static std::unique_ptr<PicturePlayer> make(const PlayerOptions& options,
+                                                           bool undecoded);
   QUORVID_LOCAL explicit PicturePlayer(std::shared_ptr<State> state);
   std::shared_ptr<State> state_;
 };
