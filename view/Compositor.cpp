@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace quorvid {
 
@@ -40,13 +41,37 @@ bool isEmpty(const PixelRect& box) {
   return box.width <= 0 || box.height <= 0;
 }
 
+// Appends what is left of `box` outside `hole`: strips below and above, the rest left and right.
+void subtract(const PixelRect& box, const PixelRect& hole, std::vector<PixelRect>& left) {
+  const PixelRect cut = intersection(box, hole);
+  if (isEmpty(cut)) {
+    left.push_back(box);
+    return;
+  }
+  const int top = cut.y + cut.height;
+  const int right = cut.x + cut.width;
+  for (const PixelRect& piece : {PixelRect{box.x, box.y, box.width, cut.y - box.y},
+                                 PixelRect{box.x, top, box.width, box.y + box.height - top},
+                                 PixelRect{box.x, cut.y, cut.x - box.x, cut.height},
+                                 PixelRect{right, cut.y, box.x + box.width - right, cut.height}}) {
+    if (!isEmpty(piece)) left.push_back(piece);
+  }
+}
+
 void scissor(const PixelRect& box) {
   glScissor(box.x, box.y, box.width, box.height);
 }
 
+void clear(const PixelRect& box, const CGColorRef& color) {
+  scissor(box);
+  glClearColor(color.red, color.green, color.blue, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+}
+
 // All of the picture that is bound for reading.
 void blit(const Drawable& drawable, const PixelRect& target, GLenum filter) {
-  glBlitFramebuffer(0, 0, drawable.width(), drawable.height(), target.x, target.y,
+  const int low = drawable.isTopFirst() ? drawable.height() : 0;
+  glBlitFramebuffer(0, low, drawable.width(), drawable.height() - low, target.x, target.y,
                     target.x + target.width, target.y + target.height, GL_COLOR_BUFFER_BIT, filter);
 }
 
@@ -67,8 +92,9 @@ std::string Compositor::draw(CALayer& tree, const PixelRect& region) {
   const BorrowedGlState borrowed(host_);
   const Pass pass{region, region.width / size.width, region.height / size.height, hasManySamples()};
   const CGPoint frameOrigin = tree.frame().origin;
-  drawLayer(pass, tree, {-frameOrigin.x, -frameOrigin.y});
-  drawContents(pass);
+  items_.clear();
+  collect(pass, tree, {-frameOrigin.x, -frameOrigin.y});
+  drawItems(pass);
   dropUnused();
   return {};
 }
@@ -77,10 +103,11 @@ std::string Compositor::prepare() {
   const void* current = GlBinding::current().context;
   if (current == nullptr) return "no GL context is current";
   // A context may stand where a former one of another kind stood.
-  if (current != context_ || host_.embedded == epoxy_is_desktop_gl()) {
+  if (current != context_ || host_.embedded != HostGl::isEmbedded()) {
     pictures_.clear();
     scaled_ = ScaledPicture();
     context_ = current;
+    drawsWindow_ = false;
     host_ = HostGl::ofCurrentContext();
   }
   if (!host_.canComposite()) return "the context offers neither OpenGL ES 3 nor OpenGL 3";
@@ -88,43 +115,73 @@ std::string Compositor::prepare() {
   return fit ? "" : "the framebuffer has several samples a pixel, which OpenGL ES can't copy to";
 }
 
-void Compositor::drawLayer(const Pass& pass, CALayer& layer, CGPoint origin) {
+// A window stays one although pictures of it are drawn beside it: else its layers would change
+// their storages to and fro.
+StorageLayout Compositor::layout() {
+  if (!prepare().empty()) return StorageLayout::Plain;
+  GLint framebuffer = 0;
+  glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &framebuffer);
+  if (framebuffer == 0) drawsWindow_ = true;
+  const std::shared_ptr<ShareGroup> group = ShareGroup::existing();
+  if (group == nullptr) return StorageLayout::Plain;
+  const bool fits = drawsWindow_ && host_.eglImages && group->hasWindowStorage() &&
+                    eglGetCurrentDisplay() == group->display();
+  group->setLayout(fits ? StorageLayout::Window : StorageLayout::Plain);
+  return group->layout();
+}
+
+void Compositor::collect(const Pass& pass, CALayer& layer, CGPoint origin) {
   const CGRect frame = layer.frame();
   const CGPoint position{origin.x + frame.origin.x, origin.y + frame.origin.y};
   const PixelRect target = pass.toPixels({position, frame.size});
   if (Drawable* drawable = layer.drawable(); drawable != nullptr && drawable->hasContent()) {
-    waiting_.push_back({drawable, target});  // it hides the background
-  } else {
-    drawBackground(pass, layer.backgroundColor(), target);
+    items_.push_back({drawable, {}, target});  // it hides the background
+  } else if (layer.backgroundColor().alpha > 0) {
+    items_.push_back({nullptr, layer.backgroundColor(), intersection(target, pass.region)});
   }
   for (const auto& sublayer : layer.sublayers()) {
-    drawLayer(pass, *sublayer, position);
+    collect(pass, *sublayer, position);
   }
 }
 
-void Compositor::drawBackground(const Pass& pass, const CGColorRef& color,
-                                const PixelRect& target) {
-  const PixelRect visible = intersection(target, pass.region);
-  if (!(color.alpha > 0) || isEmpty(visible)) return;
-  const bool hidesContent = std::any_of(
-      waiting_.begin(), waiting_.end(),
-      [&](const Content& content) { return !isEmpty(intersection(content.target, visible)); });
-  if (hidesContent) drawContents(pass);
-  scissor(visible);
-  glClearColor(color.red, color.green, color.blue, 1);
-  glClear(GL_COLOR_BUFFER_BIT);
+void Compositor::drawItems(const Pass& pass) {
+  std::size_t drawn = 0;  // contents before this one
+  for (std::size_t i = 0; i < items_.size(); ++i) {
+    if (items_[i].content != nullptr) continue;
+    uncover(i);
+    const bool hidesContent = std::any_of(
+        items_.begin() + static_cast<std::ptrdiff_t>(drawn),
+        items_.begin() + static_cast<std::ptrdiff_t>(i), [&](const Item& item) {
+          return item.content != nullptr && !isEmpty(intersection(item.target, items_[i].target));
+        });
+    if (hidesContent) drawContents(pass, std::exchange(drawn, i), i);
+    for (const PixelRect& box : seen_) clear(box, items_[i].color);
+  }
+  drawContents(pass, drawn, items_.size());
 }
 
-void Compositor::drawContents(const Pass& pass) {
-  for (const Content& content : waiting_) drawContent(pass, *content.drawable, content.target);
-  waiting_.clear();
+// Into seen_: what no item in front hides of a background.
+void Compositor::uncover(std::size_t index) {
+  seen_.assign(1, items_[index].target);
+  for (std::size_t i = index + 1; i < items_.size() && !seen_.empty(); ++i) {
+    rest_.clear();
+    for (const PixelRect& box : seen_) subtract(box, items_[i].target, rest_);
+    seen_.swap(rest_);
+  }
+}
+
+void Compositor::drawContents(const Pass& pass, std::size_t begin, std::size_t end) {
+  for (std::size_t i = begin; i < end; ++i) {
+    if (items_[i].content != nullptr) drawContent(pass, *items_[i].content, items_[i].target);
+  }
 }
 
 void Compositor::drawContent(const Pass& pass, Drawable& drawable, const PixelRect& target) {
   Entry& entry = pictures_[drawable.storage()];
   entry.used = true;
-  if (target.width <= 0 || target.height <= 0 ||
-      !entry.picture.bindForReading(drawable, host_.eglImages)) {
+  if (target.width <= 0 || target.height <= 0) return;
+  if (!entry.picture.bindForReading(drawable, host_.eglImages)) {
+    clear(intersection(target, pass.region), {0, 0, 0, 1});  // nothing else was drawn there
     return;
   }
   const bool same = target.width == drawable.width() && target.height == drawable.height();

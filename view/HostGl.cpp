@@ -1,5 +1,8 @@
 #include "view/HostGl.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace quorvid {
 namespace {
 
@@ -13,9 +16,17 @@ void set(GLenum capability, GLboolean on) {
 
 }  // namespace
 
+// As the standard lets a version begin. libepoxy's own answer searches the folders of libraries for
+// GLX at every call where that isn't in the process.
+bool HostGl::isEmbedded() {
+  constexpr std::string_view kPrefix = "OpenGL ES";
+  const auto* const version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
+  return version != nullptr && std::string_view(version).substr(0, kPrefix.size()) == kPrefix;
+}
+
 HostGl HostGl::ofCurrentContext() {
   HostGl host;
-  host.embedded = !epoxy_is_desktop_gl();
+  host.embedded = isEmbedded();
   host.version = epoxy_gl_version();
   if (host.canComposite()) {
     host.eglImages = epoxy_has_gl_extension("GL_OES_EGL_image");
@@ -55,12 +66,12 @@ BorrowedGlState::~BorrowedGlState() {
 void BorrowedGlState::saveMasks() {
   GLint buffers = 1;
   if (host_.perBufferMasks) glGetIntegerv(GL_MAX_DRAW_BUFFERS, &buffers);
-  masks_.resize(static_cast<std::size_t>(buffers));
+  maskCount_ = std::min(static_cast<std::size_t>(buffers), masks_.size());
   if (!host_.perBufferMasks) {
     glGetBooleanv(GL_COLOR_WRITEMASK, masks_[0].data());
     return;
   }
-  for (GLuint i = 0; i < masks_.size(); ++i) {
+  for (GLuint i = 0; i < maskCount_; ++i) {
     glGetBooleani_v(GL_COLOR_WRITEMASK, i, masks_[i].data());
   }
 }
@@ -71,7 +82,7 @@ void BorrowedGlState::restoreMasks() const {
     glColorMask(mask[0], mask[1], mask[2], mask[3]);
     return;
   }
-  for (GLuint i = 0; i < masks_.size(); ++i) {
+  for (GLuint i = 0; i < maskCount_; ++i) {
     const ColorMask& mask = masks_[i];
     glColorMaski(i, mask[0], mask[1], mask[2], mask[3]);
   }

@@ -4,7 +4,7 @@
 #include <epoxy/gl.h>
 
 #include <array>
-#include <vector>
+#include <cstddef>
 
 namespace quorvid {
 
@@ -17,6 +17,8 @@ struct HostGl {
   bool perBufferMasks = false;  // colour masks differ from draw buffer to draw buffer
 
   static HostGl ofCurrentContext();
+  // Whether the current context is one of OpenGL ES; cheap.
+  static bool isEmbedded();
   bool canComposite() const { return version >= 30; }
 };
 
@@ -41,7 +43,8 @@ class BorrowedGlState {
   GLboolean srgb_ = GL_FALSE;
   std::array<GLint, 4> scissorBox_{};
   std::array<GLfloat, 4> clearColor_{};
-  std::vector<ColorMask> masks_;
+  std::array<ColorMask, 32> masks_{};  // more draw buffers than any driver has
+  std::size_t maskCount_ = 1;
   GLint readFramebuffer_ = 0;
 };
 

@@ -5,7 +5,7 @@
 namespace quorvid {
 namespace {
 
-// The drawable's pixels from the bottom row up, read in the root context.
+// The drawable's pixels in the order of its rows, read in the root context.
 std::vector<std::uint8_t> readBack(Drawable& drawable) {
   std::vector<std::uint8_t> pixels;
   const ShareGroup::Scope root(*drawable.group());
@@ -24,6 +24,18 @@ std::vector<std::uint8_t> readBack(Drawable& drawable) {
   }
   glDeleteFramebuffers(1, &framebuffer);
   return pixels;
+}
+
+// EGL_NO_IMAGE_KHR when none can be had.
+EGLImageKHR imageOf(const Drawable& drawable) {
+  const ShareGroup& group = *drawable.group();
+  if (!group.hasImages()) return EGL_NO_IMAGE_KHR;
+  const ShareGroup::Scope root(*drawable.group());
+  if (!root) return EGL_NO_IMAGE_KHR;
+  const std::array<EGLint, 3> attributes = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
+  const auto name = static_cast<std::uintptr_t>(drawable.renderbuffer());
+  return eglCreateImageKHR(group.display(), group.root(), EGL_GL_RENDERBUFFER_KHR,
+                           reinterpret_cast<EGLClientBuffer>(name), attributes.data());
 }
 
 // Lets tightly packed pixels be uploaded from memory to `texture`, and puts the host's settings
@@ -85,15 +97,8 @@ bool HostPicture::isStale() const {
 }
 
 bool HostPicture::makeFromImage(const Drawable& drawable) {
-  const ShareGroup& group = *drawable.group();
-  if (!group.hasImages()) return false;
-  EGLImageKHR image = EGL_NO_IMAGE_KHR;
-  if (const ShareGroup::Scope root(*drawable.group()); root) {
-    const std::array<EGLint, 3> attributes = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
-    const auto name = static_cast<std::uintptr_t>(drawable.renderbuffer());
-    image = eglCreateImageKHR(group.display(), group.root(), EGL_GL_RENDERBUFFER_KHR,
-                              reinterpret_cast<EGLClientBuffer>(name), attributes.data());
-  }
+  const bool isBorrowed = drawable.image() != EGL_NO_IMAGE_KHR;  // and no other can be made then
+  EGLImageKHR image = isBorrowed ? drawable.image() : imageOf(drawable);
   if (image == EGL_NO_IMAGE_KHR) return false;
   GLint bound = 0;
   glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
@@ -101,7 +106,7 @@ bool HostPicture::makeFromImage(const Drawable& drawable) {
   glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer_);
   glEGLImageTargetRenderbufferStorageOES(GL_RENDERBUFFER, image);
   glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(bound));
-  eglDestroyImageKHR(group.display(), image);  // the renderbuffer keeps the pixels
+  if (!isBorrowed) eglDestroyImageKHR(drawable.group()->display(), image);  // the pixels stay
   return attach(GL_RENDERBUFFER, renderbuffer_);
 }
 

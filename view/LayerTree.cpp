@@ -1,5 +1,6 @@
 #include "view/LayerTree.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "port/egl/Drawable.h"
@@ -42,6 +43,14 @@ void addLayer(Hash& hash, CALayer& layer) {
   }
 }
 
+// The questions of every composition, which mostly finds nothing to do.
+template <class Test>
+bool hasContentWhere(CALayer& layer, const Test& test) {
+  if (layer.drawable() != nullptr && test(layer)) return true;
+  return std::any_of(layer.sublayers().begin(), layer.sublayers().end(),
+                     [&](const auto& sublayer) { return hasContentWhere(*sublayer, test); });
+}
+
 void collectContent(CALayer& layer, std::vector<std::weak_ptr<CALayer>>& all) {
   if (layer.drawable() != nullptr) all.push_back(layer.weak_from_this());
   for (const auto& sublayer : layer.sublayers()) collectContent(*sublayer, all);
@@ -62,11 +71,25 @@ std::vector<std::weak_ptr<CALayer>> contentLayers(CALayer& tree) {
 }
 
 void setLayerTreeScale(CALayer& tree, CGFloat scale) {
+  if (!hasContentWhere(tree, [=](CALayer& layer) { return layer.contentsScale() != scale; })) {
+    return;
+  }
   for (const auto& entry : contentLayers(tree)) {
     const auto layer = std::dynamic_pointer_cast<CAEAGLLayer>(entry.lock());
     if (layer == nullptr || layer->contentsScale() == scale) continue;
     layer->setContentsScale(scale);
     layer->renewContent();
+  }
+}
+
+void setLayerTreeLayout(CALayer& tree, StorageLayout layout) {
+  if (!hasContentWhere(tree,
+                       [=](CALayer& layer) { return layer.drawable()->layout() != layout; })) {
+    return;
+  }
+  for (const auto& entry : contentLayers(tree)) {
+    const auto layer = std::dynamic_pointer_cast<CAEAGLLayer>(entry.lock());
+    if (layer != nullptr && layer->drawable()->wantLayout(layout)) layer->renewContent();
   }
 }
 

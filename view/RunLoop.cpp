@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/Clock.h"
+#include "view/LoopBell.h"
 
 namespace quorvid {
 namespace {
@@ -18,7 +19,7 @@ const std::shared_ptr<RunLoop>& RunLoop::currentRunLoop() {
   return loop;
 }
 
-RunLoop::RunLoop() = default;
+RunLoop::RunLoop() : bell_(std::make_shared<LoopBell>()) {}
 RunLoop::~RunLoop() = default;
 
 void RunLoop::refreshAt(Time now) {
@@ -33,13 +34,21 @@ void RunLoop::refreshAt(Time now) {
 void RunLoop::refresh(std::uint32_t refreshes) {
   refreshCount_ += refreshes;
   if (counted_) *counted_ += std::chrono::duration_cast<Time::duration>(Refreshes(refreshes));
-  // A copy: callbacks change the list, and no link may go away under its own callback.
-  const std::vector<std::shared_ptr<CADisplayLink>> scheduled = links_;
+  // A copy: callbacks change the list, and no link may go away under its own callback. In memory
+  // that the last call left, for this one comes with every picture.
+  std::vector<std::shared_ptr<CADisplayLink>> scheduled = std::move(scheduled_);
+  scheduled.assign(links_.begin(), links_.end());
   const double begin = steadySeconds();
   for (const auto& link : scheduled) {
     if (link->mode_ == mode_) link->tick(refreshes);
   }
   busySeconds_ += steadySeconds() - begin;
+  scheduled.clear();
+  scheduled_ = std::move(scheduled);
+}
+
+bool RunLoop::sleepUntil(Time time) {
+  return bell_->waitUntil(time);
 }
 
 std::shared_ptr<CADisplayLink> CADisplayLink::displayLinkWithTarget(

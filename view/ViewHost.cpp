@@ -146,17 +146,20 @@ bool ViewHost::needsComposite() const {
 }
 
 bool ViewHost::composite(int x, int y, int width, int height, std::string* why) {
-  std::string reason = "called on another thread than the one that made the ViewHost";
+  std::string reason;
   if (state_->isOwnThread()) {
     state_->watchRefreshes();
     CALayer& tree = *state_->contentView->layer();
     if (state_->scale > 0) setLayerTreeScale(tree, state_->scale);
+    setLayerTreeLayout(tree, state_->compositor.layout());
     const std::uint64_t version = layerTreeVersion(tree);
     const double begin = steadySeconds();
     reason = state_->compositor.draw(tree, {x, y, width, height});
     if (const auto loop = state_->loop.lock()) loop->addBusySeconds(steadySeconds() - begin);
     if (reason.empty()) state_->drawnVersion = version;
     state_->logAnew(reason);
+  } else {
+    reason = "called on another thread than the one that made the ViewHost";
   }
   if (why != nullptr) *why = reason;
   return reason.empty();

@@ -19,6 +19,7 @@ class RefreshClock {
   explicit RefreshClock(Duration period)
       : period_(period), last_(std::chrono::steady_clock::now()) {}
 
+  Duration period() const { return period_; }
   // When the next refresh begins. swapped: a blocking swap has returned since the last refresh.
   Time due(bool swapped) const { return last_ + (swapped ? period_ / 2 : period_); }
 

@@ -1,11 +1,11 @@
 #include "view/sdl/SdlVideo.h"
 
-#include <SDL.h>
-
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "quorvid/view/ViewHost.h"
+#include "view/sdl/SdlLibrary.h"
 
 namespace quorvid {
 namespace {
@@ -61,9 +61,20 @@ void setAttributes() {
   SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 0);
 }
 
-bool startUp(std::string& error) {
+// SDL's last resort where it finds no display is to draw where nobody looks. Whoever wants that
+// says so, here or to SDL.
+bool isUnseen(bool headless) {
+  return !headless && isOffscreen() && std::getenv("SDL_VIDEODRIVER") == nullptr;
+}
+
+bool startUp(bool headless, std::string& error) {
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
     error = std::string("no display: ") + SDL_GetError();
+    return false;
+  }
+  if (isUnseen(headless)) {
+    error = "no display: none answers that DISPLAY or WAYLAND_DISPLAY names";
+    SDL_QuitSubSystem(SDL_INIT_VIDEO);
     return false;
   }
   setAttributes();  // they say which GL library is loaded
@@ -82,13 +93,17 @@ std::unique_ptr<SdlVideo> SdlVideo::open(bool headless, std::string& error) {
     error = "another window is open already";
     return nullptr;
   }
+  if (const std::string why = sdlLibrary.load(); !why.empty()) {
+    error = "no SDL: " + why;
+    return nullptr;
+  }
   const bool useless = !ViewHost::displayInUse(keptDisplay()) || isOffscreen() != headless;
   if (state() == State::LeftUp && useless) {
     shutDown();
     state() = State::Down;
   }
   setHints(headless);
-  if (state() == State::Down && !startUp(error)) return nullptr;
+  if (state() == State::Down && !startUp(headless, error)) return nullptr;
   setAttributes();
   state() = State::InUse;
   return std::unique_ptr<SdlVideo>(new SdlVideo());

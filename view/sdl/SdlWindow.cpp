@@ -59,6 +59,10 @@ bool SdlWindow::create(const WindowOptions& options, std::string& error) {
     return false;
   }
   host_->useCurrentDisplay();
+  // Of no pixels: from then on views begin with storages in the window's layout.
+  host_->composite(0, 0, 0, 0);
+  // Drawn by the tree, which leaves out what is covered.
+  contentView()->setBackgroundColor(UIColor::blackColor());
   frames_ = WaylandFrames::of(window_);
   SDL_StartTextInput();  // off by itself where the display offers a keyboard on screen
   updateSize();

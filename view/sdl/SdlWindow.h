@@ -1,7 +1,6 @@
 // SdlWindow: the platform's window on SDL2 and OpenGL ES 3, on screen or off.
 #pragma once
 
-#include <SDL.h>
 #include <epoxy/egl.h>
 
 #include <functional>
@@ -12,6 +11,7 @@
 #include "quorvid/view/ViewHost.h"
 #include "quorvid/view/Window.h"
 #include "view/sdl/RefreshClock.h"
+#include "view/sdl/SdlLibrary.h"
 #include "view/sdl/SdlVideo.h"
 #include "view/sdl/WaylandFrames.h"
 
@@ -42,6 +42,7 @@ class SdlWindow final : public Window {
   double measureSwap();
   void updateSize();
   std::uint32_t waitForRefresh();
+  void showUntil(RefreshClock::Time due);
   void deliverEvents();
   void deliver(const SDL_WindowEvent& event);
   void deliver(const SDL_KeyboardEvent& event);
@@ -63,10 +64,11 @@ class SdlWindow final : public Window {
   std::optional<RefreshClock> clock_;
   std::unique_ptr<WaylandFrames> frames_;  // null but on Wayland
   bool headless_ = false;
-  bool swapBlocks_ = false;  // the display sets the pace
-  bool swapped_ = false;     // since the last refresh, and the swap blocked
-  int drawsDue_ = 0;         // although nothing in the tree has changed
-  bool visible_ = true;      // as the handler knows
+  bool swapBlocks_ = false;   // the display sets the pace
+  bool swapped_ = false;      // since the last refresh, and the swap blocked
+  RefreshClock::Time drawn_;  // when it was last
+  int drawsDue_ = 0;          // although nothing in the tree has changed
+  bool visible_ = true;       // as the handler knows
   bool closed_ = false;
   bool keyRepeats_ = false;  // the last key-down was of a key that is held
   int pixelWidth_ = 0;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <thread>
 #include <utility>
 
@@ -13,13 +14,16 @@
 namespace quorvid {
 
 // A swap interval counts only if swapping takes about as long as the display's mode says. On
-// Wayland a swap with an interval waits long for a window that nobody sees.
+// Wayland a swap with an interval waits long for a window that nobody sees. What Mesa draws in
+// software is copied to the window when it is swapped, and waits for nothing.
 void SdlWindow::startClock() {
   SDL_DisplayMode mode{};
   const bool known = SDL_GetCurrentDisplayMode(SDL_GetWindowDisplayIndex(window_), &mode) == 0 &&
                      mode.refresh_rate > 0;
   double period = 1.0 / (known ? mode.refresh_rate : 60);
-  if (!headless_ && frames_ == nullptr && SDL_GL_SetSwapInterval(1) == 0) {
+  const auto* const renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+  const bool inSoftware = renderer != nullptr && std::strstr(renderer, "llvmpipe") != nullptr;
+  if (!headless_ && !inSoftware && frames_ == nullptr && SDL_GL_SetSwapInterval(1) == 0) {
     const double swap = measureSwap();
     swapBlocks_ = swap > period * 0.7 && swap < period * 1.5;
   }
@@ -61,8 +65,21 @@ bool SdlWindow::runTurn() {
 std::uint32_t SdlWindow::waitForRefresh() {
   const bool swapped = std::exchange(swapped_, false);
   const RefreshClock::Time due = clock_->due(swapped);
+  if (!swapBlocks_) showUntil(due);
   std::this_thread::sleep_until(due);
   return clock_->begin(std::chrono::steady_clock::now(), swapped);
+}
+
+// What comes between two refreshes is drawn at once, unless the last drawing is less than a period
+// ago: then the refresh is near, and serves it. No refresh is told, for none has gone by.
+void SdlWindow::showUntil(RefreshClock::Time due) {
+  while (!closed_ && RunLoop::currentRunLoop()->sleepUntil(due)) {
+    const RefreshClock::Time soonest = drawn_ + clock_->period();
+    if (soonest >= due) return;
+    std::this_thread::sleep_until(soonest);
+    host_->refresh(0);
+    if (!closed_) drawIfChanged();
+  }
 }
 
 void SdlWindow::deliverEvents() {
@@ -140,11 +157,14 @@ void SdlWindow::drawIfChanged() {
   const CurrentContext former;
   if (!makeCurrent()) return;
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  glClearColor(0, 0, 0, 1);
-  glClear(GL_COLOR_BUFFER_BIT);
+  if (!(contentView()->layer()->backgroundColor().alpha > 0)) {
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+  }
   host_->composite(0, 0, pixelWidth_, pixelHeight_);
   if (frames_ != nullptr) frames_->request(std::chrono::steady_clock::now());
   const auto begin = std::chrono::steady_clock::now();
+  drawn_ = begin;
   SDL_GL_SwapWindow(window_);
   if (!swapBlocks_) {
     const std::chrono::duration<double> swap = std::chrono::steady_clock::now() - begin;

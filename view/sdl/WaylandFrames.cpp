@@ -1,10 +1,10 @@
 #include "view/sdl/WaylandFrames.h"
 
-#include <SDL.h>
-#include <SDL_syswm.h>
 #include <wayland-client.h>
 
 #include <utility>
+
+#include "view/sdl/SdlLibrary.h"
 
 namespace quorvid {
 namespace {

@@ -36,9 +36,7 @@ class QUORVID_API CAEAGLLayer : public CALayer {
   void renewContent() const {
     if (renewal_) renewal_();
   }
-
- protected:
-  // How the content is drawn anew; for the class that draws it.
+  // How the content is drawn anew; for who draws it.
   void setRenewal(std::function<void()> renewal) { renewal_ = std::move(renewal); }
 
  private:

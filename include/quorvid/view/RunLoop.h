@@ -25,6 +25,7 @@ enum class RunLoopMode : std::uint8_t {
 inline constexpr RunLoopMode NSDefaultRunLoopMode = RunLoopMode::Default;
 
 class CADisplayLink;
+class LoopBell;
 
 class QUORVID_API RunLoop {
  public:
@@ -45,6 +46,11 @@ class QUORVID_API RunLoop {
   // tells one.
   using Time = std::chrono::steady_clock::time_point;
   void refreshAt(Time now);
+  // Sleeps until that time, or until one of the thread's live views has something new to show: true
+  // then, for the caller to call refresh(0) and draw. On the loop's own thread.
+  bool sleepUntil(Time time);
+  // What ends that sleep; for the views. Never null.
+  const std::shared_ptr<LoopBell>& bell() const { return bell_; }
   // Refreshes told so far.
   std::uint64_t refreshCount() const { return refreshCount_; }
   // Seconds that the thread has spent on its views so far: in calls of links, and what drivers add.
@@ -62,10 +68,12 @@ class QUORVID_API RunLoop {
  private:
   friend class CADisplayLink;
   std::vector<std::shared_ptr<CADisplayLink>> links_;
+  std::vector<std::shared_ptr<CADisplayLink>> scheduled_;  // empty; refresh() uses its memory
   RunLoopMode mode_ = RunLoopMode::Default;
   std::uint64_t refreshCount_ = 0;
   double busySeconds_ = 0;
   std::optional<Time> counted_;  // up to when refreshes were told, once the time was
+  const std::shared_ptr<LoopBell> bell_;
 };
 
 class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayLink> {

@@ -66,7 +66,7 @@ class QUORVID_API Window {
   static std::unique_ptr<Window> open(const WindowOptions& options, std::string* error = nullptr);
   virtual ~Window();
 
-  // The root of the tree, as large as the window.
+  // The root of the tree, as large as the window; black at first.
   virtual const std::shared_ptr<UIView>& contentView() const = 0;
   // Pixels per point.
   virtual double scale() const = 0;
