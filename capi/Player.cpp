@@ -4,6 +4,7 @@
 
 #include "capi/Guard.h"
 #include "capi/Picture.h"
+#include "capi/Player.h"
 #include "capi/Values.h"
 #include "quorvid/live/PicturePlayer.h"
 
@@ -11,10 +12,6 @@ using namespace quorvid::capi;
 using quorvid::LiveStatus;
 using quorvid::PicturePlayer;
 using quorvid::PlayedPicture;
-
-struct quorvid_player {
-  std::unique_ptr<PicturePlayer> player;
-};
 
 namespace {
 
@@ -27,14 +24,7 @@ quorvid::PlayerOptions optionsOf(const quorvid_player_options& given) {
   return options;
 }
 
-// The call's result, for a handle that is not null.
-template <class Call>
-std::int32_t with(const quorvid_player* handle, const Call& call) {
-  if (handle == nullptr) return QUORVID_BAD_ARGUMENT;
-  return guarded([&] { return call(*handle->player); });
-}
-
-std::int32_t resultOf(bool played) {
+std::int32_t playResult(bool played) {
   return played ? QUORVID_OK : QUORVID_TARGET_REFUSED;
 }
 
@@ -44,11 +34,7 @@ quorvid_player* quorvid_player_create(const quorvid_player_options* options) {
   const quorvid_player_options defaults = QUORVID_PLAYER_OPTIONS_INIT;
   const auto given = readStruct(options != nullptr ? options : &defaults, defaults);
   if (!given) return nullptr;
-  return guardedPointer([&]() -> quorvid_player* {
-    auto handle = std::make_unique<quorvid_player>();
-    handle->player = PicturePlayer::create(optionsOf(*given));
-    return handle->player != nullptr ? handle.release() : nullptr;
-  });
+  return handleOf([&] { return PicturePlayer::create(optionsOf(*given)); });
 }
 
 void quorvid_player_free(quorvid_player* player) {
@@ -58,12 +44,12 @@ void quorvid_player_free(quorvid_player* player) {
 std::int32_t quorvid_player_connect(quorvid_player* player, const quorvid_target* target) {
   return with(player, [&](PicturePlayer& it) {
     const auto made = targetOf(target);
-    return made ? resultOf(it.connect(*made)) : QUORVID_BAD_ARGUMENT;
+    return made ? playResult(it.connect(*made)) : QUORVID_BAD_ARGUMENT;
   });
 }
 
 std::int32_t quorvid_player_play(quorvid_player* player) {
-  return with(player, [](PicturePlayer& it) { return resultOf(it.play()); });
+  return with(player, [](PicturePlayer& it) { return playResult(it.play()); });
 }
 
 std::int32_t quorvid_player_stop(quorvid_player* player) {
@@ -73,7 +59,7 @@ std::int32_t quorvid_player_stop(quorvid_player* player) {
 std::int32_t quorvid_player_restart(quorvid_player* player) {
   return with(player, [](PicturePlayer& it) {
     it.restart();
-    return resultOf(it.isPlaying());
+    return playResult(it.isPlaying());
   });
 }
 
@@ -92,21 +78,19 @@ std::int32_t quorvid_player_wait(quorvid_player* player, double seconds,
   if (picture == nullptr) return QUORVID_BAD_ARGUMENT;
   *picture = nullptr;
   return with(player, [&](PicturePlayer& it) {
-    using Ended = PicturePlayer::Ended;
-    Ended why = Ended::TimedOut;
+    auto why = PicturePlayer::Ended::TimedOut;
     if (auto next = it.next(seconds, &why)) {
       *picture = pictureOf(std::move(*next)).release();
-      return QUORVID_OK;
+      return static_cast<std::int32_t>(QUORVID_OK);
     }
-    return why == Ended::TimedOut     ? QUORVID_TIMED_OUT
-           : why == Ended::HandlerSet ? QUORVID_BAD_ARGUMENT
-                                      : QUORVID_NOT_PLAYING;
+    return resultOf(why);
   });
 }
 
 std::int32_t quorvid_player_set_picture_handler(quorvid_player* player,
                                                 quorvid_picture_handler handler, void* context) {
   return with(player, [=](PicturePlayer& it) {
+    if (it.handsOutFrames()) return QUORVID_BAD_ARGUMENT;
     if (handler == nullptr) return it.setPictureHandler({}), QUORVID_OK;
     it.setPictureHandler([=](const PlayedPicture& played) {
       guarded([&] { return handler(pictureOf(played).get(), context), QUORVID_OK; });

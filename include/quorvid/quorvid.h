@@ -24,7 +24,8 @@
 //   }
 //
 // Two ways to a picture: a player (any thread, no window, no GL) hands out decoded pictures; a view
-// inside a host (one thread, your GL context) is drawn into your window.
+// inside a host (one thread, your GL context) is drawn into your window. A player of frames hands
+// out the stream itself, not decoded.
 //
 // Handles are opaque and belong to the caller until their _free function, which takes null. Texts
 // given to a function are copied; texts returned are constant and stay. Nothing ends the process
@@ -369,6 +370,40 @@ QUORVID_C_API int32_t quorvid_view_set_wake_handler(quorvid_view* view,
 // The last picture in the stream's own shape, as QUORVID_RGB; the caller's to free.
 // QUORVID_NO_PICTURE before the first one; *picture is null then.
 QUORVID_C_API int32_t quorvid_view_snapshot(const quorvid_view* view, quorvid_picture** picture);
+
+// ---- Frames: the stream as it came, not decoded, for recorders, relays and decoders of your own.
+
+typedef struct quorvid_frame quorvid_frame;
+
+typedef struct quorvid_access_unit {
+  uint32_t size;
+  int32_t is_key;     // 1: brings parameter sets or an IDR picture
+  int32_t continues;  // 1: no frame is missing since the one handed out before; 0: the first of a
+                      // connection, or the one behind what was lost
+  int32_t width, height;  // pixels shown, as the stream's parameter set states them
+  int32_t reserved;       // 0
+  const uint8_t* bytes;   // one access unit, Annex B, as it came; valid until the frame is freed
+  uint64_t length;        // of bytes
+  uint64_t number;        // of the frame, from 1 since the play function
+  double arrival;         // of the frame, seconds of CLOCK_MONOTONIC
+  double arrival_date;    // the same, seconds since 1970-01-01 00:00 UTC
+} quorvid_access_unit;
+#define QUORVID_ACCESS_UNIT_INIT \
+  { sizeof(quorvid_access_unit), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }
+
+// A player that hands out frames and decodes nothing, with the same calls, states and reasons, but
+// for quorvid_player_wait() and a picture handler, which are QUORVID_BAD_ARGUMENT. Each frame is
+// handed out, in order, from the first parameter sets of each connection on: the frames before them
+// are counted as held. 64 frames wait to be taken, and behind them what came since; beyond 8 MiB or
+// 12 s of that whole groups of frames are lost and counted. A frame counts as shown when it is
+// handed out. stall_after: seconds without a frame until the stream is started again; 0: never.
+// Null when the system gives no thread or memory.
+QUORVID_C_API quorvid_player* quorvid_player_create_for_frames(double stall_after);
+// As quorvid_player_wait(), for a frame; QUORVID_BAD_ARGUMENT of a player of pictures.
+QUORVID_C_API int32_t quorvid_player_wait_frame(quorvid_player* player, double seconds,
+                                                quorvid_frame** frame);
+QUORVID_C_API int32_t quorvid_frame_read(const quorvid_frame* frame, quorvid_access_unit* unit);
+QUORVID_C_API void quorvid_frame_free(quorvid_frame* frame);
 
 #ifdef __cplusplus
 }
