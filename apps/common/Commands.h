@@ -20,6 +20,7 @@ void addCommand(CLI::App& program, ChosenCommand& chosen, const char* name, cons
   CLI::App* const command = program.add_subcommand(name, purpose);
   const auto options = std::make_shared<Options>();
   options->addTo(*command);
+  command->set_version_flag("--version", "quorvid " QUORVID_APP_VERSION);
   command->callback([options, run, &chosen] {
     options->complete();
     chosen = [options, run] { return run(*options); };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "apps/common/CommandLine.h"
 #include "apps/common/Failure.h"
 #include "apps/common/PasswordFile.h"
 #include "apps/common/Values.h"
@@ -28,8 +29,8 @@ CLI::Option* addAccount(CLI::App& command, std::string& account, std::string& pa
   CLI::Option* const option = command.add_option("--account", account, purpose)->type_name("NAME");
   command
       .add_option("--password-file", passwordFile,
-                  "file whose first line is the password, open to its owner alone (chmod 600), or "
-                  "a pipe: <(pass show truck)")
+                  "file whose first line is the password (none), open to its owner alone (chmod "
+                  "600), or a pipe: <(pass show truck)")
       ->type_name("FILE");
   return option;
 }
@@ -40,9 +41,9 @@ void addPath(CLI::App& command, StreamPath& path) {
     paths[nameOf(one)] = one;
   }
   // The later one comes first: only a name becomes a path, not a number.
-  command.add_option("--path", path, "fleet (the default), car, or relay (a lookup server)")
+  command.add_option("--path", path, "fleet, car, or relay (a lookup server) (fleet)")
       ->transform(CLI::Transformer(paths).description(""))
-      ->transform(CLI::IsMember(paths).description(""))
+      ->transform(oneOf("path", {"fleet", "car", "relay"}))
       ->type_name("PATH");
 }
 
@@ -81,7 +82,8 @@ void StreamOptions::addTo(CLI::App& command, Streams count) {
   const bool one = count == Streams::One;
   addServer(command, target.server);
   addDevices(command, devices, one);
-  addAccount(command, target.account, passwordFile, "account, at most 31 bytes (car paths: 22)");
+  addAccount(command, target.account, passwordFile,
+             "account, at most 31 bytes, car paths 22 (none)");
   addPath(command, target.path);
   const auto take = [this, one](const std::string& text) {
     channels = parseChannels(text);
@@ -90,8 +92,8 @@ void StreamOptions::addTo(CLI::App& command, Streams count) {
     }
   };
   command
-      .add_option_function<std::string>("--channel", take,
-                                        one ? "camera, 0 to 7" : "cameras, 0 to 7: N[,N...]")
+      .add_option_function<std::string>(
+          "--channel", take, one ? "camera, 0 to 7 (0)" : "cameras, 0 to 7: N[,N...] (0)")
       ->type_name(one ? "N" : "LIST");
 }
 
@@ -119,21 +121,19 @@ std::vector<StreamTarget> StreamOptions::targets() const {
 
 void addSeconds(CLI::App& command, const std::string& name, double& seconds, double least,
                 double most, const std::string& purpose) {
-  const auto isNumber = [](const std::string& text) {
-    return text.find_first_of("nN") == std::string::npos ? "" : text + " is no number";
-  };
-  command.add_option(name, seconds, purpose)
-      ->check(CLI::Range(least, most).description(""))
-      ->check(isNumber)  // a range takes "nan", which is neither below nor above
-      ->type_name("S");
+  command.add_option(name, seconds, purpose)->check(within(least, most))->type_name("S");
 }
 
-CLI::Validator writableFile() {
-  const auto refuse = [](const std::string& fileName) {
-    if (!fileName.empty()) requireWritable(fileName);
-    return std::string();
-  };
-  return CLI::Validator(refuse, "");
+void addReport(CLI::App& command, ReportOptions& report) {
+  command.add_flag("--json", report.json, "report at the end as a JSON object (in words)");
+  command.add_flag("--stats", report.stats,
+                   "each second the figures as a line of JSON; no report in words. With --json the "
+                   "report is the last line");
+}
+
+std::string helpEnd(const std::string& example, const std::string& statuses) {
+  return "In brackets: what holds without the option.\nExample: quorvid " + example +
+         "\nExit status: " + narrow(statuses, 66, 13);
 }
 
 }  // namespace quorvid::app

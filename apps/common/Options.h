@@ -39,7 +39,15 @@ struct StreamOptions {
 void addSeconds(CLI::App& command, const std::string& name, double& seconds, double least,
                 double most, const std::string& purpose);
 
-// Refuses the name of a file that could not be written.
-CLI::Validator writableFile();
+// How a command that runs on reports its figures.
+struct ReportOptions {
+  bool json = false;
+  bool stats = false;
+  bool inWords() const { return !json && !stats; }
+};
+void addReport(CLI::App& command, ReportOptions& report);
+
+// What the help of a command ends with. example: a command line without the program's name.
+std::string helpEnd(const std::string& example, const std::string& statuses);
 
 }  // namespace quorvid::app

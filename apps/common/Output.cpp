@@ -34,6 +34,8 @@ void ReportOutput::write(const std::string& text) const {
     const ssize_t count = ::write(descriptor_, left.data(), left.size());
     if (count >= 0) {
       left.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno == EPIPE) {
+      throw OutputClosed();
     } else if (errno != EINTR) {
       throw Failure(std::string("can't write to standard output: ") + std::strerror(errno));
     }

@@ -2,10 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 
 namespace quorvid::app {
+
+// Whoever read the standard output has gone: `quorvid list | head -1`. That is no fault to be told.
+class OutputClosed : public std::exception {};
 
 // The real standard output, for the command's report.
 //
@@ -19,7 +23,7 @@ class ReportOutput {
   ReportOutput(const ReportOutput&) = delete;
   ReportOutput& operator=(const ReportOutput&) = delete;
 
-  // Writes at once, or throws Failure.
+  // Writes at once, or throws OutputClosed or Failure.
   void write(const std::string& text) const;
   bool isTerminal() const;
 

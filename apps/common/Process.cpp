@@ -6,7 +6,9 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -26,19 +28,31 @@ constexpr int kLongestEnd = 1800;
 #endif
 constexpr unsigned kLongestEndByAlarm = 2;  // s
 
+constexpr std::int64_t kOneWish = 300;  // ms
+
 std::atomic<int> stopSeen = 0;  // the first signal's number
+std::int64_t stopSeenAt = 0;    // its time; only handlers use it, one at a time
 static_assert(std::atomic<int>::is_always_lock_free);
 std::atomic<bool> hasWatcher = true;
 std::atomic<bool> threadLeftBehind = false;
+
+// Milliseconds. In handlers, too.
+std::int64_t milliseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}
 
 // The second signal strikes when the handler has returned.
 void noteStop(int number) {
   int none = 0;
   if (!stopSeen.compare_exchange_strong(none, number)) {
+    if (none == number && milliseconds() - stopSeenAt < kOneWish) return;
     std::signal(number, SIG_DFL);
     raise(number);
-  } else if (!hasWatcher) {
-    alarm(kLongestEndByAlarm);
+  } else {
+    stopSeenAt = milliseconds();
+    if (!hasWatcher) alarm(kLongestEndByAlarm);
   }
 }
 
@@ -68,7 +82,10 @@ void watch() {
     sigsuspend(&taken);
   }
   pthread_sigmask(SIG_SETMASK, &taken, nullptr);
-  poll(nullptr, 0, kLongestEnd);
+  const std::int64_t end = milliseconds() + kLongestEnd;
+  for (std::int64_t now = milliseconds(); now < end; now = milliseconds()) {
+    poll(nullptr, 0, static_cast<int>(end - now));
+  }
   tell("quorvid: could not end in order soon after the signal\n");
   _exit(128 + stopSeen);
 }
@@ -120,6 +137,12 @@ void startWorkerThread(std::function<void()> body) {
 
 void leaveThreadBehind() {
   threadLeftBehind = true;
+}
+
+void endByClosedPipe() {
+  std::signal(SIGPIPE, SIG_DFL);
+  raise(SIGPIPE);
+  _exit(128 + SIGPIPE);  // it was blocked by whoever started the program
 }
 
 int endProcess(int status) {

@@ -4,8 +4,9 @@
 // signals; they are blocked in the caller and in every thread made later, so that a main thread
 // which the system or a driver holds does not hold them up. The first signal asks for the orderly
 // end; when that takes longer than 1.8 s the process ends with status 128 + signal, and recordings
-// keep what was written. The second kills at once. Without the thread (the system refused it) the
-// caller takes the signals, and SIGALRM kills after 2 s.
+// keep what was written. The second kills at once; the same one within 0.3 s is no second one, for
+// timeout(1) sends each twice, to the command and to its group. Without the thread (the system
+// refused it) the caller takes the signals, and SIGALRM kills after 2 s.
 //
 // SIGPIPE and SIGXFSZ are ignored: a reader that went away or a file that grew too large is an
 // error of the write.
@@ -29,6 +30,10 @@ bool stopRequested();
 // of the thread itself raises and a profiler's are let through. Any thread. Throws Failure when the
 // system refuses the thread (a limit on processes or memory); the body is dropped then.
 void startWorkerThread(std::function<void()> body);
+
+// Ends the process as the signal does that is ignored here: standard output was closed. Main
+// thread.
+[[noreturn]] void endByClosedPipe();
 
 // A worker thread is given up that may be inside the library for ever.
 void leaveThreadBehind();

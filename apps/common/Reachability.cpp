@@ -85,17 +85,10 @@ Reachability tryServer(const Endpoint& server, double timeout) {
   return result;
 }
 
-std::string whyNoStream(const StreamTarget& target, const Reachability& server, bool lookupFailed) {
-  if (!server.connected) return server.sentence;
-  if (lookupFailed) {
-    return fmt::format(
-        "{} named no relay for device {} (unknown device, account, or no lookup server?)",
-        target.server.text(), target.device);
-  }
-  return fmt::format(
-      "{} but sent no stream for device {}, channel {} (unknown or off line?); `quorvid probe` "
-      "shows the exchange",
-      server.sentence, target.device, target.channel);
+std::string whyNoAnswerYet(const Endpoint& server) {
+  constexpr double kTimeout = 2;
+  const Reachability reach = tryServer(server, kTimeout);
+  return "no answer yet: " + reach.sentence + (reach.connected ? " but is silent" : "");
 }
 
 }  // namespace quorvid::app

@@ -22,8 +22,7 @@ Reachability resolveServer(const Endpoint& server, double timeout);
 // `timeout` seconds for each of the two.
 Reachability tryServer(const Endpoint& server, double timeout);
 
-// One sentence. server: what a connection of its own found. lookupFailed: the relay lookup of the
-// target's server gave nothing.
-std::string whyNoStream(const StreamTarget& target, const Reachability& server, bool lookupFailed);
+// Why a query has no answer yet: one sentence, from a connection of its own.
+std::string whyNoAnswerYet(const Endpoint& server);
 
 }  // namespace quorvid::app

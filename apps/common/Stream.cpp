@@ -1,10 +1,17 @@
 #include "apps/common/Stream.h"
 
-#include <array>
-#include <atomic>
-#include <ctime>
+#include <fmt/format.h>
 
+#include <atomic>
+#include <condition_variable>
+#include <ctime>
+#include <deque>
+#include <mutex>
+#include <new>
+
+#include "apps/common/Deadline.h"
 #include "apps/common/Process.h"
+#include "connection/StreamObserver.h"
 #include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid::app {
@@ -13,6 +20,7 @@ namespace {
 
 constexpr int kCommandPort = 80;  // the workers keep it without using it
 constexpr std::int64_t kLongestSide = 16384;
+constexpr std::size_t kMostWaiting = 32 << 20;  // bytes
 
 }  // namespace
 
@@ -21,50 +29,113 @@ std::string sessionToken(const std::string& account) {
   return account + "-" + (seconds.size() > 8 ? seconds.substr(seconds.size() - 8) : seconds);
 }
 
-struct StreamReceiver::Slot {
-  StreamTarget target;
-  std::string token;
-  std::array<std::uint8_t, QUORVID_FRAME_CAPACITY> frame;
-  std::int32_t length = 0;
-  std::uint8_t ready = 0;
-  std::uint8_t cancel = 0;
-  std::atomic<bool> failed = false;
+class StreamReceiver::Worker : public StreamObserver {
+ public:
+  explicit Worker(const StreamTarget& target)
+      : target_(target), token_(sessionToken(target.account)), peer_(target.server.text()) {}
 
   // The worker's thread. A relay lookup, which can't be cancelled, is not begun in vain.
   void run() {
-    if (std::atomic_ref(cancel).load(std::memory_order_acquire) != 0) return;
-    const auto worker = target.path == StreamPath::Car     ? ThreadVideoSourceForCar
-                        : target.path == StreamPath::Relay ? ThreadGetRelayForCar
-                                                           : ThreadVideoSourceForFleet;
-    const std::int32_t result =
-        worker(target.server.host.c_str(), target.server.port, kCommandPort, target.channel,
-               target.account.c_str(), target.password.c_str(), &cancel, token.c_str(),
-               target.device.c_str(), &ready, frame.data(), &length);
-    failed = result != 0;
+    if (std::atomic_ref(cancel_).load(std::memory_order_acquire) != 0) return;
+    const auto worker = target_.path == StreamPath::Car     ? runCarVideo
+                        : target_.path == StreamPath::Relay ? runRelayVideo
+                                                            : runFleetVideo;
+    const VideoCall call{target_.server.host.c_str(),
+                         target_.server.port,
+                         kCommandPort,
+                         target_.channel,
+                         target_.account.c_str(),
+                         target_.password.c_str(),
+                         &cancel_,
+                         token_.c_str(),
+                         target_.device.c_str(),
+                         nullptr,
+                         nullptr,
+                         nullptr};
+    if (worker(call, this) != 0 && !isTroubled_) push({{}, 0, "there is no memory for the stream"});
   }
+
+  void cancel() {
+    CancelVideoSource(&cancel_);
+    const std::lock_guard lock(mutex_);
+    isOver_ = true;
+    changed_.notify_all();
+  }
+
+  std::optional<StreamItem> next(double seconds) {
+    std::unique_lock lock(mutex_);
+    const std::chrono::duration<double> patience(seconds);
+    if (!changed_.wait_for(lock, patience, [this] { return !items_.empty(); })) return std::nullopt;
+    StreamItem item = std::move(items_.front());
+    items_.pop_front();
+    waiting_ -= item.frame.size();
+    changed_.notify_all();
+    return item;
+  }
+
+  bool isConnected() const { return isConnected_; }
+
+ private:
+  void told(StreamEvent event, std::int32_t detail) override {
+    if (event == StreamEvent::RelayFound) peer_ = "the relay that " + peer_ + " named";
+    if (event == StreamEvent::Connected) isConnected_ = true;
+    std::string trouble = sentenceOf(event, detail, peer_, target_.server.host, target_.device);
+    if (trouble.empty()) return;
+    if (event == StreamEvent::Refused) {
+      trouble += fmt::format(" (device {}, channel {}: unknown or off line?)", target_.device,
+                             target_.channel);
+    }
+    isConnected_ = false;
+    isTroubled_ = true;
+    push({{}, steadySeconds(), std::move(trouble)});
+  }
+
+  void frameArrived(const std::uint8_t* bytes, std::size_t size) override {
+    try {
+      push({{bytes, bytes + size}, steadySeconds(), {}});
+    } catch (const std::bad_alloc&) {
+      push({{}, steadySeconds(), "there is no memory for a frame"});
+    }
+  }
+
+  void push(StreamItem item) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return waiting_ < kMostWaiting || isOver_; });
+    if (isOver_) return;
+    waiting_ += item.frame.size();
+    items_.push_back(std::move(item));
+    changed_.notify_all();
+  }
+
+  const StreamTarget target_;
+  const std::string token_;
+  std::string peer_;         // the worker's thread
+  bool isTroubled_ = false;  // the worker's thread
+  std::uint8_t cancel_ = 0;
+  std::atomic<bool> isConnected_ = false;
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<StreamItem> items_;
+  std::size_t waiting_ = 0;  // bytes in them
+  bool isOver_ = false;
 };
 
-StreamReceiver::StreamReceiver(const StreamTarget& target) : slot_(std::make_shared<Slot>()) {
-  slot_->target = target;
-  slot_->token = sessionToken(target.account);
-  startWorkerThread([slot = slot_] { slot->run(); });
+StreamReceiver::StreamReceiver(const StreamTarget& target)
+    : worker_(std::make_shared<Worker>(target)) {
+  startWorkerThread([worker = worker_] { worker->run(); });
 }
 
 StreamReceiver::~StreamReceiver() {
-  CancelVideoSource(&slot_->cancel);
+  worker_->cancel();
 }
 
-std::optional<StreamReceiver::Frame> StreamReceiver::frame() {
-  if ((std::atomic_ref(slot_->ready).load(std::memory_order_acquire) & 1) == 0) return std::nullopt;
-  return Frame{slot_->frame.data(), static_cast<std::size_t>(slot_->length)};
+std::optional<StreamItem> StreamReceiver::next(double seconds) {
+  return worker_->next(seconds);
 }
 
-void StreamReceiver::release() {
-  std::atomic_ref(slot_->ready).store(0, std::memory_order_release);
-}
-
-bool StreamReceiver::hasFailed() const {
-  return slot_->failed;
+bool StreamReceiver::isConnected() const {
+  return worker_->isConnected();
 }
 
 std::optional<PixelSize> sizeOfSps(h264::ByteView sps) {

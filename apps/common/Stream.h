@@ -1,11 +1,12 @@
-// Stream: how a host takes a stream without the live view.
+// Stream: the frames of one camera as a tool takes them: in order, whole, with the reason when
+// there are none.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "apps/common/Target.h"
 #include "h264/Units.h"
@@ -15,27 +16,22 @@ namespace quorvid::app {
 // The account, a hyphen and the last 8 digits of the time: tells one session from the next.
 std::string sessionToken(const std::string& account);
 
-// An exported video worker on a thread of its own, and the slot it fills.
+// What a stream brings: a frame, or why it broke off or did not come.
+struct StreamItem {
+  std::vector<std::uint8_t> frame;
+  double time = 0;      // when it came, in steadySeconds()
+  std::string trouble;  // a sentence; the frame is empty then, and the stream begins anew after it
+};
+
+// A video worker on a thread of its own, and what it brought and nobody took yet.
 //
-// The worker blocks until it is cancelled, which ends a read under way but no look-up, connection
-// attempt or pause. Nobody waits for it: slot and texts are shared with its thread and go with the
-// last of the two.
-//
-//   frame   its bytes      written by the worker, read by us while `ready` is set
-//   length  32 bits        written by the worker after the bytes
-//   ready   1 byte         set by the worker last; cleared by us when we are done with the bytes
-//   cancel  1 byte         set by us; read by the worker once a turn
+// The worker reconnects after each trouble, but for a relay look-up that failed: that one ends.
+// When 32 MiB wait the server has to wait, too, so nothing is left out. Nobody waits for the
+// worker, which a name look-up may hold for a minute: what it uses is shared with its thread.
 //
 // One thread makes, asks and destroys a receiver.
 class StreamReceiver {
  public:
-  // A frame in the slot; the bytes may be changed in place. They are the worker's again after
-  // release(), and half a second after they came in any case.
-  struct Frame {
-    std::uint8_t* bytes = nullptr;
-    std::size_t length = 0;
-  };
-
   // Starts the worker of the target's path. Throws Failure when there is no thread for it.
   explicit StreamReceiver(const StreamTarget& target);
   // Asks the worker to end.
@@ -43,16 +39,14 @@ class StreamReceiver {
   StreamReceiver(const StreamReceiver&) = delete;
   StreamReceiver& operator=(const StreamReceiver&) = delete;
 
-  // The frame that waits, if any.
-  std::optional<Frame> frame();
-  // Gives the slot back to the worker.
-  void release();
-  // True when the worker ended by itself: a relay lookup that failed, or no memory.
-  bool hasFailed() const;
+  // What comes next; waits for it so long at most.
+  std::optional<StreamItem> next(double seconds);
+  // Whether there is a connection over which the stream was asked for.
+  bool isConnected() const;
 
  private:
-  struct Slot;
-  std::shared_ptr<Slot> slot_;
+  class Worker;
+  std::shared_ptr<Worker> worker_;
 };
 
 // The picture size (cropping taken off) that a sequence parameter set states; `sps` begins at its

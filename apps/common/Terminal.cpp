@@ -6,8 +6,11 @@
 #include <utf8.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
+#include <cwchar>
 #include <iterator>
+#include <limits>
 #include <sstream>
 
 namespace quorvid::app {
@@ -51,13 +54,41 @@ std::string replacementOf(std::uint32_t code, std::size_t size, Unseen style) {
   return code < 0x10000 ? fmt::format("\\u{:04x}", code) : fmt::format("\\U{:08x}", code);
 }
 
-std::string cutLine(const std::string& line, std::size_t columns) {
-  std::size_t characters = 0;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    const bool startsCharacter = (line[i] & 0xC0) != 0x80;
-    if (startsCharacter && characters++ == columns) return line.substr(0, i);
+// The C library knows the widths of characters in a locale only: this thread has one of Unicode
+// while the object lives.
+class UnicodeWidths {
+ public:
+  UnicodeWidths() : before_(uselocale(unicode())) {}
+  ~UnicodeWidths() { uselocale(before_); }
+  UnicodeWidths(const UnicodeWidths&) = delete;
+  UnicodeWidths& operator=(const UnicodeWidths&) = delete;
+
+  static std::size_t of(std::uint32_t code) {
+    const int columns = unicode() != nullptr ? wcwidth(static_cast<wchar_t>(code)) : 1;
+    return columns < 0 ? 1 : static_cast<std::size_t>(columns);
   }
-  return line;
+
+ private:
+  static locale_t unicode() {
+    static const locale_t made = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return made;
+  }
+  const locale_t before_;
+};
+
+// As much of the line, from its front, as `columns` have room for.
+std::string_view fitting(std::string_view line, std::size_t columns, std::size_t* taken) {
+  const UnicodeWidths widths;
+  const auto* at = line.begin();
+  const auto* const end = utf8::find_invalid(line.begin(), line.end());
+  for (*taken = 0; at != end;) {
+    const auto* next = at;
+    const std::size_t width = UnicodeWidths::of(utf8::unchecked::next(next));
+    if (*taken + width > columns) break;
+    *taken += width;
+    at = next;
+  }
+  return line.substr(0, static_cast<std::size_t>(at - line.begin()));
 }
 
 winsize terminalSize() {
@@ -95,6 +126,12 @@ void note(const std::string& sentence) {
   fmt::print(stderr, "quorvid: {}\n", visibleText(sentence));
 }
 
+std::size_t columnsOf(std::string_view text) {
+  std::size_t taken = 0;
+  fitting(text, std::numeric_limits<std::size_t>::max(), &taken);
+  return taken;
+}
+
 std::string cutTo(const std::string& text, std::size_t rows, std::size_t columns) {
   std::string result;
   std::istringstream lines(text);
@@ -102,7 +139,8 @@ std::string cutTo(const std::string& text, std::size_t rows, std::size_t columns
   std::size_t left = 0;
   for (std::string line; std::getline(lines, line);) {
     if (shown + 1 < rows) {
-      result += cutLine(line, columns) + "\n";
+      std::size_t taken = 0;
+      result.append(fitting(line, columns, &taken)) += "\n";
       ++shown;
     } else {
       ++left;

@@ -22,7 +22,11 @@ std::string visibleText(std::string_view text, Unseen style = Unseen::Escaped);
 // Prints "quorvid: <sentence>" on standard error, with nothing in it that steers a terminal.
 void note(const std::string& sentence);
 
-// The first `rows` - 1 lines of UTF-8 text, each cut to `columns` characters; a last line says how
+// So many columns a line of visible text takes: two for a wide character, none for a mark that
+// stands on the one before.
+std::size_t columnsOf(std::string_view text);
+
+// The first `rows` - 1 lines of UTF-8 text, each cut to `columns` columns; a last line says how
 // many were left out.
 std::string cutTo(const std::string& text, std::size_t rows, std::size_t columns);
 

@@ -1,6 +1,7 @@
 #include "apps/common/Values.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 
 #include "apps/common/Failure.h"
 #include "apps/common/Terminal.h"
+#include "apps/common/Words.h"
 
 namespace quorvid::app {
 
@@ -88,6 +90,8 @@ double parseAspect(const std::string& text) {
   const auto height = number(sides.substr(std::min(colon + 1, text.size())), 1, 9999);
   const double ratio = width && height ? static_cast<double>(*width) / *height : 0;
   if (ratio >= 0.1 && ratio <= 10) return ratio;
+  const std::string meant = nearestWord(text, {"stream", "fill"});
+  if (!meant.empty()) throw Failure(unknownWord("aspect", text, {meant}));
   throw Failure(
       fmt::format("the aspect must be stream, fill, or W:H from 1:10 to 10:1, not '{}'", text));
 }
@@ -123,11 +127,34 @@ void requireWritable(const std::string& fileName) {
   if (std::filesystem::is_directory(fileName, error)) {
     throw Failure(fmt::format("can't write '{}': it is a folder", fileName));
   }
-  const std::string place =
-      exists ? fileName : std::filesystem::absolute(fileName).parent_path().string();
-  if (access(place.c_str(), W_OK) != 0) {
+  if (!exists) {
+    return requireFolder(std::filesystem::absolute(fileName).parent_path().string());
+  }
+  if (access(fileName.c_str(), W_OK) != 0) {
     throw Failure(fmt::format("can't write '{}': {}", fileName, std::strerror(errno)));
   }
+}
+
+void requireFolder(const std::string& folder) {
+  std::error_code error;
+  if (!std::filesystem::exists(folder, error)) {
+    throw Failure(fmt::format("there is no folder '{}'", folder));
+  }
+  if (!std::filesystem::is_directory(folder, error)) {
+    throw Failure(fmt::format("'{}' is no folder", folder));
+  }
+  if (access(folder.c_str(), W_OK | X_OK) != 0) {
+    throw Failure(
+        fmt::format("can't write into the folder '{}': {}", folder, std::strerror(errno)));
+  }
+}
+
+void requireEnding(const char* what, const std::string& fileName,
+                   const std::vector<std::string>& endings) {
+  const auto is = [&fileName](const std::string& ending) { return fileName.ends_with(ending); };
+  if (std::any_of(endings.begin(), endings.end(), is)) return;
+  throw Failure(
+      fmt::format("{} must end in {}: '{}' does not", what, fmt::join(endings, ", "), fileName));
 }
 
 }  // namespace quorvid::app

@@ -27,5 +27,10 @@ std::int64_t parseFileLimit(const std::string& text);
 void requireFits(const char* what, const std::string& text, std::size_t most);
 // Refuses a file that could not be written: a folder, a missing folder, no permission.
 void requireWritable(const std::string& fileName);
+// Refuses a folder that is none or that no file can be made in.
+void requireFolder(const std::string& folder);
+// Refuses a name that does not end so; `what` names it in the sentence.
+void requireEnding(const char* what, const std::string& fileName,
+                   const std::vector<std::string>& endings);
 
 }  // namespace quorvid::app

@@ -1,6 +1,10 @@
 // quorvid: shows, lists, records and examines live streams of vehicle cameras.
+#include <iostream>
+
+#include "apps/common/CommandLine.h"
 #include "apps/common/Commands.h"
 #include "apps/common/Failure.h"
+#include "apps/common/Output.h"
 #include "apps/common/Process.h"
 #include "apps/common/Terminal.h"
 
@@ -9,23 +13,14 @@ namespace {
 
 constexpr int kWrongArguments = 2;  // exit status
 
-// What was not expected, without the value that came with it: it may be a password.
-std::string unexpected(const std::vector<std::string>& arguments) {
-  for (const std::string& argument : arguments) {
-    if (argument.starts_with("--") && argument.size() > 2) {
-      return "there is no option " + argument.substr(0, argument.find('='));
-    }
-  }
-  for (const std::string& argument : arguments) {
-    if (argument.starts_with("-") && argument.size() > 1) {
-      return "there is no option " + argument.substr(0, 2);
-    }
-  }
-  return "an argument too many: only the server stands without an option";
-}
-
 int run(int argc, char** argv) {
   CLI::App program("Live H.264 video from vehicle cameras.", "quorvid");
+  program.footer(
+      "`quorvid COMMAND --help` lists a command's options.\n"
+      "Example: quorvid view 192.0.2.7:5000 --device TRUCK-7\n"
+      "Exit status: 0 done, 1 not what was asked for, 2 wrong arguments; a command's help has "
+      "more.");
+  useNarrowHelp(program);
   program.require_subcommand(1);
   program.set_version_flag("--version", "quorvid " QUORVID_APP_VERSION);
   ChosenCommand chosen;
@@ -37,13 +32,11 @@ int run(int argc, char** argv) {
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& wish) {  // help or version
-    return program.exit(wish);
-  } catch (const CLI::RequiredError& error) {
-    throw Failure(error.what(), kWrongArguments);
+    program.exit(wish);
+    if (!std::cout.flush()) throw Failure("can't write to standard output");
+    return 0;
   } catch (const std::exception& refusal) {
-    // An unknown option goes first: what follows it may have been taken for another's value.
-    const std::vector<std::string> extras = program.remaining(true);
-    throw Failure(extras.empty() ? refusal.what() : unexpected(extras), kWrongArguments);
+    throw Failure(sentenceOf(program, refusal), kWrongArguments);
   }
   catchStopSignals();
   return chosen();
@@ -58,6 +51,8 @@ int main(int argc, char** argv) {
   try {
     openStandardDescriptors();
     status = run(argc, argv);
+  } catch (const OutputClosed&) {
+    endByClosedPipe();
   } catch (const Failure& failure) {
     note(failure.what());
     status = failure.status();

@@ -18,7 +18,8 @@ std::vector<std::string> view(std::vector<std::string> more) {
 
 TEST(Arguments, AreRefusedWithASentence) {
   const std::string a23(23, 'a'), a32(32, 'a'), a64(64, 'a'), a254(254, 'a'),
-      file = freshFile("never.mp4");
+      file = freshFile("never.mp4"), there = freshFile("there.mp4");
+  std::ofstream(there) << "old";
   const std::pair<std::vector<std::string>, const char*> refusals[] = {
       {{"view", "h:0", "--device", "D"}, "from 1 to 65535"},
       {{"view", "h:65536", "--device", "D"}, "from 1 to 65535"},
@@ -37,25 +38,36 @@ TEST(Arguments, AreRefusedWithASentence) {
       {view({"--channel", "1,1"}), "twice"},
       {view({"--device", "D"}), "device D is given twice"},
       {view({"--device", "E", "--device", "F", "--channel", "0,1,2,3,4,5"}), "are 18 tiles"},
-      {{"probe", "h:80", "--device", "D", "--device", "E"}, "--device: At Most 1"},
+      {{"probe", "h:80", "--device", "D", "--device", "E"}, "--device can be given once only"},
       {view({"--size", "640x"}), "WxH"},
       {view({"--password-file", "/nowhere"}), "No such file"},
-      {view({"--snapshot", "/nowhere/a.png"}), "can't write"},
-      {view({"--path", "train"}), "--path: train not in {car,fleet,relay}"},
-      {view({"--stall", "0"}), "--stall: Value 0 not in range"},
-      {view({"--stall", "nan"}), "--stall: nan is no number"},
+      {view({"--snapshot", "/nowhere/a.png"}), "there is no folder '/nowhere'"},
+      {view({"--path", "train"}), "--path: unknown path 'train': there are fleet, car, relay"},
+      {view({"--path", "relai"}), "--path: unknown path 'relai': did you mean 'relay'?"},
+      {view({"--aspect", "steam"}), "did you mean 'stream'?"},
+      {{"veiw", "h:80"}, "unknown command 'veiw': did you mean 'view'?"},
+      {{"help"}, "did you mean '--help'?"},
+      {{"view", "--devcie", "D", "h:80"}, "unknown option '--devcie': did you mean '--device'?"},
+      {view({"-json"}), "unknown option '-j': did you mean '--json'?"},
+      {view({"--seconds"}), "--seconds needs its value: --seconds S"},
+      {view({"--snapshot", "a.jpg"}), "must end in .png"},
+      {view({"--tile-snapshots", "/nowhere"}), "there is no folder '/nowhere'"},
+      {{"record", "h:80", "--device", "D", "-o", there}, "exists; --overwrite replaces it"},
+      {view({"--stall", "0"}), "--stall: a number from 1 to 3600 is needed"},
+      {view({"--stall", "nan"}), "needed, not 'nan'"},
       {{"record", "h:80", "--device", "D", "-o", file, "--limit", "63K"}, "at least 64K"},
       {{"record", "h:80", "--device", "D", "-o", file, "--limit", "99999999999G"},
        "--limit must be a size"},
       {{"list", "a\033[2J:80", "--account", "a"}, "no name has: 'a\\x1b[2J'"},
       {{"list", "\xFF:80", "--account", "a"}, "no name has: '\\xff'"},
-      {view({"--seconds", "\033[1m"}), "Value \\x1b[1m not in"}};
+      {view({"--seconds", "\033[1m"}), "needed, not '\\x1b[1m'"}};
   for (const auto& [arguments, sentence] : refusals) {
     Command command(arguments);
     EXPECT_EQ(command.wait(), 2) << sentence;
     EXPECT_EQ(command.output(), "");
     EXPECT_NE(command.errors().find(sentence), std::string::npos) << command.errors();
   }
+  std::remove(there.c_str());
 }
 
 TEST(UnknownOption, IsNamedWithoutItsValue) {
@@ -63,7 +75,7 @@ TEST(UnknownOption, IsNamedWithoutItsValue) {
        {std::vector<std::string>{"--password", "hunter2"}, {"--password=hunter2"}, {"-phunter2"}}) {
     Command command(view(more));
     EXPECT_EQ(command.wait(), 2);
-    EXPECT_NE(command.errors().find("there is no option -"), std::string::npos);
+    EXPECT_NE(command.errors().find("unknown option '-"), std::string::npos);
     EXPECT_EQ(command.errors().find("hunter2"), std::string::npos) << command.errors();
   }
 }

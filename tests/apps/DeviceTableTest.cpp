@@ -60,5 +60,21 @@ TEST(DeviceTable, GivesSignedNumbersAndColumnsThatStandUnderEachOther) {
   EXPECT_EQ(json[1]["blk64_hex"].get<std::string>().substr(0, 12), "457373656e00");
 }
 
+TEST(Columns, HoldWithWideAndCombiningCharacters) {
+  EXPECT_EQ(columnsOf("\xE4\xBA\xAC\xF0\x9F\x9A\x9A"
+                      "a\xCC\x88"),
+            5U);
+  std::vector<DevInfoItem> devices(2);
+  std::memset(devices.data(), 0, sizeof(DevInfoItem) * devices.size());
+  std::memcpy(devices[0].blk64, "\xE4\xBA\xAC\xE4\xBA\xAC", 6);
+  std::memcpy(devices[1].blk64, "a\xCC\x88z", 4);
+  std::memcpy(devices[0].blkA32, "X", 1);
+  std::memcpy(devices[1].blkA32, "X", 1);
+  const std::string table = deviceTable(devices, false);
+  EXPECT_NE(table.find("\xE4\xBA\xAC\xE4\xBA\xAC   X"), std::string::npos) << table;
+  EXPECT_NE(table.find("a\xCC\x88z     X"), std::string::npos) << table;
+  EXPECT_EQ(cutTo("\xE4\xBA\xAC\xE4\xBA\xAC\n", 9, 3), "\xE4\xBA\xAC\n") << "no half of one";
+}
+
 }  // namespace
 }  // namespace quorvid::app

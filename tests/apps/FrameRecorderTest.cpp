@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "apps/Recording.h"
+#include "apps/common/Failure.h"
 
 namespace {
 
@@ -50,7 +51,10 @@ class Recorded : public testing::TestWithParam<const char*> {
   ~Recorded() override { std::remove(file_.c_str()); }
 
   void take(const Bytes& frame) { recorder_->take(frame.data(), frame.size(), time_ += 0.04); }
-  void start(std::int64_t limit) { recorder_ = std::make_unique<FrameRecorder>(file_, limit); }
+  void start(std::int64_t limit, double split = 0, bool overwrite = true) {
+    recorder_ =
+        std::make_unique<FrameRecorder>(RecorderOptions{file_, limit, split, overwrite, "t", "c"});
+  }
   // Closes the file, which holds every frame that was taken.
   void finish() {
     recorder_->close();
@@ -114,6 +118,42 @@ TEST_P(Recorded, LeavesRoomOnTheDisk) {
   EXPECT_EQ(recorder_->full(), FrameRecorder::Full::Disk);
   EXPECT_GT(recorder_->frames(), 5U);
   finish();
+}
+
+std::string contentOf(const std::string& fileName) {
+  std::ifstream file(fileName);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST_P(Recorded, HoldsEveryFrameInPiecesThatBeginWithKeyFrames) {
+  start(0, 1, false);
+  Bytes sent;
+  for (int i = 0; i < 100; ++i) {
+    Bytes frame = i % 15 == 0 ? keyFrame(kSps, 300) : frameOf({Bytes(100, 0x41)});
+    frame.back() = static_cast<std::uint8_t>(i);
+    take(frame);
+    sent.insert(sent.end(), frame.begin(), frame.end());
+  }
+  recorder_->close();
+  EXPECT_EQ(recorder_->files().size(), 4U) << "a key frame every 0.6 s: pieces of 1.2 s";
+  int frames = 0;
+  std::string bytes;
+  for (const std::string& file : recorder_->files()) {
+    const Recording piece = readRecording(file);
+    EXPECT_TRUE(piece.beginsWithKey) << file;
+    frames += piece.frames;
+    bytes += contentOf(file);
+    std::remove(file.c_str());
+  }
+  const bool isBare = file_.ends_with(".h264");
+  EXPECT_TRUE(isBare ? bytes == std::string(sent.begin(), sent.end()) : frames == 100) << frames;
+}
+
+TEST_P(Recorded, DoesNotTakeThePlaceOfAFileThatCameMeanwhile) {
+  start(0, 0, false);
+  std::ofstream(file_) << "old";
+  EXPECT_THROW(take(keyFrame(kSps, 500)), Failure);
+  EXPECT_EQ(contentOf(file_), "old");
 }
 
 INSTANTIATE_TEST_SUITE_P(As, Recorded, testing::Values("mp4", "mkv", "h264"),

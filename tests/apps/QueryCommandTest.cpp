@@ -86,4 +86,24 @@ TEST(Gps, GivesUpOnAServerThatNeverAnswersWholeAndEndsOnASignal) {
   EXPECT_NE(endless.errors().find("no complete reply within 5 s"), std::string::npos);
 }
 
+// The shell says nothing of a program that ends by this signal.
+TEST(AClosedPipe, EndsACommandWithoutAWord) {
+  SimProcess sim({});
+  for (const std::vector<std::string>& arguments :
+       {query("list", sim.port("list")),
+        query("gps", sim.port("list"), {"--json"}),
+        {"record", at(sim.port("fleet")), "--device", "D", "--stats", "-o", freshFile("p.mp4")},
+        {"view", at(sim.port("fleet")), "--device", "D", "--stats", "--headless"}}) {
+    int out[2];
+    ASSERT_EQ(pipe2(out, O_CLOEXEC), 0);
+    close(out[0]);
+    const WrittenText errors;
+    ChildProcess command(QUORVID_APP, arguments, out[1], errors.descriptor());
+    close(out[1]);
+    EXPECT_EQ(command.wait(), 128 + SIGPIPE) << arguments[0];
+    EXPECT_EQ(errors.text(), "") << arguments[0];
+  }
+  freshFile("p.mp4");
+}
+
 }  // namespace

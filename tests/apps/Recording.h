@@ -13,6 +13,7 @@ struct Recording {
   double seconds = 0;  // from the first frame to the last
   int width = 0;
   bool beginsWithKey = false;
+  std::string title, creationTime;
 };
 
 inline Recording readRecording(const std::string& fileName) {
@@ -32,6 +33,12 @@ inline Recording readRecording(const std::string& fileName) {
     recording.seconds = static_cast<double>(packet->pts - first) * av_q2d(stream->time_base);
     av_packet_unref(packet);
   }
+  const auto tag = [context](const char* key) -> std::string {
+    const AVDictionaryEntry* const entry = av_dict_get(context->metadata, key, nullptr, 0);
+    return entry != nullptr ? entry->value : "";
+  };
+  recording.title = tag("title");
+  recording.creationTime = tag("creation_time");
   recording.width = stream->codecpar->width;
   av_packet_free(&packet);
   avformat_close_input(&context);

@@ -5,8 +5,10 @@
 
 #include <cmath>
 #include <csignal>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <sstream>
 
 #include "apps/Command.h"
 #include "apps/Recording.h"
@@ -83,6 +85,61 @@ TEST_F(Record, EndsAtItsLimitWithAFileThatPlays) {
   expectEnd(3, "limit of 64K", 4);
 }
 
+// What is played from its start to every client comes again in the same bytes.
+TEST_F(Record, SplitIntoFilesItHoldsWhatItHoldsInOne) {
+  start("h264", {"--seconds", "3.5", "--split", "0.02", "--json", "--stats"}, sim_.port("fleet"));
+  const std::string whole = freshFile("whole.h264");
+  Command second(stream("record", sim_.port("fleet"), {"--seconds", "3.5", "-o", whole}));
+  ASSERT_EQ(command_->wait() + second.wait(), 0) << command_->errors() << second.errors();
+  std::istringstream lines(command_->output());
+  nlohmann::json report;
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count) report = nlohmann::json::parse(line);
+  EXPECT_GE(count, 3) << "a line a second and the report";
+  std::ifstream file(whole);
+  const std::string expected{std::istreambuf_iterator<char>(file), {}};
+  std::string pieces;
+  for (const std::string name : report["files"]) {
+    std::ifstream piece(name);
+    pieces.append(std::istreambuf_iterator<char>(piece), {});
+    unlink(name.c_str());
+  }
+  unlink(whole.c_str());
+  EXPECT_GE(report["files"].size(), 2U);
+  EXPECT_EQ(report["bytes"], pieces.size());
+  const std::size_t both = std::min(pieces.size(), expected.size());
+  EXPECT_GT(both, 100'000U);
+  EXPECT_EQ(pieces.substr(0, both), expected.substr(0, both));
+}
+
+TEST_F(Record, NamesDeviceAndTimeInTheFile) {
+  for (const char* ending : {"mp4", "mkv"}) {
+    start(ending, {"--seconds", "1"}, sim_.port("fleet"));
+    ASSERT_EQ(command_->wait(), 0) << command_->errors();
+    const Recording recording = readRecording(file_);
+    EXPECT_EQ(recording.title, "TRUCK-7 channel 0");
+    EXPECT_EQ(recording.creationTime.substr(0, 2), "20");
+    std::remove(file_.c_str());
+  }
+}
+
+TEST_F(Record, FailsAtOnceWhereThereIsNoStreamUnlessItIsToWait) {
+  SimProcess other({"--devices", "OTHER"});
+  start("mp4", {"--json"}, other.port("fleet"));
+  EXPECT_EQ(command_->wait(), 1) << "without a limit of time";
+  EXPECT_NE(command_->errors().find("refused the stream with status 1"), std::string::npos);
+  EXPECT_EQ(nlohmann::json::parse(command_->output())["frames"], 0);
+  int port = 0;
+  {
+    SimProcess gone({});
+    port = gone.port("fleet");
+  }
+  start("mp4", {"--wait", "--seconds", "1"}, port);
+  ASSERT_TRUE(command_->says("nothing listens at " + at(port) + "; trying again"));
+  SimProcess late({"--port", std::to_string(port)});
+  expectEnd(0, " frames, ", 10);
+}
+
 TEST(Probe, ExplainsAGoodStreamAndWhatIsWrongWithOthers) {
   SimProcess good({"--sei", "--size", "704x576"});
   for (const char* path : {"fleet", "relay", "car"}) {
@@ -93,6 +150,12 @@ TEST(Probe, ExplainsAGoodStreamAndWhatIsWrongWithOthers) {
     EXPECT_NE(command.output().find("streams 704x576"), std::string::npos);
     EXPECT_NE(command.output().find("SPS 9, PPS 4, SEI 5, key slice"), std::string::npos);
   }
+  Command json(stream("probe", good.port("fleet"), {"--seconds", "1", "--json"}));
+  EXPECT_EQ(json.wait(), 0) << json.errors();
+  const auto report = nlohmann::json::parse(json.output());
+  EXPECT_EQ(report["verdict"], "OK");
+  EXPECT_EQ(report["figures"]["stream_size"]["width"], 704);
+  EXPECT_EQ(report["steps"][1]["step"], "connected");
   const struct {
     const char* fault;
     const char* service;
@@ -117,15 +180,17 @@ TEST(AStopSignal, EndsAProbeAtOnceAndLeavesTimeToSayWhyNothingCame) {
   SimProcess drip({"--fault", "one-byte:relay:50000"});
   Command probe(stream("probe", drip.port("relay"), {"--path", "relay", "--timeout", "60"}));
   SimProcess sim({"--devices", "OTHER"});
-  Command record(stream("record", sim.port("fleet"), {"-o", freshFile("none.mp4")}));
+  Command record(stream("record", sim.port("fleet"), {"-o", freshFile("none.mp4"), "--wait"}));
   ASSERT_TRUE(probe.says("relay lookup")) << probe.errors();
   probe.signal(SIGTERM);
   EXPECT_EQ(probe.wait(), 1);
   EXPECT_NE(probe.output().find(": interrupted ("), std::string::npos) << probe.output();
-  ASSERT_TRUE(record.says("starting the stream again")) << record.errors();
+  ASSERT_TRUE(record.says("; trying again")) << record.errors();
   record.signal(SIGTERM);
   EXPECT_EQ(record.wait(), 1);
-  EXPECT_NE(record.errors().find("sent no stream for"), std::string::npos) << record.errors();
+  EXPECT_NE(record.errors().find("nothing was recorded: " + at(sim.port("fleet")) + " refused"),
+            std::string::npos)
+      << record.errors();
 }
 
 TEST(ViewOfTheRelayPath, ShowsPicturesOrSaysThatThereIsNoRelay) {

@@ -264,6 +264,8 @@ TEST(View, SaysWhyThereIsNoPicture) {
               std::string::npos)
         << unknown.errors();
   }
+  Command waiting(view(gone, {}));
+  EXPECT_TRUE(waiting.says("channel 0: nothing listens at " + at(gone))) << "while it runs";
   Command refused(view(gone, {"--seconds", "1", "--snapshot", freshFile("none.png")}));
   EXPECT_EQ(refused.wait(), 1);
   EXPECT_NE(refused.errors().find("nothing listens at " + at(gone)), std::string::npos);

@@ -1,10 +1,12 @@
 // `quorvid probe`: connects to a stream and says step by step what happens.
 #include <fmt/chrono.h>
 
+#include <algorithm>
 #include <ctime>
 
 #include "apps/common/Commands.h"
 #include "apps/common/Deadline.h"
+#include "apps/common/Json.h"
 #include "apps/common/Output.h"
 #include "apps/common/Reachability.h"
 #include "apps/common/Terminal.h"
@@ -18,12 +20,16 @@ namespace {
 struct ProbeOptions : StreamOptions {
   double seconds = 10;
   double timeout = 10;
+  ReportOptions report;
 
   void addTo(CLI::App& command) {
     StreamOptions::addTo(command);
     addSeconds(command, "--seconds", seconds, 0.5, 86400, "how long to measure (10)");
     addSeconds(command, "--timeout", timeout, 0.1, 3600, "longest wait in each step (10)");
-    command.footer("Exit status: 0 the verdict is OK, 1 it is not, 2 wrong arguments.");
+    addReport(command, report);
+    command.footer(helpEnd("probe 192.0.2.7:5000 --device TRUCK-7 --seconds 30",
+                           "0 the verdict is OK; 1 it is not; 2 wrong arguments; 141 standard "
+                           "output was closed."));
   }
 };
 
@@ -54,12 +60,15 @@ class ProbeCommand {
 
  private:
   // One line: how long it took since the start, what step, what happened.
-  void say(const char* step, const std::string& text) const {
-    output_.write(
-        fmt::format("{:7.3f} s  {:<10} {}\n", steadySeconds() - start_, step, visibleText(text)));
+  void say(const char* step, const std::string& text) {
+    const double seconds = steadySeconds() - start_;
+    const std::string visible = visibleText(text);
+    steps_.push_back({{"seconds", rounded(seconds)}, {"step", step}, {"text", visible}});
+    if (!options_.report.inWords()) return;
+    output_.write(fmt::format("{:7.3f} s  {:<10} {}\n", seconds, step, visible));
   }
 
-  std::string resolve(const std::string& host) const {
+  std::string resolve(const std::string& host) {
     const Reachability server = resolveServer(options_.target.server, options_.timeout);
     if (server.address.empty()) throw ProbeFailure(server.sentence);
     say("resolved", host + " is " + server.address);
@@ -101,6 +110,13 @@ class ProbeCommand {
 
   void measure(ProbeDialect& dialect, ProbeSocket& socket) {
     const double begin = steadySeconds();
+    if (options_.report.stats) {
+      socket.setWaiting([this, due = begin + 1]() mutable {
+        if (steadySeconds() < due) return;
+        due = std::max(due + 1, steadySeconds());
+        tellStats();
+      });
+    }
     while (steadySeconds() - begin < options_.seconds && !stopRequested()) {
       socket.beginStep();
       const ProbeFrame frame = dialect.nextFrame(socket);
@@ -127,8 +143,15 @@ class ProbeCommand {
     }
   }
 
+  void tellStats() const {
+    Json json;
+    json["seconds"] = rounded(steadySeconds() - start_);
+    json.update(figures_.json());
+    output_.write(textOf(json, true));
+  }
+
   void tellFigures() {
-    if (figures_.frames() == 0) return;
+    if (figures_.frames() == 0 || !options_.report.inWords()) return;
     for (const StreamFigures::Line& line : figures_.lines()) {
       say(line.name, line.text);
     }
@@ -149,11 +172,30 @@ class ProbeCommand {
     if (!end.empty()) problems.insert(problems.begin(), end);
     const char* word = figures_.frames() == 0 ? "FAILED" : problems.empty() ? "OK" : "PROBLEM";
     if (!problems.empty()) text += fmt::format(": {}", fmt::join(problems, "; "));
+    const bool isOk = problems.empty() && figures_.frames() > 0;
     // A ticket is read days later, elsewhere.
-    output_.write(fmt::format("verdict: {}: {} ({:%Y-%m-%d %H:%M:%S} UTC, quorvid {})\n", word,
-                              visibleText(text), fmt::gmtime(std::time(nullptr)),
-                              QUORVID_APP_VERSION));
-    return problems.empty() && figures_.frames() > 0 ? 0 : 1;
+    const std::time_t now = std::time(nullptr);
+    if (options_.report.json) writeJson(word, problems, now);
+    if (options_.report.inWords()) {
+      output_.write(fmt::format("verdict: {}: {} ({:%Y-%m-%d %H:%M:%S} UTC, quorvid {})\n", word,
+                                visibleText(text), fmt::gmtime(now), QUORVID_APP_VERSION));
+    } else if (!isOk) {
+      note(fmt::format("{}: {}", word, text));
+    }
+    return isOk ? 0 : 1;
+  }
+
+  void writeJson(const char* word, const std::vector<std::string>& problems,
+                 std::time_t time) const {
+    Json json = targetJson(options_.target);
+    json["time"] = utcText(time);
+    json["version"] = QUORVID_APP_VERSION;
+    json["verdict"] = word;
+    json["problems"] = Json::array();
+    for (const std::string& problem : problems) json["problems"].push_back(visibleText(problem));
+    json["figures"] = figures_.frames() > 0 ? figures_.json() : Json();
+    json["steps"] = steps_;
+    output_.write(textOf(json, options_.report.stats));
   }
 
   const ProbeOptions& options_;
@@ -161,6 +203,7 @@ class ProbeCommand {
   const std::string token_ = sessionToken(options_.target.account);
   const ReportOutput output_{false};
   StreamFigures figures_;
+  Json steps_ = Json::array();
 };
 
 int runProbe(const ProbeOptions& options) {

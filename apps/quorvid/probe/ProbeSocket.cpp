@@ -42,6 +42,7 @@ void ProbeSocket::finish(const std::string& late) {
   context_.restart();
   while (!context_.stopped()) {
     if (stopRequested()) throw ProbeInterrupted();
+    waiting_();
     context_.run_one_for(kLookInterval);
     if (!context_.stopped() && steadySeconds() >= deadline_) {
       throw ProbeFailure(fmt::format("{} within {:g} s", late, timeout_));

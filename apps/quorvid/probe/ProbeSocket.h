@@ -8,7 +8,9 @@
 #include <asio/ip/tcp.hpp>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/common/Failure.h"
@@ -33,6 +35,8 @@ class ProbeSocket {
   // many bytes it takes.
   ProbeSocket(const std::string& address, int port, double timeout);
 
+  // Called again and again while something is waited for, every 50 ms at least.
+  void setWaiting(std::function<void()> waiting) { waiting_ = std::move(waiting); }
   // The time for what follows starts anew.
   void beginStep();
   void send(const std::vector<std::uint8_t>& record);
@@ -55,6 +59,7 @@ class ProbeSocket {
   asio::io_context context_;
   asio::ip::tcp::socket socket_{context_};
   asio::error_code error_;  // of the last operation
+  std::function<void()> waiting_ = [] {};
   double timeout_;
   double deadline_ = 0;
   bool stepHasBytes_ = false;

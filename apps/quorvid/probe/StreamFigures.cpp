@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "quorvid/connection/VehicleConnection.h"
 
@@ -133,6 +134,31 @@ std::vector<StreamFigures::Line> StreamFigures::lines() const {
   add("layout", fmt::format("{} of {} key frames keep the fixed layout{}{}", layoutKept_,
                             keyFrames_, layoutBroken_.empty() ? "" : "; one is ", layoutBroken_));
   return lines;
+}
+
+Json StreamFigures::json() const {
+  const auto keys = static_cast<double>(keyFrames_);
+  Json json;
+  json["frames"] = frames_;
+  json["measured_seconds"] = rounded(seconds());
+  json["frames_per_second"] = rounded(framesPerSecond());
+  json["bytes"] = bytes_;
+  json["bits_per_second"] = std::round(bitsPerSecond());
+  json["stream_size"] = size_ ? sizeJson(*size_) : Json();
+  json["key_frames"] = keyFrames_;
+  json["key_frame_interval_seconds"] =
+      keyFrames_ > 1 ? Json(rounded((lastKey_ - firstKey_) / (keys - 1))) : Json();
+  json["longest_key_frame_interval_seconds"] =
+      keyFrames_ > 1 ? Json(rounded(longestKeyPause_)) : Json();
+  json["key_frames_in_fixed_layout"] = layoutKept_;
+  json["largest_frame_bytes"] = largest_;
+  json["longest_pause_seconds"] = rounded(longestPause_);
+  json["frames_out_of_sequence"] = leftOut_;
+  json["frames_without_start_code"] = unusable_;
+  json["size_changes"] = sizeChanges_;
+  json["stray_bytes"] = garbage_;
+  json["audio_packets"] = audioPackets_;
+  return json;
 }
 
 std::vector<std::string> StreamFigures::problems() const {

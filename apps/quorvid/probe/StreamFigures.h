@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/common/Json.h"
 #include "apps/common/Stream.h"
 
 namespace quorvid::app {
@@ -42,6 +43,7 @@ class StreamFigures {
     std::string text;
   };
   std::vector<Line> lines() const;
+  Json json() const;
   // What will trouble the live view, a sentence each; empty when nothing will.
   std::vector<std::string> problems() const;
 

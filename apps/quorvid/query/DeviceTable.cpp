@@ -59,16 +59,11 @@ Row rowOf(const DevInfoItem& device, std::size_t index) {
           text(4)};
 }
 
-std::size_t charactersIn(const std::string& text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
 std::string lineOf(const Row& row, const std::vector<std::size_t>& widths) {
   std::string line;
   for (std::size_t i = 0; i < row.size(); ++i) {
     line += row[i];
-    if (i + 1 < row.size()) line.append(widths[i] - charactersIn(row[i]) + 2, ' ');
+    if (i + 1 < row.size()) line.append(widths[i] - columnsOf(row[i]) + 2, ' ');
   }
   line.erase(line.find_last_not_of(' ') + 1);
   return line + "\n";
@@ -100,7 +95,7 @@ std::string deviceTable(const std::vector<DevInfoItem>& devices, bool raw) {
   std::vector<std::size_t> widths(rows.front().size());
   for (const Row& row : rows) {
     for (std::size_t i = 0; i < row.size(); ++i) {
-      widths[i] = std::max(widths[i], charactersIn(row[i]));
+      widths[i] = std::max(widths[i], columnsOf(row[i]));
     }
   }
   std::string text = lineOf(rows.front(), widths);

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <atomic>
 #include <ctime>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "apps/common/CommandLine.h"
 #include "apps/common/Commands.h"
 #include "apps/common/Deadline.h"
 #include "apps/common/Failure.h"
@@ -22,6 +24,8 @@ namespace {
 constexpr double kLookInterval = 0.05;
 constexpr double kReachTimeout = 2;
 constexpr double kLongestPause = 30;
+constexpr double kPollPause = 4;  // of the poller
+constexpr double kSilenceToTell = 3;
 
 struct GpsOptions : AccountOptions {
   bool json = false;
@@ -30,9 +34,14 @@ struct GpsOptions : AccountOptions {
 
   void addTo(CLI::App& command) {
     AccountOptions::addTo(command);
-    command.add_flag("--json", json, "one JSON object for each poll, one a line");
+    command.add_flag("--json", json, "one JSON object for each poll, one a line (a table)");
     addSeconds(command, "--timeout", timeout, 5, 86400, "give up when a poll takes longer (30)");
-    command.add_option("--polls", polls, "end after so many polls")->type_name("N");
+    command.add_option("--polls", polls, "end after so many polls (on a signal)")
+        ->check(wholeWithin(0, 1'000'000'000))
+        ->type_name("N");
+    command.footer(helpEnd("gps 192.0.2.7:6000 --account fleetop --json --polls 10",
+                           "0 there was a poll; 1 there was none; 2 wrong arguments; 141 standard "
+                           "output was closed."));
   }
 };
 
@@ -115,13 +124,19 @@ class GpsCommand {
   void follow() {
     GpsFeed feed(options_.target);
     double waitedSince = steadySeconds();
+    double tellAt = waitedSince + kSilenceToTell;
     while (!feed.hasEnded(kLookInterval)) {
       if (const auto devices = feed.newPoll()) {
         print(*devices);
         waitedSince = steadySeconds();
+        tellAt = waitedSince + kPollPause + kSilenceToTell;
         pause_ = 1;
       }
       if (isDone()) return;
+      if (steadySeconds() >= tellAt) {
+        note(whyNoAnswerYet(options_.target.server));
+        tellAt = std::numeric_limits<double>::max();
+      }
       if (steadySeconds() - waitedSince >= options_.timeout) {
         throw Failure(fmt::format("no complete reply within {:g} s", options_.timeout));
       }

@@ -26,9 +26,12 @@ struct ListOptions : AccountOptions {
 
   void addTo(CLI::App& command) {
     AccountOptions::addTo(command);
-    command.add_flag("--json", json, "report as JSON");
-    command.add_flag("--raw", raw, "show the bytes of each block");
+    command.add_flag("--json", json, "report as a JSON object (a table)");
+    command.add_flag("--raw", raw, "show the bytes of each block, too");
     addSeconds(command, "--timeout", timeout, 0.1, 86400, "give up after so many seconds (30)");
+    command.footer(helpEnd("list 192.0.2.7:6000 --account fleetop --password-file pw",
+                           "0 the whole list was shown; 1 it was not; 2 wrong arguments; 141 "
+                           "standard output was closed."));
   }
 };
 
@@ -73,12 +76,19 @@ std::string report(const ListOptions& options, const std::vector<DevInfoItem>& d
 
 // Returns once the worker has.
 void wait(Abandonable<int>& worker, Query& query, double timeout) {
+  constexpr double kSilenceToTell = 3;
+  bool isTold = false;
   const double start = steadySeconds();
   ProgressLine progress;
   while (!worker.waitFor(kLookInterval)) {
     const double waited = steadySeconds() - start;
     const std::size_t arrived = query.arrived();
     progress.show(fmt::format("waiting for the list: {:.0f} s, {} devices", waited, arrived));
+    if (arrived == 0 && !isTold && waited >= kSilenceToTell) {
+      isTold = true;
+      progress.clear();
+      note(whyNoAnswerYet(query.target.server));
+    }
     if (stopRequested()) throw Failure("interrupted");
     if (waited >= timeout) {
       throw Failure(

@@ -3,7 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
+#include <utility>
+
+#include "apps/common/Json.h"
+#include "apps/quorvid/record/DiskRoom.h"
+#include "apps/quorvid/record/PieceName.h"
 
 namespace quorvid::app {
 
@@ -13,27 +17,10 @@ using h264::UnitType;
 
 constexpr std::int64_t kDiskLook = 1 << 20;  // bytes from one look at the disk to the next
 constexpr std::int64_t kFirstExtra = 4096;   // a file's header at most, without the sets
-// What a recording leaves to others: a twentieth of the disk, at most 256 MiB.
-constexpr std::uintmax_t kPartLeftFree = 20;
-constexpr std::uintmax_t kMostLeftFree = 256 << 20;
 
 bool holds(const std::vector<h264::Unit>& units, UnitType type) {
   return std::any_of(units.begin(), units.end(),
                      [type](const h264::Unit& unit) { return unit.type == type; });
-}
-
-// Bytes that may still be written to the file's disk, `most` at most; that where the disk does not
-// tell. The file, or else its folder, must exist.
-std::int64_t roomOnDisk(const std::string& fileName, std::int64_t most) {
-  std::error_code error;
-  std::filesystem::space_info disk = std::filesystem::space(fileName, error);
-  if (error) {
-    disk = std::filesystem::space(std::filesystem::absolute(fileName).parent_path(), error);
-  }
-  if (error || disk.capacity == 0) return most;
-  const std::uintmax_t left = std::min(disk.capacity / kPartLeftFree, kMostLeftFree);
-  const std::uintmax_t room = disk.available - std::min(left, disk.available);
-  return static_cast<std::int64_t>(std::min(room, static_cast<std::uintmax_t>(most)));
 }
 
 }  // namespace
@@ -44,28 +31,26 @@ void FrameRecorder::take(const std::uint8_t* frame, std::size_t length, double n
     ++unusable_;
     return;
   }
-  keepParameterSets({frame, length}, units);
   const bool isKey = holds(units, UnitType::KeySlice);
+  if (file_ && isKey && options_.split > 0 && now - fileStart_ >= options_.split) close();
+  keepParameterSets({frame, length}, units);
   if (!judgeParameterSets()) {
     waitingForKey_ = true;
     refused_ += isKey && !sps_.empty() && !pps_.empty() ? 1 : 0;
     return;
   }
-  if (waitingForKey_ && !isKey) return;
+  const bool begins = waitingForKey_ || !file_;
+  if (begins && !isKey) return;
   std::vector<std::uint8_t> whole;
-  if (waitingForKey_ && !holds(units, UnitType::Sps)) {
+  if (begins && !holds(units, UnitType::Sps)) {
     // The sets came in frames of their own, before this picture.
     whole = parameterSets();
   }
   whole.insert(whole.end(), frame, frame + length);
   if (!hasRoom(whole)) return;
   waitingForKey_ = false;
-  if (!file_) {
-    size_ = *spsSize_;
-    file_ = std::make_unique<StreamFile>(fileName_, parameterSets(), size_);
-    start_ = now;
-  }
-  file_->write(whole.data(), whole.size(), now - start_, isKey);
+  if (!file_) beginFile(now);
+  file_->write(whole.data(), whole.size(), now - fileStart_, isKey);
   lastTime_ = now - start_;
   ++frames_;
 }
@@ -87,8 +72,8 @@ void FrameRecorder::keepParameterSets(h264::ByteView frame, const std::vector<h2
 bool FrameRecorder::judgeParameterSets() {
   if (setsChanged_) {
     setsChanged_ = false;
-    setsUsable_ =
-        spsSize_ && !pps_.empty() && StreamFile::canBegin(fileName_, parameterSets(), *spsSize_);
+    setsUsable_ = spsSize_ && !pps_.empty() &&
+                  StreamFile::canBegin(options_.fileName, parameterSets(), *spsSize_);
   }
   return setsUsable_;
 }
@@ -105,20 +90,40 @@ bool FrameRecorder::hasRoom(const std::vector<std::uint8_t>& frame) {
   // Start codes become lengths, which makes a frame longer by a third at most.
   const std::int64_t most = file_ ? file_->bytesAtMostWith(frame.data(), frame.size())
                                   : size + size / 3 + sets + kFirstExtra;
-  if (limit_ > 0 && most > limit_) {
+  if (options_.limit > 0 && bytesBefore_ + most > options_.limit) {
     full_ = Full::Limit;
     return false;
   }
   if (diskRoom_ < size) {
-    diskRoom_ = roomOnDisk(fileName_, kDiskLook);
+    diskRoom_ = roomOnDisk(options_.fileName, kDiskLook);
     full_ = diskRoom_ < size ? Full::Disk : Full::No;
   }
   diskRoom_ -= size;
   return full_ == Full::No;
 }
 
+void FrameRecorder::beginFile(double now) {
+  const std::time_t time = std::time(nullptr);
+  const std::string name =
+      options_.split > 0 ? pieceName(options_.fileName, time) : options_.fileName;
+  if (!options_.overwrite) requireNew(name);
+  if (files_.empty()) {
+    start_ = now;
+    startTime_ = time;
+  }
+  size_ = *spsSize_;
+  fileStart_ = now;
+  file_ = std::make_unique<StreamFile>(name, parameterSets(), size_,
+                                       FileTags{options_.title, options_.comment, utcText(time)});
+  files_.push_back(name);
+}
+
 void FrameRecorder::close() {
-  if (file_) file_->close();
+  if (!file_) return;
+  noteChanges();
+  file_->close();
+  bytesBefore_ += file_->bytes();
+  file_.reset();
 }
 
 std::string FrameRecorder::figures() const {
@@ -137,22 +142,30 @@ std::vector<std::string> FrameRecorder::oddities() const {
                     "out with the pictures behind them",
                     refused_));
   }
+  sentences.insert(sentences.end(), changed_.begin(), changed_.end());
+  return sentences;
+}
+
+// Each sentence once, however many files have it.
+void FrameRecorder::noteChanges() {
   const std::string first = size_.text();
   const std::string last = spsSize_.value_or(size_).text();
+  std::string sentence;
   if (first != last) {
-    sentences.push_back(
-        fmt::format("the stream changed its picture size from {} to {}; the file begins with the "
-                    "first, and some players stop at the change",
-                    first, last));
-  } else if (changes_ > 0) {
-    sentences.emplace_back("the stream changed its parameter sets; some players stop there");
+    sentence = fmt::format(
+        "the stream changed its picture size from {} to {}; the file begins with the first, and "
+        "some players stop at the change",
+        first, last);
+  } else if (std::exchange(changes_, 0) > 0) {
+    sentence = "the stream changed its parameter sets; some players stop there";
   }
-  return sentences;
+  const bool isKnown = std::find(changed_.begin(), changed_.end(), sentence) != changed_.end();
+  if (!sentence.empty() && !isKnown) changed_.push_back(std::move(sentence));
 }
 
 std::string FrameRecorder::whyNothingWasWritten(const std::string& limit) const {
   if (full_ == Full::Limit) return "the first key frame doesn't fit into " + limit;
-  if (full_ == Full::Disk) return "the disk is nearly full";
+  if (full_ == Full::Disk) return kDiskFull;
   if (refused_ > 0) {
     return fmt::format("no file can begin with the parameter sets of the {} key frames that came",
                        refused_);

@@ -1,11 +1,5 @@
 #include "apps/quorvid/record/StreamFile.h"
 
-extern "C" {
-#include <libavformat/avformat.h>
-#include <libavutil/error.h>
-#include <libavutil/mem.h>
-}
-
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -15,6 +9,7 @@ extern "C" {
 #include <cstring>
 
 #include "apps/common/Failure.h"
+#include "apps/quorvid/record/AvFormatLibrary.h"
 
 namespace quorvid::app {
 
@@ -90,6 +85,12 @@ struct StreamFile::Muxer {
     return 0;
   }
 
+  void tag(const FileTags& tags) const {
+    av_dict_set(&context->metadata, "title", tags.title.c_str(), 0);
+    av_dict_set(&context->metadata, "comment", tags.comment.c_str(), 0);
+    av_dict_set(&context->metadata, "creation_time", tags.creationTime.c_str(), 0);
+  }
+
   int writeHeader() {
     AVDictionary* options = nullptr;
     // A fragment for each key frame, and at least every 2 s where key frames are rare.
@@ -124,7 +125,7 @@ bool StreamFile::canWrite(const std::string& fileName) {
 }
 
 StreamFile::StreamFile(std::string fileName, const std::vector<std::uint8_t>& parameterSets,
-                       PixelSize size)
+                       PixelSize size, const FileTags& tags)
     : fileName_(std::move(fileName)), muxer_(std::make_unique<Muxer>()) {
   av_log_set_level(AV_LOG_FATAL);
   // The "file:" keeps a name with a colon from being taken for a protocol.
@@ -135,6 +136,7 @@ StreamFile::StreamFile(std::string fileName, const std::vector<std::uint8_t>& pa
   result = result < 0 ? result : avio_open(&muxer_->context->pb, url.c_str(), AVIO_FLAG_WRITE);
   if (result >= 0) {
     muxer_->context->flags |= AVFMT_FLAG_FLUSH_PACKETS;
+    muxer_->tag(tags);
     result = muxer_->writeHeader();
   }
   noteWritten(result);

@@ -16,6 +16,13 @@
 
 namespace quorvid::app {
 
+// What players show of a file. A bare stream (.h264) has no place for it.
+struct FileTags {
+  std::string title;
+  std::string comment;
+  std::string creationTime;  // "2026-01-31T23:59:59Z"
+};
+
 class StreamFile {
  public:
   // True for names with an ending that can be written.
@@ -28,7 +35,8 @@ class StreamFile {
 
   // Makes the file. parameterSets: the stream's SPS and PPS with start codes; size: what they
   // state. Throws Failure.
-  StreamFile(std::string fileName, const std::vector<std::uint8_t>& parameterSets, PixelSize size);
+  StreamFile(std::string fileName, const std::vector<std::uint8_t>& parameterSets, PixelSize size,
+             const FileTags& tags);
   // Closes the file if close() was not called.
   ~StreamFile();
   StreamFile(const StreamFile&) = delete;
@@ -40,6 +48,7 @@ class StreamFile {
   void write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey);
   // Finishes the file. Throws Failure when something of it can't be written.
   void close();
+  const std::string& name() const { return fileName_; }
   std::int64_t bytes() const { return wholeBytes_; }
   // How large the file can become at most when this frame is written too and the file is finished.
   std::int64_t bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const;

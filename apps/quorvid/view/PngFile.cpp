@@ -1,7 +1,6 @@
 #include "apps/quorvid/view/PngFile.h"
 
 #include <fmt/format.h>
-#include <png.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,9 +10,12 @@
 #include <ctime>
 #include <memory>
 
+#include "apps/quorvid/view/DrawingLibraries.h"
+
 namespace quorvid::app {
 
 bool writePng(const WindowPicture& picture, const std::string& fileName, std::string& error) {
+  if (error = pngLibrary.load(); !error.empty()) return false;
   struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };

@@ -1,11 +1,12 @@
 #include "apps/quorvid/view/TextLayer.h"
 
-#include <cairo.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <utility>
+
+#include "apps/common/Terminal.h"
+#include "apps/quorvid/view/DrawingLibraries.h"
 
 namespace quorvid::app {
 
@@ -90,7 +91,13 @@ PicturePtr pictureOf(cairo_surface_t* surface, int width, int height) {
 
 }  // namespace
 
+void loadFonts() {
+  if (const std::string why = cairoLibrary.load(); !why.empty()) return note("no text: " + why);
+  drawn({{"0"}}, 16, 16, 1);
+}
+
 std::unique_ptr<TextLayer> TextLayer::make(std::shared_ptr<UIView> container) {
+  if (!cairoLibrary.load().empty()) return nullptr;
   std::shared_ptr<AAPLEAGLLayer> layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, 16, 16));
   if (layer == nullptr) return nullptr;
   return std::unique_ptr<TextLayer>(new TextLayer(std::move(container), std::move(layer)));

@@ -19,9 +19,13 @@ struct TextLine {
   }
 };
 
+// Finds and reads the font, which takes a while the first time. Any thread.
+void loadFonts();
+
 class TextLayer {
  public:
-  // Null when the graphics can't be had. The layer adds itself to the container once it is placed.
+  // Null when the graphics can't be had, or nothing draws text. The layer adds itself to the
+  // container once it is placed.
   static std::unique_ptr<TextLayer> make(std::shared_ptr<UIView> container);
 
   // frame: in the container's points.

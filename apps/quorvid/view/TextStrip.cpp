@@ -11,20 +11,25 @@ constexpr CGFloat kLeastWidth = 120, kLeastHeight = 60;  // of a container that 
 
 }  // namespace
 
-std::unique_ptr<TextStrip> TextStrip::make(const std::shared_ptr<UIView>& container) {
-  std::unique_ptr<TextLayer> layer = TextLayer::make(container);
-  if (layer == nullptr) return nullptr;
-  return std::unique_ptr<TextStrip>(new TextStrip(container, std::move(layer)));
-}
-
 void TextStrip::place(CGFloat inset) {
+  inset_ = inset;
+  if (layer_ == nullptr) return;
+  if (height() == 0) return layer_->remove();
   const CGSize size = container_->bounds().size;
-  if (size.width < kLeastWidth || size.height < kLeastHeight) return layer_->remove();
   layer_->place(CGRectMake(inset, size.height - inset - kHeight, size.width - 2 * inset, kHeight));
 }
 
 CGFloat TextStrip::height() const {
-  return layer_->isPlaced() ? kHeight : 0;
+  const CGSize size = container_->bounds().size;
+  return size.width < kLeastWidth || size.height < kLeastHeight ? 0 : kHeight;
+}
+
+void TextStrip::show(const std::string& text) {
+  if (!std::exchange(isMade_, true)) {
+    layer_ = TextLayer::make(container_);
+    place(inset_);
+  }
+  if (layer_ != nullptr) layer_->show({{text}});
 }
 
 }  // namespace quorvid::app

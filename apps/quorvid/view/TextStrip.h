@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "apps/quorvid/view/TextLayer.h"
 
@@ -10,22 +11,21 @@ namespace quorvid::app {
 
 class TextStrip {
  public:
-  // Null when the graphics can't be had.
-  static std::unique_ptr<TextStrip> make(const std::shared_ptr<UIView>& container);
+  explicit TextStrip(std::shared_ptr<UIView> container) : container_(std::move(container)) {}
 
   // Along the container's lower edge, `inset` points away from it; not shown in a container that is
   // too small for text.
   void place(CGFloat inset);
-  // Points, 0 while it isn't shown.
+  // Points that it takes, with text or without yet; 0 in a container that is too small.
   CGFloat height() const;
-  // text: UTF-8. One that is too long ends in "...".
-  void show(const std::string& text) { layer_->show({{text}}); }
+  // text: UTF-8. One that is too long ends in "...". The first one makes what it is drawn with;
+  // where that can't be had there is no text.
+  void show(const std::string& text);
 
  private:
-  TextStrip(std::shared_ptr<UIView> container, std::unique_ptr<TextLayer> layer)
-      : container_(std::move(container)), layer_(std::move(layer)) {}
-
   std::shared_ptr<UIView> container_;
+  CGFloat inset_ = 0;
+  bool isMade_ = false;
   std::unique_ptr<TextLayer> layer_;
 };
 

@@ -30,31 +30,37 @@ LiveTarget liveTargetOf(const StreamTarget& target) {
 
 }  // namespace
 
-std::unique_ptr<Tile> Tile::make(const StreamTarget& target, UIView& parent, CGRect frame,
+std::optional<AskedStream> askFor(const StreamTarget& target, const LiveOptions& options) {
+  AskedStream stream{target, LiveView::initToDrawLater({}, options), steadySeconds()};
+  if (stream.view == nullptr) return std::nullopt;
+  stream.view->connect(liveTargetOf(target));
+  return stream;
+}
+
+std::unique_ptr<Tile> Tile::make(AskedStream stream, UIView& parent, CGRect frame,
                                  const TileOptions& options) {
-  std::unique_ptr<Tile> tile(new Tile(target, parent, frame, options));
-  tile->view_ = LiveView::initWithFrame(CGRect{{0, 0}, frame.size}, options.live);
-  if (options.text) tile->strip_ = TextStrip::make(tile->container_);
-  const bool draws =
-      tile->view_ != nullptr && tile->view_->status().reason != LiveReason::NoGraphics;
-  if (!draws || (options.text && !tile->strip_)) return nullptr;
+  std::unique_ptr<Tile> tile(new Tile(std::move(stream), parent, frame, options));
   Tile* const self = tile.get();
+  self->setFrame(frame);
+  if (!self->view_->prepareToDraw()) return nullptr;
   self->view_->setStatusHandler([self](const LiveStatus& status) { self->statusChanged(status); });
   self->container_->addSubview(self->view_);
-  self->setFrame(frame);
   parent.addSubview(self->container_);
+  self->meter_.forgetSilence(steadySeconds());  // nobody could see a picture before
   return tile;
 }
 
-Tile::Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions& options)
-    : target_(std::move(target)),
+Tile::Tile(AskedStream stream, UIView& parent, CGRect frame, const TileOptions& options)
+    : target_(std::move(stream.target)),
       name_(
           fmt::format("{}channel {}", options.named ? target_.device + " " : "", target_.channel)),
       options_(options),
       parent_(parent),
       container_(UIView::initWithFrame(frame)),
       mark_(container_),
-      meter_(steadySeconds()) {}
+      view_(std::move(stream.view)),
+      strip_(options.text ? std::make_unique<TextStrip>(container_) : nullptr),
+      meter_(stream.since) {}
 
 Tile::~Tile() {
   if (view_) view_->setStatusHandler({});
@@ -77,11 +83,7 @@ void Tile::begin() {
   meter_.countAnew(view_->figures());
   restarts_ = 0;
   textDue_ = 0;
-  if (view_->target().device.empty()) {
-    view_->connect(liveTargetOf(target_));
-  } else {
-    view_->play();
-  }
+  view_->play();
 }
 
 void Tile::pause() {
@@ -127,14 +129,13 @@ void Tile::look(double now) {
   }
   const bool isWatched = isPlaying() && view_->isVisible() && options_.live.stallAfter > 0;
   if (isWatched && meter_.silence(now) >= options_.live.stallAfter) mark_.show();
-  renewText(now);
-}
-
-void Tile::renewText(double now) {
   if (!strip_ || !view_->isVisible()) return;
   strip_->place(mark_.width());
   placePicture();
-  if (now < textDue_) return;
+}
+
+void Tile::renewText(double now) {
+  if (!strip_ || !view_->isVisible() || now < textDue_) return;
   textDue_ = now + kSecondsBetweenTexts;
   strip_->show(captionOf(report(now)));
 }

@@ -13,6 +13,16 @@
 
 namespace quorvid::app {
 
+// A stream that is asked for before there is a window to show it in: the two take their time side
+// by side.
+struct AskedStream {
+  StreamTarget target;
+  std::shared_ptr<LiveView> view;  // plays
+  double since = 0;                // steady clock
+};
+// Null when memory is out.
+std::optional<AskedStream> askFor(const StreamTarget& target, const LiveOptions& options);
+
 struct TileOptions {
   LiveOptions live;
   bool text = true;      // with a line of text
@@ -23,7 +33,7 @@ struct TileOptions {
 class Tile {
  public:
   // Null when the graphics can't be had. The tile adds its container to `parent`.
-  static std::unique_ptr<Tile> make(const StreamTarget& target, UIView& parent, CGRect frame,
+  static std::unique_ptr<Tile> make(AskedStream stream, UIView& parent, CGRect frame,
                                     const TileOptions& options);
   ~Tile();
 
@@ -42,8 +52,11 @@ class Tile {
   void setVisible(bool isInWindow, bool isSeen);
   bool isInWindow() const { return container_->superview() != nullptr; }
   std::optional<LivePicture> snapshot() const { return view_->snapshot(); }
-  // Once a turn: marks a stalled stream, tells of restarts, and renews the text once a second.
+  // Once a turn: marks a stalled stream and tells of restarts.
   void look(double now);
+  bool hadPicture() const { return meter_.hadPicture(); }
+  // Once a turn: renews the text once a second.
+  void renewText(double now);
   TileReport report(double now) const;
   // Seconds since the last picture, or since the tile was started or shown.
   double silence(double now) const { return meter_.silence(now); }
@@ -53,12 +66,11 @@ class Tile {
     double time, silence;
   };
 
-  Tile(StreamTarget target, UIView& parent, CGRect frame, const TileOptions& options);
+  Tile(AskedStream stream, UIView& parent, CGRect frame, const TileOptions& options);
   void begin();
   std::string whyNoPicture(const LiveStatus& status, const LiveFigures& figures) const;
   void statusChanged(const LiveStatus& status);
   void lookForRestart(const LiveFigures& figures, bool isPicture, double now);
-  void renewText(double now);
   void placePicture();
 
   const StreamTarget target_;

@@ -20,6 +20,7 @@ class TileMeter {
 
   // Seconds without a picture, of those in which there should have been one.
   double silence(double now) const;
+  bool hadPicture() const { return firstPicture_ >= 0; }
   // Seconds since the last picture, or since the start.
   double sinceLastPicture(double now) const;
   // The report's figures and times.

@@ -4,15 +4,12 @@
 
 #include <cmath>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
 #include "apps/common/Terminal.h"
 
 namespace quorvid::app {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 const char* codeOf(LiveReason reason) {
   static constexpr const char* kCodes[] = {
@@ -50,14 +47,6 @@ std::string secondsText(const char* what, double seconds) {
 }
 
 }  // namespace
-
-double rounded(double value) {
-  return std::round(value * 1000) / 1000;
-}
-
-Json sizeJson(PixelSize size) {
-  return {{"width", size.width}, {"height", size.height}};
-}
 
 Json tileJson(const TileReport& tile) {
   const auto streamSize = streamSizeOf(tile);

@@ -2,10 +2,10 @@
 // text out.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
+#include "apps/common/Json.h"
 #include "apps/common/Target.h"
 #include "quorvid/live/LiveStatus.h"
 
@@ -28,9 +28,7 @@ struct TileReport {
   std::string reason;  // why there is no picture (any more); empty for a live stream
 };
 
-double rounded(double value);  // to thousandths
-nlohmann::ordered_json sizeJson(PixelSize size);
-nlohmann::ordered_json tileJson(const TileReport& tile);
+Json tileJson(const TileReport& tile);
 // A line in words.
 std::string tileText(const TileReport& tile);
 

@@ -18,6 +18,12 @@ bool isTryingAgain(LiveState state) {
   return state == LiveState::Resolving || state == LiveState::Connecting;
 }
 
+// There is no stream, or none any more, for a reason of its own.
+bool isLoss(LiveState state) {
+  return state == LiveState::Reconnecting || state == LiveState::Refused ||
+         state == LiveState::Failed;
+}
+
 // For states that have no reason of their own.
 std::string reasonOf(LiveState state, const LiveFigures& figures) {
   if (state == LiveState::Resolving) return "the server's name is still looked up";
@@ -46,8 +52,12 @@ void Tile::lookForRestart(const LiveFigures& figures, bool isPicture, double now
 
 void Tile::statusChanged(const LiveStatus& status) {
   if (status.state == LiveState::Live) trouble_ = {};
+  const bool isNew = status.sentence != trouble_.sentence;
   if (status.reason != LiveReason::None) trouble_ = status;
-  if (!options_.verbose) return;
+  if (!options_.verbose) {
+    if (isNew && isLoss(status.state)) note(fmt::format("{}: {}", name_, status.sentence));
+    return;
+  }
   const std::string reason = status.sentence.empty() ? "" : " (" + status.sentence + ")";
   note(fmt::format("{}: {}{}", name_, nameOf(status.state), reason));
 }

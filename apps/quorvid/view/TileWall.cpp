@@ -3,16 +3,39 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
+#include <system_error>
+#include <utility>
 
 #include "apps/common/Terminal.h"
 #include "apps/quorvid/view/TileGrid.h"
+#include "base/SignalsKeptAway.h"
 
 namespace quorvid::app {
 
-bool TileWall::addTiles(const std::vector<StreamTarget>& targets, const TileOptions& options) {
-  const std::vector<CGRect> frames = tileFrames(content_->bounds().size, targets.size());
+namespace {
+
+// Text waits so long for the first picture: fonts take longer to load than a picture to come.
+constexpr double kSecondsToFirstPicture = 0.3;
+
+// Where the system refuses the thread, the work is done when it is needed.
+std::future<void> inBackground(void (*work)()) {
+  const SignalsKeptAway quiet;
+  try {
+    return std::async(std::launch::async, work);
+  } catch (const std::system_error&) {
+    return std::async(std::launch::deferred, work);
+  }
+}
+
+}  // namespace
+
+bool TileWall::addTiles(std::vector<AskedStream> streams, const TileOptions& options) {
+  const std::vector<CGRect> frames = tileFrames(content_->bounds().size, streams.size());
+  since_ = streams.front().since;
+  hasText_ = options.text;
   for (std::size_t i = 0; i < frames.size(); ++i) {
-    tiles_.push_back(Tile::make(targets[i], *content_, frames[i], options));
+    tiles_.push_back(Tile::make(std::move(streams[i]), *content_, frames[i], options));
     if (!tiles_.back()) {
       tiles_.clear();
       return false;
@@ -88,6 +111,22 @@ void TileWall::look(double now) {
   for (const auto& tile : tiles_) {
     tile->look(now);
   }
+  if (!hasText_ || !hasFonts(now)) return;
+  for (const auto& tile : tiles_) {
+    tile->renewText(now);
+  }
+}
+
+// They are loaded beside the first pictures, not before them.
+bool TileWall::hasFonts(double now) {
+  if (!fonts_.valid()) {
+    const bool isTime = now - since_ > kSecondsToFirstPicture ||
+                        std::any_of(tiles_.begin(), tiles_.end(),
+                                    [](const auto& tile) { return tile->hadPicture(); });
+    if (!isTime) return false;
+    fonts_ = inBackground(loadFonts);
+  }
+  return fonts_.wait_for(std::chrono::seconds(0)) != std::future_status::timeout;
 }
 
 std::vector<TileReport> TileWall::reports(double now) const {

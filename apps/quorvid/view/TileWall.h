@@ -2,6 +2,7 @@
 // Main thread.
 #pragma once
 
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,8 +18,8 @@ class TileWall {
 
   explicit TileWall(std::shared_ptr<UIView> content) : content_(std::move(content)) {}
 
-  // One tile for each target. False, without tiles, when the graphics can't be had.
-  bool addTiles(const std::vector<StreamTarget>& targets, const TileOptions& options);
+  // One tile for each stream. False, without tiles, when the graphics can't be had.
+  bool addTiles(std::vector<AskedStream> streams, const TileOptions& options);
   void play();
   void restart();
   // All that play pause; when none does, all play.
@@ -41,11 +42,15 @@ class TileWall {
 
  private:
   void showTiles();
+  bool hasFonts(double now);
 
   std::shared_ptr<UIView> content_;
   std::vector<std::unique_ptr<Tile>> tiles_;
   std::optional<std::size_t> enlarged_;
   bool isSeen_ = true;
+  bool hasText_ = false;
+  double since_ = 0;         // when the first stream was asked for
+  std::future<void> fonts_;  // being loaded
 };
 
 }  // namespace quorvid::app

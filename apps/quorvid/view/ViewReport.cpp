@@ -1,19 +1,11 @@
 #include "apps/quorvid/view/ViewReport.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 namespace quorvid::app {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-// A device identifier may hold any bytes.
-std::string textOf(const Json& json, int indent) {
-  return json.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
-}
 
 std::optional<double> earliestPicture(const std::vector<TileReport>& tiles) {
   std::optional<double> earliest;
@@ -32,7 +24,7 @@ std::string statsLine(double seconds, const std::vector<TileReport>& tiles) {
   for (const TileReport& tile : tiles) {
     list.push_back(tileJson(tile));
   }
-  return textOf({{"seconds", rounded(seconds)}, {"tiles", std::move(list)}}, -1);
+  return textOf({{"seconds", rounded(seconds)}, {"tiles", std::move(list)}}, true);
 }
 
 std::uint64_t ViewReport::pictures() const {
@@ -51,7 +43,7 @@ std::string ViewReport::text() const {
   return text;
 }
 
-std::string ViewReport::json() const {
+std::string ViewReport::json(bool inOneLine) const {
   double rate = 0;
   double silence = 0;
   Json list = Json::array();
@@ -74,7 +66,7 @@ std::string ViewReport::json() const {
   json["size"] = pictures() > 0 ? sizeJson(kPictureSize) : Json();
   json["snapshot"] = snapshot.empty() ? Json() : Json(snapshot);
   json["tiles"] = std::move(list);
-  return textOf(json, 2);
+  return textOf(json, inOneLine);
 }
 
 }  // namespace quorvid::app

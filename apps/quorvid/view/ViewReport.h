@@ -23,7 +23,7 @@ struct ViewReport {
   std::uint64_t pictures() const;
   std::string text() const;
   // One JSON object: the figures of all tiles together and each tile's own under "tiles".
-  std::string json() const;
+  std::string json(bool inOneLine) const;
 };
 
 }  // namespace quorvid::app

@@ -1,6 +1,7 @@
 #include "apps/quorvid/view/Viewer.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "apps/common/Deadline.h"
 #include "apps/common/Process.h"
@@ -14,9 +15,30 @@ constexpr UIColor kGapColor{0.15F, 0.15F, 0.15F};
 constexpr char kEscape = 27;
 constexpr int kFullScreenKey = 11;
 
+LiveOptions liveOptionsOf(const ViewOptions& options) {
+  LiveOptions live;
+  live.stallAfter = options.stallAfter;
+  live.shape = options.shape;
+  live.greyWhenStill = true;
+  return live;
+}
+
+// Before the window is opened, so that connections and window are made side by side. None when
+// memory is out.
+std::vector<AskedStream> askForAll(const ViewOptions& options) {
+  std::vector<AskedStream> streams;
+  for (const StreamTarget& target : options.targets) {
+    std::optional<AskedStream> stream = askFor(target, liveOptionsOf(options));
+    if (!stream) return {};
+    streams.push_back(std::move(*stream));
+  }
+  return streams;
+}
+
 }  // namespace
 
 std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, std::string& error) {
+  std::vector<AskedStream> streams = askForAll(options);
   WindowOptions wanted;
   wanted.title = "Quorvid";
   wanted.width = options.size.width;
@@ -29,13 +51,15 @@ std::unique_ptr<Viewer> Viewer::open(const ViewOptions& options, std::string& er
   }
   std::unique_ptr<Viewer> viewer(new Viewer(options, std::move(window)));
   TileOptions tile;
-  tile.live.stallAfter = options.stallAfter;
-  tile.live.shape = options.shape;
-  tile.live.greyWhenStill = true;
+  tile.live = liveOptionsOf(options);
   tile.text = options.text;
   tile.verbose = options.verbose;
   tile.named = options.targets.front().device != options.targets.back().device;
-  if (viewer->wall_.addTiles(options.targets, tile)) return viewer;
+  if (streams.empty()) {
+    error = "can't make a view: there is no memory";
+    return nullptr;
+  }
+  if (viewer->wall_.addTiles(std::move(streams), tile)) return viewer;
   error = "can't make a view: no OpenGL ES 2 context";
   return nullptr;
 }
@@ -53,19 +77,9 @@ Viewer::~Viewer() {
   window_->setEventHandler({});
 }
 
-// What takes long the first time, fonts and the window's own drawing, is done when pictures come.
-void Viewer::warmUp() {
-  constexpr int kTurns = 3;
-  wall_.look(steadySeconds());
-  for (int i = 0; i < kTurns && window_->runTurn(); ++i) {
-  }
-}
-
 void Viewer::run(const std::function<void()>& everySecond) {
-  warmUp();
   const double start = steadySeconds();
   double second = start + 1;
-  wall_.play();
   while (!stopRequested() && window_->runTurn()) {
     const double now = steadySeconds();
     if (options_.seconds > 0 && now - start >= options_.seconds) break;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/common/Options.h"
 #include "apps/quorvid/view/KeysPanel.h"
 #include "apps/quorvid/view/TileWall.h"
 #include "quorvid/view/Window.h"
@@ -22,19 +23,19 @@ struct ViewOptions {
   double stallAfter = 5;
   std::string snapshot;       // a file; empty: none
   std::string tileSnapshots;  // a folder; empty: none
-  bool json = false;
-  bool stats = false;
+  ReportOptions report;
   bool text = true;
   bool verbose = false;
 };
 
 class Viewer {
  public:
-  // Null, with a sentence in `error`, when there is no window or no graphics.
+  // Asks for the streams and opens the window meanwhile. Null, with a sentence in `error`, when
+  // there is no window or no graphics.
   static std::unique_ptr<Viewer> open(const ViewOptions& options, std::string& error);
   ~Viewer();
 
-  // Plays until the time is up, the window is closed or a signal comes; calls everySecond.
+  // Shows them until the time is up, the window is closed or a signal comes; calls everySecond.
   void run(const std::function<void()>& everySecond);
   std::vector<TileReport> reports() const;
   // Writes what the window shows now. Before the viewer goes: it takes the pictures along.
@@ -45,7 +46,6 @@ class Viewer {
 
  private:
   Viewer(const ViewOptions& options, std::unique_ptr<Window> window);
-  void warmUp();
   void handle(const WindowEvent& event);
   void handleKey(const WindowEvent& event);
   void leave();
