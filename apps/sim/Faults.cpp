@@ -7,6 +7,8 @@
 #include <charconv>
 #include <sstream>
 
+#include "apps/common/CommandLine.h"
+#include "apps/common/Words.h"
 #include "sim/Error.h"
 
 namespace quorvid::sim {
@@ -73,18 +75,20 @@ constexpr std::array<Kind, 19> kKinds{{
 const Kind& kindCalled(const std::string& name) {
   const auto found = std::find_if(kKinds.begin(), kKinds.end(),
                                   [&](const Kind& kind) { return name == kind.name; });
-  if (found == kKinds.end()) {
-    throw UsageError(fmt::format("--fault: there is no fault called '{}'", name));
-  }
-  return *found;
+  if (found != kKinds.end()) return *found;
+  std::vector<std::string> names;
+  for (const Kind& kind : kKinds) names.emplace_back(kind.name);
+  throw UsageError("--fault: " + app::unknownWord("fault", name, names));
 }
 
 unsigned servicesCalled(const std::string& name) {
   if (name.empty() || name == "all") return kAll;
+  std::vector<std::string> names{"all"};
   for (const Service service : kServices) {
     if (name == nameOf(service)) return bit(service);
+    names.emplace_back(nameOf(service));
   }
-  throw UsageError(fmt::format("--fault: there is no service called '{}'", name));
+  throw UsageError("--fault: " + app::unknownWord("service", name, names));
 }
 
 std::int64_t numberFrom(const std::string& text) {
@@ -149,7 +153,9 @@ Bytes ConnectionFaults::randomBytes(std::size_t count) {
 std::string faultHelp() {
   std::string text =
       "Faults, written KIND[:SERVICE[:N]] with SERVICE fleet, list, relay, car or all:\n";
-  for (const Kind& kind : kKinds) text += fmt::format("  {:15}{}\n", kind.name, kind.text);
+  for (const Kind& kind : kKinds) {
+    text += fmt::format("  {:15}{}\n", kind.name, app::narrow(kind.text, 63, 17));
+  }
   return text;
 }
 

@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <limits>
 #include <sstream>
 
+#include "apps/common/CommandLine.h"
 #include "sim/Error.h"
 
 namespace quorvid::sim {
@@ -61,78 +63,98 @@ void takeDevices(const std::string& text, Options& options) {
   if (options.devices.empty()) throw UsageError("--devices: no identifier given");
 }
 
+template <typename Number>
+CLI::Option* addNumber(CLI::App& app, const char* name, Number& number, std::int64_t least,
+                       std::int64_t most, const std::string& purpose) {
+  CLI::Option* const option = app.add_option(name, number, purpose);
+  return option->check(app::wholeWithin(least, most))->type_name("N");
+}
+
+void addSeconds(CLI::App& app, const char* name, std::optional<double>& seconds, double least,
+                double most, const char* purpose) {
+  app.add_option(name, seconds, purpose)->check(app::within(least, most))->type_name("S");
+}
+
 void addSource(CLI::App& app, Options& options) {
   app.option_defaults()->group("Picture");
   app.add_option("--input", options.input,
-                 "Play this file (anything FFmpeg reads) instead of the drawn scene");
+                 "play this file (anything FFmpeg reads) instead of the drawn scene")
+      ->type_name("FILE");
   app.add_option_function<std::string>(
-      "--size", [&options](const std::string& text) { takeSize("--size", text, options.encoder); },
-      "Picture size WxH, multiples of 16 (640x480)");
+         "--size",
+         [&options](const std::string& text) { takeSize("--size", text, options.encoder); },
+         "picture size, multiples of 16 from 96 to 2048 (640x480)")
+      ->type_name("WxH");
   app.add_option_function<std::string>(
-      "--resize",
-      [&options](const std::string& text) { takeSize("--resize", text, options.later); },
-      "Size of the second half of the drawn loop (the same)");
+         "--resize",
+         [&options](const std::string& text) { takeSize("--resize", text, options.later); },
+         "size of the second half of the drawn loop (the same)")
+      ->type_name("WxH");
   app.add_option_function<std::string>(
-      "--sar", [&options](const std::string& text) { takeSampleShape(text, options.encoder); },
-      "Shape of a pixel W:H where the picture is shown (1:1). With another one the key frames are "
-      "longer than the layout that clients cut at fixed places");
+         "--sar", [&options](const std::string& text) { takeSampleShape(text, options.encoder); },
+         "shape of a pixel where the picture is shown, each from 1 to 1000 (1:1). With another one "
+         "the key frames are longer than the layout that clients cut at fixed places")
+      ->type_name("W:H");
   app.add_option_function<double>(
          "--fps", [&options](double rate) { options.rate = av_d2q(rate, 1001000); },
-         "Frames a second (25; a file keeps its own)")
-      ->check(CLI::Range(1.0, 120.0));
-  app.add_option("--gop", options.encoder.gop, "Frames from one key frame to the next (25)")
-      ->check(CLI::Range(1, 1000));
-  app.add_option("--bitrate", options.encoder.bitrate,
-                 "Bits a second (one that suits size and rate)")
-      ->check(CLI::Range(50'000, 100'000'000));
-  app.add_option("--seconds", options.loopSeconds,
-                 "Length of the loop at most (drawn scene 4, file 10)")
-      ->check(CLI::Range(0.04, 600.0));
-  app.add_flag("--sei", options.encoder.sei, "Put a SEI unit into the key frames");
-  app.add_flag("--audio", options.audio, "Put audio packets between the fleet stream's frames");
+         "frames a second, from 1 to 120 (25; a file keeps its own)")
+      ->check(app::within(1, 120))
+      ->type_name("RATE");
+  addNumber(app, "--gop", options.encoder.gop, 1, 1000,
+            "frames from one key frame to the next (25)");
+  addNumber(app, "--bitrate", options.encoder.bitrate, 50'000, 100'000'000,
+            "bits a second, from 50000 to 100000000 (one that suits size and rate)")
+      ->type_name("BITS");
+  addSeconds(app, "--seconds", options.loopSeconds, 0.04, 600,
+             "length of the loop at most, up to 600 (drawn scene 4, file 10)");
+  app.add_flag("--sei", options.encoder.sei, "put a SEI unit into the key frames");
+  app.add_flag("--audio", options.audio, "put audio packets between the fleet stream's frames");
   app.add_flag("--live", options.live,
-               "Play by the clock: every client sees the frame of this moment, and starts at the "
-               "next key frame");
+               "play by the clock: every client sees the frame of this moment, and starts at the "
+               "next key frame (else: at the loop's first)");
 }
 
 void addService(CLI::App& app, Options& options) {
   app.option_defaults()->group("Service");
-  const CLI::Range port(0, 65535);
-  app.add_option("--bind", options.bind, "IPv4 address to listen on (127.0.0.1)");
-  app.add_option("--port", options.fleetPort, "Port of the fleet streams (0: any free one)")
-      ->check(port);
-  app.add_option("--list-port", options.listPort, "Port of the device list (0: any free one)")
-      ->check(port);
-  app.add_option("--relay-port", options.relayPort, "Port of the relay lookup (0: any free one)")
-      ->check(port);
-  app.add_option("--car-port", options.carPort, "Port of the car streams (0: any free one)")
-      ->check(port);
-  app.add_flag("--json", options.json, "Print the ports as one JSON object instead of lines");
+  app.add_option("--bind", options.bind, "IPv4 address to listen on (127.0.0.1)")
+      ->type_name("ADDRESS");
+  const auto addPort = [&app](const char* name, int& port, const char* what) {
+    addNumber(app, name, port, 0, 65535, fmt::format("port of the {} (0: any free one)", what))
+        ->type_name("PORT");
+  };
+  addPort("--port", options.fleetPort, "fleet streams");
+  addPort("--list-port", options.listPort, "device list");
+  addPort("--relay-port", options.relayPort, "relay lookup");
+  addPort("--car-port", options.carPort, "car streams");
+  app.add_flag("--json", options.json, "print the ports as one JSON object instead of lines");
+  app.add_option("--send-log", options.sendLog,
+                 "write down here when clients came and pictures left")
+      ->type_name("FILE");
   app.add_option_function<std::string>(
-      "--devices", [&options](const std::string& text) { takeDevices(text, options); },
-      "How many devices to announce, any being served (3), or a comma list: only these "
-      "are served");
-  app.add_option("--channels", options.channels, "Channels 0 to N-1 are served (8)")
-      ->check(CLI::Range(1, 100));
+         "--devices", [&options](const std::string& text) { takeDevices(text, options); },
+         "how many devices to announce, any being served (3), or a comma list: only these are "
+         "served")
+      ->type_name("N|ID,ID...");
+  addNumber(app, "--channels", options.channels, 1, 100,
+            "channels 0 to N-1 are served, at most 100 (8)");
 }
 
 void addReplies(CLI::App& app, Options& options) {
   app.option_defaults()->group("Replies");
-  app.add_option("--reply-tag", options.replyTag, "Tag of the replies (3GAPV104)")
-      ->check(CLI::IsMember({"3GAPV103", "3GAPV104", "3GAPV105"}));
-  app.add_option("--garbage", options.garbage, "Random bytes before the tag of a reply (0)")
-      ->check(CLI::Range(0, 1'000'000));
-  app.add_option("--items", options.items, "Records in the list reply (one for each device)")
-      ->check(CLI::Range(0, 100'000));
-  app.add_option("--item-len", options.itemLength,
-                 "Length of a record; what exceeds 280 is filled up (280)")
-      ->check(CLI::Range(280, 100'000));
-  app.add_option("--relay-extra", options.relayExtra,
-                 "Bytes before the address in the relay reply (0)")
-      ->check(CLI::Range(0, 100'000));
-  app.add_option("--gap", options.gap,
-                 "Leave out every Nth frame of the car stream, key frames never (0: none)")
-      ->check(CLI::Range(0, 1'000'000));
+  app.add_option("--reply-tag", options.replyTag,
+                 "tag of the replies: 3GAPV103, 3GAPV104 or 3GAPV105 (3GAPV104)")
+      ->check(app::oneOf("tag", {"3GAPV103", "3GAPV104", "3GAPV105"}))
+      ->type_name("TAG");
+  addNumber(app, "--garbage", options.garbage, 0, 1'000'000,
+            "random bytes before the tag of a reply, at most 1000000 (0)");
+  addNumber(app, "--items", options.items, 0, 100'000,
+            "records in the list reply, at most 100000 (one for each device)");
+  addNumber(app, "--item-len", options.itemLength, 280, 100'000,
+            "bytes of a record, from 280 to 100000; what exceeds 280 is filled up (280)");
+  addNumber(app, "--relay-extra", options.relayExtra, 0, 100'000,
+            "bytes before the address in the relay reply, at most 100000 (0)");
+  addNumber(app, "--gap", options.gap, 0, 1'000'000,
+            "leave out every Nth frame of the car stream, key frames never (0: none)");
 }
 
 void addTrouble(CLI::App& app, Options& options) {
@@ -142,25 +164,25 @@ void addTrouble(CLI::App& app, Options& options) {
          [&options](const std::string& how) {
            options.close = how == "reset" ? CloseStyle::Reset : CloseStyle::Order;
          },
-         "How connections end: order or reset (order)")
-      ->check(CLI::IsMember({"order", "reset"}));
-  app.add_option("--drop-after", options.dropAfter, "End each stream after so many seconds")
-      ->check(CLI::Range(0.0, 1e6));
-  app.add_option("--stall-after", options.stallAfter,
-                 "Fall silent in each stream after so many seconds")
-      ->check(CLI::Range(0.0, 1e6));
+         "how connections end: order or reset (order)")
+      ->check(app::oneOf("end", {"order", "reset"}))
+      ->type_name("HOW");
+  addSeconds(app, "--drop-after", options.dropAfter, 0, 1e6,
+             "end each stream after so many seconds (never)");
+  addSeconds(app, "--stall-after", options.stallAfter, 0, 1e6,
+             "fall silent in each stream after so many seconds (never)");
   app.add_option_function<std::vector<std::string>>(
          "--fault",
          [&options](const std::vector<std::string>& faults) {
            for (const std::string& fault : faults) options.faults.add(fault);
          },
-         "Make something go wrong, see below; may be given several times")
-      ->allow_extra_args(false);
-  app.add_option("--fault-times", options.faults.times,
-                 "Faults hit only the first N connections of a service (0: all)")
-      ->check(CLI::Range(0, 1'000'000));
-  app.add_option("--seed", options.faults.seed,
-                 "Where the random bytes start (1): the same seed, the same bytes");
+         "make something go wrong (nothing), see below; may be given several times")
+      ->allow_extra_args(false)
+      ->type_name("FAULT");
+  addNumber(app, "--fault-times", options.faults.times, 0, 1'000'000,
+            "faults hit only the first N connections of a service (0: all)");
+  addNumber(app, "--seed", options.faults.seed, 0, std::numeric_limits<std::int64_t>::max(),
+            "where the random bytes start (1): the same seed, the same bytes");
 }
 
 }  // namespace
@@ -175,19 +197,24 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
   takeDevices("3", options);
   CLI::App app("A server to develop against: streams and replies of cameras in vehicles.",
                "quorvid-sim");
-  app.set_version_flag("--version", "quorvid-sim 1.0.0");
+  app::useNarrowHelp(app);
+  app.set_version_flag("--version", "quorvid-sim " QUORVID_SIM_VERSION);
   addSource(app, options);
   addService(app, options);
   addReplies(app, options);
   addTrouble(app, options);
-  app.footer(faultHelp());
+  app.footer(faultHelp() +
+             "\nIn brackets: what holds without the option, or without N.\n"
+             "It serves until SIGINT or SIGTERM; a second one ends it at once.\n"
+             "Example: quorvid-sim --port 5000 --devices TRUCK-7,BUS-2 --fault reset:fleet\n"
+             "Exit status: 0 ended by a signal, 1 no port, file or encoder, 2 wrong arguments.");
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& wish) {
     app.exit(wish);
     return std::nullopt;
-  } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
+  } catch (const std::exception& refusal) {
+    throw UsageError(app::sentenceOf(app, refusal));
   }
   return options;
 }

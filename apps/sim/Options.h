@@ -23,6 +23,7 @@ struct Options {
   int relayPort = 0;
   int carPort = 0;
   bool json = false;
+  std::string sendLog;  // file; empty: none
 
   std::string input;  // empty: the drawn scene
   EncoderSettings encoder;

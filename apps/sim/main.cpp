@@ -32,6 +32,7 @@ class Simulator {
   const Options& options_;
   // The loops go after the connections that play them, which the context holds.
   LoopStore loops_;
+  SendLog sendLog_;
   asio::io_context context_;
   asio::signal_set signals_;
   Listener fleet_;
@@ -43,6 +44,7 @@ class Simulator {
 Simulator::Simulator(const Options& options)
     : options_(options),
       loops_(options),
+      sendLog_(options.sendLog),
       signals_(context_, SIGINT, SIGTERM),
       fleet_(context_, options, Service::Fleet, options.fleetPort, streams(Service::Fleet)),
       car_(context_, options, Service::Car, options.carPort, streams(Service::Car)),
@@ -51,7 +53,8 @@ Simulator::Simulator(const Options& options)
 
 Listener::Factory Simulator::streams(Service service) {
   return [this, service](asio::ip::tcp::socket socket, unsigned number) {
-    return std::make_shared<StreamConnection>(std::move(socket), options_, service, number, loops_);
+    return std::make_shared<StreamConnection>(std::move(socket), options_, service, number, loops_,
+                                              sendLog_);
   };
 }
 

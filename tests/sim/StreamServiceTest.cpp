@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <fstream>
 
 #include "sim/SimProcess.h"
 #include "sim/WireClient.h"
@@ -61,6 +63,31 @@ TEST(FleetService, ServesSeveralClientsAtTheirOwnOrTheSameMomentAndLivesOnWhenTh
     ASSERT_TRUE(frame);
     EXPECT_EQ(frame->payload == key->payload, live);
   }
+}
+
+// A loop of three pictures, whose numbers come again.
+TEST(FleetService, WritesDownWhenPicturesLeft) {
+  const std::string file = testing::TempDir() + "send-log-" + std::to_string(getpid());
+  const auto now = [] { return std::chrono::steady_clock::now().time_since_epoch().count(); };
+  SimProcess sim({"--seconds", "0.12", "--send-log", file});
+  const auto before = now();
+  WireClient client(sim.port("fleet"), fleetRequest("A1", 0));
+  client.read(18);
+  for (int i = 0; i < 4; ++i) ASSERT_TRUE(client.fleetFrame());
+  std::ifstream log(file);
+  auto last = before;
+  for (const char* line : {"accepted fleet#1", "picture fleet#1 0", "picture fleet#1 1",
+                           "picture fleet#1 2", "picture fleet#1 0"}) {
+    std::int64_t time = 0;
+    std::string text;
+    log >> time;
+    std::getline(log >> std::ws, text);
+    EXPECT_EQ(text, line);
+    EXPECT_GE(time, last);
+    last = time;
+  }
+  EXPECT_LE(last, now());
+  std::remove(file.c_str());
 }
 
 TEST(ListService, DevicesMove) {

@@ -22,6 +22,7 @@ struct EncoderSettings {
 struct EncodedFrame {
   Bytes bytes;
   bool key = false;
+  std::size_t number = 0;  // in its loop
 };
 
 // H.264, main profile, one slice a picture, no reordering: one picture in, one frame out.

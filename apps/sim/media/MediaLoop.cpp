@@ -52,9 +52,9 @@ bool MediaLoop::encodeOnce(PictureSource& source, EncoderSettings settings,
 
 bool MediaLoop::publish(EncodedFrame frame) {
   if (frame.bytes.size() > kMaxFrameBytes) return false;
-  auto shared = std::make_shared<const EncodedFrame>(std::move(frame));
   const std::lock_guard lock(mutex_);
-  frames_.push_back(std::move(shared));
+  frame.number = frames_.size();
+  frames_.push_back(std::make_shared<const EncodedFrame>(std::move(frame)));
   return true;
 }
 

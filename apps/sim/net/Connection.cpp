@@ -43,6 +43,9 @@ void Connection::makeOutlet() {
   events.sent = [here] {
     if (const auto self = here.lock()) self->sent();
   };
+  events.begins = [here](std::size_t mark) {
+    if (const auto self = here.lock()) self->begins(mark);
+  };
   events.failed = [here](const std::string& why) {
     const auto self = here.lock();
     if (!self || self->ended_) return;

@@ -36,10 +36,13 @@ class Connection : public std::enable_shared_from_this<Connection> {
   virtual void answer(const Order& order) = 0;
   // Called once, when the connection is over: cancel what is under way.
   virtual void leave() {}
+  // Called when the first byte of a message with a mark is about to be written.
+  virtual void begins(std::size_t /*mark*/) {}
 
   void send(Bytes message, std::chrono::microseconds pause = {}) {
     outlet_->send(std::move(message), pause);
   }
+  void sendMarked(Bytes message, std::size_t mark) { outlet_->send(std::move(message), {}, mark); }
   std::size_t waiting() const { return outlet_->waiting(); }
   // Ends the connection in the style asked for, once all that was sent is out.
   void endWhenSent();

@@ -1,6 +1,7 @@
 #include "sim/net/Outlet.h"
 
 #include <asio/write.hpp>
+#include <utility>
 
 namespace quorvid::sim {
 
@@ -27,9 +28,9 @@ void Outlet::setCut(const ConnectionFaults& faults) {
   }
 }
 
-void Outlet::send(Bytes message, std::chrono::microseconds pause) {
+void Outlet::send(Bytes message, std::chrono::microseconds pause, std::optional<std::size_t> mark) {
   if (stopped_ || message.empty()) return;
-  messages_.push_back({std::move(message), pause});
+  messages_.push_back({std::move(message), pause, mark});
   if (!busy_) pump();
 }
 
@@ -64,6 +65,7 @@ void Outlet::writeFront() {
   if (bytePause_) count = 1;
   if (cutAt_) count = std::min(count, *cutAt_ - total_);
   if (count == 0) return reachedCut();
+  if (const auto mark = std::exchange(messages_.front().mark, std::nullopt)) events_.begins(*mark);
   asio::async_write(*socket_, asio::buffer(bytes.data() + done_, count),
                     [self = shared_from_this()](std::error_code error, std::size_t size) {
                       if (self->stopped_) return;

@@ -18,6 +18,7 @@ class Outlet : public std::enable_shared_from_this<Outlet> {
  public:
   struct Events {
     std::function<void()> sent;               // nothing is waiting any more
+    std::function<void(std::size_t)> begins;  // a marked message is about to go out
     std::function<void(std::string)> failed;  // the peer does not take it
     std::function<void(CloseStyle)> cut;      // a fault ends the connection here
   };
@@ -26,7 +27,9 @@ class Outlet : public std::enable_shared_from_this<Outlet> {
          Events events);
 
   // @param pause time between the message before this one and this one
-  void send(Bytes message, std::chrono::microseconds pause = {});
+  // @param mark  tells its beginning
+  void send(Bytes message, std::chrono::microseconds pause = {},
+            std::optional<std::size_t> mark = std::nullopt);
   // Messages that are not out yet.
   std::size_t waiting() const { return messages_.size(); }
   // No more callbacks; what waits is dropped.
@@ -36,6 +39,7 @@ class Outlet : public std::enable_shared_from_this<Outlet> {
   struct Message {
     Bytes bytes;
     std::chrono::microseconds pause;
+    std::optional<std::size_t> mark;
   };
 
   void setCut(const ConnectionFaults& faults);

@@ -18,12 +18,17 @@ std::chrono::steady_clock::duration seconds(double count) {
 }  // namespace
 
 StreamConnection::StreamConnection(asio::ip::tcp::socket from, const Options& options,
-                                   Service service, unsigned number, LoopStore& loops)
+                                   Service service, unsigned number, LoopStore& loops,
+                                   SendLog& sendLog)
     : Connection(std::move(from), options, service, number),
       loops_(loops),
+      sendLog_(sendLog),
+      name_(fmt::format("{}#{}", nameOf(service), number)),
       writer_(service, faults()),
       pace_(socket().get_executor()),
-      limit_(socket().get_executor()) {}
+      limit_(socket().get_executor()) {
+  sendLog_.accepted(name_);
+}
 
 void StreamConnection::answer(const Order& order) {
   const std::string reason = notServed(order);
@@ -156,7 +161,7 @@ void StreamConnection::deliver(const EncodedFrame& frame) {
   const auto noise = faults().find(FaultKind::Noise);
   const bool noisy = noise && *noise > 0 && frameNumber_ % *noise == 0;
   const Bytes random = faults().randomBytes(noisy ? frame.bytes.size() : 0);
-  send(writer_.frame({noisy ? random : frame.bytes, frame.key, frameNumber_}));
+  sendMarked(writer_.frame({noisy ? random : frame.bytes, frame.key, frameNumber_}), frame.number);
   if (options().audio) {
     send(writer_.sound(static_cast<std::size_t>(8000 * av_q2d(av_inv_q(cursor_->loop().rate())))));
   }

@@ -2,6 +2,7 @@
 
 #include "sim/media/LoopStore.h"
 #include "sim/net/Connection.h"
+#include "sim/net/SendLog.h"
 #include "sim/wire/StreamWriter.h"
 
 namespace quorvid::sim {
@@ -11,11 +12,12 @@ namespace quorvid::sim {
 class StreamConnection final : public Connection {
  public:
   StreamConnection(asio::ip::tcp::socket socket, const Options& options, Service service,
-                   unsigned number, LoopStore& loops);
+                   unsigned number, LoopStore& loops, SendLog& sendLog);
 
  protected:
   void answer(const Order& order) override;
   void leave() override;
+  void begins(std::size_t picture) override { sendLog_.picture(name_, picture); }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -33,6 +35,8 @@ class StreamConnection final : public Connection {
   Clock::duration period() const;
 
   LoopStore& loops_;
+  SendLog& sendLog_;
+  const std::string name_;
   StreamWriter writer_;
   std::optional<LoopCursor> cursor_;
   asio::steady_timer pace_;
