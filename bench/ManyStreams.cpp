@@ -2,7 +2,7 @@
 //
 //   many_streams HOST PORT --streams 16 --seconds 60         at the window's own pace
 //   many_streams HOST PORT --turns 10                        as a host whose loop turns so often
-//   many_streams HOST PORT --streams 16 --limits             decoding and scaling alone
+//   many_streams HOST PORT --streams 16 --limits             decoding, scaling and drawing alone
 //
 // Stream i is channel i % 8 of the simulator's device i / 8. What counts begins when every stream
 // has shown some pictures.
@@ -19,6 +19,7 @@
 
 #include "bench/StreamLimits.h"
 #include "bench/StreamMeter.h"
+#include "bench/limits/DrawLimit.h"
 #include "quorvid/base/Log.h"
 #include "quorvid/connection/VehicleConnection.h"
 #include "quorvid/view/ViewHost.h"
@@ -46,6 +47,17 @@ LiveTarget targetOf(const Options& options, int stream) {
   target.device = device.data();
   target.channel = stream % kChannels;
   return target;
+}
+
+struct Tiles {
+  int columns;
+  double width, height;
+};
+
+Tiles tilesOf(const Options& options) {
+  const int columns = static_cast<int>(std::ceil(std::sqrt(options.streams)));
+  const int rows = (options.streams + columns - 1) / columns;
+  return {columns, 1.0 * options.width / columns, 1.0 * options.height / rows};
 }
 
 double secondsOf(const timeval& time) {
@@ -80,11 +92,10 @@ class Wall {
       host_->resize(options.width, options.height, 1);
     }
     const auto root = host_ != nullptr ? host_->contentView() : window_->contentView();
-    const int columns = static_cast<int>(std::ceil(std::sqrt(options.streams)));
-    const int rows = (options.streams + columns - 1) / columns;
-    const double width = 1.0 * options.width / columns, height = 1.0 * options.height / rows;
+    const Tiles tiles = tilesOf(options);
+    const double width = tiles.width, height = tiles.height;
     for (int i = 0; i < options.streams; ++i) {
-      const int column = i % columns, row = i / columns;
+      const int column = i % tiles.columns, row = i / tiles.columns;
       const auto view =
           LiveView::initWithFrame(CGRectMake(column * width, row * height, width, height));
       if (view == nullptr) throw std::runtime_error("no live view could be made");
@@ -167,7 +178,13 @@ nlohmann::json limits(const Options& options) {
     });
   }
   for (std::thread& capture : captures) capture.join();
-  return measureLimits(streams);
+  nlohmann::json result = measureLimits(streams);
+  std::string error;
+  const auto window = Window::open({"Limits", 64, 64, true}, &error);  // for its GL context
+  if (window == nullptr) throw std::runtime_error(error);
+  const Tiles tiles = tilesOf(options);
+  result["drawMs"] = measureDrawing(static_cast<int>(tiles.width), static_cast<int>(tiles.height));
+  return result;
 }
 
 void parse(CLI::App& app, Options& options) {
@@ -181,7 +198,8 @@ void parse(CLI::App& app, Options& options) {
       ->check(CLI::Range(1.0, 1000.0));
   app.add_option("--wait", options.wait, "Seconds until every stream must have come");
   app.add_flag("--on-screen", options.onScreen, "In a real window");
-  app.add_flag("--limits", options.limits, "Decoding and scaling alone, of --seconds of frames");
+  app.add_flag("--limits", options.limits,
+               "Decoding, scaling and drawing alone, of --seconds of frames");
 }
 
 }  // namespace

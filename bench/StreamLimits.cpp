@@ -1,24 +1,18 @@
 #include "bench/StreamLimits.h"
 
-#include <libyuv.h>
-
 #include <atomic>
 #include <chrono>
 #include <ctime>
-#include <memory>
 #include <stdexcept>
 #include <thread>
 
+#include "bench/limits/BareDecoder.h"
+#include "bench/limits/BareScaler.h"
 #include "quorvid/connection/VehicleConnection.h"
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
 
 namespace quorvid::bench {
 namespace {
 
-constexpr int kWidth = 1280, kHeight = 960;  // of the library's pictures
 constexpr int kCommandPort = 80;
 
 double processorSeconds() {
@@ -26,66 +20,6 @@ double processorSeconds() {
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
-
-std::vector<std::uint8_t> plane(int width, int height) {
-  return std::vector<std::uint8_t>(static_cast<std::size_t>(width) * height);
-}
-
-// A picture of the library's size and layout, and U and V apart on their way there.
-class Scaled {
- public:
-  void take(const AVFrame& frame) {
-    const int width = (frame.width + 1) / 2, height = (frame.height + 1) / 2;
-    scale(frame, 0, frame.width, frame.height, luma_, kWidth, kHeight);
-    scale(frame, 1, width, height, u_, kWidth / 2, kHeight / 2);
-    scale(frame, 2, width, height, v_, kWidth / 2, kHeight / 2);
-    libyuv::MergeUVPlane(u_.data(), kWidth / 2, v_.data(), kWidth / 2, chroma_.data(), kWidth,
-                         kWidth / 2, kHeight / 2);
-  }
-
- private:
-  static void scale(const AVFrame& frame, int index, int width, int height,
-                    std::vector<std::uint8_t>& to, int toWidth, int toHeight) {
-    libyuv::ScalePlane(frame.data[index], frame.linesize[index], width, height, to.data(), toWidth,
-                       toWidth, toHeight, libyuv::kFilterBilinear);
-  }
-
-  std::vector<std::uint8_t> luma_ = plane(kWidth, kHeight), u_ = plane(kWidth / 2, kHeight / 2),
-                            v_ = plane(kWidth / 2, kHeight / 2),
-                            chroma_ = plane(kWidth, kHeight / 2);
-};
-
-class BareDecoder {
- public:
-  BareDecoder() {
-    context_->thread_count = 1;
-    context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
-    if (avcodec_open2(context_.get(), avcodec_find_decoder(AV_CODEC_ID_H264), nullptr) != 0) {
-      throw std::runtime_error("libavcodec has no H.264 decoder");
-    }
-  }
-  // Null when it gave no picture.
-  const AVFrame* decode(const std::vector<std::uint8_t>& bytes) {
-    padded_.assign(bytes.begin(), bytes.end());
-    padded_.resize(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE);
-    packet_->data = padded_.data();
-    packet_->size = static_cast<int>(bytes.size());
-    if (avcodec_send_packet(context_.get(), packet_.get()) != 0) return nullptr;
-    return avcodec_receive_frame(context_.get(), frame_.get()) == 0 ? frame_.get() : nullptr;
-  }
-
- private:
-  struct Free {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-  };
-  std::unique_ptr<AVCodecContext, Free> context_{
-      avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_H264))};
-  std::unique_ptr<AVPacket, Free> packet_{av_packet_alloc()};
-  std::unique_ptr<AVFrame, Free> frame_{av_frame_alloc()};
-  std::vector<std::uint8_t> padded_;
-};
 
 }  // namespace
 
@@ -115,7 +49,7 @@ Frames captureFrames(const std::string& host, int port, const std::string& devic
 
 nlohmann::json measureLimits(const std::vector<Frames>& streams) {
   std::vector<BareDecoder> decoders(streams.size());
-  Scaled scaled;
+  BareScaler scaler;
   double decoding = 0, scaling = 0;
   std::size_t pictures = 0, most = 0;
   for (const Frames& frames : streams) most = std::max(most, frames.size());
@@ -127,7 +61,7 @@ nlohmann::json measureLimits(const std::vector<Frames>& streams) {
       const double decoded = processorSeconds();
       decoding += decoded - begin;
       if (frame == nullptr) continue;
-      scaled.take(*frame);
+      scaler.copy(*frame);
       scaling += processorSeconds() - decoded;
       ++pictures;
     }
