@@ -42,6 +42,17 @@ for tree in "$work/moved" "$work/relative" "$work/stage/opt/quorvid"; do
   runs "$tree/bin/quorvid-sim"
   "$source/scripts/check-binaries.sh" "$tree" >"$work/report" || { cat "$work/report"; exit 1; }
 done
+# What tells compilers where the library is moves with it.
+"$source/scripts/build-hosts.sh" "$work/hosts" "$work/moved"
+ldd "$work/hosts/pkg-config/live_view" | grep "libquorvid.so.* => $work/moved/" >/dev/null ||
+  fail "a program built with pkg-config takes another libquorvid"
+
+# The Python package of a tree that was moved takes that tree's library.
+if /usr/bin/python3 -c 'import numpy' 2>/dev/null; then
+  taken=$(env -u QUORVID_LIBRARY_DIR PYTHONPATH="$work/moved/lib/python3/dist-packages" /usr/bin/python3 -B \
+    -c 'import quorvid; print(open("/proc/self/maps").read())' | grep -c " $work/moved/lib/libquorvid" || true)
+  [[ $taken -gt 0 ]] || fail "the Python package takes another library"
+fi
 
 # A picture through the installed programs alone.
 "$work/moved/bin/quorvid-sim" --port 0 >"$work/ports" 2>/dev/null &

@@ -7,10 +7,17 @@ build_packages=(
   libpng-dev libcairo2-dev fonts-dejavu-core libasio-dev libcli11-dev libfmt-dev
   libutfcpp-dev nlohmann-json3-dev
 )
-test_packages=(googletest libgtest-dev libgmock-dev ffmpeg xvfb xauth libxtst-dev)
+test_packages=(googletest libgtest-dev libgmock-dev libbenchmark-dev ffmpeg xvfb xauth libxtst-dev
+  python3 python3-numpy)
 # Toolkits whose examples are built and tested where they are there, and a Wayland compositor.
 toolkit_packages=(libgtk-4-dev qt6-base-dev libqt6opengl6-dev qt6-wayland weston)
+# The GStreamer element is built and tested where these are there.
+gstreamer_packages=(
+  libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base
+  gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav gstreamer1.0-tools
+)
 check_packages=(
-  clang clang-format clang-tidy libclang-rt-dev llvm python3 abigail-tools
+  clang clang-format clang-tidy libclang-rt-dev llvm mypy abigail-tools
+  gnuplot-nox doxygen mandoc man-db zsh fish dpkg-dev file lintian debootstrap tshark
   g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu qemu-user-static
 )
