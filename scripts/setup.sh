@@ -7,7 +7,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 source "$here/packages.sh"
 
 wanted=("${build_packages[@]}" "${test_packages[@]}")
-[[ "${1:-}" == "--checks" ]] && wanted+=("${check_packages[@]}" "${toolkit_packages[@]}")
+[[ "${1:-}" == "--checks" ]] && wanted+=("${check_packages[@]}" "${toolkit_packages[@]}"
+                                      "${gstreamer_packages[@]}")
 
 missing=()
 for package in "${wanted[@]}"; do
