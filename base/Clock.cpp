@@ -12,6 +12,11 @@ double timeIntervalSince1970() {
   return std::chrono::duration<double>(now).count();
 }
 
+double steadySeconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(now).count();
+}
+
 double processorSeconds() {
   timespec now{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);

@@ -1,17 +1,13 @@
 // Clock: the date and the pause that the session and the view ask for. Any thread.
 #pragma once
 
-#include <chrono>
-
 namespace quorvid {
 
 // Seconds since 1970-01-01 00:00 UTC, with fractions.
 double timeIntervalSince1970();
 
 // Seconds of a clock that never jumps, from some point in the past.
-inline double steadySeconds() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+double steadySeconds();
 
 // Processor time that the calling thread has used, in seconds.
 double processorSeconds();

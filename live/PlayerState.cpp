@@ -1,6 +1,7 @@
 #include "live/PlayerState.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 #include <utility>
 

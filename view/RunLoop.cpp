@@ -1,6 +1,7 @@
 #include "quorvid/view/RunLoop.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 #include <utility>
 

@@ -31,6 +31,9 @@ using test::standins;
 double timeIntervalSince1970() {
   return 0;
 }
+double steadySeconds() {
+  return 0;
+}
 void sleepForTimeInterval(double seconds) {
   note("sleep " + std::to_string(seconds));
 }
