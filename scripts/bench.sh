@@ -5,6 +5,7 @@
 #     CASE     latency, method, stages, workers, sessions, streams (all)
 #     --rounds of ours and its limit by turns (5); the medians count
 #     --short  one round, within a minute, for a check; fails on what is more than twice over its budget
+# Encoded streams are kept in $XDG_CACHE_HOME/quorvid-bench (~/.cache/quorvid-bench).
 # Writes bench.json, bench.md and a plot to $OUT (build/bench). Needs Xvfb (xvfb), and for the plot gnuplot
 # (gnuplot-nox). Figures are worth keeping from a quiet machine only.
 set -euo pipefail

@@ -107,6 +107,9 @@ void addSource(CLI::App& app, Options& options) {
       ->type_name("BITS");
   addSeconds(app, "--seconds", options.loopSeconds, 0.04, 600,
              "length of the loop at most, up to 600 (drawn scene 4, file 10)");
+  app.add_option("--cache", options.cache,
+                 "keep encoded drawn scenes in this folder, and take them from there")
+      ->type_name("FOLDER");
   app.add_flag("--sei", options.encoder.sei, "put a SEI unit into the key frames");
   app.add_flag("--audio", options.audio, "put audio packets between the fleet stream's frames");
   app.add_flag("--live", options.live,

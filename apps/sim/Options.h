@@ -30,6 +30,7 @@ struct Options {
   EncoderSettings later;              // size of the loop's second half; width 0: the same
   std::optional<AVRational> rate;     // otherwise a file keeps its own
   std::optional<double> loopSeconds;  // at most
+  std::string cache;                  // folder of encoded loops; empty: none
 
   std::vector<std::string> devices;  // announced by the list reply
   bool onlyTheseDevices = false;     // others are refused

@@ -6,6 +6,11 @@ import tempfile
 import time
 
 
+# Encoded streams stay here; another build encodes its own.
+CACHE = os.path.join(os.environ.get("XDG_CACHE_HOME") or os.path.expanduser("~/.cache"),
+                     "quorvid-bench")
+
+
 class Missing(Exception):
     """A sentence on what is not there."""
 
@@ -55,8 +60,8 @@ def simulator(build, *arguments):
     with tempfile.TemporaryDirectory() as folder:
         ports, log = folder + "/ports", folder + "/send.log"
         with open(ports, "w", encoding="utf-8") as file:
-            with running([build + "/quorvid-sim", "--send-log", log, *arguments], stdout=file,
-                         stderr=subprocess.DEVNULL) as process:
+            program = [build + "/quorvid-sim", "--cache", CACHE, "--send-log", log, *arguments]
+            with running(program, stdout=file, stderr=subprocess.DEVNULL) as process:
                 line = first_line(ports, process, "quorvid-sim")
                 yield int(line.split()[1]), log
 
@@ -64,7 +69,7 @@ def simulator(build, *arguments):
 def output_of(command, display=None, errors=False, seconds=120):
     """Of a program that must succeed: its standard output, or its standard error where the other
     is not its own."""
-    environment = dict(os.environ, LC_ALL="C")
+    environment = dict(os.environ, LC_ALL="C", QUORVID_BENCH_CACHE=CACHE)
     if display:
         environment.update(DISPLAY=display)
         environment.pop("WAYLAND_DISPLAY", None)

@@ -1,6 +1,11 @@
 #include "bench/stages/StageData.h"
 
+#include <fmt/format.h>
+
+#include <cstdlib>
+
 #include "sim/media/Encoder.h"
+#include "sim/media/LoopCache.h"
 #include "sim/media/MediaLoop.h"
 
 namespace quorvid::bench {
@@ -21,14 +26,19 @@ std::vector<std::vector<std::uint8_t>> encodedLoop(int width, int height, std::s
   settings.height = height;
   settings.rate = kRate;
   settings.gop = 30;
-  sim::MediaLoop loop(settings, count);
-  sim::DrawnSource source = drawnSource(width, height);
-  loop.encode(source, false);
-  std::vector<std::vector<std::uint8_t>> frames;
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto look = loop.look(i);
-    frames.emplace_back(look.frame->bytes.begin(), look.frame->bytes.end());
+  const char* folder = std::getenv("QUORVID_BENCH_CACHE");
+  const sim::LoopCache cache(folder == nullptr ? "" : folder);
+  const std::string what = fmt::format("stages, {} frames, {}", count, textOf(settings));
+  std::vector<sim::EncodedFrame> loop = cache.load(what);
+  if (loop.empty()) {
+    sim::MediaLoop fresh(settings, count);
+    sim::DrawnSource source = drawnSource(width, height);
+    fresh.encode(source, false);
+    loop = fresh.frames();
+    cache.store(what, loop);
   }
+  std::vector<std::vector<std::uint8_t>> frames;
+  for (sim::EncodedFrame& frame : loop) frames.push_back(std::move(frame.bytes));
   return frames;
 }
 

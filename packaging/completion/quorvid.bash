@@ -59,7 +59,7 @@ _quorvid_sim() {
   _quorvid_words
   case $prev in
     :) _quorvid_choose 'fleet list relay car all'; return ;;
-    --input | --send-log) _quorvid_files; return ;;
+    --input | --send-log | --cache) _quorvid_files; return ;;
     --reply-tag) _quorvid_choose '3GAPV103 3GAPV104 3GAPV105'; return ;;
     --close) _quorvid_choose 'order reset'; return ;;
     --fault)
@@ -70,8 +70,8 @@ _quorvid_sim() {
     --sei | --audio | --live | --json) ;;
     --*) return ;;  # a number or a text of the user's own
   esac
-  _quorvid_choose '--help --version --input --size --resize --sar --fps --gop --bitrate --seconds --sei --audio
-    --live --bind --port --list-port --relay-port --car-port --json --send-log --devices --channels --reply-tag
+  _quorvid_choose '--help --version --input --size --resize --sar --fps --gop --bitrate --seconds --cache --sei
+    --audio --live --bind --port --list-port --relay-port --car-port --json --send-log --devices --channels --reply-tag
     --garbage --items --item-len --relay-extra --gap --close --drop-after --stall-after --fault
     --fault-times --seed'
 }

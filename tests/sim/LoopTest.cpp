@@ -6,6 +6,7 @@
 #include <random>
 
 #include "sim/media/FileSource.h"
+#include "sim/media/LoopStore.h"
 #include "sim/media/MediaLoop.h"
 
 namespace quorvid::sim {
@@ -59,6 +60,35 @@ TEST(MediaLoop, StartsAnewWithLessUntilEveryFrameFitsTheWire) {
     EXPECT_EQ(frame->key, key);
     EXPECT_LE(frame->bytes.size(), kMaxFrameBytes);
   }
+}
+
+TEST(LoopCache, TakesAWholeLoopThatThisBuildMadeAndNoOther) {
+  namespace fs = std::filesystem;
+  Options options;
+  options.loopSeconds = 0.2;
+  options.cache = testing::TempDir() + "quorvid-loops-" + std::to_string(getpid());
+  const auto lastFrame = [&options] {
+    LoopStore store(options);
+    const auto loop = store.loopFor("A", 0);
+    while (!loop->length() && loop->failure().empty()) usleep(1000);
+    return loop->frames().back().bytes;
+  };
+  const Bytes made = lastFrame();
+  const fs::path file = *fs::directory_iterator(options.cache);
+  std::string kept(fs::file_size(file), '\0');
+  std::ifstream(file, std::ios::binary).read(kept.data(), static_cast<long>(kept.size()));
+  const auto write = [&file](const std::string& text) {
+    std::ofstream(file, std::ios::binary) << text;
+  };
+  kept[kept.size() - 5] ^= 1;  // the last frame's last byte: what is taken shows it
+  write(kept);
+  EXPECT_NE(lastFrame(), made);
+  for (const std::string& wrong : {kept.substr(0, kept.size() - 4), "x" + kept}) {
+    write(wrong);  // cut short, or another build's: encoded anew
+    EXPECT_EQ(lastFrame(), made);
+    EXPECT_EQ(fs::file_size(file), kept.size());
+  }
+  fs::remove_all(options.cache);
 }
 
 // A film of ten pictures a second, each of one colour. Its luma counts up from `y`.

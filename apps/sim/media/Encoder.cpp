@@ -32,6 +32,13 @@ std::int64_t effectiveBitrate(const EncoderSettings& settings) {
   return std::max<std::int64_t>(static_cast<std::int64_t>(pixels * 0.16), 100'000);
 }
 
+std::string textOf(const EncoderSettings& settings) {
+  return fmt::format("{}x{} {}/{} gop {} {} bit/s sei {} shape {}/{}", settings.width,
+                     settings.height, settings.rate.num, settings.rate.den, settings.gop,
+                     effectiveBitrate(settings), settings.sei, settings.sampleShape.num,
+                     settings.sampleShape.den);
+}
+
 Encoder::Encoder(const EncoderSettings& settings)
     : settings_(settings), packet_(owned(av_packet_alloc())) {
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");

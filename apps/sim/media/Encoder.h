@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "sim/media/Av.h"
 #include "sim/wire/Bytes.h"
@@ -47,5 +48,7 @@ class Encoder {
 
 // The bit rate that `settings` ask for, or one that suits them.
 std::int64_t effectiveBitrate(const EncoderSettings& settings);
+// All settings, on one line.
+std::string textOf(const EncoderSettings& settings);
 
 }  // namespace quorvid::sim

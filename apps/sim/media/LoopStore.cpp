@@ -59,7 +59,7 @@ void tryEncoder(EncoderSettings settings) {
 }  // namespace
 
 LoopStore::LoopStore(const Options& options)
-    : options_(options), settings_(options.encoder), slots_(kEncoders) {
+    : options_(options), settings_(options.encoder), cache_(options.cache), slots_(kEncoders) {
   settings_.rate = options.rate.value_or(settings_.rate);
   std::unique_ptr<PictureSource> file;
   if (!options.input.empty()) {
@@ -114,8 +114,18 @@ LoopStore::Entry& LoopStore::add(const Key& key) {
   makeRoom();
   Entry& entry = entries_[key];
   entry.loop = std::make_shared<MediaLoop>(settings_, frames_);
-  entry.encoding = std::thread([this, key, loop = entry.loop] { encode(*loop, openSource(key)); });
+  entry.encoding = std::thread([this, key, loop = entry.loop] { fill(key, *loop); });
   return entry;
+}
+
+void LoopStore::fill(const Key& key, MediaLoop& loop) {
+  const std::string what =
+      fmt::format("{}, then {}x{}, {} frames, {} {}", textOf(settings_), options_.later.width,
+                  options_.later.height, frames_, key.first, key.second);
+  auto frames = cache_.load(what);
+  if (!frames.empty()) return loop.take(std::move(frames));
+  encode(loop, openSource(key));
+  cache_.store(what, loop.frames());
 }
 
 void LoopStore::encode(MediaLoop& loop, std::unique_ptr<PictureSource> source) {

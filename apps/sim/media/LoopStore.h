@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "sim/Options.h"
+#include "sim/media/LoopCache.h"
 #include "sim/media/MediaLoop.h"
 
 namespace quorvid::sim {
@@ -35,11 +36,14 @@ class LoopStore {
 
   std::unique_ptr<PictureSource> openSource(const Key& key);
   Entry& add(const Key& key);
+  // On the loop's own thread.
   void encode(MediaLoop& loop, std::unique_ptr<PictureSource> source);
+  void fill(const Key& key, MediaLoop& loop);
   void makeRoom();
 
   const Options& options_;
   EncoderSettings settings_;
+  const LoopCache cache_;
   std::size_t frames_ = 0;
   std::atomic<bool> stop_{false};
   std::counting_semaphore<> slots_;

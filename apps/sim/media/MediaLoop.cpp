@@ -11,6 +11,12 @@ constexpr std::int64_t kLowestBitrate = 50'000;
 
 }  // namespace
 
+void MediaLoop::take(std::vector<EncodedFrame> frames) {
+  for (EncodedFrame& frame : frames) publish(std::move(frame));
+  const std::lock_guard lock(mutex_);
+  complete_ = true;
+}
+
 void MediaLoop::encode(PictureSource& source, const std::atomic<bool>& stop) {
   try {
     EncoderSettings settings = settings_;
@@ -76,6 +82,15 @@ MediaLoop::Look MediaLoop::look(std::size_t position) const {
 std::optional<std::size_t> MediaLoop::length() const {
   const std::lock_guard lock(mutex_);
   return complete_ ? std::optional(frames_.size()) : std::nullopt;
+}
+
+std::vector<EncodedFrame> MediaLoop::frames() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<EncodedFrame> all;
+  if (complete_) {
+    for (const auto& frame : frames_) all.push_back(*frame);
+  }
+  return all;
 }
 
 std::string MediaLoop::failure() const {

@@ -27,11 +27,15 @@ class MediaLoop {
   MediaLoop(EncoderSettings settings, std::size_t maxFrames)
       : settings_(settings), maxFrames_(maxFrames) {}
 
+  // A whole loop that was encoded before.
+  void take(std::vector<EncodedFrame> frames);
   // Encodes the loop; returns early when `stop` becomes true. Never throws: see failure().
   void encode(PictureSource& source, const std::atomic<bool>& stop);
 
   // The frame at `position`, which counts on over the loop's end. Any thread.
   Look look(std::size_t position) const;
+  // All frames, once they are there; none before.
+  std::vector<EncodedFrame> frames() const;
   // Number of frames, once all are there.
   std::optional<std::size_t> length() const;
   // Why there will be no more frames; empty while all is well.
