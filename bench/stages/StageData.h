@@ -1,5 +1,5 @@
-// StageData: what the stages are fed with: the simulator's scene, drawn and encoded here. Encoded ones stay
-// in the folder that QUORVID_BENCH_CACHE names, if it does.
+// StageData: what the stages are fed with: the simulator's scene, drawn and encoded here. Encoded
+// ones stay in the folder that QUORVID_BENCH_CACHE names, if it does.
 #pragma once
 
 #include <cstdint>
