@@ -20,7 +20,13 @@ namespace {
 
 constexpr int kCommandPort = 80;  // the workers keep it without using it
 constexpr std::int64_t kLongestSide = 16384;
-constexpr std::size_t kMostWaiting = 32 << 20;  // bytes
+constexpr std::size_t kMostWaiting = 32 << 20;  // bytes of memory
+
+// A server may send frames of one byte: the place of one takes far more memory than that.
+std::size_t costOf(const StreamItem& item) {
+  constexpr std::size_t kBlocks = 64;  // what two blocks of the heap have beside their bytes
+  return sizeof item + kBlocks + item.frame.size() + item.trouble.size();
+}
 
 }  // namespace
 
@@ -68,7 +74,7 @@ class StreamReceiver::Worker : public StreamObserver {
     if (!changed_.wait_for(lock, patience, [this] { return !items_.empty(); })) return std::nullopt;
     StreamItem item = std::move(items_.front());
     items_.pop_front();
-    waiting_ -= item.frame.size();
+    waiting_ -= costOf(item);
     changed_.notify_all();
     return item;
   }
@@ -102,7 +108,7 @@ class StreamReceiver::Worker : public StreamObserver {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return waiting_ < kMostWaiting || isOver_; });
     if (isOver_) return;
-    waiting_ += item.frame.size();
+    waiting_ += costOf(item);
     items_.push_back(std::move(item));
     changed_.notify_all();
   }
@@ -117,7 +123,7 @@ class StreamReceiver::Worker : public StreamObserver {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<StreamItem> items_;
-  std::size_t waiting_ = 0;  // bytes in them
+  std::size_t waiting_ = 0;  // what they cost
   bool isOver_ = false;
 };
 
