@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Exception.h"
+#include "base/LogQuiet.h"
 #include "quorvid/base/Log.h"
 
 namespace quorvid {
@@ -48,6 +49,21 @@ TEST(Log, SinkGetsWholeMessagesOneAtATime) {
   logMessage("to standard error again");
   ASSERT_EQ(messages.size(), 800U);
   EXPECT_EQ(messages.back(), longText + " 7");
+}
+
+TEST(Log, OfEachKindAQuietThreadSaysOne) {
+  int lines = 0;
+  setLogSink([&](std::string_view) { ++lines; }, LogLevel::Detail);
+  std::thread([] {
+    const LogQuiet quiet;
+    for (int i = 0; i < 100; ++i) {
+      logMessage("bad unit %d", i);
+      logMessage("bad set %d", i);
+      logDetail("unit %d", i);
+    }
+  }).join();
+  setLogSink(nullptr);
+  EXPECT_EQ(lines, 2);
 }
 
 }  // namespace

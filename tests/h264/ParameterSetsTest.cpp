@@ -65,9 +65,12 @@ TEST(ParameterSetsTest, RecordHoldsBothSetsAndForbidsReordering) {
 TEST(ParameterSetsTest, EachFaultIsFound) {
   Bytes unescaped = kHigh;  // without the 03 that keeps start codes out
   std::erase(unescaped, 0x03);
+  Bytes longSet = kSps;
+  longSet.resize(4097);
   const std::vector<std::pair<const char*, Bytes>> faultySps{
       {"none", {}},
       {"header only", {0x67}},
+      {"longer than any", longSet},
       {"forbidden bit", changed(kSps, 0, 0xE7)},
       {"no reference", changed(kSps, 0, 0x07)},
       {"another type", changed(kSps, 0, 0x68)},

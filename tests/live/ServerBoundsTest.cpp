@@ -1,0 +1,47 @@
+// What a server may make a session keep and do, whatever it sends.
+#include <gtest/gtest.h>
+
+#include "base/Clock.h"
+#include "live/Frame.h"
+#include "live/StreamDecoder.h"
+#include "support/H264TestStream.h"
+
+namespace quorvid {
+namespace {
+
+TEST(ServerBounds, OneDecoderASecondHoweverOftenTheSizeChanges) {
+  const test::H264TestStream streams[] = {
+      test::encodeTestStream({.width = 320, .height = 240, .frames = 1}),
+      test::encodeTestStream({.frames = 1})};
+  StreamDecoder decoder;
+  std::uint32_t width = 0;
+  int made = 0, refused = 0;
+  const double start = steadySeconds();
+  for (int i = 0; i < 20; ++i) {
+    Frame frame = makeFrame(streams[i % 2].frameBytes(0), steadySeconds());
+    refused += decoder.decode(frame) == StreamDecoder::Outcome::SetsTooOften ? 1 : 0;
+    made += decoder.stream()->displayedWidth() != width ? 1 : 0;
+    width = decoder.stream()->displayedWidth();
+  }
+  EXPECT_LE(made, 1 + steadySeconds() - start);
+  EXPECT_GT(refused, 0);
+}
+
+// Memory that was kept is known by the room for units that it brings along.
+TEST(ServerBounds, MemoryOfFewFramesIsKeptAndOfFewerLargeOnes) {
+  for (const auto& [size, most] : {std::pair{64U, 16}, {131072U, 4}, {1048576U, 0}}) {
+    SpareFrames spares;
+    int kept = 0;
+    for (int i = 0; i < 40; ++i) {
+      Frame frame;
+      frame.bytes.reserve(size);
+      frame.units.reserve(7);
+      spares.put(std::move(frame));
+    }
+    for (int i = 0; i < 40; ++i) kept += spares.take(size - 1).units.capacity() == 7 ? 1 : 0;
+    EXPECT_EQ(kept, most) << size;
+  }
+}
+
+}  // namespace
+}  // namespace quorvid
