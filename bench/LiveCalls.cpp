@@ -15,6 +15,7 @@
 #include <arpa/inet.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -48,6 +49,7 @@ int makeHole() {
   const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (bind(listener, reinterpret_cast<sockaddr*>(&place), size) != 0 || listen(listener, 0) != 0 ||
       getsockname(listener, reinterpret_cast<sockaddr*>(&place), &size) != 0) {
+    close(listener);
     return 0;
   }
   for (int i = 0; i < 3; ++i) {

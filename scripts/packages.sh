@@ -8,7 +8,7 @@ build_packages=(
   libutfcpp-dev nlohmann-json3-dev
 )
 test_packages=(googletest libgtest-dev libgmock-dev libbenchmark-dev ffmpeg xvfb xauth libxtst-dev
-  python3 python3-numpy)
+  python3 python3-numpy libseccomp2)
 # Toolkits whose examples are built and tested where they are there, and a Wayland compositor.
 toolkit_packages=(libgtk-4-dev qt6-base-dev libqt6opengl6-dev qt6-wayland weston)
 # The GStreamer element is built and tested where these are there.
@@ -17,7 +17,7 @@ gstreamer_packages=(
   gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav gstreamer1.0-tools
 )
 check_packages=(
-  clang clang-format clang-tidy libclang-rt-dev llvm mypy abigail-tools
+  clang clang-format clang-tidy cppcheck libclang-rt-dev llvm mypy abigail-tools
   gnuplot-nox doxygen mandoc man-db zsh fish dpkg-dev file lintian debootstrap tshark
   g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu qemu-user-static
 )
