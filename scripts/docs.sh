@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out=${OUT:-build/docs}
-pages=(README.md CHANGELOG.md port/README.md docs/*.md)
+pages=(README.md CHANGELOG.md SECURITY.md port/README.md docs/*.md)
 mapfile -t headers < <(find include/quorvid -name "*.h" | sort)
 python3 scripts/docs_check.py "${pages[@]}" "${headers[@]}"
 
