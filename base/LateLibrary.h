@@ -19,7 +19,7 @@ namespace quorvid {
 
 class LateLibrary {
  public:
-  explicit constexpr LateLibrary(const char* name) : name_(name) {}
+  explicit constexpr LateLibrary(const char* name) noexcept : name_(name) {}
   LateLibrary(const LateLibrary&) = delete;
   LateLibrary& operator=(const LateLibrary&) = delete;
 
@@ -59,7 +59,8 @@ class LateFunction;
 template <class Result, class... Arguments>
 class LateFunction<Result(Arguments...)> {
  public:
-  constexpr LateFunction(LateLibrary& library, const char* name) : library_(library), name_(name) {}
+  constexpr LateFunction(LateLibrary& library, const char* name) noexcept
+      : library_(library), name_(name) {}
   LateFunction(const LateFunction&) = delete;
   LateFunction& operator=(const LateFunction&) = delete;
 

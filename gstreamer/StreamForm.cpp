@@ -69,7 +69,8 @@ Buffer StreamForm::take(h264::ByteView frame) {
   }
   owesSets_ = false;
   if (!isAvc_) {
-    bytes.insert(bytes.end(), frame.begin() + units.front().startCode, frame.end());
+    const h264::ByteView whole = frame.subspan(units.front().startCode);
+    bytes.insert(bytes.end(), whole.begin(), whole.end());
     return bufferOf(bytes);
   }
   for (const h264::Unit& unit : units) {

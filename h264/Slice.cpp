@@ -126,7 +126,7 @@ bool WorkBounds::isInOrder(const SliceHeader& slice) {
 std::uint64_t WorkBounds::workOf(SliceType type, std::uint64_t macroblocks,
                                  std::size_t size) const {
   const std::uint64_t samples =
-      (stream_.chromaFormatIdc > 1 ? 2U : 1U) * (stream_.bitDepth > 8 ? 2U : 1U);
+      std::uint64_t{stream_.chromaFormatIdc > 1 ? 2U : 1U} * (stream_.bitDepth > 8 ? 2U : 1U);
   switch (type) {
     case SliceType::I:
     case SliceType::SI:

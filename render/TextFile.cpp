@@ -45,7 +45,7 @@ std::string readTextFile(const Text& url, std::string& text) {
   };
   const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "rbe"));
   if (file == nullptr) {
-    return path + ": " + std::strerror(errno);  // NOLINT(concurrency-mt-unsafe)
+    return path + ": " + std::strerror(errno);
   }
   text.resize(kSizeLimit + 1);
   text.resize(std::fread(text.data(), 1, text.size(), file.get()));
