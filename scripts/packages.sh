@@ -8,7 +8,7 @@ build_packages=(
   libutfcpp-dev nlohmann-json3-dev
 )
 test_packages=(googletest libgtest-dev libgmock-dev libbenchmark-dev ffmpeg xvfb xauth libxtst-dev
-  python3 python3-numpy libseccomp2)
+  python3 python3-numpy libseccomp2 iproute2)
 # Toolkits whose examples are built and tested where they are there, and a Wayland compositor.
 toolkit_packages=(libgtk-4-dev qt6-base-dev libqt6opengl6-dev qt6-wayland weston)
 # The GStreamer element is built and tested where these are there.
