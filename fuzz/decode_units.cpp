@@ -1,48 +1,75 @@
 // Feeds units of any bytes to the decoder, as a hostile server could through the view.
 //
-// Input: first byte odd: a good session (640x480) exists before; then, again and again, a unit's
-// length (2 bytes, least significant first) and that many bytes.
+// Input (Records.h): head: bit 0: a good session (640x480) exists before; 1: pictures as they are
+// decoded, else 1280x960; 2: pictures on request; a record's bytes: a unit, without start code.
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
+#include <memory>
 #include <string_view>
-#include <vector>
 
+#include "fuzz/Records.h"
 #include "quorvid/base/Log.h"
 #include "quorvid/decoder/H264HwDecoderImpl.h"
 
 namespace {
 
-class Releasing : public quorvid::H264HwDecoderImplDelegate {
- public:
-  void displayDecodedFrame(quorvid::CVPixelBufferRef pixelBuffer) override {
-    quorvid::CVPixelBufferRelease(pixelBuffer);
+using namespace quorvid;
+using fuzz::require;
+
+// Touches the last byte of each row that a picture says it has.
+void readPicture(CVPixelBufferRef picture, bool isAsDecoded) {
+  unsigned sum = 0;
+  for (std::size_t plane = 0; plane < CVPixelBufferGetPlaneCount(picture); ++plane) {
+    const std::uint8_t* const bytes = CVPixelBufferGetBaseAddressOfPlane(picture, plane);
+    const std::size_t stride = CVPixelBufferGetBytesPerRowOfPlane(picture, plane);
+    const std::size_t width = CVPixelBufferGetWidthOfPlane(picture, plane);
+    const std::size_t height = CVPixelBufferGetHeightOfPlane(picture, plane);
+    require(width > 0 && height > 0 && width <= stride);
+    for (std::size_t row = 0; row < height; ++row) sum += bytes[row * stride + width - 1];
   }
+  require(sum < 0xFFFFFFFF && CVImageBufferGetDisplaySize(picture).width > 0);
+  require(isAsDecoded || CVPixelBufferGetWidth(picture) == 1280);
+}
+
+class Releasing : public H264HwDecoderImplDelegate {
+ public:
+  explicit Releasing(bool isAsDecoded) : isAsDecoded_(isAsDecoded) {}
+  void displayDecodedFrame(CVPixelBufferRef pixelBuffer) override {
+    if (pixelBuffer != nullptr) readPicture(pixelBuffer, isAsDecoded_);
+    CVPixelBufferRelease(pixelBuffer);
+  }
+
+ private:
+  const bool isAsDecoded_;
 };
 
 // In memory of exactly its size (a frame has at least 5 bytes), so that a read beyond it shows.
-void feed(quorvid::H264HwDecoderImpl& decoder, std::string_view bytes) {
+void feed(H264HwDecoderImpl& decoder, std::string_view bytes, bool isAsDecoded) {
   std::vector<char> unit(std::max<std::size_t>(4 + bytes.size(), 5));
   std::copy(bytes.begin(), bytes.end(), unit.begin() + 4);
   decoder.decodeNalu(unit.data(), static_cast<std::uint32_t>(4 + bytes.size()));
+  if (CVPixelBufferRef picture = decoder.copyPicture()) {
+    readPicture(picture, isAsDecoded);
+    CVPixelBufferRelease(picture);
+  }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  quorvid::setLogSink([](std::string_view) {});
-  const auto decoder = quorvid::H264HwDecoderImpl::init();
-  const auto delegate = std::make_shared<Releasing>();
+  const fuzz::Input input(data, size);
+  setLogSink([](std::string_view) {});
+  const auto decoder = H264HwDecoderImpl::init();
+  const bool isAsDecoded = (input.head & 2) != 0;
+  const auto delegate = std::make_shared<Releasing>(isAsDecoded);
   decoder->setDelegate(delegate);
-  if (size > 0 && (data[0] & 1) != 0) {
-    feed(*decoder, "\x67\x42\xC0\x1E\xDA\x02\x80\xF6\x40");
-    feed(*decoder, "\x68\xCE\x3C\x80");
+  if (isAsDecoded) decoder->setPictureForm(PictureForm::AsDecoded);
+  if ((input.head & 4) != 0) decoder->setPicturesOnRequest();
+  if ((input.head & 1) != 0) {
+    feed(*decoder, "\x67\x42\xC0\x1E\xDA\x02\x80\xF6\x40", isAsDecoded);
+    feed(*decoder, "\x68\xCE\x3C\x80", isAsDecoded);
   }
-  for (std::size_t at = 1; at + 2 < size;) {
-    const std::size_t stated = data[at] | static_cast<std::size_t>(data[at + 1]) << 8;
-    const std::size_t unit = std::min(stated, size - at - 2);
-    feed(*decoder, {reinterpret_cast<const char*>(data) + at + 2, unit});
-    at += 2 + unit;
+  for (const auto& [kind, bytes] : input.records) {
+    feed(*decoder, {reinterpret_cast<const char*>(bytes.data()), bytes.size()}, isAsDecoded);
   }
   return 0;
 }

@@ -1,17 +1,19 @@
 // Feeds any bytes to the readers of H.264 syntax, and checks what they promise of what they take.
 //
-// Input: the length of an SPS (1 byte), of a PPS (1 byte), both units, then the bytes of a frame.
+// Input (Records.h): the first record is an SPS, the second one a PPS, each further one a frame;
+// its kind: sixteenths of a second since the one before.
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <span>
 
+#include "fuzz/Records.h"
+#include "h264/Continuity.h"
 #include "h264/ParameterSets.h"
 #include "h264/Slice.h"
 #include "h264/Units.h"
 
 namespace {
 
+using quorvid::fuzz::require;
 using quorvid::h264::Bytes;
 using quorvid::h264::ByteView;
 using quorvid::h264::ParameterSets;
@@ -24,17 +26,6 @@ const ParameterSets kAnySets = [] {
   sets.stream.frameMbsOnly = false;
   return sets;
 }();
-
-void require(bool holds) {
-  if (!holds) __builtin_trap();
-}
-
-// In memory of its own, so that a read beyond it shows.
-Bytes take(ByteView& input, std::size_t size) {
-  const ByteView front = input.first(std::min(size, input.size()));
-  input = input.subspan(front.size());
-  return {front.begin(), front.end()};
-}
 
 ParameterSets readSets(const Bytes& sps, const Bytes& pps) {
   if (const auto peeked = quorvid::h264::peekSps(sps)) quorvid::h264::withoutVui(*peeked, sps);
@@ -59,17 +50,10 @@ void readFrame(const Bytes& frame, const Sps& stream) {
   require(end <= frame.size());
 }
 
-// The same bytes as a sample: with their length in front, as a caller that counts right has it.
-void repack(const Bytes& unit, const ParameterSets& sets) {
-  Bytes sample;
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    sample.push_back(static_cast<std::uint8_t>(unit.size() >> shift));
-  }
-  sample.insert(sample.end(), unit.begin(), unit.end());
-  const auto read = quorvid::h264::readSample(sample, sets, quorvid::h264::kWorkOfHonestUnits);
-  if (read.kind != quorvid::h264::SampleKind::Picture) return;
-  Bytes packet(read.packedSize());
-  read.packInto(packet);
+// The sample as a decoder gets it: lengths that fit, and nothing between them.
+void checkPacked(const quorvid::h264::Sample& sample) {
+  Bytes packet(sample.packedSize());
+  sample.packInto(packet);
   std::size_t at = 0;
   while (at + 4 <= packet.size()) {
     std::size_t size = 0;
@@ -80,16 +64,39 @@ void repack(const Bytes& unit, const ParameterSets& sets) {
   require(at == packet.size() && at > 0);
 }
 
+// The same bytes as a sample: with their length in front, as a caller that counts right has it.
+void takeSample(const Bytes& unit, const ParameterSets& sets, quorvid::h264::Continuity& continuity,
+                double now) {
+  using quorvid::h264::SampleKind;
+  Bytes bytes;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    bytes.push_back(static_cast<std::uint8_t>(unit.size() >> shift));
+  }
+  bytes.insert(bytes.end(), unit.begin(), unit.end());
+  const auto sample = quorvid::h264::readSample(bytes, sets, quorvid::h264::kWorkOfHonestUnits);
+  if (sample.kind == SampleKind::Nothing)
+    return continuity.announce(sample.picture.recoveryFrameCnt);
+  if (sample.kind == SampleKind::Damaged) return continuity.lose();
+  checkPacked(sample);
+  const bool mayShow = continuity.take(sample.picture, now);
+  require(mayShow || !sample.picture.isIdr);
+  const bool isWhole = (unit.back() & 2) != 0;  // as a decoder might say
+  continuity.decoded(isWhole);
+  require(!continuity.isHeld() || !isWhole || !mayShow);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 2) return 0;
-  ByteView input(data + 2, size - 2);
-  const Bytes sps = take(input, data[0]);
-  const Bytes pps = take(input, data[1]);
-  const Bytes frame = take(input, input.size());
-  const ParameterSets sets = readSets(sps, pps);
-  readFrame(frame, sets.stream);
-  repack(frame, sets);
+  const auto records = quorvid::fuzz::Input(data, size).records;
+  if (records.size() < 2) return 0;
+  const ParameterSets sets = readSets(records[0].bytes, records[1].bytes);
+  quorvid::h264::Continuity continuity(sets.stream);
+  double now = 1;
+  for (const auto& [kind, frame] : std::span(records).subspan(2)) {
+    now += kind / 16.0;
+    readFrame(frame, sets.stream);
+    if (!frame.empty()) takeSample(frame, sets, continuity, now);
+  }
   return 0;
 }

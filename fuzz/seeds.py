@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes what the fuzzers start from: seeds.py FOLDER, a folder in it for each fuzzer.
+"""Writes what the fuzzers start from: seeds.py FOLDER, a folder in it for each fuzzer, and one of whole streams.
 
 The inputs are laid out as the comment at the head of each fuzzer says.
 """
@@ -10,19 +10,79 @@ import subprocess
 import sys
 
 CODE = b"\0\0\0\1"
+# Name: size, pixel format, options of x264. Only those of LIVE tell by their order counts which picture is missing.
+KINDS = {
+    "plain": ("64x48", "yuv420p", "slices=2:bframes=0", "baseline"),
+    "live": ("64x64", "yuv420p", "bframes=0:fake-interlaced=1:cabac=0", "main"),
+    "live-slices": ("96x64", "yuv420p", "bframes=0:fake-interlaced=1:slices=4", "high"),
+    "live-fields": ("80x64", "yuv420p", "interlaced=1:bframes=0:ref=2", "high"),
+    "fields-b": ("96x64", "yuv420p", "tff=1:bframes=2:slices=2:weightp=2:nal-hrd=vbr:vbv-maxrate=500:vbv-bufsize=500", "high"),
+    "cropped": ("90x58", "yuv420p", "bframes=2:b-pyramid=normal:ref=4:weightb=1:cqm=jvt", "high"),
+    "full-range": ("176x96", "yuvj420p", "intra-refresh=1:keyint=4:bframes=0:sar=4/3:colormatrix=bt709:overscan=show", "main"),
+    "wide-422": ("80x48", "yuv422p", "bframes=0", "high422"),
+    "deep": ("80x48", "yuv420p10le", "bframes=1", "high10"),
+    "grey": ("80x48", "gray", "bframes=0:constrained-intra=1", "high"),
+    "chroma-444": ("64x48", "yuv444p", "bframes=0:qp=0", "high444"),
+}
 
 
-def encoded(size, options):
-    """The units of three pictures."""
-    stream = subprocess.run(
-        ["ffmpeg", "-v", "error", "-f", "lavfi", "-i", f"testsrc2=size={size}:rate=5", "-frames:v", "3",
-         "-pix_fmt", "yuv420p", "-c:v", "libx264", *options, "-f", "h264", "-"],
-        check=True, capture_output=True).stdout
+def units_of(stream):
     return [unit for unit in re.split(b"\0*\0\0\1", stream) if unit]
+
+
+def encoded(size, pixels, options, profile, count=10):
+    """The pictures of a stream, each a list of units."""
+    stream = subprocess.run(
+        ["ffmpeg", "-v", "error", "-f", "lavfi", "-i", f"testsrc2=size={size}:rate=10", "-frames:v", str(count),
+         "-pix_fmt", pixels, "-c:v", "libx264", "-profile:v", profile, "-preset", "fast", "-x264-params",
+         f"aud=1:scenecut=0:{options}", "-f", "h264", "-"], check=True, capture_output=True).stdout
+    pictures = []
+    for unit in units_of(stream):
+        if unit[0] & 31 == 9:
+            pictures.append([])
+        # What the encoder says of itself is left out; recovery points stay.
+        elif unit[0] & 31 != 6 or unit[1] != 5:
+            pictures[-1].append(unit)
+    return pictures
 
 
 def of_type(units, *types):
     return [unit for unit in units if unit[0] & 31 in types]
+
+
+def joined(units):
+    return b"".join(CODE + unit for unit in units)
+
+
+def laid_out(head, records):
+    """Records of (kind, bytes), or of bytes alone."""
+    pairs = (record if isinstance(record, tuple) else (0, record) for record in records)
+    return bytes([head]) + b"".join(struct.pack("<BH", kind, len(rest)) + rest for kind, rest in pairs)
+
+
+def h264_seeds(name, pictures):
+    sps, pps = of_type(pictures[0], 7)[0], of_type(pictures[0], 8)[0]
+    # A picture's slices go to a decoder together.
+    bodies = [joined(of_type(units, 1, 5, 6))[4:] for units in pictures]
+    head = len(name) % 2 * 4
+    yield f"decode_units/{name}", laid_out(head | 2, [sps, pps, *bodies])
+    yield f"decode_units/{name}-scaled", laid_out(head, [sps, pps, *bodies[:3]])
+    yield f"h264_syntax/{name}", laid_out(0, [sps, pps, *((1, body) for body in bodies)])
+    yield f"h264_syntax/{name}-frame", laid_out(0, [b"", b"", joined(pictures[0]), joined(pictures[1])])
+    frames = [joined(units) for units in pictures]
+    for ending, head in enumerate(("mp4", "mkv", "h264")):
+        yield f"recorder/{name}.{ending}", laid_out(ending, [(2, frame) for frame in frames])
+    yield f"recorder/{name}-split", laid_out(13 | len(name) % 3, [(9, frame) for frame in frames * 2])
+    yield f"probe/{name}", laid_out(0, [bytes(18), *map(packet, frames)])
+    yield f"streams/{name}.frames", b"".join(struct.pack("<I", len(frame)) + frame for frame in frames)
+
+
+def packet(frame, kind=b"V"):
+    return kind + struct.pack("<i", len(frame)) + bytes(14) + frame
+
+
+def car_frame(number, frame, kind):
+    return b"3GTSV100" + struct.pack("<iii", number, 0, len(frame)) + bytes(13) + bytes([kind, 0, 0]) + frame
 
 
 def record(device, more=b"more"):
@@ -31,35 +91,51 @@ def record(device, more=b"more"):
             bytes([1, 2, 3]) + b"12:00:00\0" + b"drives".ljust(128, b"\0") + more)
 
 
-def reply(length, rest, tag=b"3GAPV104"):
-    return b"??" + tag + struct.pack("<iii", 0, 0x8001, length) + bytes(100) + rest
+def reply(length, *rest, tag=b"3GAPV104"):
+    return [b"??" + tag + struct.pack("<iii", 0, 0x8001, length) + bytes(100), *rest]
+
+
+def connection_seeds():
+    """kinds: 10 a signal, 11 the peer closes, 12 resets, 13 is silent, 14 the caller stops, 15 nobody listens."""
+    fleet = [bytes(18), packet(bytes(9)), packet(bytes(4), b"A"), packet(bytes(30))]
+    car = [car_frame(number, b"frame", kind) for number, kind in ((1, 1), (2, 3), (4, 3), (5, 1), (6, 3))]
+    car.insert(2, b"?" * 5)
+    relay = reply(11, bytes(7), bytes([127, 0, 0, 1]), struct.pack("<i", 9))
+    ends = [(kind, b"") for kind in (10, 15, 11, 12, 13, 14)]
+    for name, head, records in (("fleet", 0, fleet), ("car", 1, car), ("relay", 2, relay + [(11, b"")] + car)):
+        often = [record for end in ends for record in [*records, end]]
+        for flags in (0, 16, 128, 224):
+            yield f"workers/{name}-{flags}", laid_out(head | flags, often)
+        yield f"probe/{name}", laid_out(head, records)
+        yield f"probe/{name}-late", laid_out(head | 4, [record[:7] for record in records[:-1]])
+    devices = [struct.pack("<i", 2), record(b"TRUCK-7"), record(b"K\xc3\xb6ln\x1b[2J")]
+    polls = [(kind, part) for kind in (0, 10, 11) for part in reply(8, *devices)]
+    yield "workers/poll", laid_out(3, [*polls, (11, b""), *reply(8, *devices), (12, b"")])
+    # More than a caller's table has room for.
+    yield "workers/many", laid_out(4, reply(8, struct.pack("<i", 210), *[record(b"BUS-3", b"")] * 210))
+    yield "workers/list", laid_out(4, reply(8, *devices, tag=b"3GAPV105"))
+    for raw in (0, 1):
+        names = (b"TRUCK-7", "Köln 北京 e\u0301".encode(), b"\x1b[2J\xff\xfe", "\u202egpj\U000e0041".encode())
+        yield f"texts/devices{raw}", bytes([raw | 20, 40]) + b"".join(record(name).ljust(304, b"\0") for name in names)
+
+
+def live_seeds(count):
+    """Steps: 0 frames from..to, 1 one frame, 2 without a unit, 3 cut, 4 a foreign frame, 5 a lost connection."""
+    steps = [(0, bytes([0, 5])), (1, b"\7"), (0, bytes([0, 3])), (2, bytes([4, 2])), (0, bytes([5, 9])), (5, b"\0"),
+             (0, bytes([3, 6])), (0, bytes([0, 9])), (5, b"\1"), (2, bytes([0, 1])), (0, bytes([0, 9]))]
+    hostile = [(3, bytes([2, 90])), (4, CODE + b"\x67\x42\xc0\x1e\xda\x02\x80\xf6\x40"), (6, b"?")]
+    for stream in range(count):
+        for head in range(4):
+            yield f"live/{stream}-{head}", laid_out(stream << 2 | head, steps)
+        yield f"live/{stream}-hostile", laid_out(stream << 2 | stream & 1, [*steps[:3], *hostile, *steps])
 
 
 def seeds():
-    plain = encoded("64x48", ["-profile:v", "baseline", "-x264-params", "slices=2"])
-    coded = encoded("80x64", ["-profile:v", "high", "-x264-params", "interlaced=1:bframes=0"])
-    for name, units in {"plain": plain, "coded": coded}.items():
-        units = of_type(units, 1, 5, 7, 8)
-        sps, pps = of_type(units, 7)[0], of_type(units, 8)[0]
-        slices = of_type(units, 1, 5)
-        yield f"decode_units/{name}", b"\0" + b"".join(struct.pack("<H", len(u)) + u for u in units)
-        frame = slices[0] + b"".join(CODE + unit for unit in slices[1:])
-        yield f"h264_syntax/{name}", bytes([len(sps), len(pps)]) + sps + pps + frame
-        yield f"h264_syntax/{name}-frame", bytes(2) + CODE + sps + CODE + pps + CODE + frame
-    yield "h264_syntax/empty-units", bytes(2) + b"\0\0\1" * 2 + CODE * 2 + b"\x65\x88"
-    answer = bytes(18)
-    packet = [kind + struct.pack("<i", size) + bytes(14) + bytes(size)
-              for kind, size in ((b"V", 9), (b"A", 4), (b"V", 30))]
-    yield "replies/fleet", b"\0" + answer + b"".join(packet)
-    frames = [b"3GTSV100" + struct.pack("<iii", number, 0, 5) + bytes(13) + bytes([kind, 0, 0]) + b"frame"
-              for number, kind in ((1, 1), (2, 3), (4, 3))]
-    yield "replies/car", b"\1" + b"?".join(frames)
-    yield "replies/relay", b"\2" + reply(11, bytes(7) + bytes([127, 0, 0, 1]) + struct.pack("<i", 9))
-    devices = struct.pack("<i", 2) + record(b"TRUCK-7") + record(b"K\xc3\xb6ln\x1b[2J")
-    yield "replies/poll", b"\3" + reply(8, devices)
-    # More than a caller's table has room for.
-    yield "replies/many", b"\4" + reply(8, struct.pack("<i", 210) + record(b"BUS-3", more=b"") * 210)
-    yield "replies/list", b"\4" + reply(8, devices, b"3GAPV105")
+    for name, kind in KINDS.items():
+        yield from h264_seeds(name, encoded(*kind))
+    yield "h264_syntax/empty-units", laid_out(0, [b"", b"", b"\0\0\1" * 2 + CODE * 2 + b"\x65\x88"])
+    yield from live_seeds(len(KINDS))
+    yield from connection_seeds()
 
 
 def main():

@@ -1,0 +1,61 @@
+// Server: what stands in for a server, and for time, in a fuzzer linked with -Wl,--wrap of connect,
+// read, recv and clock_nanosleep.
+//
+// A connection is a socket pair with its own descriptor number. Its bytes come out of records, no
+// more of them with one read than one record has; a record's kind says what follows it. A pause
+// takes no time.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+
+#include "fuzz/Records.h"
+
+namespace quorvid::fuzz {
+
+// A kind modulo 16; every other one: nothing but the next record.
+enum After : std::uint8_t {
+  kInterrupted = 10,  // the next read fails with EINTR
+  kClosed,            // the peer closes in order; what follows is for the next connection
+  kReset,
+  kSilent,  // nothing comes for so long that the read fails
+  kStop,    // stop() is called inside the next read
+  kRefused  // only as the first of a connection, without its bytes: nobody listens
+};
+
+class Server {
+ public:
+  // What all connections from now on will be sent.
+  void serve(std::vector<Record> script);
+  // The calls that connected are over.
+  void finish();
+  bool isOver() const { return next_ == script_.size(); }
+
+  std::function<void()> stop = [] {};
+  std::function<void(double seconds)> paused = [](double) {};
+
+  // In the place of the system's functions; -1 with errno, as they have it.
+  int connect(int descriptor);
+  bool isAt(int descriptor) const { return descriptor == descriptor_; }
+  // How many of the bytes that the socket holds may be read now.
+  ssize_t readable();
+  void wasRead(ssize_t count) { left_ -= count; }
+
+ private:
+  void loadNext();
+
+  std::vector<Record> script_;
+  std::size_t next_ = 0;
+  int descriptor_ = -1, end_ = -1;
+  ssize_t left_ = 0;  // of the record that was sent last
+  std::uint8_t after_ = 0;
+};
+
+extern Server server;
+
+// A mend() for records of the wire, each of them a packet, a frame or a device record: its
+// length.
+void mendWire(Bytes& bytes);
+
+}  // namespace quorvid::fuzz
