@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <string_view>
 #include <utility>
@@ -35,39 +36,36 @@ int Server::connect(int descriptor) {
   ::dup2(ends[0], descriptor);
   ::close(ends[0]);
   end_ = ends[1];
+  require(::write(end_, "", 1) == 1);  // whoever looks whether there are bytes always finds some
   descriptor_ = descriptor;
   left_ = after_ = 0;
   return 0;
 }
 
-void Server::loadNext() {
-  if (after_ == kClosed || isOver()) {
-    after_ = kClosed;
-    ::shutdown(end_, SHUT_WR);
-    return;
-  }
-  const Record& record = script_[next_++];
-  after_ = record.kind % 16;
-  left_ = ::send(end_, record.bytes.data(), record.bytes.size(), MSG_NOSIGNAL);
-  left_ = std::max<ssize_t>(left_, 0);  // the caller's end may be shut down
-}
-
-ssize_t Server::readable() {
+int Server::findBytes() {
   while (left_ == 0) {
     const std::uint8_t what = after_ == kClosed ? after_ : std::exchange(after_, 0);
-    if (what == kReset || what == kSilent) {
-      errno = what == kReset ? ECONNRESET : EAGAIN;
-      return -1;
-    }
     if (what == kStop) stop();
-    loadNext();
-    if (what == kInterrupted) {  // with bytes there, for whoever looks whether there are any
-      errno = EINTR;
+    if (what == kClosed) return 0;
+    if (what == kReset || what == kSilent || what == kInterrupted) {
+      errno = what == kReset ? ECONNRESET : what == kSilent ? EAGAIN : EINTR;
       return -1;
     }
-    if (what == kClosed) return 0;
+    after_ = isOver() ? kClosed : static_cast<std::uint8_t>(script_[next_].kind % 16);
+    left_ = isOver() ? 0 : script_[next_++].bytes.size();
+    at_ = 0;
   }
-  return left_;
+  return 1;
+}
+
+ssize_t Server::read(void* out, std::size_t size) {
+  const int found = findBytes();
+  if (found <= 0) return found;
+  const std::size_t count = std::min(size, left_);
+  std::memcpy(out, &script_[next_ - 1].bytes[at_], count);
+  at_ += count;
+  left_ -= count;
+  return static_cast<ssize_t>(count);
 }
 
 void mendWire(Bytes& bytes) {
@@ -84,19 +82,6 @@ void mendWire(Bytes& bytes) {
   }
 }
 
-namespace {
-
-template <class Read>
-ssize_t readThrough(int descriptor, std::size_t size, Read read) {
-  if (!server.isAt(descriptor)) return read(size);
-  const ssize_t most = server.readable();
-  if (most <= 0) return most;
-  const ssize_t count = read(std::min(size, static_cast<std::size_t>(most)));
-  server.wasRead(std::max<ssize_t>(count, 0));
-  return count;
-}
-
-}  // namespace
 }  // namespace quorvid::fuzz
 
 // The linker puts these in the place of the system's functions.
@@ -110,14 +95,14 @@ int __wrap_connect(int descriptor, const sockaddr* /*peer*/, socklen_t /*size*/)
 }
 
 ssize_t __wrap_read(int descriptor, void* out, std::size_t size) {
-  return quorvid::fuzz::readThrough(
-      descriptor, size, [=](std::size_t most) { return __real_read(descriptor, out, most); });
+  auto& server = quorvid::fuzz::server;
+  return server.isAt(descriptor) ? server.read(out, size) : __real_read(descriptor, out, size);
 }
 
 ssize_t __wrap_recv(int descriptor, void* out, std::size_t size, int flags) {
-  return quorvid::fuzz::readThrough(descriptor, size, [=](std::size_t most) {
-    return __real_recv(descriptor, out, most, flags);
-  });
+  auto& server = quorvid::fuzz::server;
+  return server.isAt(descriptor) ? server.read(out, size)
+                                 : __real_recv(descriptor, out, size, flags);
 }
 
 int __wrap_clock_nanosleep(clockid_t clock, int /*flags*/, const timespec* end,

@@ -1,9 +1,9 @@
 // Server: what stands in for a server, and for time, in a fuzzer linked with -Wl,--wrap of connect,
 // read, recv and clock_nanosleep.
 //
-// A connection is a socket pair with its own descriptor number. Its bytes come out of records, no
-// more of them with one read than one record has; a record's kind says what follows it. A pause
-// takes no time.
+// A connection is a socket pair in the place of the caller's descriptor. What it reads there comes
+// straight out of records, no more with one read than one record has; a record's kind says what
+// follows it. A pause takes no time.
 #pragma once
 
 #include <sys/types.h>
@@ -38,17 +38,16 @@ class Server {
   // In the place of the system's functions; -1 with errno, as they have it.
   int connect(int descriptor);
   bool isAt(int descriptor) const { return descriptor == descriptor_; }
-  // How many of the bytes that the socket holds may be read now.
-  ssize_t readable();
-  void wasRead(ssize_t count) { left_ -= count; }
+  ssize_t read(void* out, std::size_t size);
 
  private:
-  void loadNext();
+  // 1: there are bytes; else what a read says.
+  int findBytes();
 
   std::vector<Record> script_;
   std::size_t next_ = 0;
   int descriptor_ = -1, end_ = -1;
-  ssize_t left_ = 0;  // of the record that was sent last
+  std::size_t at_ = 0, left_ = 0;  // of the record before the next
   std::uint8_t after_ = 0;
 };
 
