@@ -2,7 +2,8 @@
 // what is handed out is the very picture of its frame, or none.
 //
 // Input (Records.h): head: which path, pictures or frames, and which of the Streams; a record: what
-// the server does next, its bytes are the arguments.
+// the server does next, its bytes are the arguments. With bit 7 of the head the QueueModel is
+// driven instead.
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "fuzz/QueueModel.h"
 #include "fuzz/Server.h"
 #include "fuzz/Streams.h"
 #include "live/LiveSession.h"
@@ -173,6 +175,11 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const fuzz::Input input(data, size);
+  if ((input.head & 0x80) != 0) {
+    fuzz::QueueModel queue((input.head & 1) != 0);
+    for (const auto& record : input.records) queue.take(record);
+    return 0;
+  }
   const bool isCar = (input.head & 1) != 0;
   Script script(fuzz::streams()[(input.head >> 2) % fuzz::streams().size()], isCar);
   for (const auto& record : input.records) script.add(record);

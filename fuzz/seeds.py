@@ -130,11 +130,26 @@ def live_seeds(count):
         yield f"live/{stream}-hostile", laid_out(stream << 2 | stream & 1, [*steps[:3], *hostile, *steps])
 
 
+def queue_seeds():
+    """Steps: 0 hidden or shown, 1 late, 2 some are taken, 3 all are, 4 frames: how many - 1, header, size, pause."""
+    key, frame, spare = (lambda count, size, pause, header=header: (4, bytes([count, header, size, pause]))
+                         for header in (0x65, 0x41, 1))
+    for name, steps in {
+            "bytes": [key(0, 99, 0), frame(63, 255, 0), frame(9, 255, 0), (3, b""), key(0, 9, 0), frame(5, 1, 0), (3, b"")],
+            "groups": [key(0, 99, 1), *[frame(40, 255, 0), key(0, 99, 0)] * 3, (2, b"\5"), (1, b""), spare(5, 1, 1), (3, b"")],
+            "time": [key(0, 9, 1), frame(20, 1, 16), spare(9, 1, 1), (3, b""), frame(3, 1, 1), key(0, 1, 1), (3, b"")],
+            "hidden": [key(0, 9, 1), frame(3, 1, 1), (0, b""), frame(2, 1, 1), key(1, 1, 1), (0, b""), spare(3, 1, 1),
+                       frame(1, 1, 1), (3, b"")]}.items():
+        for head in (128, 129):
+            yield f"live/queue-{name}{head}", laid_out(head, steps)
+
+
 def seeds():
     for name, kind in KINDS.items():
         yield from h264_seeds(name, encoded(*kind))
     yield "h264_syntax/empty-units", laid_out(0, [b"", b"", b"\0\0\1" * 2 + CODE * 2 + b"\x65\x88"])
     yield from live_seeds(len(KINDS))
+    yield from queue_seeds()
     yield from connection_seeds()
 
 
