@@ -22,7 +22,7 @@ run() {
   find "seeds/$1" "$known" -type f -print0 2>/dev/null | xargs -0 "./$1" >"$1.log" 2>&1 ||
     { tail -n 60 "$1.log"; echo "fuzz: a seed of $1 failed"; return 1; }
   # Looking for leaks after each input would take most of the time; it is done at the end.
-  "./$1" -detect_leaks=0 -max_total_time="$seconds" -max_len="$longest" -timeout=20 -rss_limit_mb=2048 \
+  "./$1" -detect_leaks=0 -max_total_time="$seconds" -max_len="$longest" -timeout=60 -rss_limit_mb=2048 \
     -artifact_prefix="$1-" "corpus/$1" "seeds/$1" >"$1.log" 2>&1 ||
     { tail -n 60 "$1.log"; echo "fuzz: $1 failed"; return 1; }
   awk -v name="$1" '/INITED|DONE/ { print name ": " $0 }' "$1.log"
