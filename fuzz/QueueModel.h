@@ -49,7 +49,8 @@ class QueueModel {
 
   void push(std::uint8_t header, std::size_t size) {
     Bytes bytes{0, 0, 1, header};
-    bytes.resize(bytes.size() + size, 0xFF);
+    if (pushed_ < kMostPushed) bytes.resize(bytes.size() + size, 0xFF);
+    pushed_ += size;
     Frame frame = makeFrame(bytes, now_, queue_.blank(bytes.size()));
     isNeeded_.push_back(frame.isKey || frame.isReference);
     frame.number = isNeeded_.size();
@@ -81,7 +82,11 @@ class QueueModel {
     require(bytes <= FrameQueue::kMostBytes && last - first <= FrameQueue::kMostSeconds);
   }
 
+  // Enough to go beyond the bound; more only takes time.
+  static constexpr std::size_t kMostPushed = 2 * FrameQueue::kMostBytes;
+
   FrameQueue queue_;
+  std::size_t pushed_ = 0;
   double now_;
   bool hidden_ = false;
   std::uint64_t taken_ = 0, last_ = 0;  // how many, and the number of the last

@@ -136,7 +136,7 @@ def queue_seeds():
                          for header in (0x65, 0x41, 1))
     for name, steps in {
             "bytes": [key(0, 99, 0), frame(63, 255, 0), frame(9, 255, 0), (3, b""), key(0, 9, 0), frame(5, 1, 0), (3, b"")],
-            "groups": [key(0, 99, 1), *[frame(40, 255, 0), key(0, 99, 0)] * 3, (2, b"\5"), (1, b""), spare(5, 1, 1), (3, b"")],
+            "groups": [key(0, 99, 1), frame(40, 255, 0), key(0, 99, 0), frame(30, 255, 0), key(0, 9, 0), (2, b"\5"), (1, b""), spare(5, 1, 1), (3, b"")],
             "time": [key(0, 9, 1), frame(20, 1, 16), spare(9, 1, 1), (3, b""), frame(3, 1, 1), key(0, 1, 1), (3, b"")],
             "hidden": [key(0, 9, 1), frame(3, 1, 1), (0, b""), frame(2, 1, 1), key(1, 1, 1), (0, b""), spare(3, 1, 1),
                        frame(1, 1, 1), (3, b"")]}.items():
