@@ -104,7 +104,7 @@ def connection_seeds():
     ends = [(kind, b"") for kind in (10, 15, 11, 12, 13, 14)]
     for name, head, records in (("fleet", 0, fleet), ("car", 1, car), ("relay", 2, relay + [(11, b"")] + car)):
         often = [record for end in ends for record in [*records, end]]
-        for flags in (0, 16, 128, 224):
+        for flags in (0, 8, 16, 128, 224):
             yield f"workers/{name}-{flags}", laid_out(head | flags, often)
         yield f"probe/{name}", laid_out(head, records)
         yield f"probe/{name}-late", laid_out(head | 4, [record[:7] for record in records[:-1]])
