@@ -17,8 +17,8 @@ python3 ../fuzz/seeds.py seeds
 
 for fuzzer in "${fuzzers[@]}"; do
   # One after the other in one process, as far as the fuzzer can.
-  find "seeds/$fuzzer" "../fuzz/regressions/$fuzzer" "../build-fuzz/fuzz/corpus/$fuzzer" -type f -print0 2>/dev/null |
-    LLVM_PROFILE_FILE=profiles/$fuzzer-%p.profraw xargs -0 -n 2000 "fuzz/$fuzzer" >"$fuzzer.log" 2>&1 ||
+  { find "seeds/$fuzzer" "../fuzz/regressions/$fuzzer" "../build-fuzz/fuzz/corpus/$fuzzer" -type f -print0 2>/dev/null ||
+    true; } | LLVM_PROFILE_FILE=profiles/$fuzzer-%p.profraw xargs -0 -n 2000 "fuzz/$fuzzer" >"$fuzzer.log" 2>&1 ||
     { tail -n 40 "$fuzzer.log"; exit 1; }
 done
 # As ctest runs them, each case in a process of its own; %m: all that run a program add to one file. Windows are left out.

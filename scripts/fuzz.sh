@@ -19,7 +19,7 @@ run() {
   [[ $1 == live ]] && longest=1024  # its records are steps, not bytes of a stream
   mkdir -p "corpus/$1"
   # Whole seeds and what has failed before once; from then on shorter inputs, of which more go into a second.
-  find "seeds/$1" "$known" -type f -print0 2>/dev/null | xargs -0 "./$1" >"$1.log" 2>&1 ||
+  { find "seeds/$1" "$known" -type f -print0 2>/dev/null || true; } | xargs -0 "./$1" >"$1.log" 2>&1 ||
     { tail -n 60 "$1.log"; echo "fuzz: a seed of $1 failed"; return 1; }
   # Looking for leaks after each input would take most of the time; it is done at the end.
   "./$1" -detect_leaks=0 -max_total_time="$seconds" -max_len="$longest" -timeout=60 -rss_limit_mb=2048 \
