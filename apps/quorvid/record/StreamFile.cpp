@@ -61,7 +61,8 @@ struct StreamFile::Muxer {
   Muxer() = default;
   Muxer(const Muxer&) = delete;
   Muxer& operator=(const Muxer&) = delete;
-  ~Muxer() {
+  // Where a context was made, what frees it is there.
+  ~Muxer() {  // NOLINT(bugprone-exception-escape)
     if (context != nullptr) {
       avio_closep(&context->pb);
       avformat_free_context(context);
