@@ -18,6 +18,7 @@ const char* nameOf(Service service);
 // means.
 enum class FaultKind : std::uint8_t {
   Refuse,
+  Unanswered,
   Delay,
   Answer,
   BadKind,
@@ -25,6 +26,8 @@ enum class FaultKind : std::uint8_t {
   WrongCommand,
   TooLarge,
   Negative,
+  Length,
+  Count,
   ShortHeader,
   ShortRecord,
   OneByte,
@@ -34,7 +37,9 @@ enum class FaultKind : std::uint8_t {
   Reset,
   Random,
   Noise,
+  Damage,
   Burst,
+  Flood,
   Lose,
 };
 
@@ -49,6 +54,7 @@ class FaultPlan {
   std::optional<std::int64_t> find(Service service, FaultKind kind) const;
 
   int times = 0;           // the first so many connections of a service are hit; 0: all
+  int sweep = 0;           // close, reset and stall move on by a byte; positions; 0: they don't
   std::uint64_t seed = 1;  // where the random bytes start
 
  private:
@@ -68,6 +74,8 @@ class ConnectionFaults {
 
   std::optional<std::int64_t> find(FaultKind kind) const;
   bool has(FaultKind kind) const { return find(kind).has_value(); }
+  // After how many bytes of this connection a close, reset or stall comes.
+  std::optional<std::size_t> findPlace(FaultKind kind) const;
   // Whether the fault was asked for with this number.
   bool hits(FaultKind kind, std::uint32_t number) const { return find(kind) == number; }
   Bytes randomBytes(std::size_t count);
@@ -75,6 +83,7 @@ class ConnectionFaults {
  private:
   const FaultPlan& plan_;
   const Service service_;
+  const unsigned number_;
   const bool active_;
   std::mt19937_64 random_;
 };

@@ -184,6 +184,9 @@ void addTrouble(CLI::App& app, Options& options) {
       ->type_name("FAULT");
   addNumber(app, "--fault-times", options.faults.times, 0, 1'000'000,
             "faults hit only the first N connections of a service (0: all)");
+  addNumber(app, "--fault-sweep", options.faults.sweep, 0, 1'000'000,
+            "close, reset and stall come a byte later with each connection of a service, at N "
+            "places in turn (0: always at the same)");
   addNumber(app, "--seed", options.faults.seed, 0, std::numeric_limits<std::int64_t>::max(),
             "where the random bytes start (1): the same seed, the same bytes");
 }

@@ -33,11 +33,13 @@ complete -c quorvid-sim -l item-len -x -d 'Length of a record'
 complete -c quorvid-sim -l relay-extra -x -d 'Bytes before the address in the relay reply'
 complete -c quorvid-sim -l gap -x -d 'Leave out every Nth frame of the car stream'
 
-set -l faults refuse delay answer bad-kind wrong-tag wrong-command too-large negative short-header \
-  short-record one-byte split-port stall close reset random noise burst lose
+set -l faults refuse unanswered delay answer bad-kind wrong-tag wrong-command too-large negative \
+  length count short-header short-record one-byte split-port stall close reset random noise damage burst flood \
+  lose
 complete -c quorvid-sim -l close -x -a 'order reset' -d 'How connections end'
 complete -c quorvid-sim -l drop-after -x -d 'End each stream after so many seconds'
 complete -c quorvid-sim -l stall-after -x -d 'Fall silent after so many seconds'
 complete -c quorvid-sim -l fault -x -a "$faults" -d 'Make something go wrong'
 complete -c quorvid-sim -l fault-times -x -d 'Connections that faults hit'
+complete -c quorvid-sim -l fault-sweep -x -d 'Places of a close, reset or stall'
 complete -c quorvid-sim -l seed -x -d 'Where the random bytes start'

@@ -63,8 +63,9 @@ _quorvid_sim() {
     --reply-tag) _quorvid_choose '3GAPV103 3GAPV104 3GAPV105'; return ;;
     --close) _quorvid_choose 'order reset'; return ;;
     --fault)
-      _quorvid_choose 'refuse delay answer bad-kind wrong-tag wrong-command too-large negative short-header
-        short-record one-byte split-port stall close reset random noise burst lose'
+      _quorvid_choose 'refuse unanswered delay answer bad-kind wrong-tag wrong-command too-large negative
+        length count short-header short-record one-byte split-port stall close reset random noise damage burst flood
+        lose'
       return
       ;;
     --sei | --audio | --live | --json) ;;
@@ -73,6 +74,6 @@ _quorvid_sim() {
   _quorvid_choose '--help --version --input --size --resize --sar --fps --gop --bitrate --seconds --cache --sei
     --audio --live --bind --port --list-port --relay-port --car-port --json --send-log --devices --channels --reply-tag
     --garbage --items --item-len --relay-extra --gap --close --drop-after --stall-after --fault
-    --fault-times --seed'
+    --fault-times --fault-sweep --seed'
 }
 complete -F _quorvid_sim quorvid-sim

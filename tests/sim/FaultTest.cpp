@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "sim/SimProcess.h"
 #include "sim/WireClient.h"
 #include "support/Eventually.h"
@@ -35,6 +37,23 @@ TEST(Faults, EndAfterSoManyBytes) {
     WireClient client(sim.port("fleet"), fleetRequest("A1", 0));
     EXPECT_EQ(client.readAll(1).size(), bytes) << fault;
     EXPECT_EQ(client.end(), end) << fault;
+  }
+}
+
+TEST(Faults, OfLengthsAndPlaces) {
+  SimProcess sim({"--fault", "length:fleet:131072", "--fault", "length:list:2147483648", "--fault",
+                  "count:list:-1", "--fault", "close:car:5", "--fault-sweep", "2", "--size",
+                  "96x96"});
+  WireClient fleet(sim.port("fleet"), fleetRequest("A1", 0));
+  fleet.read(18);
+  WireBytes payload;
+  for (int i = 0; i < 10; ++i) payload = fleet.fleetFrame().value().payload;
+  EXPECT_EQ(payload.size(), 131072u);
+  const WireBytes list = WireClient(sim.port("list"), listRequest()).readAll();
+  EXPECT_EQ(int32At(list, 120), -1);
+  EXPECT_EQ(int32At(list, 124 + 280), std::numeric_limits<std::int32_t>::min());
+  for (const std::size_t bytes : {5, 6, 5}) {
+    EXPECT_EQ(WireClient(sim.port("car"), carRequest("A1", 0)).readAll().size(), bytes);
   }
 }
 

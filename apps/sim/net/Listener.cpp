@@ -16,15 +16,19 @@ Listener::Listener(asio::io_context& context, const Options& options, Service se
       acceptor_(context),
       timer_(context) {
   open(port);
+  if (options.faults.find(service, FaultKind::Unanswered)) {
+    block();
+    return;
+  }
   const auto refused = options.faults.find(service, FaultKind::Refuse);
   if (!refused) {
-    listen();
+    serve();
     return;
   }
   // A port that is bound but does not listen refuses connections.
   timer_.expires_after(std::chrono::seconds(*refused));
   timer_.async_wait([this](std::error_code error) {
-    if (!error) listen();
+    if (!error) serve();
   });
 }
 
@@ -45,14 +49,27 @@ void Listener::open(int port) {
   port_ = acceptor_.local_endpoint().port();
 }
 
-void Listener::listen() {
+void Listener::block() {
+  constexpr int kMoreThanItHolds = 3;
+  listen(0);
+  for (int i = 0; i < kMoreThanItHolds; ++i) {
+    tcp::socket& caller = callers_.emplace_back(acceptor_.get_executor());
+    caller.async_connect(acceptor_.local_endpoint(), [](std::error_code) {});
+  }
+}
+
+void Listener::serve() {
+  listen(asio::socket_base::max_listen_connections);
+  accept();
+}
+
+void Listener::listen(int waiting) {
   std::error_code error;
-  acceptor_.listen(asio::socket_base::max_listen_connections, error);
+  acceptor_.listen(waiting, error);
   if (error) {
     throw SimError(fmt::format("the {} port {}:{} can't be listened on: {}", nameOf(service_),
                                options_.bind, port_, error.message()));
   }
-  accept();
 }
 
 void Listener::accept() {
@@ -82,6 +99,7 @@ void Listener::stop() {
   std::error_code error;
   acceptor_.close(error);
   timer_.cancel();
+  callers_.clear();
   for (const auto& here : connections_) {
     if (const auto connection = here.lock()) connection->end(options_.close);
   }

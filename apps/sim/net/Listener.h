@@ -3,6 +3,7 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -27,7 +28,10 @@ class Listener {
 
  private:
   void open(int port);
-  void listen();
+  void serve();
+  void listen(int waiting);
+  // Fills the queue of those that wait to be taken in; what comes then is dropped.
+  void block();
   void accept();
   void welcome(asio::ip::tcp::socket socket);
 
@@ -39,6 +43,7 @@ class Listener {
   int port_ = 0;
   unsigned count_ = 0;
   std::vector<std::weak_ptr<Connection>> connections_;
+  std::deque<asio::ip::tcp::socket> callers_;  // our own, in the queue that is full
 };
 
 }  // namespace quorvid::sim

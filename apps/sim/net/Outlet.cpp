@@ -21,9 +21,9 @@ void Outlet::setCut(const ConnectionFaults& faults) {
   for (const Cut& cut :
        {Cut{FaultKind::Stall, std::nullopt}, Cut{FaultKind::Close, CloseStyle::Order},
         Cut{FaultKind::Reset, CloseStyle::Reset}, Cut{FaultKind::ShortHeader, CloseStyle::Order}}) {
-    const auto count = faults.find(cut.kind);
-    if (!count || (cutAt_ && *cutAt_ <= static_cast<std::size_t>(*count))) continue;
-    cutAt_ = static_cast<std::size_t>(*count);
+    const auto place = faults.findPlace(cut.kind);
+    if (!place || (cutAt_ && *cutAt_ <= *place)) continue;
+    cutAt_ = place;
     cutStyle_ = cut.style;
   }
 }

@@ -9,6 +9,7 @@ namespace quorvid::sim {
 namespace {
 
 constexpr std::chrono::milliseconds kEncoderPause{5};
+constexpr std::size_t kFloodWaiting = 3;  // messages; beyond them the client doesn't keep up
 
 std::chrono::steady_clock::duration seconds(double count) {
   return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
@@ -126,10 +127,19 @@ void StreamConnection::tick() {
     }
   }
   burstSent_ = 0;
+  setDue();
+  wait();
+}
+
+void StreamConnection::setDue() {
+  const auto flood = faults().find(FaultKind::Flood);
+  if (flood && frameNumber_ < *flood) {
+    due_ = Clock::now() + (waiting() < kFloodWaiting ? Clock::duration{} : kEncoderPause);
+    return;
+  }
   due_ += burst_ * period();
   // After a pause of the whole process the frames go on from here, instead of all at once.
   if (due_ + std::chrono::seconds(1) < Clock::now()) due_ = Clock::now();
-  wait();
 }
 
 // @return false when the next frame is not encoded yet
@@ -157,11 +167,29 @@ bool StreamConnection::leftOut(const EncodedFrame& frame) {
   return skipping_ || inGap || isLost;
 }
 
+// About one byte in a hundred, any of them: parameter sets and slice headers as well.
+void StreamConnection::change(Bytes& payload) {
+  const Bytes random = faults().randomBytes(5 * (1 + payload.size() / 100));
+  for (std::size_t i = 0; i + 5 <= random.size(); i += 5) {
+    std::size_t place = 0;
+    for (std::size_t j = 0; j < 4; ++j) place = place << 8 | random[i + j];
+    payload[place % payload.size()] = random[i + 4];
+  }
+}
+
 void StreamConnection::deliver(const EncodedFrame& frame) {
   const auto noise = faults().find(FaultKind::Noise);
-  const bool noisy = noise && *noise > 0 && frameNumber_ % *noise == 0;
-  const Bytes random = faults().randomBytes(noisy ? frame.bytes.size() : 0);
-  sendMarked(writer_.frame({noisy ? random : frame.bytes, frame.key, frameNumber_}), frame.number);
+  Bytes changed;
+  if (noise && *noise > 0 && frameNumber_ % *noise == 0) {
+    changed = faults().randomBytes(frame.bytes.size());
+  }
+  const auto damage = faults().find(FaultKind::Damage);
+  if (damage && *damage > 0 && frameNumber_ % *damage == 0) {
+    changed = frame.bytes;
+    change(changed);
+  }
+  const ByteView payload = changed.empty() ? ByteView(frame.bytes) : ByteView(changed);
+  sendMarked(writer_.frame({payload, frame.key, frameNumber_}), frame.number);
   if (options().audio) {
     send(writer_.sound(static_cast<std::size_t>(8000 * av_q2d(av_inv_q(cursor_->loop().rate())))));
   }

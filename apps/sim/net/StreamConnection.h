@@ -32,6 +32,9 @@ class StreamConnection final : public Connection {
   bool step();
   void deliver(const EncodedFrame& frame);
   bool leftOut(const EncodedFrame& frame);
+  void change(Bytes& payload);
+  // When the frames after those just sent are due.
+  void setDue();
   Clock::duration period() const;
 
   LoopStore& loops_;

@@ -11,6 +11,7 @@ namespace {
 constexpr std::int32_t kReplyCommand = 0x8001;
 constexpr std::int64_t kTooLarge = 1'000'000;
 constexpr std::uint8_t kFiller = 0xee;
+constexpr std::uint32_t kRecordOfLength = 2;
 
 struct Trip {
   double longitude, latitude;  // millionths of a degree
@@ -71,7 +72,7 @@ Bytes header(const Options& options, std::int64_t length, std::size_t records,
   appendInt32(out, faults.find(FaultKind::WrongCommand).value_or(kReplyCommand));
   appendInt32(out, length);
   appendZeros(out, 100);
-  appendInt32(out, static_cast<std::int64_t>(records));
+  appendInt32(out, faults.find(FaultKind::Count).value_or(static_cast<std::int64_t>(records)));
   return out;
 }
 
@@ -89,6 +90,8 @@ Reply listReply(const Options& options, unsigned poll, ConnectionFaults& faults)
     const auto number = static_cast<std::uint32_t>(i + 1);
     if (faults.hits(FaultKind::TooLarge, number)) putInt32(reply.bytes, start, kTooLarge);
     if (faults.hits(FaultKind::Negative, number)) putInt32(reply.bytes, start, -1);
+    const auto said = faults.find(FaultKind::Length);
+    if (said && number == kRecordOfLength) putInt32(reply.bytes, start, *said);
   }
   reply.end = reply.bytes.size();
   if (const auto some = faults.find(FaultKind::ShortRecord)) {
@@ -103,6 +106,7 @@ Reply relayReply(const Options& options, const std::array<std::uint8_t, 4>& addr
   std::int64_t length = 8 + options.relayExtra;
   if (faults.has(FaultKind::TooLarge)) length = kTooLarge;
   if (faults.has(FaultKind::Negative)) length = -1;
+  length = faults.find(FaultKind::Length).value_or(length);
   Reply reply{header(options, length, 0, faults)};
   reply.bytes.resize(reply.bytes.size() + static_cast<std::size_t>(options.relayExtra), kFiller);
   appendBytes(reply.bytes, address);

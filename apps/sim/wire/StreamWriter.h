@@ -26,7 +26,9 @@ class StreamWriter {
   Bytes sound(std::size_t samples);
 
  private:
-  Bytes packet(char kind, ByteView payload);
+  Bytes packet(char kind, ByteView whole);
+  // What is sent as the payload of the frame under way, and the length that its header states.
+  ByteView resized(ByteView payload, Bytes& filled) const;
   std::int64_t statedLength(std::size_t length) const;
 
   const bool fleet_;
