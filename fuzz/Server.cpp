@@ -84,7 +84,8 @@ void mendWire(Bytes& bytes) {
 
 }  // namespace quorvid::fuzz
 
-// The linker puts these in the place of the system's functions.
+// The linker puts these in the place of the system's functions, and gives them their names.
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 
 ssize_t __real_read(int descriptor, void* out, std::size_t size);
@@ -115,3 +116,4 @@ int __wrap_clock_nanosleep(clockid_t clock, int /*flags*/, const timespec* end,
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)

@@ -74,8 +74,9 @@ void takeSample(const Bytes& unit, const ParameterSets& sets, quorvid::h264::Con
   }
   bytes.insert(bytes.end(), unit.begin(), unit.end());
   const auto sample = quorvid::h264::readSample(bytes, sets, quorvid::h264::kWorkOfHonestUnits);
-  if (sample.kind == SampleKind::Nothing)
+  if (sample.kind == SampleKind::Nothing) {
     return continuity.announce(sample.picture.recoveryFrameCnt);
+  }
   if (sample.kind == SampleKind::Damaged) return continuity.lose();
   checkPacked(sample);
   const bool mayShow = continuity.take(sample.picture, now);

@@ -28,7 +28,8 @@ void measure(ProbeDialect& dialect, double timeout, StreamFigures& figures) {
   socket.send(dialect.request());
   socket.beginStep();
   require(!dialect.readAnswer(socket).empty());
-  for (double now = 0;; now += 0.04) {
+  for (unsigned count = 0;; ++count) {
+    const double now = count / 25.0;
     socket.beginStep();
     const ProbeFrame frame = dialect.nextFrame(socket);
     require(frame.bytes.size() <= QUORVID_FRAME_CAPACITY);

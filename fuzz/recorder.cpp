@@ -21,17 +21,17 @@ using namespace quorvid::app;
 using quorvid::fuzz::require;
 namespace fs = std::filesystem;
 
-const fs::path folder = [] {
+const fs::path kFolder = [] {
   char name[] = "/tmp/quorvid-fuzz-XXXXXX";
   require(mkdtemp(name) != nullptr);
-  std::atexit([] { fs::remove_all(folder); });
+  std::atexit([] { fs::remove_all(kFolder); });
   return fs::path(name);
 }();
 
 RecorderOptions optionsOf(unsigned head) {
   static constexpr const char* kEndings[] = {".mp4", ".mkv", ".h264", ".h264"};
   RecorderOptions options;
-  options.fileName = folder / ("file" + std::string(kEndings[head & 3]));
+  options.fileName = kFolder / ("file" + std::string(kEndings[head & 3]));
   options.limit = (head & 4) != 0 ? 20000 : 0;
   options.split = (head & 8) != 0 ? 2 : 0;
   options.overwrite = true;

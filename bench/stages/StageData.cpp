@@ -38,6 +38,7 @@ std::vector<std::vector<std::uint8_t>> encodedLoop(int width, int height, std::s
     cache.store(what, loop);
   }
   std::vector<std::vector<std::uint8_t>> frames;
+  frames.reserve(loop.size());
   for (sim::EncodedFrame& frame : loop) frames.push_back(std::move(frame.bytes));
   return frames;
 }
