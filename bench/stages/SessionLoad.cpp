@@ -45,6 +45,7 @@ class ServerProcess {
  private:
   [[noreturn]] static void serve(const PacketServer& server, int clients) {
     std::vector<int> sockets;
+    sockets.reserve(static_cast<std::size_t>(clients));
     for (int i = 0; i < clients; ++i) sockets.push_back(server.accept(Dialect::Fleet));
     auto due = Clock::now();
     for (std::uint32_t number = 0;; ++number) {
