@@ -43,7 +43,8 @@ std::unique_ptr<T>& lastReleased() {
 template <class T>
 std::unique_ptr<T> makeOrReuse() {
   std::unique_ptr<T> made = std::move(lastReleased<T>());
-  return made != nullptr ? std::move(made) : std::make_unique<T>();
+  if (made == nullptr) made = std::make_unique<T>();
+  return made;
 }
 
 template <class Value>

@@ -201,8 +201,9 @@ TEST_F(GstSource, BearsAnyOrderOfStates) {
   const std::size_t before = pipeline.pushed().size();
   pipeline.set(GST_STATE_PLAYING);
   EXPECT_TRUE(pipeline.waitFor(before + kFrames)) << "it still plays";
-  for (const std::string& message : pipeline.messages())
+  for (const std::string& message : pipeline.messages()) {
     EXPECT_FALSE(has(message, "rror")) << message;
+  }
 }
 
 TEST_F(GstSource, TellsThatTheServerIsGoneAndGoesOnWhenItIsBack) {

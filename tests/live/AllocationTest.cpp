@@ -25,6 +25,7 @@ void count() {
 
 }  // namespace
 
+// The linker's names. NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
@@ -44,6 +45,7 @@ void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size) {
   return count(), __real_aligned_alloc(alignment, size);
 }
 }
+// NOLINTEND(readability-identifier-naming)
 
 // Not inlined: g++ takes a pair of its own for a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t size) {
