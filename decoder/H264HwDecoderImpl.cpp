@@ -172,4 +172,18 @@ CVPixelBufferRef H264HwDecoderImpl::copyPicture() {
   return picture;
 }
 
+std::shared_ptr<VTKeptPicture> H264HwDecoderImpl::keepPicture() {
+  return hasPicture_ ? VTDecompressionSessionKeepPicture(_deocderSession) : nullptr;
+}
+
+bool H264HwDecoderImpl::convertPicture(VTKeptPicture& kept) {
+  return VTKeptPictureConvert(kept);
+}
+
+CVPixelBufferRef H264HwDecoderImpl::copyPicture(VTKeptPicture& kept) {
+  CVPixelBufferRef picture = nullptr;
+  logDecodeStatus(VTKeptPictureCopyPicture(kept, &picture));
+  return picture;
+}
+
 }  // namespace quorvid

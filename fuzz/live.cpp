@@ -141,7 +141,8 @@ void watch(LiveSession& session, const Script& script) {
     const bool mayBeDone = isOver;  // before the report, which then counts everything
     const SessionReport report = session.report();
     const bool isDone = mayBeDone && asked > report.received - report.lost;
-    if (const auto picture = session.takePicture()) {
+    if (auto picture = session.takePicture()) {
+      session.complete(*picture);
       require(picture->number > last);
       last = picture->number;
       if (script.isHonest()) {

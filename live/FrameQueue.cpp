@@ -1,7 +1,6 @@
 #include "live/FrameQueue.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "base/Clock.h"
@@ -64,8 +63,14 @@ void FrameQueue::keepWithinBounds() {
 std::optional<Frame> FrameQueue::take() {
   std::unique_lock lock(mutex_);
   for (bool isAfterLoss = false;;) {
-    changed_.wait(lock, [this] { return closed_ || (!hidden_ && !frames_.empty()); });
+    changed_.wait(lock, [this] { return closed_ || hasErrand_ || (!hidden_ && !frames_.empty()); });
     if (closed_) return std::nullopt;
+    if (std::exchange(hasErrand_, false)) {
+      lock.unlock();
+      errand_();
+      lock.lock();
+      continue;
+    }
     Frame frame = takeFirst();
     frame.isToBeShown = unshown_ <= 1;
     frame.isAfterLoss = isAfterLoss;
@@ -76,6 +81,17 @@ std::optional<Frame> FrameQueue::take() {
     isAfterLoss = isAfterLoss || frame.isToBeShown;
     spares_.put(std::move(frame));
   }
+}
+
+void FrameQueue::runErrand() {
+  const std::lock_guard lock(mutex_);
+  hasErrand_ = errand_ != nullptr;
+  changed_.notify_one();
+}
+
+void FrameQueue::setErrand(std::function<void()> errand) {
+  const std::lock_guard lock(mutex_);
+  errand_ = std::move(errand);
 }
 
 void FrameQueue::close() {
@@ -93,10 +109,9 @@ void FrameQueue::setHidden(bool hidden) {
   changed_.notify_one();
 }
 
-bool FrameQueue::comesWithin(double seconds) {
-  std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, std::chrono::duration<double>(seconds),
-                           [this] { return closed_ || !frames_.empty(); });
+bool FrameQueue::isEmpty() const {
+  const std::lock_guard lock(mutex_);
+  return frames_.empty();
 }
 
 void FrameQueue::skipToNewestKey() {

@@ -9,6 +9,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <mutex>
 #include <optional>
@@ -31,8 +32,12 @@ class FrameQueue {
   void giveBack(Frame frame);
   // Takes effect at once, whatever waits.
   void push(Frame frame);
-  // Waits for a frame and takes it. Nothing once the queue is closed.
+  // Waits for a frame and takes it. Nothing once the queue is closed. Between frames it does the
+  // errand, as often as runErrand() was called meanwhile, once for several.
   std::optional<Frame> take();
+  void runErrand();
+  // It runs without a lock.
+  void setErrand(std::function<void()> errand);
   // A decoder that is behind is spared nothing, within the bounds. To be said before take().
   void keepAll() { keepsAll_ = true; }
   // Ends take(), now and later.
@@ -40,8 +45,7 @@ class FrameQueue {
   // Hidden: take() waits, and a key frame takes the place of all that waits. Then everything that
   // waits is to be decoded, and only the last to be shown.
   void setHidden(bool hidden);
-  // True when a frame waits, or does so within that time, or none is wanted any more.
-  bool comesWithin(double seconds);
+  bool isEmpty() const;
   // What waits is late: the next frame taken is the newest key frame, if one waits.
   void skipToNewestKey();
   std::uint64_t lost() const;
@@ -60,6 +64,8 @@ class FrameQueue {
   std::size_t bytes_ = 0;
   std::uint64_t lost_ = 0;
   std::size_t unshown_ = 0;  // of the frames that wait, the first so many were hidden
+  std::function<void()> errand_;
+  bool hasErrand_ = false;
   bool needsKey_ = false;
   bool hidden_ = false;
   bool closed_ = false;

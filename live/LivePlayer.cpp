@@ -158,6 +158,7 @@ std::optional<Picture> LivePlayer::turn(double now, double busy) {
     ++before_.overwritten;  // newer ones are on their way
     return std::nullopt;
   }
+  if (picture && !session_->complete(*picture)) return std::nullopt;
   return picture;
 }
 

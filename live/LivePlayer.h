@@ -31,6 +31,10 @@ class LivePlayer {
   const LiveOptions& options() const { return options_; }
   bool isVisible() const { return visible_; }
 
+  // A turn is about to begin.
+  void prepare() {
+    if (session_ != nullptr && visible_) session_->prepare();
+  }
   // The picture to be shown now, if a new one waits. Starts a silent stream again when it is time.
   // busy: seconds that the thread has spent on its views so far (RunLoop::busySeconds()),
   // 0 where nothing is drawn.

@@ -16,11 +16,8 @@ namespace {
 constexpr std::uint64_t kUntakenPictures = 250;
 // Seconds: a host gets a new picture at least so often, however many wait.
 constexpr double kProgress = 0.1;
-// How fast a pause between two frames is forgotten, and how many of them before the host's turn the
-// next frame is waited for: a single late turn, or a burst of frames, changes neither.
-constexpr double kGapDecay = 0.95;
-constexpr double kFramesOfRoom = 1.25;
-// A view that left pictures out is called late for so many seconds more.
+// A view that left pictures out is called late for so many seconds more, and one that was too slow
+// to take a picture gets the next ones unconverted.
 constexpr double kCalm = 2;
 constexpr const char* kNoKeyFrame = "no key frame has come yet";
 
@@ -75,12 +72,39 @@ void LiveSession::end() {
 }
 
 std::optional<Picture> LiveSession::takePicture() {
-  const double now = steadySeconds();
   const std::lock_guard lock(mutex_);
   ++taken_;
-  turnGaps_ = {turnGaps_[1], now - std::exchange(turned_, now)};
   picked_.notify_one();
   return std::exchange(ready_, std::nullopt);
+}
+
+bool LiveSession::complete(Picture& picture) {
+  if (picture.kept == nullptr) return true;
+  convert(*picture.kept);
+  picture.buffer.reset(H264HwDecoderImpl::copyPicture(*picture.kept));
+  picture.kept = nullptr;
+  return picture.buffer != nullptr;
+}
+
+void LiveSession::prepare() {
+  std::unique_lock lock(mutex_);
+  const bool isKept = ready_ && ready_->kept;
+  lock.unlock();
+  if (isKept) queue_.runErrand();
+}
+
+// The decoding thread's errand.
+void LiveSession::convertKept() {
+  std::unique_lock lock(mutex_);
+  const std::shared_ptr<VTKeptPicture> kept = ready_ ? ready_->kept : nullptr;
+  lock.unlock();
+  if (kept) convert(*kept);
+}
+
+void LiveSession::convert(VTKeptPicture& kept) {
+  if (!H264HwDecoderImpl::convertPicture(kept)) return;
+  const std::lock_guard lock(mutex_);
+  ++report_.converted;
 }
 
 SessionReport LiveSession::report() const {
@@ -111,6 +135,7 @@ void LiveSession::decode() {
     stopReceiving();
     return fail(LiveReason::NoResources, "what decodes can't be loaded: " + std::move(why));
   }
+  queue_.setErrand([this] { convertKept(); });
   StreamDecoder decoder(delivery_.form);
   while (auto frame = queue_.take()) {
     decodeFrame(decoder, *frame);
@@ -118,7 +143,9 @@ void LiveSession::decode() {
   }
 }
 
-// A picture that nobody will see is never converted: that costs about as much as its decoding.
+// A picture that nobody will see is never converted: that costs about as much as its decoding. So
+// it is converted at once where it is sure to be seen; otherwise when the host's next turn begins,
+// by this thread or the host's, whichever comes to it first.
 void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
   const StreamDecoder::Outcome outcome = decoder.decode(frame);
   StreamShape shape;
@@ -130,7 +157,11 @@ void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
   const double now = steadySeconds();
   const bool isShown = outcome == StreamDecoder::Outcome::Picture && !noteLateness(now, frame) &&
                        frame.isToBeShown && !isOvertaken(now, frame);
-  if (isShown) publish({decoder.picture(), frame.arrival, frame.number, shape});
+  if (isShown && isSureToBeSeen(now)) {
+    publish({decoder.picture(), frame.arrival, frame.number, shape});
+  } else if (isShown) {
+    publish({nullptr, frame.arrival, frame.number, shape, nullptr, decoder.keptPicture()});
+  }
   if (isUntold() || isShown) wake_->signal();
 }
 
@@ -190,27 +221,24 @@ bool LiveSession::noteLateness(double now, const Frame& frame) {
   return isTooOld;
 }
 
-// A newer frame waits while the host has one to take, or while this one is old. Or it comes well
-// before the host's next turn, as turns and frames come of late: for that one is waited. Whoever
-// takes pictures as decoded waits for them, without turns, and they cost nothing to make.
+// Where pictures are old, one behind which another waits is not worth a turn of the host's.
 bool LiveSession::isOvertaken(double now, const Frame& frame) {
-  if (delivery_.isEvery || delivery_.form == PictureForm::AsDecoded) return false;
-  if (arrived_ >= 0) frameGap_ = std::max(frame.arrival - arrived_, kGapDecay * frameGap_);
-  arrived_ = frame.arrival;
-  const double wait = kFramesOfRoom * frameGap_;
-  std::unique_lock lock(mutex_);
+  if (keepingSavesNothing() || now - frame.arrival <= kProgress || queue_.isEmpty()) return false;
+  const std::lock_guard lock(mutex_);
   if (now - published_ > kProgress) return false;
-  const bool hasTime = now + wait < turned_ + std::min(turnGaps_[0], turnGaps_[1]);
-  const bool isBehind = ready_ || now - frame.arrival > kProgress;
-  lock.unlock();
-  if (!queue_.comesWithin(hasTime ? wait : 0) || !(hasTime || isBehind)) return false;
-  lock.lock();
   ++report_.overwritten;
   return true;
 }
 
+bool LiveSession::isSureToBeSeen(double now) {
+  if (keepingSavesNothing()) return true;
+  if (!queue_.isEmpty()) return false;
+  const std::lock_guard lock(mutex_);
+  return !ready_ && (wasted_ < 0 || now - wasted_ > kCalm);
+}
+
 void LiveSession::publish(Picture picture) {
-  if (picture.buffer == nullptr && picture.frame == nullptr) return;
+  if (!picture.buffer && !picture.frame && !picture.kept) return;
   bool nobodyTakes = false;
   {
     std::unique_lock lock(mutex_);
@@ -218,6 +246,7 @@ void LiveSession::publish(Picture picture) {
     if (ending_) return;
     if (picture.buffer != nullptr) ++report_.converted;
     if (ready_) ++report_.overwritten;
+    if (ready_ && ready_->buffer) wasted_ = steadySeconds();
     ready_ = std::move(picture);
     published_ = steadySeconds();
     nobodyTakes = taken_ == 0 && report_.overwritten == kUntakenPictures;

@@ -11,7 +11,6 @@
 
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <memory>
@@ -64,8 +63,13 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   void end();
   void setHidden(bool hidden) { queue_.setHidden(hidden); }
   void setMostLag(double seconds) { mostLag_ = seconds; }
-  // The newest picture that was not taken yet.
+  // The newest picture that was not taken yet. One that is only kept so far is converted by
+  // complete(), for who will show it; false when it can't be.
   std::optional<Picture> takePicture();
+  bool complete(Picture& picture);
+  // The next picture is about to be taken: it is converted beside the host's thread, if that comes
+  // to it in time.
+  void prepare();
   SessionReport report() const;
 
  private:
@@ -79,7 +83,14 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   void notePassage(FrameGate::Outcome outcome, const Frame& frame, const StreamShape& shape);
   void decodeFrame(StreamDecoder& decoder, Frame& frame);
   bool noteLateness(double now, const Frame& frame);
+  // Whoever takes every picture, or takes them as they are decoded, is spared nothing by waiting.
+  bool keepingSavesNothing() const {
+    return delivery_.isEvery || delivery_.form == PictureForm::AsDecoded;
+  }
   bool isOvertaken(double now, const Frame& frame);
+  bool isSureToBeSeen(double now);
+  void convertKept();
+  void convert(VTKeptPicture& kept);
   void publish(Picture picture);
   void noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape);
   bool isUntold();
@@ -111,14 +122,11 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   std::optional<Picture> ready_;
   std::condition_variable picked_;  // ready_ was taken, or the session ends
   bool ending_ = false;
-  std::uint64_t taken_ = 0;           // how often the host's thread asked
-  double turned_ = -1;                // when it did last
-  std::array<double, 2> turnGaps_{};  // between its last turns
-  double published_ = -1;             // when ready_ was set last
-  double leftOut_ = -1;               // when a picture was left out last, because decoding is late
-  // The decoding thread's: arrival of the last frame, and the longest time between two of late;
-  // what the host was woken for last.
-  double arrived_ = -1, frameGap_ = 0;
+  std::uint64_t taken_ = 0;  // how often the host's thread asked
+  double published_ = -1;    // when ready_ was set last
+  double wasted_ = -1;       // when a picture was converted that nobody took, last
+  double leftOut_ = -1;      // when a picture was left out last, because decoding is late
+  // The decoding thread's: what the host was woken for last.
   LiveStatus told_;
   bool toldLate_ = false;
 };

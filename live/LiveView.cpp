@@ -56,6 +56,11 @@ std::shared_ptr<LiveView> LiveView::initToDrawLater(CGRect frame, const LiveOpti
         self->state_->turn(*self);
       }
     });
+    view->state_->link->setPreparation([weak] {
+      if (const auto self = std::static_pointer_cast<LiveView>(weak.lock())) {
+        self->state_->player.prepare();
+      }
+    });
     view->state_->link->setEveryTurn(true);  // or a wake within the same refresh would be lost
     view->state_->link->addToRunLoop(RunLoop::currentRunLoop(), NSDefaultRunLoopMode);
     return view;

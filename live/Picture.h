@@ -24,13 +24,15 @@ struct StreamShape {
 };
 
 struct Frame;
+class VTKeptPicture;
 
 struct Picture {
-  PicturePtr buffer;
+  PicturePtr buffer;         // null: see kept and frame
   double arrival = 0;        // of its frame; seconds, steady clock
   std::uint64_t number = 0;  // of its frame, counted from 1 since play()
   StreamShape shape;
-  std::shared_ptr<const Frame> frame = {};  // undecoded; no buffer then
+  std::shared_ptr<const Frame> frame = {};   // undecoded
+  std::shared_ptr<VTKeptPicture> kept = {};  // decoded, and not converted yet
 };
 
 }  // namespace quorvid

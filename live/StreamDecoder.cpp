@@ -49,6 +49,10 @@ PicturePtr StreamDecoder::picture() const {
   return PicturePtr(decoder_ != nullptr ? decoder_->copyPicture() : nullptr);
 }
 
+std::shared_ptr<VTKeptPicture> StreamDecoder::keptPicture() const {
+  return decoder_ != nullptr ? decoder_->keepPicture() : nullptr;
+}
+
 // False: the sets are new ones, too early.
 bool StreamDecoder::takeSets(const Frame& frame) {
   const h264::ByteView sps = lastOf(frame, UnitType::Sps), pps = lastOf(frame, UnitType::Pps);

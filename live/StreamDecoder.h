@@ -32,6 +32,8 @@ class StreamDecoder {
   // Of the frame decoded last, where the outcome was Picture. In one size it costs about as much as
   // decoding did; as decoded, next to nothing. Null when memory is short.
   PicturePtr picture() const;
+  // The same picture, to be converted by whoever takes it: H264HwDecoderImpl::copyPicture().
+  std::shared_ptr<VTKeptPicture> keptPicture() const;
   // What the stream's parameter set states; nothing before the first.
   const std::optional<h264::Sps>& stream() const { return stream_; }
 

@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -41,6 +42,7 @@ class CMVideoFormatDescription;
 class CMBlockBuffer;
 class CMSampleBuffer;
 class VTDecompressionSession;
+class VTKeptPicture;
 using CMVideoFormatDescriptionRef = CMVideoFormatDescription*;
 using CMBlockBufferRef = CMBlockBuffer*;
 using CMSampleBufferRef = CMSampleBuffer*;
@@ -157,5 +159,13 @@ OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef session,
 // caller; null where there is none. kVTVideoDecoderMalfunctionErr when it can't be made.
 OSStatus VTDecompressionSessionCopyPicture(VTDecompressionSessionRef session,
                                            CVPixelBufferRef* out);
+// The same picture, for who can't tell yet whether anybody will see it: it outlasts further units
+// and the session. Null where there is none or memory is short.
+std::shared_ptr<VTKeptPicture> VTDecompressionSessionKeepPicture(VTDecompressionSessionRef session);
+// Converts it unless that is done, on any thread, beside the session's; the first of several does,
+// and the others wait. True when it was this call.
+bool VTKeptPictureConvert(VTKeptPicture& kept);
+// As VTDecompressionSessionCopyPicture(), on any thread, but once: null the second time.
+OSStatus VTKeptPictureCopyPicture(VTKeptPicture& kept, CVPixelBufferRef* out);
 
 }  // namespace quorvid

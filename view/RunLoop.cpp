@@ -41,6 +41,9 @@ void RunLoop::refresh(std::uint32_t refreshes) {
   scheduled.assign(links_.begin(), links_.end());
   const double begin = steadySeconds();
   for (const auto& link : scheduled) {
+    if (link->mode_ == mode_ && link->preparation_) link->preparation_();
+  }
+  for (const auto& link : scheduled) {
     if (link->mode_ == mode_) link->tick(refreshes);
   }
   busySeconds_ += steadySeconds() - begin;
@@ -82,6 +85,7 @@ void CADisplayLink::invalidate() {
   if (const std::shared_ptr<RunLoop> loop = loop_.lock()) std::erase(loop->links_, self);
   loop_.reset();
   // Last, for it may destroy the target and everything that the target holds.
+  preparation_ = {};
   const auto dropped = std::exchange(callback_, nullptr);
 }
 

@@ -36,6 +36,7 @@ QUORVID_LATE(avCodecLibrary, av_frame_clone);
 QUORVID_LATE(avCodecLibrary, av_frame_copy_props);
 QUORVID_LATE(avCodecLibrary, av_frame_free);
 QUORVID_LATE(avCodecLibrary, av_frame_get_buffer);
+QUORVID_LATE(avCodecLibrary, av_frame_ref);
 QUORVID_LATE(avCodecLibrary, av_frame_unref);
 QUORVID_LATE(avCodecLibrary, av_hwdevice_ctx_create);
 QUORVID_LATE(avCodecLibrary, av_hwdevice_get_type_name);

@@ -1,5 +1,6 @@
 #include "port/av/DecompressionSession.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -10,6 +11,8 @@ namespace quorvid {
 namespace {
 
 constexpr double kLongestHonestUnit = 0.25;  // seconds of processor time
+// One waits, one is shown, one takes the place of the one that waits.
+constexpr std::size_t kMostKept = 3;
 
 }  // namespace
 
@@ -54,23 +57,32 @@ OSStatus VTDecompressionSession::makePicture(std::span<const std::uint8_t> sampl
   }
   if (decoded.frame == nullptr) return decoded.status;
   kept_ = decoded.frame;
-  if (!onRequest_) return convert(*kept_, picture);
+  if (!onRequest_) return copyPicture(picture);
   infoFlags = kVTDecodeInfo_FrameKept;
   return noErr;
 }
 
 OSStatus VTDecompressionSession::copyPicture(CVPixelBufferRef& picture) {
-  return kept_ != nullptr ? convert(*kept_, picture) : noErr;
+  return kept_ != nullptr ? convertFrame(*converter_, *kept_, shapes(), picture) : noErr;
 }
 
-OSStatus VTDecompressionSession::convert(const AVFrame& frame, CVPixelBufferRef& picture) {
-  picture = converter_.convert(frame);
-  if (picture == nullptr) return kVTVideoDecoderMalfunctionErr;
+std::shared_ptr<VTKeptPicture> VTDecompressionSession::keepPicture() {
+  if (kept_ == nullptr) return nullptr;
+  auto free = std::find_if(keptPictures_.begin(), keptPictures_.end(),
+                           [](const auto& picture) { return picture.use_count() == 1; });
+  if (free == keptPictures_.end()) {
+    auto made = std::make_shared<VTKeptPicture>(converter_);
+    if (keptPictures_.size() == kMostKept) return made->keep(*kept_, shapes()) ? made : nullptr;
+    free = keptPictures_.insert(free, std::move(made));
+  }
+  return (*free)->keep(*kept_, shapes()) ? *free : nullptr;
+}
+
+StreamShapes VTDecompressionSession::shapes() const {
   const h264::Sps& stream = sets_.stream;
   const auto height = static_cast<CGFloat>(stream.displayedHeight());
-  CVImageBufferSetStreamShape(picture, {static_cast<CGFloat>(stream.displayedWidth()), height},
-                              {height * stream.displayAspect(), height});
-  return noErr;
+  return {{static_cast<CGFloat>(stream.displayedWidth()), height},
+          {height * stream.displayAspect(), height}};
 }
 
 // True when the picture may be shown. The packet says where a decoder may join the stream.

@@ -5,11 +5,12 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "h264/Continuity.h"
 #include "port/VideoDecompression.h"
 #include "port/av/DecoderChain.h"
-#include "port/av/PictureConverter.h"
+#include "port/av/KeptPicture.h"
 
 namespace quorvid {
 
@@ -22,7 +23,7 @@ class VTDecompressionSession {
       : decoder_(std::move(decoder)),
         sets_(std::move(sets)),
         continuity_(sets_.stream),
-        converter_(size),
+        converter_(std::make_shared<PictureConverter>(size)),
         callback_(callback) {}
 
   // Calls the callback once, with or without a picture, and returns the status that it got.
@@ -31,12 +32,13 @@ class VTDecompressionSession {
   // On request: decode() leaves the picture to copyPicture().
   void setPicturesOnRequest(bool onRequest) { onRequest_ = onRequest; }
   OSStatus copyPicture(CVPixelBufferRef& picture);
+  std::shared_ptr<VTKeptPicture> keepPicture();
 
  private:
   OSStatus makePicture(std::span<const std::uint8_t> sample, CVPixelBufferRef& picture,
                        VTDecodeInfoFlags& infoFlags);
   bool takePicture(const h264::PictureInfo& picture);
-  OSStatus convert(const AVFrame& frame, CVPixelBufferRef& picture);
+  StreamShapes shapes() const;
   bool pack(const h264::Sample& sample);
   DecodedPicture decodeTimed();
 
@@ -45,11 +47,12 @@ class VTDecompressionSession {
   h264::Continuity continuity_;
   std::uint64_t mostWork_ = h264::kWorkOfHonestUnits;  // until a unit took too long
   h264::Sample unit_;                                  // the last one; only its memory matters
-  PictureConverter converter_;
+  std::shared_ptr<PictureConverter> converter_;
   VTDecompressionOutputCallbackRecord callback_;
   AvPacketPtr packet_{av_packet_alloc()};
   bool onRequest_ = false;
   const AVFrame* kept_ = nullptr;  // the decoder's; of the last unit, until the next
+  std::vector<std::shared_ptr<VTKeptPicture>> keptPictures_;  // those that nobody else has are free
 };
 
 }  // namespace quorvid

@@ -72,6 +72,7 @@ CVPixelBufferRef PicturePool::take(std::size_t width, std::size_t height) {
 
 CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
   if (frame.width < 2 || frame.height < 2) return nullptr;
+  const std::lock_guard lock(mutex_);
   if (size_.asDecoded) return wrap(frame);
   const bool isOwn = size_.width == 0;
   CVPixelBufferRef picture =

@@ -4,12 +4,13 @@
 // into pairs: scaled as pairs they would lose up to two steps of 255. Pixel formats other than
 // 8-bit 4:2:0 are brought to it first. Full-range samples become video range. Every picture says
 // which matrix its colours need: the stream's own, or ITU-R 601 for frames of at most 576 lines and
-// ITU-R 709 above. One thread.
+// ITU-R 709 above. Any thread; conversions wait for each other.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <vector>
 
 #include "port/av/AvFrames.h"
@@ -60,6 +61,7 @@ class PictureConverter {
   const Text& matrixNameOf(const AVFrame& frame);
 
   PictureSize size_;
+  std::mutex mutex_;  // guards what follows
   PicturePool pool_;
   // U and V apart: as the frame has them in pairs, and at the picture's size.
   std::array<std::vector<std::uint8_t>, 2> split_, scaled_;

@@ -201,4 +201,18 @@ OSStatus VTDecompressionSessionCopyPicture(VTDecompressionSessionRef session,
   return session != nullptr ? session->copyPicture(*out) : kVTParameterErr;
 }
 
+std::shared_ptr<VTKeptPicture> VTDecompressionSessionKeepPicture(
+    VTDecompressionSessionRef session) {
+  return session != nullptr ? session->keepPicture() : nullptr;
+}
+
+bool VTKeptPictureConvert(VTKeptPicture& kept) {
+  return kept.convert();
+}
+
+OSStatus VTKeptPictureCopyPicture(VTKeptPicture& kept, CVPixelBufferRef* out) {
+  *out = nullptr;
+  return kept.copyPicture(*out);
+}
+
 }  // namespace quorvid

@@ -139,6 +139,18 @@ OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef on, CMSampl
   return recording().decodeStatus;
 }
 
+std::shared_ptr<VTKeptPicture> VTDecompressionSessionKeepPicture(VTDecompressionSessionRef) {
+  return nullptr;
+}
+
+bool VTKeptPictureConvert(VTKeptPicture&) {
+  return false;
+}
+
+OSStatus VTKeptPictureCopyPicture(VTKeptPicture&, CVPixelBufferRef*) {
+  return kVTParameterErr;
+}
+
 OSStatus VTDecompressionSessionCopyPicture(VTDecompressionSessionRef, CVPixelBufferRef* out) {
   *out = CVPixelBufferRetain(recording().pictureToGive);
   return noErr;

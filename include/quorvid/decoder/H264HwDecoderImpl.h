@@ -26,6 +26,7 @@ namespace quorvid {
 
 class CMVideoFormatDescription;
 class VTDecompressionSession;
+class VTKeptPicture;
 
 // What a decoder's pictures are.
 enum class PictureForm : std::uint8_t {
@@ -93,6 +94,13 @@ class QUORVID_API H264HwDecoderImpl {
   // The last unit's picture, made anew by each call, with one reference for the caller. Null when
   // there is none, with a line in the log when it can't be made.
   CVPixelBufferRef copyPicture();
+  // The last unit's picture as it was decoded, for as long as its owner likes; null when there is
+  // none. For who can't tell yet whether it will be seen.
+  std::shared_ptr<VTKeptPicture> keepPicture();
+  // On any thread: converts it unless that is done, true when it was this call; and hands it out as
+  // copyPicture() does, converted by then at the latest, once.
+  static bool convertPicture(VTKeptPicture& kept);
+  static CVPixelBufferRef copyPicture(VTKeptPicture& kept);
 
  private:
   H264HwDecoderImpl() = default;

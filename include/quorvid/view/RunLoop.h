@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "quorvid/base/Export.h"
@@ -91,6 +92,9 @@ class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayL
   // Ticks at every call of refresh() and refreshAt(), whatever time has passed: for what waits for
   // something else than the display, and must be served when the host was woken for it.
   void setEveryTurn(bool everyTurn) { everyTurn_ = everyTurn; }
+  // Called in each turn before the first of the loop's links ticks, whether this one is due or not:
+  // for work that other threads can do meanwhile. It adds and invalidates no links.
+  void setPreparation(std::function<void()> preparation) { preparation_ = std::move(preparation); }
   // The loop keeps the link until it is invalidated. A link joins one loop once.
   void addToRunLoop(const std::shared_ptr<RunLoop>& loop, RunLoopMode mode);
   // Unschedules the link and drops its callback; safe inside the callback itself.
@@ -102,6 +106,7 @@ class QUORVID_API CADisplayLink : public std::enable_shared_from_this<CADisplayL
   QUORVID_LOCAL void tick(std::uint32_t refreshes);
 
   std::shared_ptr<std::function<void()>> callback_;
+  std::function<void()> preparation_;
   std::weak_ptr<RunLoop> loop_;
   RunLoopMode mode_ = RunLoopMode::Default;
   int frameInterval_ = 1;

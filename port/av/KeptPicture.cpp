@@ -1,0 +1,42 @@
+#include "port/av/KeptPicture.h"
+
+namespace quorvid {
+
+OSStatus convertFrame(PictureConverter& converter, const AVFrame& frame, const StreamShapes& shapes,
+                      CVPixelBufferRef& picture) {
+  picture = converter.convert(frame);
+  if (picture == nullptr) return kVTVideoDecoderMalfunctionErr;
+  CVImageBufferSetStreamShape(picture, shapes.encoded, shapes.display);
+  return noErr;
+}
+
+bool VTKeptPicture::keep(const AVFrame& frame, const StreamShapes& shapes) {
+  const std::lock_guard lock(mutex_);
+  CVPixelBufferRelease(std::exchange(picture_, nullptr));
+  status_ = noErr;
+  if (frame_ == nullptr) return false;
+  av_frame_unref(frame_.get());
+  shapes_ = shapes;
+  return av_frame_ref(frame_.get(), &frame) == 0;
+}
+
+bool VTKeptPicture::convert() {
+  const std::lock_guard lock(mutex_);
+  return convertLocked();
+}
+
+OSStatus VTKeptPicture::copyPicture(CVPixelBufferRef& picture) {
+  const std::lock_guard lock(mutex_);
+  convertLocked();
+  picture = std::exchange(picture_, nullptr);
+  return status_;
+}
+
+bool VTKeptPicture::convertLocked() {
+  if (frame_ == nullptr || frame_->buf[0] == nullptr) return false;
+  status_ = convertFrame(*converter_, *frame_, shapes_, picture_);
+  av_frame_unref(frame_.get());
+  return picture_ != nullptr;
+}
+
+}  // namespace quorvid
