@@ -89,6 +89,7 @@ class VideoWorker {
   // Hands over the first count bytes of the last payload; a count of 0 delivers nothing, and nor
   // does one that was read after the connection was shut down.
   void deliver(std::int32_t count);
+  void fillSlot(std::int32_t count);
 
   static bool isPayloadLength(std::int32_t length) {
     return length >= 0 && length <= QUORVID_FRAME_CAPACITY;
