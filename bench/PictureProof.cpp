@@ -6,7 +6,9 @@
 #include <atomic>
 #include <chrono>
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 #include <thread>
 
@@ -72,6 +74,19 @@ class Proof {
   double stalled_ = 0, churned_ = 0;
 };
 
+long threads() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+// Its two threads end by themselves.
+double secondsToStop(LiveView& view) {
+  const long before = threads();
+  const double start = now();
+  view.stop();
+  while (threads() > before - 2 && now() - start < kMostPatience) sleepFor(0.001);
+  return now() - start;
+}
+
 int Proof::run() {
   std::string error;
   const auto window = Window::open({"Proof", options_.width, options_.height, true}, &error);
@@ -88,6 +103,7 @@ int Proof::run() {
   if (other.joinable()) other.join();
   result_.figures = main_->view->figures();
   result_.state = main_->view->status().state;
+  if (result_.figures.shown > 0) result_.stopping = secondsToStop(*main_->view);
   result_.pictures = check_.finish();
   for (const CheckedPicture& p : result_.pictures) {
     if (!options_.trace) break;

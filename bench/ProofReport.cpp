@@ -88,6 +88,8 @@ nlohmann::ordered_json reportOf(const ProofResult& result) {
   json["unreadable"] = unreadable;
   json["out of order"] = disorder;
   json["median age"] = median(ages);
+  json["worst age"] = ages.empty() ? -1 : *std::max_element(ages.begin(), ages.end());
+  json["stopping"] = result.stopping;
   json["pauses"] = reportPauses(result);
   json["sizes"] = reportSizes(pictures);
   json["shown while hidden"] = result.shownHidden;

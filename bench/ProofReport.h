@@ -23,6 +23,7 @@ struct ProofResult {
   LiveFigures figures;  // of the first view
   LiveState state = LiveState::Idle;
   std::uint64_t shownHidden = 0;  // pictures, while the view was hidden
+  double stopping = 0;            // seconds from stop() until the stream's threads are gone
 };
 
 nlohmann::ordered_json reportOf(const ProofResult& result);

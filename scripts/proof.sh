@@ -44,7 +44,7 @@ pauses = r["pauses"]
 back = [p.get("to one of now", 99) for p in pauses]
 worst = f"{max(back):.3f}" if back else "-"
 print(f"{name:14}{r['compared']:6}{r['worst dB']:8.1f}{r['worst cell dB']:8.1f}{r['below 30 dB']:5}"
-      f"{r['unreadable']:5}{r['out of order']:5}{1000 * r['median age']:8.0f}{len(pauses):5}{worst:>8}"
+      f"{r['unreadable']:5}{r['out of order']:5}{1000 * r['median age']:8.0f}{1000 * r['worst age']:7.0f}{1000 * r['stopping']:6.0f}{len(pauses):5}{worst:>8}"
       f"{r['held']:6}{r['lost']:6}{r['restarts']:4}")
 for p in pauses if "hidden" in name else []:
     print("   ", p)
@@ -149,7 +149,19 @@ window() {
   proof window --seconds 20 --from window --stall 2:4
 }
 
-cases=(stalled sigstopped window hidden_in_bound hidden_beyond lost lost_in_step lost_car resized replaced_size slow_turns churned two_threads)
+# Every processor has somebody else's work to do all the time.
+taken() {
+  local others=()
+  start_simulator --seconds 20 --gop 250
+  for _ in $(seq "$(nproc)"); do
+    (while :; do :; done) &
+    others+=($!)
+  done
+  proof taken --seconds 20
+  kill "${others[@]}"
+}
+
+cases=(stalled sigstopped window hidden_in_bound hidden_beyond lost lost_in_step lost_car resized replaced_size slow_turns churned two_threads taken)
 (($# > 0)) && cases=("$@")
-echo "case          pictures worst dB  cell  <30  bad order  age ms pauses back s  held  lost restarts"
+echo "case          pictures worst dB  cell  <30  bad order  age ms  worst  stop pauses back s  held  lost restarts"
 for case in "${cases[@]}"; do "$case"; done
