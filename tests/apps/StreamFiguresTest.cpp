@@ -1,6 +1,6 @@
 #include "apps/quorvid/probe/StreamFigures.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace quorvid::app {
 namespace {
@@ -53,6 +53,16 @@ TEST(H264, ReadsTheSizeAndRefusesWhatIsCutShort) {
   strange[3] = 33;  // no such level: nothing decodes it, but a file takes it
   strange.insert(strange.end(), {0, 0, 0, 4, 0x68});
   EXPECT_TRUE(sizeOfSps(strange));
+}
+
+TEST(StreamFigures, ClaimsNoRateOfASingleFrame) {
+  StreamFigures figures;
+  figures.add(keyFrame({kSps, kPps}), 1);
+  EXPECT_THAT(figures.problems(), testing::ElementsAre(testing::HasSubstr("a single frame")));
+  EXPECT_TRUE(figures.json()["frames_per_second"].is_null());
+  figures.add(keyFrame({kSps, kPps}), 1.5);
+  EXPECT_THAT(figures.problems(), testing::IsEmpty());
+  EXPECT_EQ(figures.json()["frames_per_second"], 2);
 }
 
 TEST(StreamFigures, NamesWhatTroublesTheLiveView) {

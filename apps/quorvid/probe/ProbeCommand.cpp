@@ -165,8 +165,10 @@ class ProbeCommand {
     std::vector<std::string> problems;
     if (figures_.frames() > 0) {
       problems = figures_.problems();
-      text += fmt::format(" streams {} at {:.1f} frames/s, {:.2f} Mbit/s",
-                          figures_.size().value_or(PixelSize{}).text(), figures_.framesPerSecond(),
+      text += fmt::format(" streams {}", figures_.size().value_or(PixelSize{}).text());
+    }
+    if (figures_.hasRate()) {
+      text += fmt::format(" at {:.1f} frames/s, {:.2f} Mbit/s", figures_.framesPerSecond(),
                           figures_.bitsPerSecond() / 1e6);
     }
     if (!end.empty()) problems.insert(problems.begin(), end);

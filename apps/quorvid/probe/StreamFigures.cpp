@@ -106,11 +106,11 @@ void StreamFigures::addKeyFrame(const std::vector<std::uint8_t>& frame,
 }
 
 double StreamFigures::framesPerSecond() const {
-  return seconds() > 0 && frames_ > 1 ? static_cast<double>(frames_ - 1) / seconds() : 0;
+  return hasRate() ? static_cast<double>(frames_ - 1) / seconds() : 0;
 }
 
 double StreamFigures::bitsPerSecond() const {
-  return seconds() > 0 ? static_cast<double>(bytes_) * 8 / seconds() : 0;
+  return hasRate() ? static_cast<double>(bytes_) * 8 / seconds() : 0;
 }
 
 std::vector<StreamFigures::Line> StreamFigures::lines() const {
@@ -118,10 +118,11 @@ std::vector<StreamFigures::Line> StreamFigures::lines() const {
   const auto add = [&lines](const char* name, std::string text) {
     lines.push_back({name, std::move(text)});
   };
-  add("frames",
-      fmt::format("{} in {:.1f} s: {:.1f} frames/s", frames_, seconds(), framesPerSecond()));
+  add("frames", hasRate() ? fmt::format("{} in {:.1f} s: {:.1f} frames/s", frames_, seconds(),
+                                        framesPerSecond())
+                          : fmt::format("{}: too few for a rate", frames_));
   add("size", size_ ? size_->text() : "unknown: no parameter set was understood");
-  add("bit rate", fmt::format("{:.2f} Mbit/s", bitsPerSecond() / 1e6));
+  add("bit rate", hasRate() ? fmt::format("{:.2f} Mbit/s", bitsPerSecond() / 1e6) : "unknown");
   const double keySpan = lastKey_ - firstKey_;
   add("key frames",
       keyFrames_ > 1 ? fmt::format("{}, one every {:.2f} s (at most {:.2f} s)", keyFrames_,
@@ -141,9 +142,9 @@ Json StreamFigures::json() const {
   Json json;
   json["frames"] = frames_;
   json["measured_seconds"] = rounded(seconds());
-  json["frames_per_second"] = rounded(framesPerSecond());
+  json["frames_per_second"] = hasRate() ? Json(rounded(framesPerSecond())) : Json();
   json["bytes"] = bytes_;
-  json["bits_per_second"] = std::round(bitsPerSecond());
+  json["bits_per_second"] = hasRate() ? Json(std::round(bitsPerSecond())) : Json();
   json["stream_size"] = size_ ? sizeJson(*size_) : Json();
   json["key_frames"] = keyFrames_;
   json["key_frame_interval_seconds"] =
@@ -167,6 +168,8 @@ std::vector<std::string> StreamFigures::problems() const {
     if (troubled) found.push_back(std::move(sentence));
   };
   note(frames_ == 0, "no video frame came");
+  note(frames_ > 0 && !hasRate(),
+       "a single frame came: too little to judge the stream by (--seconds?)");
   note(frames_ > 0 && keyFrames_ == 0, "no key frame came: nothing can be decoded");
   note(keyFrames_ > layoutKept_,
        fmt::format("key frames do not keep the fixed layout that the live view relies on ({})",

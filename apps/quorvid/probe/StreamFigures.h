@@ -34,6 +34,8 @@ class StreamFigures {
   const std::optional<PixelSize>& size() const { return size_; }
   // Between the first and the last frame.
   double seconds() const { return last_ - first_; }
+  // Without two frames there is nothing that the two below could be measured by; they are 0 then.
+  bool hasRate() const { return frames_ > 1 && seconds() > 0; }
   double framesPerSecond() const;
   double bitsPerSecond() const;
 
