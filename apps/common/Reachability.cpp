@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <netdb.h>
 
+#include <algorithm>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 
@@ -85,9 +86,8 @@ Reachability tryServer(const Endpoint& server, double timeout) {
   return result;
 }
 
-std::string whyNoAnswerYet(const Endpoint& server) {
-  constexpr double kTimeout = 2;
-  const Reachability reach = tryServer(server, kTimeout);
+std::string whyNoAnswerYet(const Endpoint& server, double left) {
+  const Reachability reach = tryServer(server, std::clamp(left / 2, 0.25, 2.0));
   return "no answer yet: " + reach.sentence + (reach.connected ? " but is silent" : "");
 }
 

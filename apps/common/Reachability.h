@@ -22,7 +22,8 @@ Reachability resolveServer(const Endpoint& server, double timeout);
 // `timeout` seconds for each of the two.
 Reachability tryServer(const Endpoint& server, double timeout);
 
-// Why a query has no answer yet: one sentence, from a connection of its own.
-std::string whyNoAnswerYet(const Endpoint& server);
+// Why a query has no answer yet: one sentence, from a connection of its own. Within the `left`
+// seconds that the query has, half a second at least.
+std::string whyNoAnswerYet(const Endpoint& server, double left);
 
 }  // namespace quorvid::app

@@ -55,6 +55,7 @@ TEST(Arguments, AreRefusedWithASentence) {
       {{"record", "h:80", "--device", "D", "-o", there}, "exists; --overwrite replaces it"},
       {view({"--stall", "0"}), "--stall: a number from 1 to 3600 is needed"},
       {view({"--stall", "nan"}), "needed, not 'nan'"},
+      {{"gps", "h:80", "--account", "a", "--polls", "0"}, "from 1 to 1000000000 is needed"},
       {{"record", "h:80", "--device", "D", "-o", file, "--limit", "63K"}, "at least 64K"},
       {{"record", "h:80", "--device", "D", "-o", file, "--limit", "99999999999G"},
        "--limit must be a size"},

@@ -37,7 +37,7 @@ struct GpsOptions : AccountOptions {
     command.add_flag("--json", json, "one JSON object for each poll, one a line (a table)");
     addSeconds(command, "--timeout", timeout, 5, 86400, "give up when a poll takes longer (30)");
     command.add_option("--polls", polls, "end after so many polls (on a signal)")
-        ->check(wholeWithin(0, 1'000'000'000))
+        ->check(wholeWithin(1, 1'000'000'000))
         ->type_name("N");
     command.footer(helpEnd("gps 192.0.2.7:6000 --account fleetop --json --polls 10",
                            "0 there was a poll; 1 there was none; 2 wrong arguments; 141 standard "
@@ -134,7 +134,8 @@ class GpsCommand {
       }
       if (isDone()) return;
       if (steadySeconds() >= tellAt) {
-        note(whyNoAnswerYet(options_.target.server));
+        note(whyNoAnswerYet(options_.target.server,
+                            options_.timeout - (steadySeconds() - waitedSince)));
         tellAt = std::numeric_limits<double>::max();
       }
       if (steadySeconds() - waitedSince >= options_.timeout) {

@@ -1,6 +1,7 @@
 // `quorvid list`: the devices that an account may see.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <atomic>
 #include <nlohmann/json.hpp>
 
@@ -60,7 +61,9 @@ std::string whyItFailed(const ListOptions& options, std::size_t arrived) {
   if (arrived > 0) return fmt::format("the list broke off after {} devices", arrived);
   const Reachability reach = tryServer(options.target.server, kReachTimeout);
   if (!reach.connected) return reach.sentence;
-  return reach.sentence + " but did not answer with a device list (account, password, or port?)";
+  return reach.sentence +
+         " but did not answer with a device list (account, password, or port? An empty list is "
+         "none)";
 }
 
 std::string report(const ListOptions& options, const std::vector<DevInfoItem>& devices,
@@ -76,7 +79,7 @@ std::string report(const ListOptions& options, const std::vector<DevInfoItem>& d
 
 // Returns once the worker has.
 void wait(Abandonable<int>& worker, Query& query, double timeout) {
-  constexpr double kSilenceToTell = 3;
+  const double silenceToTell = std::min(3.0, timeout / 2);
   bool isTold = false;
   const double start = steadySeconds();
   ProgressLine progress;
@@ -84,10 +87,10 @@ void wait(Abandonable<int>& worker, Query& query, double timeout) {
     const double waited = steadySeconds() - start;
     const std::size_t arrived = query.arrived();
     progress.show(fmt::format("waiting for the list: {:.0f} s, {} devices", waited, arrived));
-    if (arrived == 0 && !isTold && waited >= kSilenceToTell) {
+    if (arrived == 0 && !isTold && waited >= silenceToTell) {
       isTold = true;
       progress.clear();
-      note(whyNoAnswerYet(query.target.server));
+      note(whyNoAnswerYet(query.target.server, timeout - waited));
     }
     if (stopRequested()) throw Failure("interrupted");
     if (waited >= timeout) {
