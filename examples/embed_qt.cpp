@@ -3,12 +3,14 @@
 // Shows channels 0 to 3 of the device, each with its state written over it. With SECONDS it ends by
 // itself, with status 0 if every view showed a picture.
 #include <QApplication>
+#include <QOpenGLContext>
 #include <QOpenGLFunctions>
 #include <QOpenGLWidget>
 #include <QPainter>
 #include <QSocketNotifier>
 #include <QTimer>
 #include <array>
+#include <iostream>
 #include <memory>
 
 #include "four_views.h"
@@ -88,6 +90,7 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   Arguments arguments;
   if (!parse(argc, argv, arguments)) return 2;
+  if (!QOpenGLContext().create()) return std::cerr << "embed_qt: there is no OpenGL here\n", 1;
   Tiles tiles(arguments.target);
   tiles.show();
   const auto quit = &QApplication::quit;
