@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Builds the Debian packages into build-package/packages, looks at them with lintian, installs them into a
-# bare Debian 12, where programs are built against them, and removes them again.
+# bare Debian 12, where programs are built against them, and removes them again. In a second one everything is
+# done that docs/getting-started.md says about the packages.
 # The bare root needs root, debootstrap and a network; where one is missing, a line says that it was left out.
 # shellcheck disable=SC2016  # what stands in single quotes is for the shell inside
 set -euo pipefail
 cd "$(dirname "$0")/.."
 packages=$PWD/build-package/packages
-root=''
+root='' reader=''
 say() { echo "packages-check: $1 (at $SECONDS s)"; }
 fail() { echo "packages-check: $1" >&2; exit 1; }
 left_out() { echo "packages-check: not installed anywhere: $1"; exit 0; }
@@ -23,10 +24,10 @@ finish() {
   rm -rf "$unpacked"
   [[ -n $root ]] || return 0
   # Nothing is removed while this machine's folders are still in there.
-  for folder in dev proc; do
-    ! mountpoint -q "$root/$folder" || umount "$root/$folder" || return 0
+  for folder in {"$root","$reader"}/{dev,proc}; do
+    ! mountpoint -q "$folder" || umount "$folder" || return 0
   done
-  rm -rf --one-file-system "$root"
+  rm -rf --one-file-system "$root" "$reader"
 }
 trap finish EXIT
 for package in "$packages"/*.deb; do dpkg-deb -x "$package" "$unpacked"; done
@@ -43,6 +44,7 @@ say "built, lintian has no objection"
 [[ $(id -u) -eq 0 ]] || left_out "that takes root"
 command -v debootstrap >/dev/null || left_out "debootstrap is not there"
 root=$(mktemp -d)
+reader=$root-reader
 mkdir "$root/proc" "$root/dev"
 { mount --bind /proc "$root/proc" && umount "$root/proc"; } 2>/dev/null || left_out "no folder can be bound here"
 
@@ -61,11 +63,11 @@ for file in "${sources[@]}"; do cp "$file" "$root$file"; done
 cp /etc/resolv.conf "$root/etc/"
 echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/quick"
 cp "$packages"/*.deb "$root/packages/"
-cp -r examples scripts "$root/source/"
-mount --bind /proc "$root/proc"
-mount --bind /dev "$root/dev"
+cp -r docs examples scripts "$root/source/"
+cp -a "$root" "$reader"
+for folder in {"$root","$reader"}/{dev,proc}; do mount --bind "/${folder##*/}" "$folder"; done
 inside() {
-  chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+  chroot "${2:-$root}" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
     bash -euo pipefail -c "$1"
 }
 install='apt-get install -qq --no-install-recommends'
@@ -100,3 +102,8 @@ left=$(inside 'while read -r file; do [[ -d $file || ! -e $file ]] || echo "$fil
   ldconfig -p | grep libquorvid || true')
 [[ -z $left ]] || fail "left behind: $left"
 say "removed without a trace"
+
+# Here apt takes what it recommends, too, as it does for the reader.
+inside 'cd /packages; /source/scripts/page-programs.sh /source/docs/getting-started.md .' "$reader" ||
+  fail "the page on the packages does not hold"
+say "each program of the page leaves a picture"
