@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -94,6 +95,16 @@ bool isWanted(LogLevel level, const char* format) {
   return true;
 }
 
+// Of what fails for want of memory is logged too: a message that there is none for is left out.
+__attribute__((format(printf, 2, 0))) void log(LogLevel level, const char* format,
+                                               va_list arguments) {
+  try {
+    if (isWanted(level, format)) deliverFormatted(format, arguments);
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+}
+
 }  // namespace
 
 LogQuiet::LogQuiet() : before_(std::exchange(threadIsQuiet, true)) {}
@@ -110,18 +121,16 @@ void setLogSink(LogSink sink, LogLevel least) {
 }
 
 void logMessage(const char* format, ...) {
-  if (!isWanted(LogLevel::Warning, format)) return;
   va_list arguments;
   va_start(arguments, format);
-  deliverFormatted(format, arguments);
+  log(LogLevel::Warning, format, arguments);
   va_end(arguments);
 }
 
 void logDetail(const char* format, ...) {
-  if (!isWanted(LogLevel::Detail, format)) return;
   va_list arguments;
   va_start(arguments, format);
-  deliverFormatted(format, arguments);
+  log(LogLevel::Detail, format, arguments);
   va_end(arguments);
 }
 
