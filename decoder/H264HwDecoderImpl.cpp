@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <type_traits>
 
 #include "h264/Units.h"
 #include "port/VideoDecompression.h"
@@ -52,6 +54,14 @@ ImageBufferAttributes pictureAttributes(PictureForm form) {
            {kCVPixelBufferHeightKey, std::int64_t{kPictureHeight}},
            {kCVPixelBufferOpenGLCompatibilityKey, true}}};
 }
+
+template <class Ref>
+struct Release {
+  void operator()(Ref object) const { CFRelease(object); }
+};
+// Goes with its block, however that is left.
+template <class Ref>
+using Owned = std::unique_ptr<std::remove_pointer_t<Ref>, Release<Ref>>;
 
 void didDecompress(void* outputRefCon, void* sourceFrameRefCon, OSStatus /*status*/,
                    VTDecodeInfoFlags /*infoFlags*/, CVPixelBufferRef imageBuffer,
@@ -146,11 +156,13 @@ CVPixelBufferRef H264HwDecoderImpl::decode(char* buffer, std::uint32_t size) {
                                          nullptr, 0, size, 0, &block) != noErr) {
     return nullptr;
   }
+  const Owned<CMBlockBufferRef> ownBlock(block);
   CMSampleBufferRef sample = nullptr;
   const std::array<std::size_t, 1> sizes{size};
   const OSStatus created =
       CMSampleBufferCreateReady(kCFAllocatorDefault, block, _decoderFormatDescription, 1, 0,
                                 nullptr, sizes.size(), sizes.data(), &sample);
+  const Owned<CMSampleBufferRef> ownSample(sample);
   if (created == noErr && sample != nullptr) {
     VTDecodeInfoFlags infoFlags = 0;
     logDecodeStatus(VTDecompressionSessionDecodeFrame(_deocderSession, sample, 0,
@@ -159,9 +171,7 @@ CVPixelBufferRef H264HwDecoderImpl::decode(char* buffer, std::uint32_t size) {
     hasPicture_ = outputPixelBuffer != nullptr || (infoFlags & kVTDecodeInfo_FrameKept) != 0;
     isWaitingForKeyFrame_ = isHeld || (isWaitingForKeyFrame_ && !hasPicture_);
     if (isHeld) ++heldUnits_;
-    CFRelease(sample);
   }
-  CFRelease(block);
   return outputPixelBuffer;
 }
 

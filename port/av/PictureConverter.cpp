@@ -3,6 +3,8 @@
 #include <libyuv.h>
 
 #include <cstring>
+#include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace quorvid {
@@ -17,6 +19,11 @@ struct PlaneView {
   std::uint8_t* base;
   int stride, width, height;
 };
+
+struct Release {
+  void operator()(CVPixelBufferRef picture) const { CVPixelBufferRelease(picture); }
+};
+using OwnPicture = std::unique_ptr<std::remove_pointer_t<CVPixelBufferRef>, Release>;
 
 PlaneView planeOf(CVPixelBufferRef picture, std::size_t plane) {
   return {CVPixelBufferGetBaseAddressOfPlane(picture, plane),
@@ -63,6 +70,7 @@ CVPixelBufferRef PicturePool::take(std::size_t width, std::size_t height) {
     timesFree_ = 0;
   }
   if (taken != nullptr) return taken;
+  buffers_.reserve(kMostKept);  // first: nothing may be thrown once there is a picture
   CVPixelBufferCreate(width, height, kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 0, &taken);
   if (taken != nullptr && buffers_.size() < kMostKept) {
     buffers_.push_back(CVPixelBufferRetain(taken));
@@ -75,16 +83,11 @@ CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
   const std::lock_guard lock(mutex_);
   if (size_.asDecoded) return wrap(frame);
   const bool isOwn = size_.width == 0;
-  CVPixelBufferRef picture =
-      pool_.take(isOwn ? static_cast<std::size_t>(frame.width) : size_.width,
-                 isOwn ? static_cast<std::size_t>(frame.height) : size_.height);
-  if (picture == nullptr) return nullptr;
-  if (!fill(frame, picture)) {
-    CVPixelBufferRelease(picture);
-    return nullptr;
-  }
-  CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
-  return picture;
+  OwnPicture picture(pool_.take(isOwn ? static_cast<std::size_t>(frame.width) : size_.width,
+                                isOwn ? static_cast<std::size_t>(frame.height) : size_.height));
+  if (picture == nullptr || !fill(frame, picture.get())) return nullptr;
+  CVBufferSetAttachment(picture.get(), kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
+  return picture.release();
 }
 
 // One text for all pictures of a stream.
@@ -111,10 +114,11 @@ CVPixelBufferRef PictureConverter::wrap(const AVFrame& frame) {
       {static_cast<std::size_t>(held->linesize[0]), static_cast<std::size_t>(held->linesize[1]),
        static_cast<std::size_t>(held->linesize[2])},
       held, &picture);
-  if (picture != nullptr) {
-    CVBufferSetAttachment(picture, kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
+  OwnPicture made(picture);
+  if (made != nullptr) {
+    CVBufferSetAttachment(made.get(), kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
   }
-  return picture;
+  return made.release();
 }
 
 // The range is changed after scaling: the picture that is shown may be the smaller one, and it is
