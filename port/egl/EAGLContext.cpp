@@ -45,21 +45,24 @@ std::uint32_t boundRenderbuffer() {
 
 std::shared_ptr<EAGLContext> EAGLContext::initWithAPI(EAGLRenderingAPI api) {
   if (api != EAGLRenderingAPI::OpenGLES2) return nullptr;
-  auto native = std::make_unique<Native>();
-  native->group = ShareGroup::shared();
-  if (native->group == nullptr) return nullptr;
-  native->handle = native->group->createContext();
-  if (native->handle == EGL_NO_CONTEXT) {
+  // First, so that what EGL gives has an owner.
+  std::shared_ptr<EAGLContext> made(new EAGLContext(std::make_unique<Native>()));
+  Native& native = *made->native_;
+  native.group = ShareGroup::shared();
+  if (native.group == nullptr) return nullptr;
+  native.handle = native.group->createContext();
+  if (native.handle == EGL_NO_CONTEXT) {
     logMessage("No OpenGL ES 2 context: EGL error 0x%x", static_cast<unsigned>(eglGetError()));
     return nullptr;
   }
-  return std::shared_ptr<EAGLContext>(new EAGLContext(std::move(native)));
+  return made;
 }
 
 EAGLContext::EAGLContext(std::unique_ptr<Native> native) : native_(std::move(native)) {}
 
 // Unbinds what is bound in the context first: Mesa would keep a bound renderbuffer for ever.
 EAGLContext::~EAGLContext() {
+  if (native_->handle == EGL_NO_CONTEXT) return;
   GlBinding former = GlBinding::current();
   if (GlBinding::makeCurrent(native_->group->display(), native_->handle)) {
     glUseProgram(0);

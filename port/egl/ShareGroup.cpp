@@ -77,18 +77,18 @@ std::shared_ptr<ShareGroup> ShareGroup::makeOn(EGLDisplay display) {
   const EglApiScope api;
   EGLConfig config = nullptr;
   if (!chooseConfig(display, &config)) return nullptr;
-  EGLContext root = eglCreateContext(display, config, EGL_NO_CONTEXT, kContextAttributes.data());
-  if (root == EGL_NO_CONTEXT) return nullptr;
-  std::shared_ptr<ShareGroup> group(new ShareGroup(display, config, root));
+  // First, so that the context has an owner.
+  std::shared_ptr<ShareGroup> group(new ShareGroup(display, config));
+  group->root_ = eglCreateContext(display, config, EGL_NO_CONTEXT, kContextAttributes.data());
+  if (group->root_ == EGL_NO_CONTEXT) return nullptr;
   group->findExtensions();
   return group;
 }
 
-ShareGroup::ShareGroup(EGLDisplay display, EGLConfig config, EGLContext root)
-    : display_(display), config_(config), root_(root) {}
+ShareGroup::ShareGroup(EGLDisplay display, EGLConfig config) : display_(display), config_(config) {}
 
 ShareGroup::~ShareGroup() {
-  eglDestroyContext(display_, root_);
+  if (root_ != EGL_NO_CONTEXT) eglDestroyContext(display_, root_);
 }
 
 EGLContext ShareGroup::createContext() const {

@@ -73,14 +73,14 @@ class ShareGroup {
   };
 
  private:
-  ShareGroup(EGLDisplay display, EGLConfig config, EGLContext root);
+  ShareGroup(EGLDisplay display, EGLConfig config);
   static std::shared_ptr<ShareGroup> make();
   static std::shared_ptr<ShareGroup> makeOn(EGLDisplay display);
   void findExtensions();
 
   const EGLDisplay display_;
   const EGLConfig config_;
-  const EGLContext root_;
+  EGLContext root_ = EGL_NO_CONTEXT;  // none only while it is made
   bool hasFences_ = false;
   bool waitsInGpu_ = false;
   bool hasImages_ = false;

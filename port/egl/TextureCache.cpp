@@ -61,7 +61,7 @@ class CVOpenGLESTexture {
   }
   CVOpenGLESTexture(const CVOpenGLESTexture&) = delete;
   CVOpenGLESTexture& operator=(const CVOpenGLESTexture&) = delete;
-  const Storage storage;
+  Storage storage;
 
  private:
   const std::shared_ptr<ShareGroup> group_;
@@ -92,11 +92,12 @@ CVOpenGLESTextureRef CVOpenGLESTextureCache::lend(Storage wanted, const Plane& p
     glBindTexture(GL_TEXTURE_2D, wanted.name);
   } else {
     dropIdle();
+    textures_.push_back(std::make_shared<CVOpenGLESTexture>(group_, wanted));
     glGenTextures(1, &wanted.name);
+    textures_.back()->storage.name = wanted.name;
     glBindTexture(GL_TEXTURE_2D, wanted.name);
     glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(wanted.format), wanted.width, wanted.height,
                  0, wanted.format, GL_UNSIGNED_BYTE, nullptr);
-    textures_.push_back(std::make_shared<CVOpenGLESTexture>(group_, wanted));
   }
   upload(wanted, plane);
   if (glGetError() == GL_NO_ERROR) return textures_.back();
