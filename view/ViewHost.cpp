@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <new>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "base/Clock.h"
 #include "port/HostContext.h"
@@ -81,7 +83,12 @@ ViewHost::ViewHost() : state_(std::make_unique<State>()) {
 
 ViewHost::~ViewHost() {
   state_->compositor.release();
-  const auto layers = contentLayers(*state_->contentView->layer());
+  std::vector<std::weak_ptr<CALayer>> layers;
+  try {
+    layers = contentLayers(*state_->contentView->layer());
+  } catch (const std::bad_alloc&) {
+    logMessage("ViewHost: no memory to look for views that outlive it");
+  }
   state_->contentView.reset();
   const bool outlived =
       std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return !layer.expired(); });
