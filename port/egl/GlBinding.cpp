@@ -50,6 +50,12 @@ EGLSurface surface(std::uintptr_t handle) {
   return reinterpret_cast<EGLSurface>(handle);
 }
 
+// A host is not left with another context than its own: what is refused is asked for again.
+bool giveBack(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
+  return eglMakeCurrent(display, draw, read, context) == EGL_TRUE ||
+         eglMakeCurrent(display, draw, read, context) == EGL_TRUE;
+}
+
 }  // namespace
 
 // libepoxy ends a process in which it finds no EGL, too.
@@ -86,7 +92,7 @@ bool GlBinding::restore() const {
 }
 
 bool GlBinding::bind() const {
-  if (!glx) return eglMakeCurrent(display, surface(draw), surface(read), context) == EGL_TRUE;
+  if (!glx) return giveBack(display, surface(draw), surface(read), context);
   return glXMakeContextCurrent(static_cast<Display*>(display), draw, read,
                                static_cast<GLXContext>(context)) != 0;
 }
@@ -95,7 +101,7 @@ void GlBinding::unbind() const {
   if (glx) {
     glXMakeContextCurrent(static_cast<Display*>(display), 0, 0, nullptr);
   } else {
-    eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    giveBack(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   }
 }
 
