@@ -37,9 +37,9 @@ void FrameQueue::push(Frame frame) {
     spares_.put(std::move(frame));
     return;
   }
+  if (places_.empty()) places_.emplace_back();  // first: it may throw
   needsKey_ = false;
   bytes_ += costOf(frame);
-  if (places_.empty()) places_.emplace_back();
   places_.front() = std::move(frame);
   frames_.splice(frames_.end(), places_, places_.begin());
   if (hidden_ && frames_.back().isKey) dropBefore(frames_.size() - 1);

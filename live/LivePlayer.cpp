@@ -1,6 +1,7 @@
 #include "live/LivePlayer.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "base/Clock.h"
@@ -32,8 +33,8 @@ double secondsToRetry(const LiveOptions& options) {
 }
 
 // What both counted; the shape is the later one's that has any.
-SessionReport sumOf(const SessionReport& before, const SessionReport& last) {
-  SessionReport sum;
+SessionCounts sumOf(const SessionCounts& before, const SessionCounts& last) {
+  SessionCounts sum;
   sum.received = before.received + last.received;
   sum.bytes = before.bytes + last.bytes;
   sum.decoded = before.decoded + last.decoded;
@@ -61,13 +62,14 @@ LivePlayer::~LivePlayer() {
 }
 
 bool LivePlayer::connect(const LiveTarget& target) {
+  LiveTarget next = target;  // whole, or as it was
   stop();
-  target_ = target;
+  target_ = std::move(next);
   return play();
 }
 
 bool LivePlayer::play() {
-  if (session_ != nullptr) return true;
+  if (isPlaying()) return true;
   if (hasGivenUp_) return false;
   const std::string refusal = refusalOf(target_);
   failure_ = {};
@@ -101,21 +103,27 @@ void LivePlayer::restart() {
 
 void LivePlayer::giveUp(LiveReason reason, std::string sentence) {
   stop();
-  failure_ = makeStatus(LiveState::Failed, reason, std::move(sentence));
   hasGivenUp_ = true;
+  failure_ = makeStatus(LiveState::Failed, reason, std::move(sentence));
 }
 
 void LivePlayer::startSession() {
-  session_ = LiveSession::start(target_, options_.mostLag, wake_, !visible_, delivery_);
+  try {
+    session_ = LiveSession::start(target_, options_.mostLag, wake_, !visible_, delivery_);
+    isUnstarted_ = false;
+  } catch (const std::bad_alloc&) {
+    isUnstarted_ = true;
+  }
 }
 
+// Allocates nothing: it is a part of every end.
 void LivePlayer::endSession() {
+  isUnstarted_ = false;
   if (session_ == nullptr) return;
   if (!session_->isOurs()) return session_.reset();
   session_->end();
-  const SessionReport last = session_->report();
+  before_ = sumOf(before_, session_->counts());
   session_.reset();
-  before_ = sumOf(before_, last);
 }
 
 void LivePlayer::setVisible(bool visible) {
@@ -133,11 +141,12 @@ void LivePlayer::setOptions(const LiveOptions& options) {
 }
 
 std::optional<Picture> LivePlayer::turn(double now, double busy) {
+  if (isUnstarted_ && retries_.restartDue(now)) startSession();
   if (session_ == nullptr) return std::nullopt;
   sample(now, busy);
+  const SessionReport report = session_->report();  // what may throw comes before the picture
   auto picture = session_->takePicture();
   if (picture) picture->number += before_.received;
-  const SessionReport report = session_->report();
   // Nobody sees the pictures of a hidden view: its frames tell that the stream is alive.
   if (picture || (!visible_ && report.lastFrame > now - watch_.silence(now))) {
     watch_.pictureArrived(now);
@@ -188,6 +197,12 @@ double LivePlayer::longestPause(double now) const {
 LiveStatus LivePlayer::status(double now) const {
   if (failure_.state == LiveState::Failed) return failure_;
   if (!hasPlayed_) return {};
+  if (isUnstarted_) {
+    LiveStatus waiting = makeStatus(LiveState::Reconnecting, LiveReason::NoResources,
+                                    "there is no memory for the stream");
+    waiting.nextTry = std::max(0.0, retries_.untilRestart(now));
+    return waiting;
+  }
   if (session_ == nullptr) return makeStatus(LiveState::Stopped);
   const SessionReport report = session_->report();
   LiveStatus status = report.status;
@@ -228,7 +243,7 @@ LiveStatus LivePlayer::stalledStatus(const SessionReport& report, double now) co
 
 LiveFigures LivePlayer::figures(double now) const {
   LiveFigures figures = figures_;
-  const SessionReport all = session_ != nullptr ? sumOf(before_, session_->report()) : before_;
+  const SessionCounts all = session_ != nullptr ? sumOf(before_, session_->counts()) : before_;
   figures.received = all.received;
   figures.bytes = all.bytes;
   figures.decoded = all.decoded;
@@ -256,7 +271,7 @@ LiveFigures LivePlayer::figures(double now) const {
 
 void LivePlayer::sample(double now, double busy) {
   if (!samples_.empty() && now - samples_.back().time < kSecondsBetweenSamples) return;
-  const SessionReport report = session_->report();
+  const SessionCounts report = session_->counts();
   samples_.push_back({now, busy, figures_.shown, before_.bytes + report.bytes,
                       before_.decoded + report.decoded, before_.overwritten + report.overwritten});
   while (samples_.size() > 2 && now - samples_.front().time > kSecondsOfRates) samples_.pop_front();

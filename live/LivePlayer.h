@@ -26,7 +26,7 @@ class LivePlayer {
   void giveUp(LiveReason reason, std::string sentence);
   void setVisible(bool visible);
   void setOptions(const LiveOptions& options);
-  bool isPlaying() const { return session_ != nullptr; }
+  bool isPlaying() const { return session_ != nullptr || isUnstarted_; }
   const LiveTarget& target() const { return target_; }
   const LiveOptions& options() const { return options_; }
   bool isVisible() const { return visible_; }
@@ -69,10 +69,11 @@ class LivePlayer {
   bool hasPlayed_ = false;
   bool visible_ = true;
   std::shared_ptr<LiveSession> session_;
+  bool isUnstarted_ = false;  // there was no memory for a session; it is tried again
   StallWatch watch_;
   bool isStalled_ = false;  // as watch_ said in the last turn
   StallWatch retries_;      // of sessions that don't connect again by themselves
-  SessionReport before_;    // what the sessions before this one counted
+  SessionCounts before_;    // what the sessions before this one counted
   LiveFigures figures_;     // what is counted here
   double played_ = 0, firstShown_ = -1, lastShown_ = -1;
   double seenSince_ = -1;  // when it became visible last

@@ -1,6 +1,8 @@
 #include "live/LiveSession.h"
 
 #include <algorithm>
+#include <exception>
+#include <new>
 #include <utility>
 
 #include "base/Clock.h"
@@ -25,17 +27,26 @@ bool isStreaming(LiveState state) {
   return state == LiveState::WaitingForKeyFrame || state == LiveState::Live;
 }
 
-// Of each frame: in the memory that the status has.
+// Of each frame.
 void setStreaming(LiveStatus& status, LiveReason reason, const char* sentence) {
   const bool isLive = reason == LiveReason::None;
-  status.state = isLive ? LiveState::Live : LiveState::WaitingForKeyFrame;
-  status.reason = reason;
-  status.sentence.assign(sentence);
-  status.nextTry = 0;
-  status.answerStatus = 0;
+  setShortStatus(status, isLive ? LiveState::Live : LiveState::WaitingForKeyFrame, reason,
+                 sentence);
 }
 
 }  // namespace
+
+void setShortStatus(LiveStatus& status, LiveState state, LiveReason reason, const char* sentence) {
+  status.state = state;
+  status.reason = reason;
+  status.nextTry = 0;
+  status.answerStatus = 0;
+  try {
+    status.sentence.assign(sentence);
+  } catch (const std::bad_alloc&) {
+    status.sentence.clear();
+  }
+}
 
 std::shared_ptr<LiveSession> LiveSession::start(const LiveTarget& target, double mostLag,
                                                 std::shared_ptr<Wake> wake, bool hidden,
@@ -47,7 +58,10 @@ std::shared_ptr<LiveSession> LiveSession::start(const LiveTarget& target, double
   Thread receiving([session] { session->receive(); });
   if (!decoding.start() || !receiving.start()) {
     session->queue_.close();
-    session->fail(LiveReason::NoResources, "the system gives no further thread");
+    const std::lock_guard lock(session->mutex_);
+    session->report_.hasEnded = true;
+    setShortStatus(session->report_.status, LiveState::Reconnecting, LiveReason::NoResources,
+                   "the system gives no further thread");
   }
   return session;
 }
@@ -107,6 +121,14 @@ void LiveSession::convert(VTKeptPicture& kept) {
   ++report_.converted;
 }
 
+SessionCounts LiveSession::counts() const {
+  const std::uint64_t lost = queue_.lost();
+  const std::lock_guard lock(mutex_);
+  SessionCounts counts = static_cast<const SessionCounts&>(report_);
+  counts.lost = lost;
+  return counts;
+}
+
 SessionReport LiveSession::report() const {
   const std::uint64_t lost = queue_.lost();
   const std::lock_guard lock(mutex_);
@@ -127,20 +149,62 @@ void LiveSession::setStatus(LiveState state, LiveReason reason, std::string sent
   wake_->signal();
 }
 
-// The decoding thread. What it decodes with is loaded while the other one connects.
+// The decoding thread. Whatever it lacks, nothing is thrown out of it: that would end the process.
 void LiveSession::decode() {
   const LogQuiet quiet;
-  if (delivery_.isUndecoded) return passOn();
+  try {
+    return delivery_.isUndecoded ? passOn() : decodeAll();
+  } catch (const std::exception& error) {
+    logMessage("LiveView: decoding ends: %s", error.what());
+  }
+  stopReceiving();
+  queue_.close();
+  failForMemory();
+}
+
+// What it decodes with is loaded while the other thread connects. A decoder that lost a frame half
+// way may not know it: a new one takes its place, and waits for a key frame.
+void LiveSession::decodeAll() {
   if (std::string why = VTLoadDecoders(); !why.empty()) {
     stopReceiving();
     return fail(LiveReason::NoResources, "what decodes can't be loaded: " + std::move(why));
   }
   queue_.setErrand([this] { convertKept(); });
-  StreamDecoder decoder(delivery_.form);
+  std::optional<StreamDecoder> decoder(delivery_.form);
   while (auto frame = queue_.take()) {
-    decodeFrame(decoder, *frame);
+    try {
+      decodeFrame(*decoder, *frame);
+    } catch (const std::bad_alloc&) {
+      decoder.emplace(delivery_.form);
+      loseFrame();
+    }
     queue_.giveBack(std::move(*frame));
   }
+}
+
+// There is no memory for it. What comes next tells by its number that it is missing.
+void LiveSession::loseFrame() {
+  {
+    const std::lock_guard lock(mutex_);
+    ++report_.held;
+    if (isStreaming(report_.status.state)) {
+      setShortStatus(report_.status, LiveState::WaitingForKeyFrame, LiveReason::NoResources,
+                     "there is no memory for a frame");
+    }
+  }
+  wake_->signal();
+}
+
+// The session is at its end, and tried again by whoever holds it.
+void LiveSession::failForMemory() {
+  {
+    const std::lock_guard lock(mutex_);
+    report_.hasEnded = true;
+    report_.nextTryAt = -1;
+    setShortStatus(report_.status, LiveState::Reconnecting, LiveReason::NoResources,
+                   "there is no memory for the stream");
+  }
+  wake_->signal();
 }
 
 // A picture that nobody will see is never converted: that costs about as much as its decoding. So
@@ -169,7 +233,13 @@ void LiveSession::decodeFrame(StreamDecoder& decoder, Frame& frame) {
 void LiveSession::passOn() {
   FrameGate gate;
   while (auto taken = queue_.take()) {
-    const auto frame = std::make_shared<Frame>(std::move(*taken));
+    std::shared_ptr<Frame> frame;
+    try {
+      frame = std::make_shared<Frame>(std::move(*taken));
+    } catch (const std::bad_alloc&) {
+      loseFrame();
+      continue;
+    }
     const FrameGate::Outcome outcome = gate.take(*frame);
     notePassage(outcome, *frame, gate.shape());
     const bool passes = outcome == FrameGate::Outcome::Passes;
@@ -199,7 +269,9 @@ void LiveSession::notePassage(FrameGate::Outcome outcome, const Frame& frame,
 bool LiveSession::isUntold() {
   const std::lock_guard lock(mutex_);
   if (told_ == report_.status && toldLate_ == report_.isLate) return false;
-  told_ = report_.status;
+  setShortStatus(told_, report_.status.state, report_.status.reason,
+                 report_.status.sentence.c_str());
+  told_.answerStatus = report_.status.answerStatus;
   toldLate_ = report_.isLate;
   return true;
 }

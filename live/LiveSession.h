@@ -29,18 +29,22 @@
 
 namespace quorvid {
 
+// What a session counts. No copy allocates anything.
+struct SessionCounts {
+  StreamShape shape;
+  std::uint64_t received = 0, bytes = 0, decoded = 0, converted = 0, overwritten = 0, held = 0,
+                lost = 0;
+  std::uint64_t attempts = 0;  // connections begun
+};
+
 // What the threads of a session tell. Times: seconds, steady clock; below 0: not yet.
-struct SessionReport {
+struct SessionReport : SessionCounts {
   LiveStatus status;      // as the worker and the decoder see it; nextTry is not set
   double nextTryAt = -1;  // Reconnecting, Refused
   double lastFrame = -1;  // arrival
   bool isLate = false;    // decoding doesn't keep pace, and pictures are left out for it
   bool isReady = false;   // a picture waits to be taken
   bool hasEnded = false;  // the worker gave up; nothing more comes
-  StreamShape shape;
-  std::uint64_t received = 0, bytes = 0, decoded = 0, converted = 0, overwritten = 0, held = 0,
-                lost = 0;
-  std::uint64_t attempts = 0;  // connections begun
 };
 
 // What a session hands out.
@@ -71,14 +75,19 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   // to it in time.
   void prepare();
   SessionReport report() const;
+  SessionCounts counts() const;
 
  private:
   LiveSession(const LiveTarget& target, double mostLag, std::shared_ptr<Wake> wake,
               const Delivery& delivery);
   void receive();
+  std::int32_t runWorker();
   void stopReceiving();
   void fail(LiveReason reason, std::string sentence);
+  void failForMemory();
+  void loseFrame();
   void decode();
+  void decodeAll();
   void passOn();
   void notePassage(FrameGate::Outcome outcome, const Frame& frame, const StreamShape& shape);
   void decodeFrame(StreamDecoder& decoder, Frame& frame);
@@ -130,6 +139,9 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   LiveStatus told_;
   bool toldLate_ = false;
 };
+
+// In the memory that the status has; without the sentence where that is too little. Throws nothing.
+void setShortStatus(LiveStatus& status, LiveState state, LiveReason reason, const char* sentence);
 
 inline LiveStatus makeStatus(LiveState state, LiveReason reason = LiveReason::None,
                              std::string sentence = {}) {

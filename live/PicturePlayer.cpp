@@ -47,9 +47,9 @@ std::unique_ptr<PicturePlayer> PicturePlayer::createForFrames(double stallAfter)
 std::unique_ptr<PicturePlayer> PicturePlayer::make(const PlayerOptions& options, bool undecoded) {
   try {
     const auto state = std::make_shared<State>(options, undecoded);
+    std::unique_ptr<PicturePlayer> player(new PicturePlayer(state));  // it ends the thread
     Thread thread([state] { state->run(); });
-    if (!thread.start()) return nullptr;
-    return std::unique_ptr<PicturePlayer>(new PicturePlayer(state));
+    return thread.start() ? std::move(player) : nullptr;
   } catch (const std::exception& error) {
     logMessage("PicturePlayer: not created: %s", error.what());
     return nullptr;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "base/Clock.h"
 #include "base/LogQuiet.h"
+#include "quorvid/base/Log.h"
 
 namespace quorvid {
 namespace {
@@ -74,29 +76,57 @@ void PicturePlayer::State::run() {
     bell->wait(kTick);
     wake->clear();
     lock.lock();
+    turn(lock);
+  }
+}
+
+// A turn that lacks memory is over, and the next one comes by itself.
+void PicturePlayer::State::turn(std::unique_lock<std::mutex>& lock) {
+  try {
     collect();
     handOver(lock);
     tell(lock);
+  } catch (const std::bad_alloc&) {
+    logMessage("PicturePlayer: there is no memory for a picture or a state");
   }
 }
 
 // Without room nothing is taken: the session waits, and so does the watch over its pictures.
 void PicturePlayer::State::collect() {
   while (!ended && !(isEvery && waiting.size() >= mostWaiting)) {
-    auto picture = player.turn(steadySeconds());
+    auto picture = takeTurn();
     if (!picture) return;
     if (!isEvery) {
-      overtaken += waiting.size();
-      waiting.clear();
+      overtaken += waiting.size() - 1;
+      waiting.erase(waiting.begin(), waiting.end() - 1);
     }
-    Played& played = waiting.emplace_back();
     if (isUndecoded) {
-      played.frame = frameOf(*picture);
+      waiting.back().frame = frameOf(*picture);
     } else {
-      played.picture = pictureOf(std::move(*picture));
+      try {
+        waiting.back().picture = pictureOf(std::move(*picture));
+      } catch (const std::bad_alloc&) {
+        waiting.pop_back();
+        ++overtaken;
+        throw;
+      }
     }
     changed.notify_all();
   }
+}
+
+// A picture that was taken has its place, at the end of those that wait.
+std::optional<Picture> PicturePlayer::State::takeTurn() {
+  waiting.emplace_back();
+  std::optional<Picture> picture;
+  try {
+    picture = player.turn(steadySeconds());
+  } catch (const std::bad_alloc&) {
+    waiting.pop_back();
+    throw;
+  }
+  if (!picture) waiting.pop_back();
+  return picture;
 }
 
 std::optional<PicturePlayer::State::Played> PicturePlayer::State::take() {
@@ -128,7 +158,11 @@ void PicturePlayer::State::call(std::unique_lock<std::mutex>& lock, Handler<Valu
                                 const Value& value) {
   handlerRuns_ = true;
   lock.unlock();
-  (*handler)(value);
+  try {
+    (*handler)(value);
+  } catch (const std::bad_alloc&) {
+    logMessage("PicturePlayer: a handler lacked memory");
+  }
   handler.reset();
   lock.lock();
   handlerRuns_ = false;

@@ -61,7 +61,9 @@ struct PicturePlayer::State {
   bool ended = false;
 
  private:
+  void turn(std::unique_lock<std::mutex>& lock);
   void collect();
+  std::optional<Picture> takeTurn();
   void handOver(std::unique_lock<std::mutex>& lock);
   void tell(std::unique_lock<std::mutex>& lock);
   template <class Value>

@@ -59,26 +59,28 @@ std::string refusalOf(const LiveTarget& target) {
   return target.path == LivePath::Fleet ? refusalOfFleet(call) : refusalOfCar(call);
 }
 
-// A relay look-up, which can't be cancelled before it has a connection, is not begun in vain.
+// The receiving thread; nothing is thrown out of it. A relay look-up, which can't be cancelled
+// before it has a connection, is not begun in vain.
 void LiveSession::receive() {
   const LogQuiet quiet;
   if (std::atomic_ref(cancel_).load(std::memory_order_acquire) != 0) return;
-  const std::string token = tokenOf(target_);
-  const VideoCall call = callOf(target_, token, &cancel_);
-  std::int32_t result = 0;
-  if (target_.path == LivePath::Fleet) {
-    result = runFleetVideo(call, this);
-  } else if (target_.path == LivePath::Car) {
-    result = runCarVideo(call, this);
-  } else {
-    result = runRelayVideo(call, this);
+  try {
+    if (runWorker() == 0) return;
+  } catch (const std::bad_alloc&) {
+    return failForMemory();
   }
-  if (result == 0) return;
   std::unique_lock lock(mutex_);
   report_.hasEnded = true;
   if (report_.status.reason != LiveReason::None) return;
   lock.unlock();
-  fail(LiveReason::NoResources, "there is no memory for the stream");
+  failForMemory();
+}
+
+std::int32_t LiveSession::runWorker() {
+  const std::string token = tokenOf(target_);
+  const VideoCall call = callOf(target_, token, &cancel_);
+  if (target_.path == LivePath::Fleet) return runFleetVideo(call, this);
+  return target_.path == LivePath::Car ? runCarVideo(call, this) : runRelayVideo(call, this);
 }
 
 void LiveSession::stopReceiving() {
@@ -106,9 +108,8 @@ void LiveSession::frameArrived(const std::uint8_t* bytes, std::size_t size) {
     frame.number = number;
     frame.connection = connection;
     queue_.push(std::move(frame));
-  } catch (const std::bad_alloc&) {  // the decoder notices that the frame is missing
-    setStatus(LiveState::WaitingForKeyFrame, LiveReason::NoResources,
-              "there is no memory for a frame");
+  } catch (const std::bad_alloc&) {
+    loseFrame();
   }
 }
 

@@ -1,5 +1,7 @@
 #include "port/av/KeptPicture.h"
 
+#include <new>
+
 namespace quorvid {
 
 OSStatus convertFrame(PictureConverter& converter, const AVFrame& frame, const StreamShapes& shapes,
@@ -34,7 +36,11 @@ OSStatus VTKeptPicture::copyPicture(CVPixelBufferRef& picture) {
 
 bool VTKeptPicture::convertLocked() {
   if (frame_ == nullptr || frame_->buf[0] == nullptr) return false;
-  status_ = convertFrame(*converter_, *frame_, shapes_, picture_);
+  try {
+    status_ = convertFrame(*converter_, *frame_, shapes_, picture_);
+  } catch (const std::bad_alloc&) {
+    status_ = kVTAllocationFailedErr;
+  }
   av_frame_unref(frame_.get());
   return picture_ != nullptr;
 }
