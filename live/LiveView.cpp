@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <exception>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -21,6 +22,7 @@ struct LiveView::State {
   bool prepareToDraw(LiveView& view);
   void turn(LiveView& view);
   void draw(LiveView& view, double now);
+  LiveStatus status(double now) const;
   void tell(double now);
   bool isOwnThread();
 
@@ -38,8 +40,13 @@ struct LiveView::State {
 
 std::shared_ptr<LiveView> LiveView::initWithFrame(CGRect frame, const LiveOptions& options) {
   std::shared_ptr<LiveView> view = initToDrawLater(frame, options);
-  if (view != nullptr) view->prepareToDraw();
-  return view;
+  try {
+    if (view != nullptr) view->prepareToDraw();
+    return view;
+  } catch (const std::exception& error) {
+    logMessage("LiveView: not created: %s", error.what());
+    return nullptr;
+  }
 }
 
 std::shared_ptr<LiveView> LiveView::initToDrawLater(CGRect frame, const LiveOptions& options) {
@@ -89,18 +96,25 @@ bool LiveView::State::prepareToDraw(LiveView& view) {
   } catch (const std::exception& error) {
     logMessage("LiveView: nothing to draw with: %s", error.what());
   }
-  if (layer == nullptr) {
-    player.giveUp(LiveReason::NoGraphics, "no OpenGL ES 2 context can be had to draw in");
-  }
-  return layer != nullptr;
+  if (layer != nullptr) return true;
+  isPrepared = false;  // unless that can be told
+  player.giveUp(LiveReason::NoGraphics, "no OpenGL ES 2 context can be had to draw in");
+  isPrepared = true;
+  return false;
 }
 
+// A turn that lacks memory is over, and the next one comes by itself: nothing is thrown at the
+// host's loop.
 void LiveView::State::turn(LiveView& view) {
   wake->clear();
-  prepareToDraw(view);
   const double now = steadySeconds();
-  draw(view, now);
-  tell(now);  // last: the handler may let the view go
+  try {
+    prepareToDraw(view);
+    draw(view, now);
+    tell(now);  // last: the handler may let the view go
+  } catch (const std::bad_alloc&) {
+    logMessage("LiveView: there is no memory for a picture or a state");
+  }
 }
 
 void LiveView::State::draw(LiveView& view, double now) {
@@ -111,17 +125,27 @@ void LiveView::State::draw(LiveView& view, double now) {
   if (picture) {
     const double arrival = picture->arrival;
     layer->show(std::move(*picture));
-    player.pictureShown(steadySeconds(), arrival);
+    if (!layer->lacksStorage()) player.pictureShown(steadySeconds(), arrival);
   } else if (player.options().greyWhenStill) {
     layer->setGrey(player.isStill(now));
   }
 }
 
+// Of a view that plays and has nothing to draw into: each picture tries again to get that.
+LiveStatus LiveView::State::status(double now) const {
+  LiveStatus status = player.status(now);
+  if (status.state == LiveState::Live && layer != nullptr && layer->lacksStorage()) {
+    return makeStatus(LiveState::Late, LiveReason::NoGraphics, "there is no storage to draw into");
+  }
+  return status;
+}
+
 void LiveView::State::tell(double now) {
-  const LiveStatus status = player.status(now);
+  const LiveStatus status = this->status(now);
   if (status == told) return;
+  const auto call = handler;  // a copy: it may set another
   told = status;
-  if (const auto call = handler) call(status);
+  if (call) call(status);
 }
 
 bool LiveView::State::isOwnThread() {
@@ -179,7 +203,7 @@ const LiveOptions& LiveView::options() const {
 }
 
 LiveStatus LiveView::status() const {
-  return state_->player.status(steadySeconds());
+  return state_->status(steadySeconds());
 }
 
 LiveFigures LiveView::figures() const {

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "port/EAGLContext.h"
+
 namespace quorvid {
 namespace {
 
@@ -55,7 +57,7 @@ PicturePtr greyCopyOf(CVPixelBufferRef picture) {
 
 std::unique_ptr<PictureLayer> PictureLayer::make(CALayer& parent) {
   std::shared_ptr<AAPLEAGLLayer> layer = AAPLEAGLLayer::initWithFrame(parent.bounds());
-  if (layer == nullptr || layer->program() == 0) return nullptr;
+  if (layer == nullptr || layer->program() == 0 || isStorageRefused(*layer)) return nullptr;
   layer->setBackgroundColor(UIColor::blackColor().CGColor());
   parent.addSublayer(layer);
   std::unique_ptr<PictureLayer> made(new PictureLayer(std::move(layer)));
@@ -73,6 +75,10 @@ std::unique_ptr<PictureLayer> PictureLayer::make(CALayer& parent) {
 PictureLayer::~PictureLayer() {
   layer_->setRenewal({});
   layer_->removeFromSuperlayer();
+}
+
+bool PictureLayer::lacksStorage() const {
+  return isStorageRefused(*layer_);
 }
 
 void PictureLayer::show(Picture picture) {
@@ -147,6 +153,7 @@ void PictureLayer::drawBlack() {
 // The layer fits a picture's shape into its frame; a frame of the picture's own shape is filled.
 void PictureLayer::draw() {
   if (last_.buffer == nullptr) return;
+  if (lacksStorage()) layer_->resetRenderBuffer();
   const PicturePtr grey = grey_ ? greyCopyOf(last_.buffer.get()) : nullptr;
   CVPixelBufferRef const shown = grey != nullptr ? grey.get() : last_.buffer.get();
   layer_->setFrame(CGRectMake(placed_.origin.x, placed_.origin.y,

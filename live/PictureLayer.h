@@ -22,6 +22,8 @@ class PictureLayer {
   PictureLayer& operator=(const PictureLayer&) = delete;
 
   void show(Picture picture);
+  // GL refused what would be drawn into; the next picture asks for it again.
+  bool lacksStorage() const;
   // bounds: of the view. shape: see LiveOptions. Draws the last picture anew when they differ from
   // before, or the layer's scale does.
   void place(CGRect bounds, double shape);

@@ -54,4 +54,8 @@ class EAGLContext : public std::enable_shared_from_this<EAGLContext> {
   std::unique_ptr<Native> native_;
 };
 
+// Whether GL refused what the layer would be drawn into, or with: nothing of it is seen then.
+void setStorageRefused(CAEAGLLayer& layer, bool refused);
+bool isStorageRefused(CAEAGLLayer& layer);
+
 }  // namespace quorvid

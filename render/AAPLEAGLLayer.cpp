@@ -3,7 +3,9 @@
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 
 #include "port/EAGLContext.h"
@@ -71,7 +73,7 @@ bool AAPLEAGLLayer::makeCurrent() const {
 void AAPLEAGLLayer::setupGL() {
   if (!makeCurrent()) return;
   setupBuffers();
-  loadShaders();
+  if (!loadShaders()) setStorageRefused(*this, true);
   glUseProgram(_program);
   glUniform1i(uniforms[UniformSamplerY], 0);
   glUniform1i(uniforms[UniformSamplerUV], 1);
@@ -101,6 +103,9 @@ void AAPLEAGLLayer::createBuffers() {
   glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
                             _colorBufferHandle);
   const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
+  const CGSize size = bounds().size;
+  const bool hasArea = std::lround(std::min(size.width, size.height) * contentsScale()) >= 1;
+  setStorageRefused(*this, hasArea && status != GL_FRAMEBUFFER_COMPLETE);
   if (status != GL_FRAMEBUFFER_COMPLETE) {
     logMessage("Failed to make complete framebuffer object %x", status);
   }

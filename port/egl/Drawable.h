@@ -50,6 +50,9 @@ class Drawable {
   std::uint64_t storage() const { return storage_; }
   // Counts presentations into this storage; 0 while it has no content to show.
   std::uint64_t version() const { return version_; }
+  // Whether GL refused what would be drawn into, as the layer found.
+  bool isRefused() const { return isRefused_; }
+  void setRefused(bool refused) { isRefused_ = refused; }
   bool hasContent() const { return version_ > 0 && width_ > 0 && height_ > 0; }
 
  private:
@@ -63,6 +66,7 @@ class Drawable {
   std::uint32_t framebuffer_ = 0;  // bound as the storage was allocated: it will hold that
   int width_ = 0;
   int height_ = 0;
+  bool isRefused_ = false;
   std::uint64_t storage_ = 0;
   std::uint64_t version_ = 0;
   StorageLayout layout_ = StorageLayout::Plain;  // as it is wanted

@@ -119,6 +119,14 @@ bool EAGLContext::presentRenderbuffer(std::uint32_t target) {
   return true;
 }
 
+void setStorageRefused(CAEAGLLayer& layer, bool refused) {
+  layer.drawable()->setRefused(refused);
+}
+
+bool isStorageRefused(CAEAGLLayer& layer) {
+  return layer.drawable()->isRefused();
+}
+
 void forgetThreadContext() {
   std::shared_ptr<EAGLContext> former;
   if (std::shared_ptr<EAGLContext>* kept = threadContext(); kept != nullptr) former.swap(*kept);
