@@ -58,8 +58,9 @@ static void look(const quorvid_status* status, void* context) {
 
 // The call was refused, and some pictures came since; or it was told that none come.
 static int isEnough(double begin) {
-  if (refused == NULL || refused() == NULL) receivedBefore = received;
-  const int wanted = arm != NULL && refused() != NULL ? receivedBefore + kEnough : 3 * kEnough;
+  const int isRefused = refused != NULL && refused() != NULL;
+  if (!isRefused) receivedBefore = received;
+  const int wanted = isRefused ? receivedBefore + kEnough : 3 * kEnough;
   return received >= wanted || isTold || now() - begin > kMostSeconds;
 }
 
@@ -170,8 +171,8 @@ static int entriesOf(const char* folder) {
 // Threads end by themselves, soon after what they belong to.
 static void tellRest(int threads, int descriptors) {
   for (const double begin = now(); now() - begin < 4; turn()) {
-    if (entriesOf("/proc/self/task") <= threads && entriesOf("/proc/self/fd") - 1 <= descriptors)
-      break;
+    const int open = entriesOf("/proc/self/fd") - 1;
+    if (entriesOf("/proc/self/task") <= threads && open <= descriptors) break;
   }
   printf("threads %d\ndescriptors %d\n", entriesOf("/proc/self/task"),
          entriesOf("/proc/self/fd") - 1);

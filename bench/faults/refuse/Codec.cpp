@@ -13,12 +13,14 @@ extern "C" {
 
 namespace {
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a type can't have them
 #define REFUSE_CALL(result, name, parameters, arguments, failed)                     \
   void* real_##name = nullptr;                                                       \
   result refused_##name parameters {                                                 \
     if (refuse::isRefused(refuse::Kind::Codec, #name, REFUSE_CALLER)) return failed; \
     return reinterpret_cast<result(*) parameters>(real_##name) arguments;            \
   }
+// NOLINTEND(bugprone-macro-parentheses)
 
 REFUSE_CALL(const AVCodec*, avcodec_find_decoder, (AVCodecID a), (a), nullptr)
 REFUSE_CALL(const AVCodec*, avcodec_find_decoder_by_name, (const char* a), (a), nullptr)

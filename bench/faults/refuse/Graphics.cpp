@@ -29,6 +29,7 @@ void setNone(GLsizei count, GLuint* names) {
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): types and names can't have them
 #define REFUSED(kind, name) refuse::isRefused(refuse::Kind::kind, #name, REFUSE_CALLER)
 #define REAL(name) realOf<decltype(&::name)>(real_##name, #name)
 #define REFUSE_REAL(name)      \
@@ -81,6 +82,8 @@ void setNone(GLsizei count, GLuint* names) {
     REAL(name)(a, b, c);                                  \
     if (b == (state) && REFUSED(Gl, name)) *c = GL_FALSE; \
   }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 // EGL.
 REFUSE_CALL(Egl, EGLDisplay, eglGetDisplay, (EGLNativeDisplayType a), (a), nullptr)

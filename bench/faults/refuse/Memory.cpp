@@ -12,6 +12,7 @@
 #include "faults/refuse/Refuse.h"
 
 // The C library's own, under the names that nothing hides.
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -19,6 +20,7 @@ void* __libc_realloc(void* block, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 }
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 
 namespace refuse {
 
@@ -158,6 +160,7 @@ REFUSE_SHOWN void* mmap(void* at, std::size_t size, int access, int flags, int f
   return MAP_FAILED;
 }
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): the beginning of a function
 #define REFUSE_NEW __attribute__((visibility("default"))) void* operator new
 
 REFUSE_NEW(std::size_t size) {
@@ -176,6 +179,7 @@ REFUSE_NEW[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
   return refuse::make(size, 0, "operator new", REFUSE_CALLER);
 }
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): likewise
 #define REFUSE_DELETE __attribute__((visibility("default"))) void operator delete
 
 REFUSE_DELETE(void* block) noexcept {

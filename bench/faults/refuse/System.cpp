@@ -1,4 +1,5 @@
 // The system's calls and threads.
+#undef _FORTIFY_SOURCE  // with it the headers define some of them
 #include <fcntl.h>
 #include <netdb.h>
 #include <poll.h>
@@ -13,6 +14,7 @@
 #include "faults/refuse/Refuse.h"
 
 // A function that gives `failed` and sets `error` when it is its turn.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type can't have them
 #define REFUSE_CALL(result, name, parameters, arguments, error, failed)   \
   REFUSE_SHOWN result name parameters {                                   \
     static const auto real = refuse::next<result(*) parameters>(#name);   \
@@ -22,6 +24,7 @@
     errno = error;                                                        \
     return failed;                                                        \
   }
+// NOLINTEND(bugprone-macro-parentheses)
 
 REFUSE_CALL(int, socket, (int a, int b, int c), (a, b, c), EMFILE, -1)
 REFUSE_CALL(int, connect, (int a, const sockaddr* b, socklen_t c), (a, b, c), ENOMEM, -1)
