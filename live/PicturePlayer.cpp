@@ -49,7 +49,8 @@ std::unique_ptr<PicturePlayer> PicturePlayer::make(const PlayerOptions& options,
     const auto state = std::make_shared<State>(options, undecoded);
     std::unique_ptr<PicturePlayer> player(new PicturePlayer(state));  // it ends the thread
     Thread thread([state] { state->run(); });
-    return thread.start() ? std::move(player) : nullptr;
+    if (!thread.start()) return nullptr;
+    return player;
   } catch (const std::exception& error) {
     logMessage("PicturePlayer: not created: %s", error.what());
     return nullptr;

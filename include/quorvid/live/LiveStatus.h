@@ -36,7 +36,8 @@ enum class LiveState : std::uint8_t {
   Live,                // pictures are shown as they come
   Late,                // decoding doesn't keep pace: pictures are left out, or the last one stands
                        // because what came since is older than the view may show. Or drawing
-                       // doesn't, with all of the thread's time: pictures are overtaken
+                       // doesn't, with all of the thread's time: pictures are overtaken. Or a
+                       // view has no storage to draw into
   Stalled,             // the last picture stands: none came for `stallAfter` seconds
   Reconnecting,        // the connection is lost or can't be had; tried again in `nextTry` seconds
   Refused,             // the server answered with `answerStatus`; tried again in `nextTry` seconds
