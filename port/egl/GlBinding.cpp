@@ -52,8 +52,11 @@ EGLSurface surface(std::uintptr_t handle) {
 
 // A host is not left with another context than its own: what is refused is asked for again.
 bool giveBack(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
-  return eglMakeCurrent(display, draw, read, context) == EGL_TRUE ||
-         eglMakeCurrent(display, draw, read, context) == EGL_TRUE;
+  bool given = false;
+  for (int tries = 0; !given && tries < 2; ++tries) {
+    given = eglMakeCurrent(display, draw, read, context) == EGL_TRUE;
+  }
+  return given;
 }
 
 }  // namespace
