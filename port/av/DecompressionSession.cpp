@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "base/Clock.h"
@@ -66,7 +67,7 @@ OSStatus VTDecompressionSession::copyPicture(CVPixelBufferRef& picture) {
   return kept_ != nullptr ? convertFrame(*converter_, *kept_, shapes(), picture) : noErr;
 }
 
-std::shared_ptr<VTKeptPicture> VTDecompressionSession::keepPicture() {
+std::shared_ptr<VTKeptPicture> VTDecompressionSession::keepPicture() try {
   if (kept_ == nullptr) return nullptr;
   auto free = std::find_if(keptPictures_.begin(), keptPictures_.end(),
                            [](const auto& picture) { return picture.use_count() == 1; });
@@ -76,6 +77,8 @@ std::shared_ptr<VTKeptPicture> VTDecompressionSession::keepPicture() {
     free = keptPictures_.insert(free, std::move(made));
   }
   return (*free)->keep(*kept_, shapes()) ? *free : nullptr;
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 StreamShapes VTDecompressionSession::shapes() const {
