@@ -72,6 +72,11 @@ TEST_F(ContinuityTest, RecoveryTakesAsManyPicturesAsItSays) {
   EXPECT_FALSE(take(picture(4)));
   EXPECT_TRUE(take(picture(5)));
   EXPECT_TRUE(take(picture(6)));
+  continuity_.announce(2);
+  EXPECT_TRUE(take(picture(7)));
+  continuity_.take(picture(8));
+  continuity_.decoded(false);
+  EXPECT_FALSE(take(picture(9)));  // built on the damaged one
 }
 
 // Of four groups of eleven pictures with a gap between the fifth and the sixth: how many are shown.
@@ -121,13 +126,13 @@ TEST_F(ContinuityTest, WholeTurnsOfTheNumbersShowInOrderCounts) {
 
 TEST_F(ContinuityTest, NumberingThatBeginsAgainIsReadFromTheSlice) {
   const auto stream = test::encodeTestStream({.frames = 2, .keepVui = true});
-  const auto sets = *ParameterSets::make(stream.sps, stream.pps);
+  auto sets = *ParameterSets::make(stream.sps, stream.pps);
   ASSERT_EQ(sets.stream.picOrderCntType, 2U);
-  const auto slice = [](std::uint8_t header, std::uint32_t operation) {
+  const auto slice = [](std::uint8_t header, std::uint32_t operation, std::uint32_t type = 5) {
     BitWriter writer;
-    for (const std::uint32_t field : {0U, 5U, 0U}) writer.ue(field);
-    writer.bits(1, 4);     // frame_num
-    writer.bits(0b01, 2);  // as many references as usual, their order changed:
+    for (const std::uint32_t field : {0U, type, 0U}) writer.ue(field);
+    writer.bits(1, 4);                     // frame_num
+    writer.bits(0b01, type == 6 ? 4 : 2);  // as many references as usual, their order changed:
     for (const std::uint32_t field : {0U, 7U, 3U}) writer.ue(field);
     writer.bits(1, 1);  // marked by operations:
     for (const std::uint32_t field : {1U, 9U, operation, 0U}) writer.ue(field);
@@ -137,10 +142,34 @@ TEST_F(ContinuityTest, NumberingThatBeginsAgainIsReadFromTheSlice) {
   EXPECT_FALSE(resetsFrameNum(sets, slice(0x41, 4)));
   EXPECT_FALSE(resetsFrameNum(sets, slice(0x01, 5)));
   EXPECT_FALSE(resetsFrameNum(sets, stream.frames[1].slice));
+  sets.picture.weightedBipredIdc = 2;  // weights that a slice doesn't state
+  EXPECT_TRUE(resetsFrameNum(sets, slice(0x41, 5, 6)));
   PictureInfo last = picture(1);
   last.resetsFrameNum = true;
   EXPECT_TRUE(take(last));
   EXPECT_TRUE(take(picture(1)));
+}
+
+TEST_F(ContinuityTest, APictureIsIntraWhereAllItsSlicesAre) {
+  const auto stream = test::encodeTestStream({.frames = 1, .keepVui = true});
+  const auto sets = *ParameterSets::make(stream.sps, stream.pps);
+  const auto isIntra = [&sets](std::uint32_t first, std::uint32_t second) {
+    Bytes sample{0, 0, 0, 0};
+    for (const std::uint32_t place : {0U, 1U}) {
+      BitWriter writer;
+      for (const std::uint32_t field : {place, place == 0 ? first : second, 0U}) writer.ue(field);
+      writer.bits(1, 4);
+      const Bytes unit = writer.unit(0x41), code{0, 0, 1};
+      if (place > 0) sample.insert(sample.end(), code.begin(), code.end());
+      sample.insert(sample.end(), unit.begin(), unit.end());
+    }
+    sample[3] = static_cast<std::uint8_t>(sample.size() - 4);
+    const Sample read = readSample(sample, sets, kWorkOfHonestUnits);
+    return read.kind == SampleKind::Picture && read.picture.isIntra;
+  };
+  EXPECT_TRUE(isIntra(2, 2));
+  EXPECT_FALSE(isIntra(0, 2));
+  EXPECT_FALSE(isIntra(2, 0));
 }
 
 }  // namespace

@@ -31,6 +31,10 @@ TEST(ParameterSetsTest, SetsOfRealEncodersAreTaken) {
   EXPECT_TRUE(accepted({0x67, 0x42, 0xC0, 0x33, 0xD9, 0x80, 0x30, 0x00, 0x60, 0x64}, kPps));
   EXPECT_TRUE(accepted(changed(kSps, 0, 0x27), changed(kPps, 0, 0x28)));
   EXPECT_TRUE(accepted(kHigh, {0x68, 0xEB, 0xE3, 0xCB, 0x22, 0xC0}));
+  // Fields of 200 lines lie in 13 rows of macroblocks each, and are cropped by 4 lines at a time.
+  const auto fields = test::encodeTestStream(
+      {.height = 400, .frames = 1, .mainProfile = true, .keepVui = true, .encoder = "tff=1"});
+  EXPECT_EQ(parseSps(fields.sps)->displayedHeight(), 400);
 }
 
 TEST(ParameterSetsTest, ZerosThatFillThePlaceAreCutOff) {
@@ -42,9 +46,10 @@ TEST(ParameterSetsTest, ZerosThatFillThePlaceAreCutOff) {
     ASSERT_TRUE(padded) << zeros;
     EXPECT_EQ(padded->avcRecord(), ParameterSets::make(kSps, kPps)->avcRecord());
   }
-  Bytes sps = kSps;
+  Bytes sps = kSps, pps = kPps;
   sps.resize(4097);
-  EXPECT_FALSE(accepted(sps, kPps));
+  pps.resize(4097);
+  EXPECT_FALSE(accepted(sps, kPps) || accepted(kSps, pps));
 }
 
 TEST(ParameterSetsTest, RecordHoldsBothSetsAndForbidsReordering) {
@@ -60,11 +65,16 @@ TEST(ParameterSetsTest, RecordHoldsBothSetsAndForbidsReordering) {
   EXPECT_TRUE(std::equal(head.begin(), head.end(), record.begin()));
   const Bytes tail{1, 0, 4, 0x68, 0xCE, 0x3C, 0x80};
   EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), record.rbegin()));
+  BitWriter writer;
+  writer.bits(3, 24);
+  EXPECT_EQ(writer.unit(0x67), (Bytes{0x67, 0, 0, 3, 3, 0x80}));
 }
 
 TEST(ParameterSetsTest, EachFaultIsFound) {
   Bytes unescaped = kHigh;  // without the 03 that keeps start codes out
   std::erase(unescaped, 0x03);
+  Bytes reserved = changed(kHigh, 15, 0x02);
+  reserved.erase(reserved.begin() + 16);
   Bytes longSet = kSps;
   longSet.resize(4097);
   const std::vector<std::pair<const char*, Bytes>> faultySps{
@@ -86,7 +96,8 @@ TEST(ParameterSetsTest, EachFaultIsFound) {
       // 3072 by 3072 pixels as above, but 6 of them kept for reference
       {"more reference than level 5.1",
        {0x67, 0x42, 0xC0, 0x33, 0xD9, 0xC0, 0x30, 0x00, 0x60, 0x64}},
-      {"start code inside", unescaped}};
+      {"start code inside", unescaped},
+      {"00 00 02 inside", reserved}};
   for (const auto& [fault, sps] : faultySps) {
     EXPECT_FALSE(accepted(sps, kPps)) << fault;
   }
