@@ -76,6 +76,20 @@ TEST(FleetVideo, OrderlyCloseLeavesItWaiting) {
   EXPECT_LE(std::count(printed.begin(), printed.end(), '\n'), turns);
 }
 
+// Nothing counts that an earlier connection brought.
+TEST(FleetVideo, OrderlyCloseBeforeTheFirstHeaderIsNoticed) {
+  TestServer server;
+  VideoRun run(ThreadVideoSourceForFleet, server.port);
+  Peer first = server.acceptRequest(81);
+  first.send(kAnswer + packet('V', "frame"));
+  EXPECT_EQ(run.take(), "frame");
+  first.reset();
+  Peer second = server.acceptRequest(81);
+  second.send(kAnswer);
+  second.finish();
+  EXPECT_TRUE(second.seesClose());
+}
+
 // After its whole pause, whatever signals come.
 TEST(FleetVideo, UnreachableServerIsTriedAgain) {
   CaptureStdout();

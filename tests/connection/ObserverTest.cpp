@@ -47,6 +47,7 @@ class ObservedRun : StreamObserver {
  private:
   void told(StreamEvent event, std::int32_t detail) override {
     locked([&] { events_.emplace_back(event, detail); });
+    errno = EDOM;  // what it calls may leave any
   }
   void frameArrived(const std::uint8_t* bytes, std::size_t size) override {
     locked([&] { frames_.append(bytes, bytes + size) += ' '; });
