@@ -123,6 +123,27 @@ TEST(DecoderTest, ThousandSlicesOverTheWholePictureCostNothing) {
   EXPECT_TRUE(decoded->feed(grey));
 }
 
+// A field is half a picture: nothing comes of it, nor does the last picture once more.
+TEST(DecoderTest, FieldsThatComeOneByOneMakeAPictureOfTwo) {
+  h264::BitWriter set;
+  set.bits(77 << 16 | 30, 24);
+  for (const std::uint32_t field : {0U, 0U, 2U, 1U}) set.ue(field);
+  set.bits(0, 1);
+  for (const std::uint32_t field : {7U, 3U}) set.ue(field);  // 128x128
+  set.bits(0b00100, 5);                                      // fields, not mixed with frames
+  const auto decoded = DecodedStream::make();
+  decoded->feed(set.unit(0x67));
+  decoded->feed({0x68, 0xCE, 0x3C, 0x80});
+  for (const bool isBottom : {false, true, false, true}) {
+    h264::BitWriter slice;
+    for (const std::uint32_t field : {0U, 2U, 0U}) slice.ue(field);
+    slice.bits(isBottom ? 0b0000'11'0'1'010 : 0b0000'10'1'00'1'010, isBottom ? 11 : 13);
+    for (int i = 0; i < 32; ++i) slice.bits(0b00100111, 8);
+    EXPECT_EQ(decoded->feed(slice.unit(isBottom ? 0x41 : 0x65)), isBottom);
+  }
+  EXPECT_THAT(decoded->errors, IsEmpty());
+}
+
 // The terminal is the host's: libavcodec has messages that no log level of a decoder holds back.
 TEST(DecoderTest, HostileUnitsPutNothingOnTheTerminal) {
   std::mt19937 random(5);

@@ -81,8 +81,9 @@ TEST_F(DecoderChainTest, DeviceThatOpensButGivesNoPictureIsNotBelieved) {
 }
 
 TEST_F(DecoderChainTest, DeviceThatFailsLaterIsReplacedAtTheNextKeyFrame) {
-  Device first{.goodUnits = 3}, second{.opens = false};
+  Device first{.goodUnits = 4}, second{.opens = false};
   const auto chain = this->chain(first, second);
+  EXPECT_FALSE(decode(*chain, {0x65, 0x12, 0x34}));  // which the others can't decode either
   for (std::size_t index = 0; index < 10; ++index) {
     EXPECT_EQ(decode(*chain, index), index < 3 || index >= 5) << index;
   }
@@ -95,6 +96,8 @@ TEST_F(DecoderChainTest, DeviceThatWorksStaysAndIsNotBlamedForADamagedUnit) {
   EXPECT_FALSE(decode(*chain, {0x65, 0x12, 0x34}));
   EXPECT_EQ(last_.status, kVTVideoDecoderBadDataErr);
   for (std::size_t index = 0; index < 10; ++index) EXPECT_TRUE(decode(*chain, index));
+  EXPECT_FALSE(
+      decode(*chain, {0x06, 0x06, 0x01, 0x84, 0x80}));  // nor is the last picture told again
   EXPECT_EQ(chain->name(), "second");
   EXPECT_THAT(tried_, ElementsAre("first", "second"));
 }

@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "port/PlanarPicture.h"
 #include "port/av/PictureConverter.h"
 #include "quorvid/base/PixelBuffer.h"
 
@@ -128,6 +130,30 @@ TEST(ConverterTest, ColourFillsThePicture) {
       EXPECT_NEAR(chroma[(at / 2 & ~1U) + 1], full ? 191 : 200, 1) << at;
     }
     CVPixelBufferRelease(picture);
+  }
+}
+
+// red and blue: their parts of the luma.
+TEST(ConverterTest, RgbFollowsTheMatrixAndTheRange) {
+  for (const auto& [matrix, red, blue] : {std::tuple{AVCOL_SPC_SMPTE170M, 0.299, 0.114},
+                                          {AVCOL_SPC_BT709, 0.2126, 0.0722},
+                                          {AVCOL_SPC_BT2020_NCL, 0.2627, 0.0593}}) {
+    for (const bool full : {false, true}) {
+      const AvFramePtr frame =
+          flatFrame({AV_PIX_FMT_YUV420P, 64, 64, full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG});
+      frame->colorspace = matrix;
+      CVPixelBufferRef picture = PictureConverter({.asDecoded = true}).convert(*frame);
+      std::vector<std::uint8_t> rgb;
+      ASSERT_TRUE(planarToRgb(picture, rgb));
+      CVPixelBufferRelease(picture);
+      const double luma = full ? 180 / 255.0 : (180 - 16) / 219.0, depth = full ? 255 : 224;
+      const double r = luma + 2 * (1 - red) * (200 - 128) / depth;
+      const double b = luma + 2 * (1 - blue) * (90 - 128) / depth;
+      const double g = (luma - red * r - blue * b) / (1 - red - blue);
+      EXPECT_EQ(rgb[0], 255) << r;
+      EXPECT_NEAR(rgb[1], 255 * g, 2) << matrix << full;
+      EXPECT_NEAR(rgb[2], 255 * b, 6) << matrix << full;  // libyuv's factor goes up to 2
+    }
   }
 }
 
