@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <future>
 
 #include "base/Clock.h"
@@ -97,6 +98,28 @@ TEST(CPlayer, EveryPictureComesHoweverLateAndStopEndsTheWait) {
   EXPECT_EQ(figures.decoded, 4U * kTimes);
   EXPECT_EQ(figures.overwritten + figures.lost + figures.held, 0U);
   EXPECT_EQ(figures.shown, 7U);
+}
+
+// Two wait for the caller and one for room there; a decoder that has a fourth ends all the same.
+TEST(CPlayer, NoMoreThanWasAskedForWaitsAndKeepsNoThread) {
+  const FleetServer server(streamOf(kRust, kTimes));
+  const auto threads = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+  };
+  const auto before = threads();
+  Owned<quorvid_player> player = makePlayer(true);
+  const quorvid_target target = targetOf(server);
+  quorvid_player_connect(player.get(), &target);
+  quorvid_figures figures = QUORVID_FIGURES_INIT;
+  ASSERT_TRUE(eventually([&] {
+    quorvid_player_figures(player.get(), &figures);
+    return figures.received == 4U * kTimes && figures.decoded >= 4;
+  }));
+  sleepForTimeInterval(0.2);  // for a fifth
+  quorvid_player_figures(player.get(), &figures);
+  EXPECT_EQ(figures.decoded, 4U);
+  player.reset();
+  EXPECT_TRUE(eventually([&] { return threads() <= before; }));
 }
 
 TEST(CPlayer, TheNewestPictureOvertakesThoseThatNobodyTook) {

@@ -1,7 +1,8 @@
 // A circle is one where the stream's pixels are not square: in a picture of the view, and where a
-// host shows it.
+// host shows it. And what is still has no colours there.
 #include <cmath>
 
+#include "base/Clock.h"
 #include "port/egl/Drawable.h"
 #include "quorvid/live/LiveView.h"
 #include "quorvid/view/ViewHost.h"
@@ -92,6 +93,40 @@ TEST(LiveShape, ThePictureHasJustThePixelsOfItsPlaceInTheWindow) {
   EXPECT_EQ(layer.drawable()->width(),
             edge(place.origin.x + place.size.width) - edge(place.origin.x));
   EXPECT_EQ(layer.drawable()->height(), 480);
+}
+
+TEST(LiveShape, AStillPictureIsGreyUpToTheNextOne) {
+  std::atomic<bool> isBegun{false}, goesOn{false};
+  FleetServer server([&](FleetClient& client) {
+    const bool isFirst = !isBegun.exchange(true);
+    client.readRequest();
+    client.sendAnswer();
+    while (!isFirst && !goesOn) sleepForTimeInterval(0.01);
+    client.sendVideo(oneColouredFrames(isFirst ? kRust : kTeal).front());
+    client.waitForClose();
+  });
+  const HostScreen screen(HostDisplay::Surfaceless, HostApi::Gles3, kHostSide, kHostSide);
+  const auto host = ViewHost::create();
+  host->resize(kHostSide, kHostSide, 1);
+  LiveOptions options;
+  options.stallAfter = 0.3;
+  options.greyWhenStill = true;
+  const auto view = LiveView::initWithFrame(host->contentView()->bounds(), options);
+  ASSERT_NE(view, nullptr);
+  host->contentView()->addSubview(view);
+  LiveTarget target;
+  target.host = "127.0.0.1";
+  target.port = server.port();
+  target.device = "BUS-17";
+  view->connect(target);
+  const auto shows = [&](YCbCr colour) {
+    host->composite(0, 0, kHostSide, kHostSide);
+    return isNear(screen.read().at(kHostSide / 2, kHostSide / 2), rgbOf(colour));
+  };
+  eventually([&] { return host->refresh(), shows({kRust.y, 128, 128}); });
+  goesOn = true;
+  eventually([&] { return host->refresh(), view->figures().shown == 2; });
+  EXPECT_TRUE(shows(kTeal)) << "in the turn that brings it";
 }
 
 }  // namespace

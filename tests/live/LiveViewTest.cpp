@@ -252,6 +252,7 @@ TEST_F(LiveViewTest, HiddenItReceivesAndComesBackWithTheNewest) {
   EXPECT_TRUE(isShown(kTeal)) << "the first picture is a new one";
   EXPECT_EQ(view_->figures().decoded, before.decoded + group.size());
   EXPECT_EQ(view_->figures().converted, before.converted + 1) << "nobody sees the others";
+  EXPECT_LT(view_->figures().longestPause, 1.5 * kMostLag) << "nobody missed a picture";
   RunLoop::currentRunLoop()->refresh();
   EXPECT_FALSE(isLate) << "the group's first frame was old, its last is not";
   view_->removeFromSuperview();

@@ -11,15 +11,18 @@ namespace {
 
 TEST(ServerBounds, OneDecoderASecondHoweverOftenTheSizeChanges) {
   const test::H264TestStream streams[] = {
-      test::encodeTestStream({.width = 320, .height = 240, .frames = 1}),
-      test::encodeTestStream({.frames = 1})};
+      test::encodeTestStream({.width = 320, .height = 240, .frames = 2}),
+      test::encodeTestStream({.frames = 2})};
   StreamDecoder decoder;
   std::uint32_t width = 0;
   int made = 0, refused = 0;
   const double start = steadySeconds();
   for (int i = 0; i < 20; ++i) {
     Frame frame = makeFrame(streams[i % 2].frameBytes(0), steadySeconds());
-    refused += decoder.decode(frame) == StreamDecoder::Outcome::SetsTooOften ? 1 : 0;
+    const bool isRefused = decoder.decode(frame) == StreamDecoder::Outcome::SetsTooOften;
+    refused += isRefused ? 1 : 0;
+    Frame later = makeFrame(streams[i % 2].frameBytes(1), steadySeconds());
+    EXPECT_EQ(decoder.decode(later) == StreamDecoder::Outcome::SetsTooOften, isRefused) << i;
     made += decoder.stream()->displayedWidth() != width ? 1 : 0;
     width = decoder.stream()->displayedWidth();
   }
