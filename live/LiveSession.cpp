@@ -89,7 +89,8 @@ std::optional<Picture> LiveSession::takePicture() {
   const std::lock_guard lock(mutex_);
   ++taken_;
   picked_.notify_one();
-  return std::exchange(ready_, std::nullopt);
+  isChosen_ = false;
+  return std::exchange(ready_, std::exchange(next_, std::nullopt));
 }
 
 bool LiveSession::complete(Picture& picture) {
@@ -102,9 +103,11 @@ bool LiveSession::complete(Picture& picture) {
 
 void LiveSession::prepare() {
   std::unique_lock lock(mutex_);
-  const bool isKept = ready_ && ready_->kept;
+  isChosen_ = false;
+  if (next_) overtake(std::exchange(next_, std::nullopt));
+  const bool isChosen = isChosen_ = ready_ && ready_->kept;
   lock.unlock();
-  if (isKept) queue_.runErrand();
+  if (isChosen) queue_.runErrand();
 }
 
 // The decoding thread's errand.
@@ -309,6 +312,14 @@ bool LiveSession::isSureToBeSeen(double now) {
   return !ready_ && (wasted_ < 0 || now - wasted_ > kCalm);
 }
 
+// The mutex is held. What was chosen for the host's present turn stays: it may be converted by now.
+void LiveSession::overtake(std::optional<Picture> picture) {
+  std::optional<Picture>& place = isChosen_ ? next_ : ready_;
+  if (place) ++report_.overwritten;
+  if (place && place->buffer) wasted_ = steadySeconds();
+  place = std::move(picture);
+}
+
 void LiveSession::publish(Picture picture) {
   if (!picture.buffer && !picture.frame && !picture.kept) return;
   bool nobodyTakes = false;
@@ -317,9 +328,7 @@ void LiveSession::publish(Picture picture) {
     if (delivery_.isEvery) picked_.wait(lock, [this] { return !ready_ || ending_; });
     if (ending_) return;
     if (picture.buffer != nullptr) ++report_.converted;
-    if (ready_) ++report_.overwritten;
-    if (ready_ && ready_->buffer) wasted_ = steadySeconds();
-    ready_ = std::move(picture);
+    overtake(std::move(picture));
     published_ = steadySeconds();
     nobodyTakes = taken_ == 0 && report_.overwritten == kUntakenPictures;
   }

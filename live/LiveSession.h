@@ -100,6 +100,7 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   bool isSureToBeSeen(double now);
   void convertKept();
   void convert(VTKeptPicture& kept);
+  void overtake(std::optional<Picture> picture);
   void publish(Picture picture);
   void noteOutcome(StreamDecoder::Outcome outcome, const StreamShape& shape);
   bool isUntold();
@@ -129,6 +130,8 @@ class LiveSession : public StreamObserver, public std::enable_shared_from_this<L
   SessionReport report_;
   std::uint64_t connections_ = 0;  // begun, those to a relay too
   std::optional<Picture> ready_;
+  bool isChosen_ = false;           // ready_ is for the host's turn that has begun,
+  std::optional<Picture> next_;     // and this for the one after that
   std::condition_variable picked_;  // ready_ was taken, or the session ends
   bool ending_ = false;
   std::uint64_t taken_ = 0;  // how often the host's thread asked

@@ -12,8 +12,8 @@ namespace quorvid {
 namespace {
 
 constexpr double kLongestHonestUnit = 0.25;  // seconds of processor time
-// One waits, one is shown, one takes the place of the one that waits.
-constexpr std::size_t kMostKept = 3;
+// One for the turn that has begun, one that waits, one that takes its place, one that is shown.
+constexpr std::size_t kMostKept = 4;
 
 }  // namespace
 
