@@ -22,6 +22,9 @@ OSStatus VTDecompressionSession::decode(std::span<const std::uint8_t> sample, vo
   CVPixelBufferRef picture = nullptr;
   infoFlags = 0;
   kept_ = nullptr;
+  for (const auto& kept : keptPictures_) {
+    if (kept.use_count() == 1) kept->letGo();  // nobody will ask for it any more
+  }
   const OSStatus status = makePicture(sample, picture, infoFlags);
   if (picture == nullptr) infoFlags |= kVTDecodeInfo_FrameDropped;
   callback_.callback(callback_.refCon, frameRefCon, status, infoFlags, picture, CMTime{}, CMTime{});

@@ -13,13 +13,17 @@ OSStatus convertFrame(PictureConverter& converter, const AVFrame& frame, const S
 }
 
 bool VTKeptPicture::keep(const AVFrame& frame, const StreamShapes& shapes) {
+  letGo();
+  const std::lock_guard lock(mutex_);
+  shapes_ = shapes;
+  return frame_ != nullptr && av_frame_ref(frame_.get(), &frame) == 0;
+}
+
+void VTKeptPicture::letGo() {
   const std::lock_guard lock(mutex_);
   CVPixelBufferRelease(std::exchange(picture_, nullptr));
   status_ = noErr;
-  if (frame_ == nullptr) return false;
-  av_frame_unref(frame_.get());
-  shapes_ = shapes;
-  return av_frame_ref(frame_.get(), &frame) == 0;
+  if (frame_ != nullptr) av_frame_unref(frame_.get());
 }
 
 bool VTKeptPicture::convert() {

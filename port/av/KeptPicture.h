@@ -32,6 +32,7 @@ class VTKeptPicture {
 
   // False when memory is short.
   bool keep(const AVFrame& frame, const StreamShapes& shapes);
+  void letGo();
   // See VTKeptPictureConvert() and VTKeptPictureCopyPicture().
   bool convert();
   OSStatus copyPicture(CVPixelBufferRef& picture);
