@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 
 #include "connection/TestServer.h"
@@ -68,33 +67,6 @@ TEST(ConsumerWait, CarLooksEachFiveMilliseconds) {
   const std::string start = "3GTSV100" + zeros(8), rest = zeros(16);
   expectWaits(ThreadVideoSourceForCar, 500,
               start + word(3) + rest + "one" + start + word(6) + rest + "second", 100, 5);
-}
-
-// The wait goes by in no time, while the consumer reads. Under the thread sanitizer this is the
-// race that it is told to let pass.
-TEST(ConsumerWait, WhoHoldsAFrameForLongerReadsBytesOfTwoAndThenTheSecondWhole) {
-  TestServer server;
-  VideoRun run(ThreadVideoSourceForFleet, server.port);
-  Peer peer = server.acceptRequest(81);
-  const auto packet = [](char fill) {
-    return "V" + word(QUORVID_FRAME_CAPACITY) + zeros(14) +
-           std::string(QUORVID_FRAME_CAPACITY, fill);
-  };
-  takesIn = 0;
-  consumer = &run;
-  peer.send(zeros(18) + packet('a'));
-  std::string seen(QUORVID_FRAME_CAPACITY, ' ');
-  const auto look = [&] { return std::memcpy(seen.data(), run.frame.data(), seen.size()); };
-  ASSERT_TRUE(eventually([&] { return get(run.frameLen) > 0 && get(run.canGetFrame) == 1; }));
-  ASSERT_TRUE(look() && seen == std::string(seen.size(), 'a'));
-  peer.send(packet('b'));
-  EXPECT_TRUE(eventually([&] {
-    look();
-    EXPECT_EQ(seen.find_first_not_of("ab"), seen.npos);
-    return seen.back() == 'b';
-  }));
-  EXPECT_EQ(run.take(), std::string(seen.size(), 'b'));
-  consumer = nullptr;
 }
 
 }  // namespace
