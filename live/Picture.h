@@ -1,19 +1,12 @@
-// PicturePtr: a reference to a decoded picture. Picture: one with what the view has to know of it;
-// or a frame that was not decoded.
+// Picture: a decoded picture with what the view has to know of it, or a frame that was not decoded.
 #pragma once
 
 #include <cstdint>
 #include <memory>
-#include <type_traits>
 
-#include "quorvid/base/PixelBuffer.h"
+#include "base/PicturePtr.h"
 
 namespace quorvid {
-
-struct PictureRelease {
-  void operator()(CVPixelBufferRef picture) const { CVPixelBufferRelease(picture); }
-};
-using PicturePtr = std::unique_ptr<std::remove_pointer_t<CVPixelBufferRef>, PictureRelease>;
 
 // The stream's own size and shape, as its parameter set states them.
 struct StreamShape {

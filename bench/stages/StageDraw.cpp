@@ -4,8 +4,7 @@
 
 #include <GLES2/gl2.h>
 
-#include <memory>
-
+#include "base/PicturePtr.h"
 #include "bench/limits/BareQuad.h"
 #include "bench/stages/StageData.h"
 #include "port/EAGLContext.h"
@@ -19,20 +18,15 @@ struct Size {
   int width, height;
 };
 
-struct Release {
-  void operator()(CVPixelBufferRef picture) const { CVPixelBufferRelease(picture); }
-};
-using Picture = std::unique_ptr<CVPixelBuffer, Release>;
-
-Picture drawnPicture() {
+PicturePtr drawnPicture() {
   sim::DrawnSource source = drawnSource(kPictureWidth, kPictureHeight);
   PictureConverter converter({kPictureWidth, kPictureHeight});
-  return Picture(converter.convert(*source.next()));
+  return PicturePtr(converter.convert(*source.next()));
 }
 
 void drawOurs(benchmark::State& state, Size size) {
   const auto layer = AAPLEAGLLayer::initWithFrame(CGRectMake(0, 0, size.width, size.height));
-  const Picture pictures[2] = {drawnPicture(), drawnPicture()};
+  const PicturePtr pictures[2] = {drawnPicture(), drawnPicture()};
   std::size_t turn = 0;
   while (state.KeepRunning()) {
     layer->setPixelBuffer(pictures[turn++ % 2].get());
@@ -52,7 +46,7 @@ void drawLimit(benchmark::State& state, Size size) {
   EAGLContext::setCurrentContext(context);
   bindTarget(size.width, size.height);
   BareQuad quad;
-  const Picture pictures[2] = {drawnPicture(), drawnPicture()};
+  const PicturePtr pictures[2] = {drawnPicture(), drawnPicture()};
   std::size_t turn = 0;
   while (state.KeepRunning()) {
     glClear(GL_COLOR_BUFFER_BIT);

@@ -21,7 +21,7 @@ bool VTKeptPicture::keep(const AVFrame& frame, const StreamShapes& shapes) {
 
 void VTKeptPicture::letGo() {
   const std::lock_guard lock(mutex_);
-  CVPixelBufferRelease(std::exchange(picture_, nullptr));
+  picture_.reset();
   status_ = noErr;
   if (frame_ != nullptr) av_frame_unref(frame_.get());
 }
@@ -34,17 +34,19 @@ bool VTKeptPicture::convert() {
 OSStatus VTKeptPicture::copyPicture(CVPixelBufferRef& picture) {
   const std::lock_guard lock(mutex_);
   convertLocked();
-  picture = std::exchange(picture_, nullptr);
+  picture = picture_.release();
   return status_;
 }
 
 bool VTKeptPicture::convertLocked() {
   if (frame_ == nullptr || frame_->buf[0] == nullptr) return false;
+  CVPixelBufferRef made = nullptr;
   try {
-    status_ = convertFrame(*converter_, *frame_, shapes_, picture_);
+    status_ = convertFrame(*converter_, *frame_, shapes_, made);
   } catch (const std::bad_alloc&) {
     status_ = kVTAllocationFailedErr;
   }
+  picture_.reset(made);
   av_frame_unref(frame_.get());
   return picture_ != nullptr;
 }

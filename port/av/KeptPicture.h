@@ -8,6 +8,7 @@
 #include <mutex>
 #include <utility>
 
+#include "base/PicturePtr.h"
 #include "port/VideoDecompression.h"
 #include "port/av/PictureConverter.h"
 
@@ -26,9 +27,6 @@ class VTKeptPicture {
  public:
   explicit VTKeptPicture(std::shared_ptr<PictureConverter> converter)
       : converter_(std::move(converter)) {}
-  ~VTKeptPicture() { CVPixelBufferRelease(picture_); }
-  VTKeptPicture(const VTKeptPicture&) = delete;
-  VTKeptPicture& operator=(const VTKeptPicture&) = delete;
 
   // False when memory is short.
   bool keep(const AVFrame& frame, const StreamShapes& shapes);
@@ -44,8 +42,8 @@ class VTKeptPicture {
   std::mutex mutex_;  // guards what follows
   AvFramePtr frame_{av_frame_alloc()};
   StreamShapes shapes_;
-  CVPixelBufferRef picture_ = nullptr;  // once it is converted
-  OSStatus status_ = noErr;             // of that
+  PicturePtr picture_;       // once it is converted
+  OSStatus status_ = noErr;  // of that
 };
 
 }  // namespace quorvid

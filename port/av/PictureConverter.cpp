@@ -3,9 +3,9 @@
 #include <libyuv.h>
 
 #include <cstring>
-#include <memory>
-#include <type_traits>
 #include <utility>
+
+#include "base/PicturePtr.h"
 
 namespace quorvid {
 namespace {
@@ -19,11 +19,6 @@ struct PlaneView {
   std::uint8_t* base;
   int stride, width, height;
 };
-
-struct Release {
-  void operator()(CVPixelBufferRef picture) const { CVPixelBufferRelease(picture); }
-};
-using OwnPicture = std::unique_ptr<std::remove_pointer_t<CVPixelBufferRef>, Release>;
 
 PlaneView planeOf(CVPixelBufferRef picture, std::size_t plane) {
   return {CVPixelBufferGetBaseAddressOfPlane(picture, plane),
@@ -83,7 +78,7 @@ CVPixelBufferRef PictureConverter::convert(const AVFrame& frame) {
   const std::lock_guard lock(mutex_);
   if (size_.asDecoded) return wrap(frame);
   const bool isOwn = size_.width == 0;
-  OwnPicture picture(pool_.take(isOwn ? static_cast<std::size_t>(frame.width) : size_.width,
+  PicturePtr picture(pool_.take(isOwn ? static_cast<std::size_t>(frame.width) : size_.width,
                                 isOwn ? static_cast<std::size_t>(frame.height) : size_.height));
   if (picture == nullptr || !fill(frame, picture.get())) return nullptr;
   CVBufferSetAttachment(picture.get(), kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
@@ -114,7 +109,7 @@ CVPixelBufferRef PictureConverter::wrap(const AVFrame& frame) {
       {static_cast<std::size_t>(held->linesize[0]), static_cast<std::size_t>(held->linesize[1]),
        static_cast<std::size_t>(held->linesize[2])},
       held, &picture);
-  OwnPicture made(picture);
+  PicturePtr made(picture);
   if (made != nullptr) {
     CVBufferSetAttachment(made.get(), kCVImageBufferYCbCrMatrixKey, matrixNameOf(frame));
   }

@@ -7,6 +7,7 @@
 
 #include "apps/common/Terminal.h"
 #include "apps/quorvid/view/DrawingLibraries.h"
+#include "base/PicturePtr.h"
 
 namespace quorvid::app {
 
@@ -19,11 +20,9 @@ constexpr int kNoColour = 128, kBlack = 16, kRange = 219;
 struct Release {
   void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
   void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
-  void operator()(CVPixelBufferRef picture) const { CVPixelBufferRelease(picture); }
 };
 using SurfacePtr = std::unique_ptr<cairo_surface_t, Release>;
 using CairoPtr = std::unique_ptr<cairo_t, Release>;
-using PicturePtr = std::unique_ptr<CVPixelBuffer, Release>;
 
 double widthOf(cairo_t* cairo, const std::string& text) {
   cairo_text_extents_t extents;
