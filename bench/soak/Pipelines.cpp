@@ -7,11 +7,12 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Clock.h"
 #include "live/StallWatch.h"
-#include "soak/Course.h"
+#include "soak/Members.h"
 
 namespace {
 
@@ -96,40 +97,15 @@ class Member {
   double moveAt_ = 0;
 };
 
-class Pipelines : public soak::Host {
- public:
-  explicit Pipelines(soak::Course& course) : course_(course) {
-    for (int i = 0; i < course.members(); ++i) members_.push_back(std::make_unique<Member>(course));
-  }
-  void begin() override {
-    for (const auto& member : members_) member->play(course_.draw(isFirst_));
-    isFirst_ = false;
-  }
-  void turn() override {
-    quorvid::sleepForTimeInterval(kTurn);
-    for (const auto& member : members_) member->look();
-  }
-  void rest() override {
-    for (const auto& member : members_) member->rest();
-  }
-  soak::Counts counts() override {
-    soak::Counts sum;
-    for (const auto& member : members_) soak::add(sum, member->counts());
-    return sum;
-  }
-
- private:
-  soak::Course& course_;
-  std::vector<std::unique_ptr<Member>> members_;
-  bool isFirst_ = true;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   gst_init(nullptr, nullptr);
   g_thread_pool_set_max_unused_threads(0);  // a thread that waits for work would count at rest
   soak::Course course(argc, argv);
-  Pipelines pipelines(course);
+  std::vector<std::unique_ptr<Member>> members;
+  members.reserve(static_cast<std::size_t>(course.members()));
+  for (int i = 0; i < course.members(); ++i) members.push_back(std::make_unique<Member>(course));
+  soak::Members<Member> pipelines(course, kTurn, std::move(members));
   course.run(pipelines);
 }

@@ -4,11 +4,12 @@
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "base/Clock.h"
 #include "quorvid/quorvid.h"
-#include "soak/Course.h"
+#include "soak/Members.h"
 
 namespace {
 
@@ -98,40 +99,15 @@ class Member {
   double moveAt_ = 0;
 };
 
-class Players : public soak::Host {
- public:
-  explicit Players(soak::Course& course) : course_(course) {
-    for (int i = 0; i < course.members(); ++i) {
-      members_.push_back(std::make_unique<Member>(course, i % 3));
-    }
-  }
-  void begin() override {
-    for (const auto& member : members_) member->play(course_.draw(isFirst_));
-    isFirst_ = false;
-  }
-  void turn() override {
-    quorvid::sleepForTimeInterval(kTurn);
-    for (const auto& member : members_) member->look();
-  }
-  void rest() override {
-    for (const auto& member : members_) member->rest();
-  }
-  soak::Counts counts() override {
-    soak::Counts sum;
-    for (const auto& member : members_) soak::add(sum, member->counts());
-    return sum;
-  }
-
- private:
-  soak::Course& course_;
-  std::vector<std::unique_ptr<Member>> members_;
-  bool isFirst_ = true;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   soak::Course course(argc, argv);
-  Players players(course);
+  std::vector<std::unique_ptr<Member>> members;
+  members.reserve(static_cast<std::size_t>(course.members()));
+  for (int i = 0; i < course.members(); ++i) {
+    members.push_back(std::make_unique<Member>(course, i % 3));
+  }
+  soak::Members<Member> players(course, kTurn, std::move(members));
   course.run(players);
 }

@@ -43,6 +43,14 @@ void expectRound(int width, int height, double pictureHeight,
   EXPECT_NEAR(static_cast<double>(across) / down, 1, 0.02);
 }
 
+LiveTarget targetAt(const FleetServer& server) {
+  LiveTarget target;
+  target.host = "127.0.0.1";
+  target.port = server.port();
+  target.device = "BUS-17";
+  return target;
+}
+
 TEST(LiveShape, ACircleIsRoundInTheViewsPictureAndInAHost) {
   FleetServer server([frame = frameWithDisc()](FleetClient& client) {
     client.readRequest();
@@ -56,11 +64,7 @@ TEST(LiveShape, ACircleIsRoundInTheViewsPictureAndInAHost) {
   const auto view = LiveView::initWithFrame(host->contentView()->bounds());
   ASSERT_NE(view, nullptr);
   host->contentView()->addSubview(view);
-  LiveTarget target;
-  target.host = "127.0.0.1";
-  target.port = server.port();
-  target.device = "BUS-17";
-  ASSERT_TRUE(view->connect(target));
+  ASSERT_TRUE(view->connect(targetAt(server)));
   eventually([&] {
     host->refresh();
     return view->figures().shown > 0;
@@ -114,11 +118,7 @@ TEST(LiveShape, AStillPictureIsGreyUpToTheNextOne) {
   const auto view = LiveView::initWithFrame(host->contentView()->bounds(), options);
   ASSERT_NE(view, nullptr);
   host->contentView()->addSubview(view);
-  LiveTarget target;
-  target.host = "127.0.0.1";
-  target.port = server.port();
-  target.device = "BUS-17";
-  view->connect(target);
+  view->connect(targetAt(server));
   const auto shows = [&](YCbCr colour) {
     host->composite(0, 0, kHostSide, kHostSide);
     return isNear(screen.read().at(kHostSide / 2, kHostSide / 2), rgbOf(colour));
