@@ -1,0 +1,52 @@
+// MainWindow: the panes side by side, or one at a time where it is narrow; the actions that menus
+// and keys call. Main thread.
+#pragma once
+
+#include "apps/desk/Application.h"
+#include "apps/desk/devices/DevicesPane.h"
+#include "apps/desk/devices/ServerChooser.h"
+#include "apps/desk/devices/WelcomePane.h"
+#include "apps/desk/diagnosis/DiagnosisPane.h"
+#include "apps/desk/model/Desk.h"
+#include "apps/desk/positions/PositionsPane.h"
+#include "apps/desk/recording/RecordingsPane.h"
+#include "apps/desk/toolkit/Ui.h"
+#include "apps/desk/wall/WallPane.h"
+
+namespace quorvid::desk {
+
+class MainWindow {
+ public:
+  MainWindow(GtkApplication* app, Settings& settings, const StartOptions& options);
+  // Ends recordings and views.
+  ~MainWindow();
+  MainWindow(const MainWindow&) = delete;
+  MainWindow& operator=(const MainWindow&) = delete;
+
+  void present();
+
+ private:
+  void addActions();
+  void addAction(const char* name, std::function<void()> call);
+  void showPage(const std::string& name);
+  void showServer();
+  void say(const std::string& sentence);
+  bool askBeforeClosing();
+
+  GtkWindow* window() const { return ui_.get<GtkWindow>("window"); }
+
+  Ui ui_{"MainWindow"};
+  Desk desk_;
+  Simulator simulator_;
+  ServerChooser chooser_;
+  Recordings recordings_;
+  WelcomePane welcome_;
+  DevicesPane devices_;
+  WallPane wall_;
+  PositionsPane positions_;
+  RecordingsPane files_;
+  DiagnosisPane diagnosis_;
+  bool mayClose_ = false;
+};
+
+}  // namespace quorvid::desk
