@@ -1,8 +1,17 @@
 #include "apps/desk/MainWindow.h"
 
+#include <cstdio>
+
 namespace quorvid::desk {
 
 namespace {
+
+// Of the process, near enough.
+const gint64 kStart = g_get_monotonic_time();
+
+double sinceStart() {
+  return static_cast<double>(g_get_monotonic_time() - kStart) / 1e6;
+}
 
 std::vector<std::string> wordsOf(const std::string& text) {
   std::vector<std::string> words;
@@ -50,6 +59,9 @@ MainWindow::MainWindow(GtkApplication* app, Settings& settings, const StartOptio
   on<gboolean(GtkWindow*)>(window(), "close-request", [this](auto) { return askBeforeClosing(); });
   if (!settings.trouble().empty()) say(settings.trouble());
   showServer();
+  if (options.stats) beginStats();
+  recordings_.changed.add([this] { keepAwake(); });
+  if (!options.kiosk.empty()) beginKiosk(options);
   chooser_.useLast();
 }
 
@@ -63,9 +75,14 @@ void MainWindow::present() {
 }
 
 void MainWindow::addAction(const char* name, std::function<void()> call) {
-  const ObjectPtr<GSimpleAction> action(g_simple_action_new(name, nullptr));
-  on<void(GSimpleAction*, GVariant*)>(action.get(), "activate",
-                                      [call = std::move(call)](auto, auto) { call(); });
+  addAction(name, nullptr, [call = std::move(call)](GVariant*) { call(); });
+}
+
+void MainWindow::addAction(const char* name, const GVariantType* type,
+                           std::function<void(GVariant*)> call) {
+  const ObjectPtr<GSimpleAction> action(g_simple_action_new(name, type));
+  on<void(GSimpleAction*, GVariant*)>(
+      action.get(), "activate", [call = std::move(call)](auto, GVariant* value) { call(value); });
   g_action_map_add_action(G_ACTION_MAP(window()), G_ACTION(action.get()));
 }
 
@@ -73,6 +90,12 @@ void MainWindow::addActions() {
   addAction("search", [this] { devices_.search(); });
   addAction("refresh", [this] { devices_.refresh(); });
   addAction("add-server", [this] { chooser_.add(); });
+  addAction("record-all", [this] { wall_.recordAll(); });
+  addAction("snapshot-all", [this] { wall_.snapshotAll(); });
+  addAction("page", G_VARIANT_TYPE_STRING,
+            [this](GVariant* name) { showPage(g_variant_get_string(name, nullptr)); });
+  addAction("columns", G_VARIANT_TYPE_INT32,
+            [this](GVariant* columns) { wall_.setColumns(g_variant_get_int32(columns)); });
   addAction("fullscreen", [this] {
     gtk_window_is_fullscreen(window()) != 0 ? gtk_window_unfullscreen(window())
                                             : gtk_window_fullscreen(window());
@@ -93,9 +116,74 @@ void MainWindow::say(const std::string& sentence) {
   adw_toast_overlay_add_toast(ui_.get<AdwToastOverlay>("toasts"), toast);
 }
 
-// TRUE keeps the window.
+// True keeps the window.
 bool MainWindow::askBeforeClosing() {
-  return false;
+  const std::size_t count = recordings_.underWay().size();
+  if (count == 0 || mayClose_) return false;
+  GtkWidget* const question = adw_message_dialog_new(
+      window(), trn("{} Recording Is Under Way", "{} Recordings Are Under Way", count).c_str(),
+      tr("Closing the window ends it; what was recorded stays."));
+  AdwMessageDialog* const dialog = ADW_MESSAGE_DIALOG(question);
+  adw_message_dialog_add_responses(dialog, "stay", tr("_Go on Recording"), "close",
+                                   tr("_End and Close"), nullptr);
+  adw_message_dialog_set_response_appearance(dialog, "close", ADW_RESPONSE_DESTRUCTIVE);
+  adw_message_dialog_set_default_response(dialog, "stay");
+  adw_message_dialog_set_close_response(dialog, "stay");
+  on<void(AdwMessageDialog*, const char*)>(dialog, "response", [this](auto, const char* response) {
+    mayClose_ = std::string(response) == "close";
+    if (mayClose_) gtk_window_close(window());
+  });
+  gtk_window_present(GTK_WINDOW(question));
+  return true;
+}
+
+// The computer doesn't go to sleep over a recording; the screen may, but for a kiosk's.
+void MainWindow::keepAwake() {
+  GtkApplication* const app = gtk_window_get_application(window());
+  const bool records = !recordings_.underWay().empty();
+  if (records && inhibition_ == 0) {
+    inhibition_ = gtk_application_inhibit(app, window(), GTK_APPLICATION_INHIBIT_SUSPEND,
+                                          tr("Cameras are recorded"));
+  } else if (!records && inhibition_ != 0 && !isKiosk_) {
+    gtk_application_uninhibit(app, std::exchange(inhibition_, 0));
+  }
+}
+
+// The wall alone. It stands whatever the server does: each view tries again by itself, and the
+// layout is taken when there is a server, which may be later than the start.
+void MainWindow::beginKiosk(const StartOptions& options) {
+  isKiosk_ = true;
+  const int kept = GTK_APPLICATION_INHIBIT_IDLE | GTK_APPLICATION_INHIBIT_SUSPEND;
+  inhibition_ = gtk_application_inhibit(gtk_window_get_application(window()), window(),
+                                        static_cast<GtkApplicationInhibitFlags>(kept),
+                                        tr("A wall of cameras is shown"));
+  adw_leaflet_set_can_unfold(ui_.get<AdwLeaflet>("leaflet"), FALSE);
+  showPage("wall");
+  gtk_widget_set_visible(ui_.get("header"), FALSE);
+  gtk_widget_set_visible(ui_.get("switcher_bar"), FALSE);
+  adw_leaflet_set_can_navigate_back(ui_.get<AdwLeaflet>("leaflet"), FALSE);
+  const ObjectPtr<GdkCursor> none(gdk_cursor_new_from_name("none", nullptr));
+  gtk_widget_set_cursor(GTK_WIDGET(window()), none.get());
+  gtk_window_fullscreen(window());
+  desk_.serverChanged.add([this, options] {
+    if (!desk_.server() || wall_.beginKiosk(options.kiosk, options.pageSeconds)) return;
+    say(trf("There is no layout called {} for this server", options.kiosk));
+  });
+}
+
+void MainWindow::beginStats() {
+  meter_.watch(GTK_WIDGET(window()));
+  desk_.devicesChanged.add([this] {
+    if (listShown_ < 0 && !desk_.devices().empty()) listShown_ = sinceStart();
+  });
+  stats_ = Source::every(1000, [this] { printStats(); });
+}
+
+void MainWindow::printStats() {
+  if (gtk_widget_get_mapped(GTK_WIDGET(window())) == 0) meter_.pause();
+  std::printf("{\"seconds\":%.3f,\"list_shown\":%.3f,\"longest_gap_ms\":%.1f,%s}\n", sinceStart(),
+              listShown_, meter_.takeLongest(), wall_.figures().c_str());
+  std::fflush(stdout);
 }
 
 }  // namespace quorvid::desk

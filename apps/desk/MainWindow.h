@@ -3,6 +3,7 @@
 #pragma once
 
 #include "apps/desk/Application.h"
+#include "apps/desk/FrameMeter.h"
 #include "apps/desk/devices/DevicesPane.h"
 #include "apps/desk/devices/ServerChooser.h"
 #include "apps/desk/devices/WelcomePane.h"
@@ -28,10 +29,15 @@ class MainWindow {
  private:
   void addActions();
   void addAction(const char* name, std::function<void()> call);
+  void addAction(const char* name, const GVariantType* type, std::function<void(GVariant*)> call);
   void showPage(const std::string& name);
   void showServer();
   void say(const std::string& sentence);
   bool askBeforeClosing();
+  void keepAwake();
+  void beginKiosk(const StartOptions& options);
+  void beginStats();
+  void printStats();
 
   GtkWindow* window() const { return ui_.get<GtkWindow>("window"); }
 
@@ -47,6 +53,11 @@ class MainWindow {
   RecordingsPane files_;
   DiagnosisPane diagnosis_;
   bool mayClose_ = false;
+  bool isKiosk_ = false;
+  guint inhibition_ = 0;  // while pictures are recorded, or for good in a kiosk
+  FrameMeter meter_;
+  double listShown_ = -1;  // seconds since the start
+  Source stats_;
 };
 
 }  // namespace quorvid::desk

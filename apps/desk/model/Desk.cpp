@@ -52,4 +52,9 @@ std::string Desk::titleOf(const Camera& camera) const {
   return trf("{}, camera {}", known == nullptr ? camera.device : known->name, camera.channel + 1);
 }
 
+std::string Desk::shortTitleOf(const Camera& camera) const {
+  const Device* const known = device(camera.device);
+  return fmt::format("{} · {}", known == nullptr ? camera.device : known->name, camera.channel + 1);
+}
+
 }  // namespace quorvid::desk

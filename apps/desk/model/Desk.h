@@ -46,8 +46,11 @@ class Desk {
 
   // What a view, player or recorder of this camera is to play.
   LiveTarget target(const Camera& camera) const;
-  // "Camera 2 of BUS-7", with the device's name as far as it is known; channels count from 1 here.
+  // "BUS-7, camera 2", with the device's name as far as it is known; channels count from 1 here.
   std::string titleOf(const Camera& camera) const;
+
+  // "BUS-7 · 2", where there is little room.
+  std::string shortTitleOf(const Camera& camera) const;
 
   Listeners<> serverChanged;
   Listeners<> devicesChanged;

@@ -3,8 +3,7 @@
 #include <glib.h>
 #include <glib/gstdio.h>
 
-#include <charconv>
-
+#include "apps/desk/model/CameraText.h"
 #include "apps/desk/toolkit/Ui.h"
 
 namespace quorvid::desk {
@@ -25,20 +24,6 @@ std::string serverGroup(const std::string& id) {
 
 std::string layoutGroup(const std::string& id, const std::string& name) {
   return "layout " + id + (name.empty() ? "" : " " + name);
-}
-
-std::string textOf(const std::optional<Camera>& camera) {
-  return camera ? std::to_string(camera->channel) + "/" + camera->device : "";
-}
-
-std::optional<Camera> cameraOf(const std::string& text) {
-  Camera camera;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, camera.channel);
-  if (read.ec != std::errc() || read.ptr == end || *read.ptr != '/') return std::nullopt;
-  camera.device.assign(read.ptr + 1, end);
-  if (camera.device.empty() || camera.channel < 0 || camera.channel > 7) return std::nullopt;
-  return camera;
 }
 
 std::vector<std::string> listOf(GKeyFile* keys, const std::string& group, const char* key) {
@@ -191,7 +176,7 @@ void Settings::keepLayout(const std::string& server, const std::string& name,
   const std::string group = layoutGroup(server, name);
   g_key_file_set_integer(keys_.get(), group.c_str(), "columns", layout.columns);
   std::vector<std::string> tiles;
-  for (const auto& tile : layout.tiles) tiles.push_back(textOf(tile));
+  for (const auto& tile : layout.tiles) tiles.push_back(tile ? textOf(*tile) : "");
   setList(keys_.get(), group, "tiles", tiles);
   save();
 }

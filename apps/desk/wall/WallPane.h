@@ -1,9 +1,17 @@
-// WallPane: the tiles with live cameras. Main thread.
+// WallPane: the wall of live cameras: its layout, pages, keys, and how cameras come into its tiles.
+// Main thread.
 #pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "apps/desk/model/Desk.h"
 #include "apps/desk/recording/Recordings.h"
 #include "apps/desk/toolkit/Ui.h"
+#include "apps/desk/wall/LayoutMenu.h"
+#include "apps/desk/wall/TileGrid.h"
+#include "apps/desk/wall/WallArea.h"
 
 namespace quorvid::desk {
 
@@ -11,12 +19,46 @@ class WallPane {
  public:
   WallPane(Desk& desk, Recordings& recordings);
   GtkWidget* widget() const { return ui_.get("pane"); }
-  GtkWidget* layoutButton() const { return ui_.get("layouts"); }
+  GtkWidget* layoutButton() const { return menu_.widget(); }
+
+  void setColumns(int columns);
+  void recordAll();
+  void snapshotAll();
+  // Shows the layout of that name and turns its pages so often. False where there is none.
+  bool beginKiosk(const std::string& layout, int pageSeconds);
+
+  // Of the views and of the frame clock, as a line of JSON; resets what it counts since the last.
+  std::string figures();
 
  private:
+  void serverChanged();
+  void useLayout(const Layout& layout, bool isKept = true);
+  void keep();
+  void add(const Camera& camera);
+  void showDevice(const Device& device);
+  void drop(int index, const Camera& camera);
+  void remove(int index);
+  void enlarge(std::optional<int> index);
+  void step(int by);  // to another page, or camera where one is enlarged
+  void turnPage();
+  void arrange();
+  void addKeys();
+  void addSwipe();
+  bool takeKey(guint key, GdkModifierType modifiers);
+  bool takeTileKey(guint key, GdkModifierType modifiers);
+
   Desk& desk_;
   Recordings& recordings_;
   Ui ui_{"WallPane"};
+  TileGrid grid_;
+  WallArea area_;
+  LayoutMenu menu_;
+  TileGrid::Shown shown_;
+  bool isKept_ = true;  // the layout is the user's own and comes back at the next start
+  Source timer_;        // of the texts
+  Source pages_;        // of a kiosk
+  int pageSeconds_ = 0;
+  int pageAge_ = 0;  // seconds
 };
 
 }  // namespace quorvid::desk
