@@ -96,6 +96,7 @@ void MainWindow::addActions() {
             [this](GVariant* name) { showPage(g_variant_get_string(name, nullptr)); });
   addAction("columns", G_VARIANT_TYPE_INT32,
             [this](GVariant* columns) { wall_.setColumns(g_variant_get_int32(columns)); });
+  addAction("add-device", [this] { devices_.addTyped(); });
   addAction("fullscreen", [this] {
     gtk_window_is_fullscreen(window()) != 0 ? gtk_window_unfullscreen(window())
                                             : gtk_window_fullscreen(window());

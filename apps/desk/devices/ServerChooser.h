@@ -3,7 +3,11 @@
 #pragma once
 
 #include <functional>
+#include <memory>
+#include <vector>
 
+#include "apps/desk/devices/Passwords.h"
+#include "apps/desk/devices/ServerDialog.h"
 #include "apps/desk/model/Desk.h"
 #include "apps/desk/simulator/Simulator.h"
 #include "apps/desk/toolkit/Task.h"
@@ -22,13 +26,30 @@ class ServerChooser {
   void useLast();
   void add();           // the dialog
   void useSimulator();  // starts it where it doesn't run
+  // Those remembered but for the simulator, by title.
+  std::vector<Server> remembered() const;
+  // One of those remembered, by its id.
+  void choose(const std::string& id);
 
  private:
+  void addActions();
+  void addAction(const char* name, std::function<void()> call);
+  void show();
+  void change();
+  void askToForget();
+  void forget(const std::string& id);
+  void accept(const ServerEntry& entry, const std::string& id);
+  void open(const Server& server);
+  void askFor(const Server& server, const Passwords::Found& found);
+
   Desk& desk_;
   Simulator& simulator_;
   GtkWindow* window_ = nullptr;
   Ui ui_{"ServerChooser"};
-  Life life_;
+  ObjectPtr<GSimpleActionGroup> actions_{g_simple_action_group_new()};
+  Passwords passwords_;
+  std::unique_ptr<ServerDialog> dialog_;
+  Life choice_;  // what was chosen before a newer choice is of no interest
 };
 
 }  // namespace quorvid::desk

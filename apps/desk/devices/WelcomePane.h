@@ -1,5 +1,5 @@
-// WelcomePane: what stands in the window while no server is remembered: add one, or try the
-// bundled simulator. Main thread.
+// WelcomePane: what stands in the window while no server is in use: one of those remembered, a new
+// one, or the bundled simulator. Main thread.
 #pragma once
 
 #include "apps/desk/devices/ServerChooser.h"
@@ -13,6 +13,9 @@ class WelcomePane {
   GtkWidget* widget() const { return ui_.get("pane"); }
 
  private:
+  void listServers();
+
+  ServerChooser& chooser_;
   Ui ui_{"WelcomePane"};
 };
 

@@ -3,6 +3,8 @@
 #pragma once
 
 #include "apps/desk/model/Desk.h"
+#include "apps/desk/positions/PositionPoller.h"
+#include "apps/desk/positions/PositionTable.h"
 #include "apps/desk/toolkit/Task.h"
 #include "apps/desk/toolkit/Ui.h"
 
@@ -14,9 +16,22 @@ class PositionsPane {
   GtkWidget* widget() const { return ui_.get("pane"); }
 
  private:
+  QueryTarget target() const;
+  void watchWindow();
+  bool isMinimized() const;
+  void serverChanged();
+  // Begins or ends, by whether anybody looks.
+  void decide();
+  void take(const std::vector<DevInfoItem>& records);
+  void tellTrouble(QueryOutcome outcome);
+  void showStatus(const std::string& headline, const std::string& sentence);
+
   Desk& desk_;
   Ui ui_{"PositionsPane"};
-  Life life_;
+  PositionTable table_;
+  PositionPoller poller_;
+  GdkSurface* surface_ = nullptr;  // the window's, once it is there
+  std::string lastPoll_;
 };
 
 }  // namespace quorvid::desk
