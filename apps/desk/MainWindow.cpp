@@ -35,6 +35,7 @@ MainWindow::MainWindow(GtkApplication* app, Settings& settings, const StartOptio
       wall_(desk_, recordings_),
       positions_(desk_),
       files_(desk_, recordings_),
+      preferences_(desk_, recordings_),
       diagnosis_(desk_) {
   gtk_window_set_application(window(), app);
   chooser_.setWindow(window());
@@ -97,6 +98,7 @@ void MainWindow::addActions() {
   addAction("columns", G_VARIANT_TYPE_INT32,
             [this](GVariant* columns) { wall_.setColumns(g_variant_get_int32(columns)); });
   addAction("add-device", [this] { devices_.addTyped(); });
+  addAction("preferences", [this] { preferences_.present(window()); });
   addAction("fullscreen", [this] {
     gtk_window_is_fullscreen(window()) != 0 ? gtk_window_unfullscreen(window())
                                             : gtk_window_fullscreen(window());

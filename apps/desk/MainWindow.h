@@ -10,6 +10,7 @@
 #include "apps/desk/diagnosis/DiagnosisPane.h"
 #include "apps/desk/model/Desk.h"
 #include "apps/desk/positions/PositionsPane.h"
+#include "apps/desk/recording/Preferences.h"
 #include "apps/desk/recording/RecordingsPane.h"
 #include "apps/desk/toolkit/Ui.h"
 #include "apps/desk/wall/WallPane.h"
@@ -51,6 +52,7 @@ class MainWindow {
   WallPane wall_;
   PositionsPane positions_;
   RecordingsPane files_;
+  Preferences preferences_;
   DiagnosisPane diagnosis_;
   bool mayClose_ = false;
   bool isKiosk_ = false;
