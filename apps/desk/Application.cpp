@@ -2,13 +2,13 @@
 
 #include <glib-unix.h>
 
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 
 #include "apps/desk/MainWindow.h"
 #include "apps/desk/model/Settings.h"
+#include "apps/desk/toolkit/Locale.h"
 #include "quorvid/connection/VehicleConnection.h"
 
 namespace quorvid::desk {
@@ -59,9 +59,7 @@ void chooseRenderer() {
 
 Application::Application() {
   chooseRenderer();
-  setlocale(LC_ALL, "");
-  bindtextdomain(kTextDomain, QUORVID_LOCALE_FOLDER);
-  bind_textdomain_codeset(kTextDomain, "UTF-8");
+  useLanguage();
   // Standard output is for the figures.
   SilenceConnectionPrinter();
   app_.reset(adw_application_new(kAppId, G_APPLICATION_NON_UNIQUE));

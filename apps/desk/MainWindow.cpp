@@ -1,6 +1,7 @@
 #include "apps/desk/MainWindow.h"
 
 #include <cstdio>
+#include "apps/desk/About.h"
 
 namespace quorvid::desk {
 
@@ -99,6 +100,7 @@ void MainWindow::addActions() {
             [this](GVariant* columns) { wall_.setColumns(g_variant_get_int32(columns)); });
   addAction("add-device", [this] { devices_.addTyped(); });
   addAction("preferences", [this] { preferences_.present(window()); });
+  addAction("about", [this] { showAbout(window()); });
   addAction("fullscreen", [this] {
     gtk_window_is_fullscreen(window()) != 0 ? gtk_window_unfullscreen(window())
                                             : gtk_window_fullscreen(window());
