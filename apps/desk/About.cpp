@@ -9,9 +9,10 @@ void showAbout(GtkWindow* above) {
   adw_about_window_set_developer_name(about, tr("The authors of Quorvid"));
   adw_about_window_set_version(about, QUORVID_DESK_VERSION);
   adw_about_window_set_comments(
-      about, tr("Live pictures from the cameras of vehicles, for desk, wall and phone. What it shows "
-                "comes over connections that are neither encrypted nor authenticated: use it inside "
-                "a network that you trust."));
+      about,
+      tr("Live pictures from the cameras of vehicles, for desk, wall and phone. What it shows "
+         "comes over connections that are neither encrypted nor authenticated: use it inside "
+         "a network that you trust."));
   adw_about_window_set_copyright(about, "© 2026 the authors of Quorvid");
   adw_about_window_set_license_type(about, GTK_LICENSE_CUSTOM);
   adw_about_window_set_license(about, tr("No licence for this program has been granted yet."));
