@@ -17,10 +17,11 @@ has() {
   return 1
 }
 
-# help PROGRAM [COMMAND]: one option a line. "--no-text{false}" is how a flag that clears is listed.
+# help PROGRAM [COMMAND]: one option a line. "--no-text{false}" is how a flag that clears is listed; what begins
+# with --help- lists a toolkit's own.
 help() {
   "$build/$1" ${2:+"$2"} --help |
-    sed -nE 's/^  ((-[a-z]),)?(--[a-z-]+).*/\2\n\3/p' | grep . | sort -u
+    sed -nE 's/^  ((-[a-z]),)? ?(--[a-z-]+).*/\2\n\3/p' | grep . | grep -v '^--help-' | sort -u
 }
 faults() { "$build/quorvid-sim" --help | sed -n '/^Faults, written/,$s/^  \([a-z][a-z-]*\) .*/\1/p' | sort; }
 commands() { "$build/quorvid" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]*\) .*/\1/p' | sort; }
@@ -107,6 +108,12 @@ check() {
 
 check quorvid
 check quorvid-sim
+if [[ -x $build/quorvid-desk ]]; then
+  LC_ALL=C check quorvid-desk
+else
+  [[ -z $all ]] || complain "quorvid-desk is not built"
+  echo "check-options: without quorvid-desk" >&2
+fi
 for command in $(commands); do check quorvid "$command"; done
 
 # The commands, and what may go wrong.

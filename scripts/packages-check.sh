@@ -78,6 +78,7 @@ inside "apt-get update -qq && $install man-db /packages/*.deb" >"$unpacked/log" 
 say "installed"
 names=$(for package in "$packages"/*.deb; do dpkg-deb -f "$package" Package; done | xargs)
 inside 'quorvid --version; quorvid-sim --version; man -w quorvid quorvid-view quorvid-sim; man -w 3 quorvid'
+case " $names " in *quorvid-desk*) inside 'quorvid-desk --version; man -w quorvid-desk; LANGUAGE=de quorvid-desk --help | grep Diese' ;; esac
 case " $names " in *python3-quorvid*) inside 'python3 -c "import quorvid; print(quorvid.__file__)"' ;; esac
 case " $names " in
   *gstreamer1.0-quorvid*)

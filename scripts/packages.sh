@@ -11,6 +11,9 @@ test_packages=(googletest libgtest-dev libgmock-dev libbenchmark-dev ffmpeg xvfb
   python3 python3-numpy libseccomp2 iproute2)
 # Toolkits whose examples are built and tested where they are there, and a Wayland compositor.
 toolkit_packages=(libgtk-4-dev qt6-base-dev libqt6opengl6-dev qt6-wayland weston)
+# The application is built and tested where its toolkit is there: not by the README's two commands.
+desk_packages=(libgtk-4-dev libadwaita-1-dev libsecret-1-dev libxml2-utils gettext
+  adwaita-icon-theme librsvg2-common dbus-daemon)
 # The GStreamer element is built and tested where these are there.
 gstreamer_packages=(
   libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base
@@ -19,5 +22,6 @@ gstreamer_packages=(
 check_packages=(
   clang clang-format clang-tidy cppcheck libclang-rt-dev llvm mypy abigail-tools
   gnuplot-nox doxygen mandoc man-db zsh fish dpkg-dev file lintian debootstrap tshark
+  desktop-file-utils appstream
   g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu qemu-user-static
 )

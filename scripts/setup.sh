@@ -8,7 +8,7 @@ source "$here/packages.sh"
 
 wanted=("${build_packages[@]}" "${test_packages[@]}")
 [[ "${1:-}" == "--checks" ]] && wanted+=("${check_packages[@]}" "${toolkit_packages[@]}"
-                                      "${gstreamer_packages[@]}")
+                                      "${desk_packages[@]}" "${gstreamer_packages[@]}")
 
 missing=()
 for package in "${wanted[@]}"; do

@@ -1,4 +1,4 @@
-# bash completion for quorvid and quorvid-sim
+# bash completion for quorvid, quorvid-sim and quorvid-desk
 
 # What stands before the cursor: current and previous word, where bash takes "=" and ":" for words of
 # their own, as in --path=car and --fault reset:fleet.
@@ -77,3 +77,14 @@ _quorvid_sim() {
     --fault-times --fault-sweep --seed'
 }
 complete -F _quorvid_sim quorvid-sim
+
+_quorvid_desk() {
+  local cur prev
+  _quorvid_words
+  case $prev in
+    --settings) _quorvid_files; return ;;
+    --kiosk | --page-seconds | --simulator) return ;;
+  esac
+  _quorvid_choose '--help --version --kiosk --page-seconds --stats --settings --simulator'
+}
+complete -F _quorvid_desk quorvid-desk

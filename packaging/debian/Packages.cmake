@@ -106,5 +106,20 @@ pipelines of GStreamer.
 .
 No licence for this software has been granted yet." "libquorvid1 (>= ${PROJECT_VERSION})")
 endif()
+if(TARGET quorvid_desk_installed)
+  list(APPEND packaged quorvid_desk_installed)
+  if(TARGET quorvid_desk_texts)
+    list(APPEND packaged quorvid_desk_texts)
+  endif()
+  quorvid_package(desk quorvid-desk video "live video from vehicle cameras - application"
+"Vehicle Cameras shows and records what the cameras of vehicles see, one or a
+wall of many, at a desk, on a display on the wall or on a phone, and says in
+words why a picture stays away.
+.
+No licence for this software has been granted yet." "quorvid-tools ${this_version}" "libquorvid1 ${this_version}"
+  "libquorvid-connection1 ${this_version}")
+  set(CPACK_DEBIAN_DESK_PACKAGE_RECOMMENDS "libgl1-mesa-dri, librsvg2-common")
+  set(CPACK_DEBIAN_DESK_PACKAGE_SUGGESTS gnome-keyring)
+endif()
 add_custom_target(packaged DEPENDS ${packaged})
 include(CPack)
