@@ -40,6 +40,13 @@ mv "$prefix" "$work/moved"
 for tree in "$work/moved" "$work/relative" "$work/stage/opt/quorvid"; do
   runs "$tree/bin/quorvid"
   runs "$tree/bin/quorvid-sim"
+  if [[ -x $build/quorvid-desk ]]; then
+    runs "$tree/bin/quorvid-desk"
+    # Its texts move with it.
+    [[ ! -e $build/apps/desk/po/locale ]] ||
+      LANGUAGE=de LC_ALL=C.UTF-8 "$tree/bin/quorvid-desk" --help | grep Einstellungen >/dev/null ||
+      fail "$tree: quorvid-desk speaks no German"
+  fi
   "$source/scripts/check-binaries.sh" "$tree" >"$work/report" || { cat "$work/report"; exit 1; }
 done
 # What tells compilers where the library is moves with it.
