@@ -43,10 +43,10 @@ if has xgettext; then
   done
   for language in "${languages[@]}"; do
     LC_ALL=C msgfmt -c -o /dev/null "$po/$language.po" || complain "$po/$language.po"
-    for kind in untranslated fuzzy obsolete; do
+    for kind in untranslated fuzzy; do
       selection=--only-$kind
       [[ $kind != untranslated ]] || selection=--untranslated
-      found=$(msgattrib "$selection" --no-wrap "$po/$language.po" | grep -cE '^(#~ )?msgid "."|^(#~ )?msgid ".+"' || true)
+      found=$(msgattrib --no-obsolete "$selection" --no-wrap "$po/$language.po" | grep -cE '^msgid ".+"' || true)
       [[ $found -eq 0 ]] || complain "$po/$language.po: $found messages are $kind"
     done
     # What came to the sources is in it, too.

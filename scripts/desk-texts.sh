@@ -17,9 +17,10 @@ to=$po
 sources() { grep '^apps/' "$to/POTFILES.in" | grep -E "$1\$"; }
 common=(--from-code=UTF-8 --add-comments=Translators --package-name=quorvid-desk --package-version=1
   --copyright-holder='the authors of Quorvid' --msgid-bugs-address=maintainers@quorvid.example)
-# Places are {}, which scripts/check-desk.sh looks at; a % means a per cent.
+# N_() marks a text that is handed on to trf(); so does tooLong(). Places are {}, which scripts/check-desk.sh looks
+# at; a % means a per cent.
 sources '\.(cpp|h)' | xargs xgettext "${common[@]}" --language=C++ --output="$to/cpp.tmp" \
-  --keyword --keyword=tr --keyword=trf --keyword=trn:1,2 \
+  --keyword --keyword=tr --keyword=trf --keyword=trn:1,2 --keyword=N_ --keyword=tooLong \
   --flag=tr:1:no-c-format --flag=trf:1:no-c-format --flag=trn:1:no-c-format --flag=trn:2:no-c-format
 sources '\.ui' | xargs xgettext "${common[@]}" --output="$to/ui.tmp" --its=/usr/share/gettext/its/gtk4builder.its
 sed -i 's/charset=CHARSET/charset=UTF-8/' "$to/cpp.tmp" "$to/ui.tmp"
