@@ -53,6 +53,7 @@ MainWindow::MainWindow(GtkApplication* app, Settings& settings, const StartOptio
   adw_header_bar_set_title_widget(ui_.get<AdwHeaderBar>("sidebar_header"), chooser_.widget());
 
   addActions();
+  followWidth();
   desk_.serverChanged.add([this] { showServer(); });
   desk_.said.add([this](const std::string& sentence) { say(sentence); });
   desk_.cameraWanted.add([this](const Camera&) { showPage("wall"); });
@@ -74,6 +75,23 @@ MainWindow::~MainWindow() {
 
 void MainWindow::present() {
   gtk_window_present(window());
+}
+
+// Where panes stand one at a time there is a way back, and the wall is one camera wide.
+void MainWindow::followWidth() {
+  AdwLeaflet* const leaflet = ui_.get<AdwLeaflet>("leaflet");
+  const auto follow = [this, leaflet](auto...) {
+    const bool folded = adw_leaflet_get_folded(leaflet) != 0;
+    gtk_widget_set_visible(ui_.get("back"), folded ? TRUE : FALSE);
+    adw_header_bar_set_show_start_title_buttons(ui_.get<AdwHeaderBar>("header"), folded);
+    adw_header_bar_set_show_end_title_buttons(ui_.get<AdwHeaderBar>("sidebar_header"), folded);
+    wall_.setNarrow(folded && !isKiosk_);
+  };
+  on<void(AdwLeaflet*, GParamSpec*)>(leaflet, "notify::folded", follow);
+  on<void(GtkButton*)>(ui_.get("back"), "clicked", [leaflet](auto) {
+    adw_leaflet_navigate(leaflet, ADW_NAVIGATION_DIRECTION_BACK);
+  });
+  follow();
 }
 
 void MainWindow::addAction(const char* name, std::function<void()> call) {

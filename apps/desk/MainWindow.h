@@ -29,6 +29,7 @@ class MainWindow {
 
  private:
   void addActions();
+  void followWidth();
   void addAction(const char* name, std::function<void()> call);
   void addAction(const char* name, const GVariantType* type, std::function<void(GVariant*)> call);
   void showPage(const std::string& name);

@@ -165,6 +165,8 @@ void Tile::tell() {
   const bool plays = view_ != nullptr && status.state != LiveState::Idle;
   const bool tells = plays && status.state != LiveState::Live;
   gtk_widget_set_visible(ui_.get("empty"), camera_ ? FALSE : TRUE);
+  camera_ ? gtk_widget_add_css_class(widget(), "taken")
+          : gtk_widget_remove_css_class(widget(), "taken");
   gtk_widget_set_visible(ui_.get("caption"), camera_ ? TRUE : FALSE);
   gtk_widget_set_visible(ui_.get("still"), tells ? TRUE : FALSE);
   std::string words;

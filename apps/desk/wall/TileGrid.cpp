@@ -1,34 +1,16 @@
 #include "apps/desk/wall/TileGrid.h"
 
+#include <algorithm>
+
 namespace quorvid::desk {
 
-namespace {
-
-std::optional<Camera> cameraAt(const Layout& layout, int index) {
-  return index < static_cast<int>(layout.tiles.size()) ? layout.tiles[index] : std::nullopt;
-}
-
-}  // namespace
-
-std::vector<int> TileGrid::cellsOf(const Shown& shown) const {
-  if (shown.enlarged) return {*shown.enlarged};
-  std::vector<int> cells;
-  const int first = shown.page * shown.layout.perPage();
-  for (int i = first; i < first + shown.layout.perPage(); ++i) {
-    // Nothing can be dragged where it is narrow.
-    if (!shown.narrow || cameraAt(shown.layout, i)) cells.push_back(i);
-  }
-  if (cells.empty()) cells.push_back(first);
-  return cells;
-}
-
-void TileGrid::show(const Shown& shown) {
+void TileGrid::show(const WallState& shown) {
   const int perPage = shown.layout.perPage();
   const auto isWanted = [&](int index) {
     const int page = index / perPage;
     return page == shown.page || page == shown.ahead.value_or(shown.page);
   };
-  const std::vector<int> cells = cellsOf(shown);
+  const std::vector<int> cells = shown.cells();
   const bool regroup = cells != cells_ || shown.narrow != shown_.narrow ||
                        shown.layout.columns != shown_.layout.columns ||
                        shown.enlarged != shown_.enlarged;
@@ -41,7 +23,7 @@ void TileGrid::show(const Shown& shown) {
     for (int index = page * perPage; index < (page + 1) * perPage; ++index) {
       auto& tile = tiles_[index];
       if (tile == nullptr) tile = make_(index);
-      tile->show(cameraAt(shown.layout, index));
+      tile->show(shown.cameraAt(index));
     }
   }
   shown_ = shown;

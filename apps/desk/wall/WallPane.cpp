@@ -6,7 +6,6 @@ namespace quorvid::desk {
 
 namespace {
 
-constexpr int kNarrow = 600;          // points
 constexpr unsigned kTellEvery = 500;  // ms
 constexpr int kAhead = 5;             // seconds that a page plays before it is shown
 
@@ -15,17 +14,7 @@ constexpr int kAhead = 5;             // seconds that a page plays before it is 
 WallPane::WallPane(Desk& desk, Recordings& recordings)
     : desk_(desk),
       recordings_(recordings),
-      grid_(ui_.get<GtkGrid>("grid"),
-            [this](int index) {
-              TileCalls calls;
-              calls.enlarge = [this, index] {
-                enlarge(shown_.enlarged ? std::nullopt : std::optional<int>(index));
-              };
-              calls.remove = [this, index] { remove(index); };
-              calls.drop = [this, index](const Camera& camera) { drop(index, camera); };
-              calls.turn = [this] { area_.turn(); };
-              return std::make_unique<Tile>(desk_, recordings_, std::move(calls));
-            }),
+      grid_(ui_.get<GtkGrid>("grid"), [this](int index) { return makeTile(index); }),
       area_(ui_.get<GtkGLArea>("area"),
             {[this] { arrange(); }, [this] { grid_.playAll(*area_.host()); },
              [this] { grid_.stopAll(); }}),
@@ -37,7 +26,10 @@ WallPane::WallPane(Desk& desk, Recordings& recordings)
   gtk_overlay_set_measure_overlay(ui_.get<GtkOverlay>("overlay"), ui_.get("grid"), TRUE);
   desk_.serverChanged.add([this] { serverChanged(); });
   desk_.devicesChanged.add([this] { grid_.tellAll(); });
-  desk_.cameraWanted.add([this](const Camera& camera) { add(camera); });
+  desk_.cameraWanted.add([this](const Camera& camera) {
+    shown_.add(camera, grid_.focused());
+    show();
+  });
   desk_.deviceWanted.add([this](const Device& device) { showDevice(device); });
   recordings_.changed.add([this] { grid_.tellAll(); });
   on<void(GtkButton*)>(ui_.get("previous"), "clicked", [this](auto) { step(-1); });
@@ -46,6 +38,23 @@ WallPane::WallPane(Desk& desk, Recordings& recordings)
   addSwipe();
   timer_ = Source::every(kTellEvery, [this] { grid_.tellAll(); });
   grid_.show(shown_);
+}
+
+std::unique_ptr<Tile> WallPane::makeTile(int index) {
+  TileCalls calls;
+  calls.enlarge = [this, index] {
+    enlarge(shown_.enlarged ? std::nullopt : std::optional<int>(index));
+  };
+  calls.remove = [this, index] {
+    shown_.remove(index);
+    show();
+  };
+  calls.drop = [this, index](const Camera& camera) {
+    shown_.drop(index, camera);
+    show();
+  };
+  calls.turn = [this] { area_.turn(); };
+  return std::make_unique<Tile>(desk_, recordings_, std::move(calls));
 }
 
 void WallPane::serverChanged() {
@@ -59,18 +68,13 @@ void WallPane::serverChanged() {
 }
 
 void WallPane::useLayout(const Layout& layout, bool isKept) {
-  shown_.layout = layout;
-  shown_.page = 0;
-  shown_.enlarged.reset();
+  shown_.use(layout);
   isKept_ = isKept;
-  keep();
+  show();
 }
 
 // What is shown now is what comes back.
-void WallPane::keep() {
-  auto& tiles = shown_.layout.tiles;
-  while (!tiles.empty() && !tiles.back()) tiles.pop_back();
-  shown_.page = std::clamp(shown_.page, 0, shown_.layout.pages() - 1);
+void WallPane::show() {
   grid_.show(shown_);
   const int pages = shown_.layout.pages();
   gtk_widget_set_visible(ui_.get("pages"), pages > 1 && pageSeconds_ == 0 ? TRUE : FALSE);
@@ -82,87 +86,45 @@ void WallPane::keep() {
 }
 
 void WallPane::setColumns(int columns) {
-  shown_.layout.columns = std::clamp(columns, 1, Layout::kMostColumns);
-  shown_.enlarged.reset();
-  keep();
+  shown_.setColumns(columns);
+  show();
 }
 
-// Into the tile that has the keyboard, if it is empty, or else the first empty one; a page follows
-// where there is none.
-void WallPane::add(const Camera& camera) {
-  auto& tiles = shown_.layout.tiles;
-  const auto found = std::find(tiles.begin(), tiles.end(), std::optional<Camera>(camera));
-  if (found != tiles.end()) {
-    shown_.page = static_cast<int>(found - tiles.begin()) / shown_.layout.perPage();
-    return keep();
-  }
-  const auto isEmpty = [&](int index) {
-    return index >= static_cast<int>(tiles.size()) || !tiles[index];
-  };
-  int index = grid_.focused();
-  if (index < 0 || !isEmpty(index)) index = 0;
-  while (!isEmpty(index)) ++index;
-  shown_.enlarged.reset();
-  shown_.page = index / shown_.layout.perPage();
-  drop(index, camera);
+void WallPane::setNarrow(bool narrow) {
+  GtkWidget* const scroller = ui_.get("scroller");
+  narrow ? gtk_widget_add_css_class(scroller, "narrow")
+         : gtk_widget_remove_css_class(scroller, "narrow");
+  shown_.narrow = narrow;
+  // Wide again, the wall is the user's own again.
+  !narrow && !isKept_ && pageSeconds_ == 0 ? serverChanged() : show();
 }
 
 void WallPane::showDevice(const Device& device) {
   const int cameras = desk_.server() ? desk_.server()->cameras : 0;
   if (!shown_.narrow) {
-    for (int channel = 0; channel < cameras; ++channel) add({device.id, channel});
-    return;
+    for (int channel = 0; channel < cameras; ++channel) shown_.add({device.id, channel});
+    if (cameras > 1) shown_.add({device.id, 0});  // its page
+    return show();
   }
   // In the hand it is a look at this one vehicle.
   Layout layout;
   layout.columns = cameras <= 4 ? 2 : 3;
-  for (int channel = 0; channel < cameras; ++channel)
+  for (int channel = 0; channel < cameras; ++channel) {
     layout.tiles.emplace_back(Camera{device.id, channel});
-  useLayout(layout, false);
-}
-
-// A camera that stood in another tile changes places with what is here.
-void WallPane::drop(int index, const Camera& camera) {
-  auto& tiles = shown_.layout.tiles;
-  if (index >= static_cast<int>(tiles.size())) tiles.resize(index + 1);
-  const auto found = std::find(tiles.begin(), tiles.end(), std::optional<Camera>(camera));
-  if (found != tiles.end()) {
-    std::swap(*found, tiles[index]);
-  } else {
-    tiles[index] = camera;
   }
-  keep();
-}
-
-void WallPane::remove(int index) {
-  if (index >= static_cast<int>(shown_.layout.tiles.size())) return;
-  shown_.layout.tiles[index].reset();
-  shown_.enlarged.reset();
-  keep();
+  useLayout(layout, false);
 }
 
 void WallPane::enlarge(std::optional<int> index) {
   const int from = shown_.enlarged.value_or(-1);
   shown_.enlarged = index;
-  keep();
-  const int focus = index.value_or(from);
-  if (Tile* const tile = grid_.tile(focus)) gtk_widget_grab_focus(tile->widget());
+  show();
+  if (Tile* const tile = grid_.tile(index.value_or(from))) gtk_widget_grab_focus(tile->widget());
 }
 
 void WallPane::step(int by) {
-  if (!shown_.enlarged) {
-    const int pages = shown_.layout.pages();
-    shown_.page = (shown_.page + by + pages) % pages;
-    return keep();
-  }
-  const auto& tiles = shown_.layout.tiles;
-  const int count = static_cast<int>(tiles.size());
-  for (int i = 1; i <= count; ++i) {
-    const int index = ((*shown_.enlarged + i * by) % count + count) % count;
-    if (!tiles[index]) continue;
-    shown_.page = index / shown_.layout.perPage();
-    return enlarge(index);
-  }
+  shown_.step(by);
+  shown_.enlarged ? enlarge(shown_.enlarged) : show();
 }
 
 bool WallPane::beginKiosk(const std::string& layout, int pageSeconds) {
@@ -186,22 +148,14 @@ void WallPane::turnPage() {
     pageAge_ = 0;
     shown_.page = next;
     shown_.ahead.reset();
-    keep();
+    show();
   } else if (pageAge_ >= pageSeconds_ - kAhead && !shown_.ahead) {
     shown_.ahead = next;
-    keep();
+    show();
   }
 }
 
 void WallPane::arrange() {
-  GtkWidget* const scroller = ui_.get("scroller");
-  const bool narrow = gtk_widget_get_width(scroller) < kNarrow;
-  if (narrow != shown_.narrow && gtk_widget_get_width(scroller) > 0) {
-    shown_.narrow = narrow;
-    narrow ? gtk_widget_add_css_class(scroller, "narrow")
-           : gtk_widget_remove_css_class(scroller, "narrow");
-    grid_.show(shown_);
-  }
   GtkAdjustment* const position =
       gtk_scrolled_window_get_vadjustment(ui_.get<GtkScrolledWindow>("scroller"));
   const double top = gtk_adjustment_get_value(position);
@@ -226,66 +180,6 @@ void WallPane::snapshotAll() {
   grid_.forEach([](Tile& tile) {
     if (tile.camera() && tile.view() != nullptr) tile.snapshot();
   });
-}
-
-void WallPane::addKeys() {
-  GtkEventController* const keys = gtk_event_controller_key_new();
-  on<gboolean(GtkEventControllerKey*, guint, guint, GdkModifierType)>(
-      keys, "key-pressed", [this](auto, guint key, auto, GdkModifierType modifiers) -> gboolean {
-        return takeKey(key, modifiers) || takeTileKey(key, modifiers) ? TRUE : FALSE;
-      });
-  gtk_widget_add_controller(ui_.get("pane"), keys);
-}
-
-void WallPane::addSwipe() {
-  GtkGesture* const swipe = gtk_gesture_swipe_new();
-  gtk_gesture_single_set_touch_only(GTK_GESTURE_SINGLE(swipe), TRUE);
-  on<void(GtkGestureSwipe*, gdouble, gdouble)>(
-      swipe, "swipe", [this](auto, double across, double down) {
-        constexpr double kFast = 300;  // points a second
-        if (std::abs(across) > kFast && std::abs(across) > 2 * std::abs(down)) {
-          step(across < 0 ? 1 : -1);
-        }
-      });
-  gtk_widget_add_controller(ui_.get("scroller"), GTK_EVENT_CONTROLLER(swipe));
-}
-
-bool WallPane::takeKey(guint key, GdkModifierType modifiers) {
-  if ((modifiers & (GDK_CONTROL_MASK | GDK_ALT_MASK)) != 0) return false;
-  if (key == GDK_KEY_Page_Down || key == GDK_KEY_Page_Up) {
-    step(key == GDK_KEY_Page_Down ? 1 : -1);
-    return true;
-  }
-  if (key != GDK_KEY_Escape || !shown_.enlarged) return false;
-  enlarge(std::nullopt);
-  return true;
-}
-
-bool WallPane::takeTileKey(guint key, GdkModifierType modifiers) {
-  const int index = grid_.focused();
-  Tile* const tile = grid_.tile(index);
-  const int held = modifiers & gtk_accelerator_get_default_mod_mask();
-  if (tile == nullptr || !tile->camera() || (held & ~GDK_SHIFT_MASK) != 0) return false;
-  switch (gdk_keyval_to_lower(key)) {
-    case GDK_KEY_Return:
-    case GDK_KEY_KP_Enter:
-      enlarge(shown_.enlarged ? std::nullopt : std::optional<int>(index));
-      return true;
-    case GDK_KEY_r:
-      held != 0 ? tile->toggleRecording() : tile->restart();
-      return true;
-    case GDK_KEY_s:
-      tile->snapshot();
-      return true;
-    case GDK_KEY_Delete:
-      remove(index);
-      return true;
-    case GDK_KEY_Menu:
-      tile->showMenu();
-      return true;
-    default:
-      return false;
-  }
 }
 
 std::string WallPane::figures() {

@@ -22,6 +22,8 @@ class WallPane {
   GtkWidget* layoutButton() const { return menu_.widget(); }
 
   void setColumns(int columns);
+  // One camera below the other, each as wide as the wall.
+  void setNarrow(bool narrow);
   void recordAll();
   void snapshotAll();
   // Shows the layout of that name and turns its pages so often. False where there is none.
@@ -33,15 +35,13 @@ class WallPane {
  private:
   void serverChanged();
   void useLayout(const Layout& layout, bool isKept = true);
-  void keep();
-  void add(const Camera& camera);
   void showDevice(const Device& device);
-  void drop(int index, const Camera& camera);
-  void remove(int index);
   void enlarge(std::optional<int> index);
-  void step(int by);  // to another page, or camera where one is enlarged
+  void step(int by);
   void turnPage();
+  void show();
   void arrange();
+  std::unique_ptr<Tile> makeTile(int index);
   void addKeys();
   void addSwipe();
   bool takeKey(guint key, GdkModifierType modifiers);
@@ -53,7 +53,7 @@ class WallPane {
   TileGrid grid_;
   WallArea area_;
   LayoutMenu menu_;
-  TileGrid::Shown shown_;
+  WallState shown_;
   bool isKept_ = true;  // the layout is the user's own and comes back at the next start
   Source timer_;        // of the texts
   Source pages_;        // of a kiosk
