@@ -69,15 +69,11 @@ void DeviceRow::setNarrow(bool isNarrow) {
 }
 
 void DeviceRow::expansionChanged() {
-  const bool isOpen = adw_expander_row_get_expanded(row_.get()) != 0;
-  if (isNarrow_ && !mayOpen_) {
-    mayOpen_ = true;
-    adw_expander_row_set_expanded(row_.get(), isOpen ? FALSE : TRUE);
-    mayOpen_ = false;
-    const Device device = device_;
-    return desk_.deviceWanted.tell(device);
-  }
-  if (isOpen) addContent();
+  if (adw_expander_row_get_expanded(row_.get()) == 0) return;
+  if (!isNarrow_ || mayOpen_) return addContent();
+  adw_expander_row_set_expanded(row_.get(), FALSE);
+  const Device device = device_;
+  desk_.deviceWanted.tell(device);
 }
 
 // Most devices of a long list are never opened.
@@ -118,6 +114,7 @@ GtkWidget* DeviceRow::cameraButton(int channel) {
   GtkWidget* const content = adw_button_content_new();
   adw_button_content_set_icon_name(ADW_BUTTON_CONTENT(content), "camera-web-symbolic");
   adw_button_content_set_label(ADW_BUTTON_CONTENT(content), std::to_string(channel + 1).c_str());
+  gtk_widget_set_halign(content, GTK_ALIGN_CENTER);
   gtk_button_set_child(GTK_BUTTON(button), content);
   gtk_widget_add_css_class(button, "touch");
   gtk_widget_add_css_class(button, "camera");
