@@ -3,6 +3,7 @@
 #include <sys/prctl.h>
 
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -25,6 +26,25 @@ void lineRead(GObject* stream, GAsyncResult* result, gpointer data) {
   if (!reading->life.expired()) reading->done(line);
 }
 
+struct Waiting {
+  std::weak_ptr<int> life;
+  std::function<void()> done;
+};
+
+void ended(GObject* process, GAsyncResult* result, gpointer data) {
+  const std::unique_ptr<Waiting> waiting(static_cast<Waiting*>(data));
+  g_subprocess_wait_finish(reinterpret_cast<GSubprocess*>(process), result, nullptr);
+  if (!waiting->life.expired()) waiting->done();
+}
+
+// 0 for what is no port.
+int portIn(const nlohmann::json& ports, const char* name) {
+  const auto found = ports.find(name);
+  if (found == ports.end() || !found->is_number_integer()) return 0;
+  const auto port = found->get<std::int64_t>();
+  return port < 1 || port > 65535 ? 0 : static_cast<int>(port);
+}
+
 }  // namespace
 
 std::string programBeside(const std::string& name) {
@@ -45,8 +65,9 @@ Simulator::~Simulator() {
 }
 
 void Simulator::start(Started started) {
-  if (process_ != nullptr && ports_.fleet != 0) return started(ports_, "");
-  if (process_ != nullptr) return;  // it is being started, and whoever asked is told
+  if (ports_.fleet != 0) return started(ports_, "");
+  waiting_.push_back(std::move(started));
+  if (process_ != nullptr) return;
   const std::string program = programBeside("quorvid-sim");
   const std::string cache =
       taken(g_build_filename(g_get_user_cache_dir(), "quorvid", "simulator", nullptr));
@@ -59,24 +80,43 @@ void Simulator::start(Started started) {
       launcherOfCompanions(G_SUBPROCESS_FLAGS_STDOUT_PIPE).get(), arguments.data(), &failed));
   if (process_ == nullptr) {
     const ErrorPtr error(failed);
-    return started({}, trf("The simulator can't be started: {}", failed->message));
+    return tell({}, trf("The simulator can't be started: {}", failed->message));
   }
   output_.reset(g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_.get())));
   auto reading = std::make_unique<Reading>();
   reading->life = life_.token();
-  reading->done = [this, started](const std::string& line) { takeLine(line, started); };
+  reading->done = [this](const std::string& line) { takeLine(line); };
   g_data_input_stream_read_line_async(output_.get(), G_PRIORITY_DEFAULT, nullptr, &lineRead,
                                       reading.release());
+  auto waiting = std::make_unique<Waiting>();
+  waiting->life = life_.token();
+  waiting->done = [this] {
+    forget();
+    tell({}, tr("The simulator ended at once."));
+  };
+  g_subprocess_wait_async(process_.get(), nullptr, &ended, waiting.release());
 }
 
-void Simulator::takeLine(const std::string& line, const Started& started) {
+void Simulator::takeLine(const std::string& line) {
   const auto ports = nlohmann::json::parse(line, nullptr, false);
-  if (ports.is_object() && ports.contains("list") && ports.contains("fleet")) {
-    ports_ = {ports["list"].get<int>(), ports["fleet"].get<int>()};
-    return started(ports_, "");
-  }
+  if (ports.is_object()) ports_ = {portIn(ports, "list"), portIn(ports, "fleet")};
+  if (ports_.list != 0 && ports_.fleet != 0) return tell(ports_, "");
+  g_subprocess_send_signal(process_.get(), SIGTERM);
+  forget();
+  tell({}, tr("The simulator ended at once."));
+}
+
+// Those who ask while they are told are told by what they start.
+void Simulator::tell(const Ports& ports, const std::string& trouble) {
+  for (const Started& started : std::exchange(waiting_, {})) started(ports, trouble);
+}
+
+// It has gone, or will: the next start() makes another.
+void Simulator::forget() {
+  life_.reset();
+  ports_ = {};
+  output_.reset();
   process_.reset();
-  started({}, tr("The simulator ended at once."));
 }
 
 }  // namespace quorvid::desk

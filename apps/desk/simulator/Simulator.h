@@ -26,8 +26,8 @@ class Simulator {
   Simulator(const Simulator&) = delete;
   Simulator& operator=(const Simulator&) = delete;
 
-  // Starts it if it doesn't run and tells the ports that it has, or the sentence why there are
-  // none.
+  // Starts it if it doesn't run, or no longer, and tells the ports that it has, or the sentence why
+  // there are none. Each one who asks is told once, maybe before this returns.
   struct Ports {
     int list = 0;
     int fleet = 0;
@@ -36,13 +36,16 @@ class Simulator {
   void start(Started started);
 
  private:
-  void takeLine(const std::string& line, const Started& started);
+  void takeLine(const std::string& line);
+  void tell(const Ports& ports, const std::string& trouble);
+  void forget();
 
   std::vector<std::string> extra_;
+  std::vector<Started> waiting_;
   Ports ports_;
   ObjectPtr<GSubprocess> process_;
   ObjectPtr<GDataInputStream> output_;
-  Life life_;
+  Life life_;  // of the process
 };
 
 }  // namespace quorvid::desk
