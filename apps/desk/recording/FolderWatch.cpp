@@ -14,7 +14,9 @@ namespace fs = std::filesystem;
 constexpr unsigned kPause = 1500;  // milliseconds; a file that is written changes all the time
 
 bool isNewer(const FolderFile& a, const FolderFile& b) {
-  return a.time != b.time ? a.time > b.time : a.name > b.name;
+  if (a.time != b.time) return a.time > b.time;
+  // -2 came after the name without it.
+  return a.name.size() != b.name.size() ? a.name.size() > b.name.size() : a.name > b.name;
 }
 
 }  // namespace
