@@ -1,5 +1,7 @@
 #include "apps/desk/About.h"
 
+#include <string_view>
+
 namespace quorvid::desk {
 
 void showAbout(GtkWindow* above) {
