@@ -1,6 +1,7 @@
 #include "apps/desk/MainWindow.h"
 
 #include <cstdio>
+
 #include "apps/desk/About.h"
 
 namespace quorvid::desk {
