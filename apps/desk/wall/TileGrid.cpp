@@ -4,6 +4,12 @@
 
 namespace quorvid::desk {
 
+namespace {
+
+constexpr int kCaption = 44;  // points, as style.css has it where it is narrow
+
+}  // namespace
+
 void TileGrid::show(const WallState& shown) {
   const int perPage = shown.layout.perPage();
   const auto isWanted = [&](int index) {
@@ -44,7 +50,7 @@ void TileGrid::place(GtkWidget* area, double top, double bottom) {
   const int width = shown_.narrow && !shown_.enlarged ? gtk_widget_get_width(area) : -1;
   if (width != width_) {
     width_ = width;
-    const int height = width < 0 ? -1 : width * 9 / 16;
+    const int height = width < 0 ? -1 : kCaption + width * 9 / 16;
     for (const int index : cells_) {
       gtk_widget_set_size_request(tiles_.at(index)->widget(), -1, height);
     }
