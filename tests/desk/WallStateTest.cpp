@@ -31,7 +31,7 @@ TEST(WallState, FillsEmptyTilesAndTurnsToThePageOfWhatCame) {
   wall.remove(1);
   wall.add(bus(6), 7);
   EXPECT_EQ(drawn(wall), "0 - 2 3 4 - - 6 |1");
-  wall.add(bus(5), 0);  // taken: the first empty one
+  wall.add(bus(5), 2);  // taken: the first empty one
   EXPECT_EQ(drawn(wall), "0 5 2 3 4 - - 6 |0");
   wall.setColumns(1);
   wall.step(-1);
