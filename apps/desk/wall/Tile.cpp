@@ -61,6 +61,14 @@ void Tile::addActions() {
   add("shape", G_VARIANT_TYPE_STRING,
       [this](GVariant* value) { setShape(g_variant_get_string(value, nullptr)); });
   gtk_widget_insert_action_group(widget(), "tile", G_ACTION_GROUP(group.get()));
+  // Made when it is wanted: a menu that comes before the actions that it names shows them as
+  // impossible.
+  const auto makeMenu = [](GtkMenuButton* button, gpointer model) {
+    GtkWidget* const menu = gtk_popover_menu_new_from_model(static_cast<GMenuModel*>(model));
+    gtk_menu_button_set_popover(button, menu);
+  };
+  gtk_menu_button_set_create_popup_func(ui_.get<GtkMenuButton>("more"), makeMenu,
+                                        ui_.get<GMenuModel>("menu"), nullptr);
 }
 
 void Tile::addDragging() {
