@@ -121,10 +121,6 @@ bool StreamFile::canBegin(const std::string& fileName,
   return result >= 0;
 }
 
-bool StreamFile::canWrite(const std::string& fileName) {
-  return formatOf(fileName) != nullptr;
-}
-
 StreamFile::StreamFile(std::string fileName, const std::vector<std::uint8_t>& parameterSets,
                        PixelSize size, const FileTags& tags)
     : fileName_(std::move(fileName)), muxer_(std::make_unique<Muxer>()) {

@@ -25,9 +25,6 @@ struct FileTags {
 
 class StreamFile {
  public:
-  // True for names with an ending that can be written.
-  static bool canWrite(const std::string& fileName);
-
   // True when a file of that name can begin with these sets: its header can be made. Writes
   // nothing.
   static bool canBegin(const std::string& fileName, const std::vector<std::uint8_t>& parameterSets,
@@ -48,7 +45,6 @@ class StreamFile {
   void write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey);
   // Finishes the file. Throws Failure when something of it can't be written.
   void close();
-  const std::string& name() const { return fileName_; }
   std::int64_t bytes() const { return wholeBytes_; }
   // How large the file can become at most when this frame is written too and the file is finished.
   std::int64_t bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const;
