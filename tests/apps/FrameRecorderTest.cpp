@@ -156,6 +156,17 @@ TEST_P(Recorded, DoesNotTakeThePlaceOfAFileThatCameMeanwhile) {
   EXPECT_EQ(contentOf(file_), "old");
 }
 
+TEST_P(Recorded, SaysThatTheDiskTakesNoMore) {
+  std::filesystem::create_symlink("/dev/full", file_);
+  start(0);
+  try {
+    for (int i = 0; i < 100; ++i) take(keyFrame(kSps, 100'000));
+    ADD_FAILURE() << "written where nothing can be";
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.what(), "can't write " + file_ + ": No space left on device");
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(As, Recorded, testing::Values("mp4", "mkv", "h264"),
                          [](const auto& ending) { return std::string(ending.param); });
 

@@ -156,6 +156,9 @@ TEST(Probe, ExplainsAGoodStreamAndWhatIsWrongWithOthers) {
   EXPECT_EQ(report["verdict"], "OK");
   EXPECT_EQ(report["figures"]["stream_size"]["width"], 704);
   EXPECT_EQ(report["steps"][1]["step"], "connected");
+  Command stats(stream("probe", good.port("fleet"), {"--seconds", "3", "--stats"}));
+  EXPECT_EQ(stats.wait(), 0) << stats.errors();
+  EXPECT_NE(stats.output().find("{\"seconds\":"), std::string::npos) << stats.output();
   const struct {
     const char* fault;
     const char* service;

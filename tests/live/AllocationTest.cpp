@@ -17,6 +17,7 @@
 namespace {
 
 std::atomic<int> allocations{0};
+std::atomic<std::size_t> refusedFrom{SIZE_MAX};  // so large a block isn't there for a session
 thread_local bool isTestsOwn = false;  // what this thread allocates is no business of a frame
 
 void count() {
@@ -50,7 +51,7 @@ void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size) {
 // Not inlined: g++ takes a pair of its own for a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   count();
-  void* const made = __real_malloc(size);
+  void* const made = !isTestsOwn && size >= refusedFrom ? nullptr : __real_malloc(size);
   if (made == nullptr) throw std::bad_alloc();
   return made;
 }
@@ -75,6 +76,14 @@ std::string packet(bool isFleet, int number, const std::string& payload) {
   const std::string length = word(static_cast<std::int64_t>(payload.size()));
   if (isFleet) return 'V' + length + std::string(14, 'n') + payload;
   return "3GTSV100" + word(number) + zeros(4) + length + zeros(16) + payload;
+}
+
+LiveTarget targetAt(const TestServer& server) {
+  LiveTarget target;
+  target.host = "127.0.0.1";
+  target.port = server.port;
+  target.device = "TRUCK-7";
+  return target;
 }
 
 TEST(Allocation, AWorkerNeedsNoneForAFrame) {
@@ -121,11 +130,7 @@ TEST(Allocation, ASessionNeedsHardlyAny) {
   isTestsOwn = true;
   constexpr std::size_t kRounds = 20;
   TestServer server;
-  LiveTarget target;
-  target.host = "127.0.0.1";
-  target.port = server.port;
-  target.device = "TRUCK-7";
-  const auto session = LiveSession::start(target, 60, std::make_shared<Wake>(), false);
+  const auto session = LiveSession::start(targetAt(server), 60, std::make_shared<Wake>(), false);
   Peer peer = server.acceptRequest(81);
   peer.send(zeros(18));
   int before = 0;
@@ -144,6 +149,27 @@ TEST(Allocation, ASessionNeedsHardlyAny) {
     isTestsOwn = true;
   }
   EXPECT_LT(allocations - before, static_cast<int>(kFrames));
+  session->end();
+}
+
+TEST(Allocation, AFrameThatFindsNoneIsHeldAndToldAndTheNextKeyFrameShows) {
+  isTestsOwn = true;
+  TestServer server;
+  const auto session = LiveSession::start(targetAt(server), 60, std::make_shared<Wake>(), false);
+  Peer peer = server.acceptRequest(81);
+  const auto bytes = stream().frameBytes(0);
+  const std::string key = packet(true, 0, std::string(bytes.begin(), bytes.end()));
+  peer.send(zeros(18) + key);
+  ASSERT_TRUE(eventually([&] { return session->report().isReady; }));
+  refusedFrom = 100'000;
+  peer.send(packet(true, 0, std::string(100'000, 'x')));
+  ASSERT_TRUE(eventually([&] { return session->report().held == 1; }));
+  refusedFrom = SIZE_MAX;
+  EXPECT_EQ(session->report().status.state, LiveState::WaitingForKeyFrame);
+  EXPECT_EQ(session->report().status.reason, LiveReason::NoResources);
+  peer.send(key);
+  ASSERT_TRUE(eventually([&] { return session->report().decoded == 2; }));
+  EXPECT_EQ(session->report().status.state, LiveState::Live);
   session->end();
 }
 

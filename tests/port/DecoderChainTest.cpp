@@ -90,6 +90,21 @@ TEST_F(DecoderChainTest, DeviceThatFailsLaterIsReplacedAtTheNextKeyFrame) {
   EXPECT_EQ(chain->name(), "software");
 }
 
+// Its form of pictures is none that libavcodec offers for the stream; no device is asked.
+TEST_F(DecoderChainTest, DeviceThatCannotDoTheStreamIsReplaced) {
+  const AvBufferPtr device(av_hwdevice_ctx_alloc(AV_HWDEVICE_TYPE_VAAPI));
+  ASSERT_NE(device, nullptr);
+  const auto open = [&](const h264::ParameterSets& sets) {
+    return LibavDecoder::open(
+        {avcodec_find_decoder(AV_CODEC_ID_H264), device.get(), AV_PIX_FMT_MEDIACODEC}, sets);
+  };
+  const auto chain = DecoderChain::open({{"device", open}, {"software", software}},
+                                        *h264::ParameterSets::make(stream_.sps, stream_.pps));
+  EXPECT_EQ(chain->name(), "device");
+  EXPECT_TRUE(decode(*chain, 0));
+  EXPECT_EQ(chain->name(), "software");
+}
+
 TEST_F(DecoderChainTest, DeviceThatWorksStaysAndIsNotBlamedForADamagedUnit) {
   Device missing{.opens = false}, working{.goodUnits = 100};
   const auto chain = this->chain(missing, working);

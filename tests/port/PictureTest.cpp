@@ -145,6 +145,11 @@ TEST(ConverterTest, RgbFollowsTheMatrixAndTheRange) {
       CVPixelBufferRef picture = PictureConverter({.asDecoded = true}).convert(*frame);
       std::vector<std::uint8_t> rgb;
       ASSERT_TRUE(planarToRgb(picture, rgb));
+      std::vector<std::uint8_t> pairs;
+      ASSERT_TRUE(planarToNv12(picture, pairs));
+      ASSERT_EQ(pairs.size(), 64U * 64 * 3 / 2);
+      EXPECT_NEAR(pairs[0], full ? 171 : 180, 1);  // in video range, as above
+      EXPECT_NEAR(pairs[64 * 64], full ? 95 : 90, 1);
       CVPixelBufferRelease(picture);
       const double luma = full ? 180 / 255.0 : (180 - 16) / 219.0, depth = full ? 255 : 224;
       const double r = luma + 2 * (1 - red) * (200 - 128) / depth;
