@@ -30,6 +30,8 @@ int Server::connect(int descriptor) {
   errno = ECONNREFUSED;
   if (isOver()) return -1;
   if (script_[next_].kind % 16 == kRefused) return ++next_, -1;
+  isDeaf_ = script_[next_].kind % 16 == kUnsent;
+  if (isDeaf_) ++next_;
   int ends[2];
   require(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0);
   ::fcntl(ends[0], F_SETFL, ::fcntl(descriptor, F_GETFL));
@@ -89,6 +91,7 @@ void mendWire(Bytes& bytes) {
 extern "C" {
 
 ssize_t __real_read(int descriptor, void* out, std::size_t size);
+ssize_t __real_send(int descriptor, const void* data, std::size_t size, int flags);
 ssize_t __real_recv(int descriptor, void* out, std::size_t size, int flags);
 
 int __wrap_connect(int descriptor, const sockaddr* /*peer*/, socklen_t /*size*/) {
@@ -98,6 +101,15 @@ int __wrap_connect(int descriptor, const sockaddr* /*peer*/, socklen_t /*size*/)
 ssize_t __wrap_read(int descriptor, void* out, std::size_t size) {
   auto& server = quorvid::fuzz::server;
   return server.isAt(descriptor) ? server.read(out, size) : __real_read(descriptor, out, size);
+}
+
+ssize_t __wrap_send(int descriptor, const void* data, std::size_t size, int flags) {
+  const auto& server = quorvid::fuzz::server;
+  if (!server.isAt(descriptor) || !server.mayNotSend()) {
+    return __real_send(descriptor, data, size, flags);
+  }
+  errno = ECONNRESET;
+  return -1;
 }
 
 ssize_t __wrap_recv(int descriptor, void* out, std::size_t size, int flags) {

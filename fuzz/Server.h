@@ -1,5 +1,5 @@
 // Server: what stands in for a server, and for time, in a fuzzer linked with -Wl,--wrap of connect,
-// read, recv and clock_nanosleep.
+// send, read, recv and clock_nanosleep.
 //
 // A connection is a socket pair in the place of the caller's descriptor. What it reads there comes
 // straight out of records, no more with one read than one record has; a record's kind says what
@@ -16,8 +16,9 @@ namespace quorvid::fuzz {
 
 // A kind modulo 16; every other one: nothing but the next record.
 enum After : std::uint8_t {
-  kInterrupted = 10,  // the next read fails with EINTR
-  kClosed,            // the peer closes in order; what follows is for the next connection
+  kUnsent = 9,   // only as the first of a connection, without its bytes: nothing can be sent there
+  kInterrupted,  // the next read fails with EINTR
+  kClosed,       // the peer closes in order; what follows is for the next connection
   kReset,
   kSilent,  // nothing comes for so long that the read fails
   kStop,    // stop() is called inside the next read
@@ -38,6 +39,7 @@ class Server {
   // In the place of the system's functions; -1 with errno, as they have it.
   int connect(int descriptor);
   bool isAt(int descriptor) const { return descriptor == descriptor_; }
+  bool mayNotSend() const { return isDeaf_; }
   ssize_t read(void* out, std::size_t size);
 
  private:
@@ -49,6 +51,7 @@ class Server {
   int descriptor_ = -1, end_ = -1;
   std::size_t at_ = 0, left_ = 0;  // of the record before the next
   std::uint8_t after_ = 0;
+  bool isDeaf_ = false;
 };
 
 extern Server server;

@@ -22,6 +22,8 @@ KINDS = {
     "wide-422": ("80x48", "yuv422p", "bframes=0", "high422"),
     "deep": ("80x48", "yuv420p10le", "bframes=1", "high10"),
     "grey": ("80x48", "gray", "bframes=0:constrained-intra=1", "high"),
+    "wide-full": ("80x48", "yuvj422p", "bframes=0:colormatrix=smpte240m", "high422"),
+    "wide-full-444": ("64x48", "yuvj444p", "bframes=0:colormatrix=fcc", "high444"),
     "chroma-444": ("64x48", "yuv444p", "bframes=0:qp=0", "high444"),
 }
 
@@ -60,6 +62,22 @@ def laid_out(head, records):
     return bytes([head]) + b"".join(struct.pack("<BH", kind, len(rest)) + rest for kind, rest in pairs)
 
 
+def of_bits(header, *fields):
+    """A unit of fields as text of zeros and ones; "1" is a number that is 0."""
+    bits = "".join(fields) + "1"
+    return bytes([header]) + int(bits.ljust(-len(bits) // 8 * -8, "0"), 2).to_bytes(-(-len(bits) // 8), "big")
+
+
+def counted_by_differences():
+    """Order counts of type 1, which x264 doesn't write: each slice has two differences."""
+    sps = of_bits(0x67, f"{66:08b}", f"{0xC0:08b}", f"{30:08b}", "1", "1", "010", "0", "1", "1", "1", "010", "0",
+                  "00101", "00100", "1", "1", "0", "0")
+    pps = of_bits(0x68, "1", "1", "0", "1", "1", "1", "1", "000", "1", "1", "1", "0", "0", "0")
+    first = of_bits(0x65, "1", "0001000", "1", "0000", "1", "010", "011", "00", "1", "10" * 40)
+    later = of_bits(0x41, "1", "00110", "1", "0001", "011", "010", "0", "0", "0", "1", "10" * 40)
+    return sps, pps, first, later
+
+
 def h264_seeds(name, pictures):
     sps, pps = of_type(pictures[0], 7)[0], of_type(pictures[0], 8)[0]
     # A picture's slices go to a decoder together.
@@ -96,18 +114,20 @@ def reply(length, *rest, tag=b"3GAPV104"):
 
 
 def connection_seeds():
-    """kinds: 10 a signal, 11 the peer closes, 12 resets, 13 is silent, 14 the caller stops, 15 nobody listens."""
+    """kinds: 9 nothing can be sent, 10 a signal, 11 the peer closes, 12 resets, 13 is silent, 14 the caller stops, 15 nobody listens."""
     fleet = [bytes(18), packet(bytes(9)), packet(bytes(4), b"A"), packet(bytes(30))]
     car = [car_frame(number, b"frame", kind) for number, kind in ((1, 1), (2, 3), (4, 3), (5, 1), (6, 3))]
     car.insert(2, b"?" * 5)
     relay = reply(11, bytes(7), bytes([127, 0, 0, 1]), struct.pack("<i", 9))
-    ends = [(kind, b"") for kind in (10, 15, 11, 12, 13, 14)]
+    ends = [(kind, b"") for kind in (9, 10, 15, 11, 12, 13, 14)]
     for name, head, records in (("fleet", 0, fleet), ("car", 1, car), ("relay", 2, relay + [(11, b"")] + car)):
         often = [record for end in ends for record in [*records, end]]
         for flags in (0, 8, 16, 128, 224):
             yield f"workers/{name}-{flags}", laid_out(head | flags, often)
         yield f"probe/{name}", laid_out(head, records)
         yield f"probe/{name}-late", laid_out(head | 4, [record[:7] for record in records[:-1]])
+    for flags in (0, 16):
+        yield f"workers/relay-unsent{flags}", laid_out(2 | flags, [(9, b"")])
     devices = [struct.pack("<i", 2), record(b"TRUCK-7"), record(b"K\xc3\xb6ln\x1b[2J")]
     polls = [(kind, part) for kind in (0, 10, 11) for part in reply(8, *devices)]
     yield "workers/poll", laid_out(3, [*polls, (11, b""), *reply(8, *devices), (12, b"")])
@@ -123,11 +143,11 @@ def live_seeds(count):
     """Steps: 0 frames from..to, 1 one frame, 2 without a unit, 3 cut, 4 a foreign frame, 5 a lost connection."""
     steps = [(0, bytes([0, 5])), (1, b"\7"), (0, bytes([0, 3])), (2, bytes([4, 2])), (0, bytes([5, 9])), (5, b"\0"),
              (0, bytes([3, 6])), (0, bytes([0, 9])), (5, b"\1"), (2, bytes([0, 1])), (0, bytes([0, 9]))]
-    hostile = [(3, bytes([2, 90])), (4, CODE + b"\x67\x42\xc0\x1e\xda\x02\x80\xf6\x40"), (6, b"?")]
+    hostile = [(3, bytes([2, 90])), (4, CODE + b"\x67\x42\xc0\x1e\xda\x02\x80\xf6\x40"), (6, b"?"), (4, CODE + b"\x67?")]
     for stream in range(count):
         for head in range(4):
             yield f"live/{stream}-{head}", laid_out(stream << 2 | head, steps)
-        yield f"live/{stream}-hostile", laid_out(stream << 2 | stream & 1, [*steps[:3], *hostile, *steps])
+        yield f"live/{stream}-hostile", laid_out(stream << 2 | stream & 3, [*steps[:3], *hostile, *steps])
 
 
 def queue_seeds():
@@ -148,6 +168,8 @@ def seeds():
     for name, kind in KINDS.items():
         yield from h264_seeds(name, encoded(*kind))
     yield "h264_syntax/empty-units", laid_out(0, [b"", b"", b"\0\0\1" * 2 + CODE * 2 + b"\x65\x88"])
+    sps, pps, *slices = counted_by_differences()
+    yield "h264_syntax/differences", laid_out(0, [sps, pps, *((1, body) for body in slices)])
     yield from live_seeds(len(KINDS))
     yield from queue_seeds()
     yield from connection_seeds()

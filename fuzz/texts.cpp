@@ -36,6 +36,8 @@ void printText(std::string_view text, std::size_t rows, std::size_t columns) {
   for (std::string line; std::getline(lines, line);) {
     require(columnsOf(line) <= columns || line.starts_with("... and "));
   }
+  const std::string again = redrawn(visible);
+  require(again.starts_with("\033[H\033[2J") && again.find('\033', 7) == std::string::npos);
   // A device's name comes into reports as it is.
   for (const bool inOneLine : {false, true}) {
     require(Json::parse(textOf({{"device", std::string(text)}}, inOneLine)).contains("device"));
