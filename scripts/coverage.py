@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Says which lines of the code that reads a server's bytes were reached: coverage.py REASONS LCOV...
 
-Each LCOV file is one run, named after it: the tests, or a fuzzer's inputs. REASONS has a line for each line that none
-of them can reach: FILE | what stands there, or its beginning | why. Fails when an unreached line has no reason.
+Each LCOV file is one run, named after it: the tests, or a fuzzer's inputs. REASONS says of lines that none
+of them can reach: FILE | what stands there, or its beginning | why. It holds for the unreached lines right behind
+that one, too. Fails when an unreached line has no reason.
 """
 import pathlib
 import sys
@@ -46,19 +47,25 @@ def share(lines, room):
     return f"{100 * sum(reached) / len(reached):.1f}" if reached else "-"
 
 
+def goes_on(source, lines, path, before, number):
+    """Whether nothing but comments lies between the two lines."""
+    return all((path, between) not in lines and source[between - 1].strip() for between in range(before + 1, number))
+
+
 def unreached(lines, reasons):
-    """Prints them; how many have no reason."""
+    """Prints the first line of each run of them, whose reason holds for all; how many have no reason."""
     known = [[part.strip() for part in line.split("|", 2)] for line in reasons.read_text().splitlines()
              if line.count("|") > 1 and not line.startswith("#")]
-    strange = 0
-    for (path, number), is_reached in sorted(lines.items()):
-        if is_reached:
-            continue
-        text = (ROOT / path).read_text().splitlines()[number - 1].strip()
+    strange, last, why = 0, ("", 0), None
+    for path, number in sorted(place for place, is_reached in lines.items() if not is_reached):
+        source = (ROOT / path).read_text().splitlines()
+        text = source[number - 1].strip()
         reason = next((why for file, start, why in known if file == path and text.startswith(start)), None)
-        strange += reason is None
-        if text not in ("}", "") or reason is None:
-            print(f"{path}:{number}: {text[:60]:60} {reason or 'NO REASON'}")
+        if last[0] != path or not goes_on(source, lines, path, last[1], number):
+            why = reason
+            print(f"{path}:{number}: {text[:60]:60} {why or 'NO REASON'}")
+        strange += why is None
+        last = path, number
     return strange
 
 
@@ -66,14 +73,18 @@ def main():
     if len(sys.argv) < 3:
         sys.exit(__doc__)
     runs = {pathlib.Path(name).stem: read(name) for name in sys.argv[2:]}
-    runs = {"all": {}} | {name: runs[name] for name in sorted(runs, key=lambda name: (name != "tests", name))}
-    for name, lines in list(runs.items())[1:]:
+    together = {"all": {}, "fuzzers": {}}
+    for name, lines in runs.items():
         for place, is_reached in lines.items():
-            runs["all"][place] = is_reached or runs["all"].get(place, False)
+            for sum_of in ("all",) if name == "tests" else together:
+                together[sum_of][place] = is_reached or together[sum_of].get(place, False)
+    runs = together | {name: runs[name] for name in sorted(runs, key=lambda name: (name != "tests", name))}
     print(f"{'% of the lines with code':24}{'lines':>7}" + "".join(f"{name:>13}" for name in runs))
     for room in ROOMS:
         count = sum(room_of(path) == room for path, _ in runs["all"])
         print(f"{room:24}{count:7}" + "".join(f"{share(lines, room):>13}" for lines in runs.values()))
+    reached = (sum(lines.values()) for lines in runs.values())
+    print(f"{'lines reached':24}{len(runs['all']):7}" + "".join(f"{count:>13}" for count in reached))
     print()
     strange = unreached(runs["all"], pathlib.Path(sys.argv[1]))
     if strange > 0:
