@@ -18,6 +18,7 @@ std::string nowText() {
 
 void setTexts(GtkDropDown* choice, const std::vector<std::string>& texts) {
   std::vector<const char*> rows;
+  rows.reserve(texts.size() + 1);
   for (const std::string& text : texts) rows.push_back(text.c_str());
   rows.push_back(nullptr);
   const ObjectPtr<GtkStringList> list(gtk_string_list_new(rows.data()));

@@ -98,6 +98,7 @@ bool Probe::start(const LiveTarget& target, Done done) {
   }
   const std::vector<std::string> words = argumentsFor(target);
   std::vector<const char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (const std::string& word : words) arguments.push_back(word.c_str());
   arguments.push_back(nullptr);
   GError* failed = nullptr;
