@@ -136,13 +136,18 @@ void MainWindow::showServer() {
 }
 
 void MainWindow::say(const std::string& sentence) {
-  AdwToast* const toast = adw_toast_new(taken(g_markup_escape_text(sentence.c_str(), -1)).c_str());
+  AdwToast* const toast = adw_toast_new("");
+  GtkWidget* const words = gtk_label_new(sentence.c_str());
+  gtk_label_set_wrap(GTK_LABEL(words), TRUE);
+  gtk_label_set_wrap_mode(GTK_LABEL(words), PANGO_WRAP_WORD_CHAR);
+  gtk_label_set_xalign(GTK_LABEL(words), 0);
+  adw_toast_set_custom_title(toast, words);
   adw_toast_overlay_add_toast(ui_.get<AdwToastOverlay>("toasts"), toast);
 }
 
 // True keeps the window.
 bool MainWindow::askBeforeClosing() {
-  const std::size_t count = recordings_.underWay().size();
+  const std::size_t count = recordings_.all().size();
   if (count == 0 || mayClose_) return false;
   GtkWidget* const question = adw_message_dialog_new(
       window(), trn("{} Recording Is Under Way", "{} Recordings Are Under Way", count).c_str(),
@@ -164,7 +169,7 @@ bool MainWindow::askBeforeClosing() {
 // The computer doesn't go to sleep over a recording; the screen may, but for a kiosk's.
 void MainWindow::keepAwake() {
   GtkApplication* const app = gtk_window_get_application(window());
-  const bool records = !recordings_.underWay().empty();
+  const bool records = !recordings_.all().empty();
   if (records && inhibition_ == 0) {
     inhibition_ = gtk_application_inhibit(app, window(), GTK_APPLICATION_INHIBIT_SUSPEND,
                                           tr("Cameras are recorded"));
@@ -188,6 +193,7 @@ void MainWindow::beginKiosk(const StartOptions& options) {
   adw_leaflet_set_can_navigate_back(ui_.get<AdwLeaflet>("leaflet"), FALSE);
   const ObjectPtr<GdkCursor> none(gdk_cursor_new_from_name("none", nullptr));
   gtk_widget_set_cursor(GTK_WIDGET(window()), none.get());
+  gtk_widget_add_css_class(GTK_WIDGET(window()), "kiosk");
   gtk_window_fullscreen(window());
   desk_.serverChanged.add([this, options] {
     if (!desk_.server() || wall_.beginKiosk(options.kiosk, options.pageSeconds)) return;

@@ -2,6 +2,8 @@
 // servers without their passwords, the layouts of each, where recordings go. Main thread.
 #pragma once
 
+#include <glib.h>
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,8 +11,6 @@
 
 #include "apps/desk/model/Layout.h"
 #include "apps/desk/model/Server.h"
-
-typedef struct _GKeyFile GKeyFile;
 
 namespace quorvid::desk {
 
