@@ -45,6 +45,7 @@ class StreamFile {
   void write(const std::uint8_t* frame, std::size_t length, double seconds, bool isKey);
   // Finishes the file. Throws Failure when something of it can't be written.
   void close();
+  const std::string& name() const { return fileName_; }
   std::int64_t bytes() const { return wholeBytes_; }
   // How large the file can become at most when this frame is written too and the file is finished.
   std::int64_t bytesAtMostWith(const std::uint8_t* frame, std::size_t length) const;
