@@ -30,16 +30,17 @@ void askForIdentifier(GtkWindow* parent, LivePath path,
   gtk_box_append(GTK_BOX(box), trouble);
   adw_message_dialog_set_extra_child(dialog, box);
 
-  const auto text = [entry] { return std::string(gtk_editable_get_text(GTK_EDITABLE(entry))); };
-  on<void(GtkEditable*)>(entry, "changed", [=](auto) {
-    const std::string id = text();
-    const std::string why = troubleWithDevice(path, id);
-    gtk_label_set_label(GTK_LABEL(trouble), id.empty() ? "" : why.c_str());
+  // The entry may have gone when the answer comes.
+  const auto id = std::make_shared<std::string>();
+  on<void(GtkEditable*)>(entry, "changed", [=](GtkEditable* editable) {
+    *id = gtk_editable_get_text(editable);
+    const std::string why = troubleWithDevice(path, *id);
+    gtk_label_set_label(GTK_LABEL(trouble), id->empty() ? "" : why.c_str());
     adw_message_dialog_set_response_enabled(dialog, "add", why.empty() ? TRUE : FALSE);
   });
   on<void(AdwMessageDialog*, const char*)>(
-      dialog, "response", [text, added = std::move(added)](auto, const char* response) {
-        if (std::string(response) == "add") added(text());
+      dialog, "response", [id, added = std::move(added)](auto, const char* response) {
+        if (std::string(response) == "add") added(*id);
       });
   gtk_window_present(GTK_WINDOW(widget));
   gtk_widget_grab_focus(entry);

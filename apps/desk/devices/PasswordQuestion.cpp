@@ -38,19 +38,22 @@ void askForPassword(GtkWindow* parent, const Server& server, const std::string& 
   gtk_box_append(GTK_BOX(box), keep);
   adw_message_dialog_set_extra_child(dialog, box);
 
-  const auto text = [entry] { return std::string(gtk_editable_get_text(GTK_EDITABLE(entry))); };
-  on<void(GtkEditable*)>(entry, "changed", [=](auto) {
-    const bool fits = text().size() <= kLongestPassword;
+  // The entries may have gone when the answer comes.
+  const auto answer = std::make_shared<GivenPassword>();
+  on<void(GtkEditable*)>(entry, "changed", [=](GtkEditable* editable) {
+    answer->password = gtk_editable_get_text(editable);
+    const bool fits = answer->password.size() <= kLongestPassword;
     adw_message_dialog_set_response_enabled(dialog, "use", fits ? TRUE : FALSE);
     const std::string title =
         fits ? tr("Password") : trf("Password, {} bytes at most", kLongestPassword);
     adw_preferences_row_set_title(ADW_PREFERENCES_ROW(entry), title.c_str());
   });
+  on<void(GtkCheckButton*)>(keep, "toggled", [answer](GtkCheckButton* button) {
+    answer->isToBeKept = gtk_check_button_get_active(button) != 0;
+  });
   on<void(AdwMessageDialog*, const char*)>(
-      dialog, "response",
-      [text, keep, mayBeKept, given = std::move(given)](auto, const char* response) {
-        const bool isKept = mayBeKept && gtk_check_button_get_active(GTK_CHECK_BUTTON(keep)) != 0;
-        if (std::string(response) == "use") given({text(), isKept});
+      dialog, "response", [answer, given = std::move(given)](auto, const char* response) {
+        if (std::string(response) == "use") given(*answer);
       });
   gtk_window_present(GTK_WINDOW(dialog));
   gtk_widget_grab_focus(entry);
