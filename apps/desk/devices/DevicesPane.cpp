@@ -86,7 +86,8 @@ void DevicesPane::showTrouble() {
   adw_status_page_set_description(status,
                                   taken(g_markup_escape_text(sentence.c_str(), -1)).c_str());
   gtk_widget_set_visible(ui_.get("again"), isListed ? TRUE : FALSE);
-  const bool hasWarning = isListed && outcome_ != QueryOutcome::Complete;
+  const bool hasWarning =
+      isListed && outcome_ != QueryOutcome::Complete && !desk_.devices().empty();
   gtk_label_set_label(ui_.get<GtkLabel>("warning_text"), sentence.c_str());
   gtk_widget_set_visible(ui_.get("warning"), hasWarning ? TRUE : FALSE);
 }
