@@ -32,8 +32,6 @@ struct WallState {
   void step(int by);
   // Empty tiles at the end go, and the page is one that there is.
   void settle();
-
-  friend bool operator==(const WallState&, const WallState&) = default;
 };
 
 }  // namespace quorvid::desk
