@@ -102,8 +102,8 @@ void Tile::play(ViewHost& host) {
   if (!camera_ || view_ != nullptr || !desk_.server()) return;
   view_ = LiveView::initWithFrame(frame_, options_);
   if (view_ == nullptr) return;
-  host.contentView()->addSubview(view_);
-  view_->setVisible(seen_);
+  root_ = host.contentView();
+  place(frame_, seen_);
   view_->setStatusHandler([this](const LiveStatus&) { tell(); });
   view_->connect(desk_.target(*camera_));
   // Behind GTK's own drawing, which many pictures would hold up otherwise.
@@ -122,15 +122,19 @@ void Tile::stop() {
   watch_.stop();  // before its descriptor
   if (view_ == nullptr) return;
   view_->setStatusHandler(nullptr);
-  view_->removeFromSuperview();
+  if (view_->superview() != nullptr) view_->removeFromSuperview();
   view_.reset();
+  root_.reset();
 }
 
+// What is not seen stands in no tree: its last picture would be drawn where it stood.
 void Tile::place(const CGRect& frame, bool seen) {
   frame_ = frame;
   seen_ = seen;
   if (view_ == nullptr) return;
   view_->setFrame(frame);
+  if (seen && view_->superview() == nullptr) root_->addSubview(view_);
+  if (!seen && view_->superview() != nullptr) view_->removeFromSuperview();
   if (view_->isVisible() != seen) view_->setVisible(seen);
 }
 

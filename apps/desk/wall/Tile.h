@@ -64,7 +64,8 @@ class Tile {
   Ui ui_{"Tile"};
   std::optional<Camera> camera_;
   std::shared_ptr<LiveView> view_;
-  Source watch_;  // of the view's descriptor
+  std::shared_ptr<UIView> root_;  // the host's
+  Source watch_;                  // of the view's descriptor
   LiveOptions options_;
   CGRect frame_{};
   bool seen_ = true;

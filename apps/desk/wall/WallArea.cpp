@@ -2,6 +2,8 @@
 
 #include <epoxy/gl.h>
 
+#include <utility>
+
 namespace quorvid::desk {
 
 namespace {
@@ -12,25 +14,19 @@ constexpr gint64 kUnansweredMicroseconds = 1500000;
 
 }  // namespace
 
-WallArea::WallArea(GtkGLArea* area, Calls calls) : area_(area), calls_(std::move(calls)) {
-  gtk_gl_area_set_auto_render(area, FALSE);  // a new text needs no new picture
-  on<void(GtkWidget*)>(area, "realize", [this](auto) { realize(); });
-  on<void(GtkWidget*)>(area, "unrealize", [this](auto) { unrealize(); });
-  on<void(GtkWidget*)>(area, "map", [this](auto) { turnSoon(); });
-  on<void(GtkWidget*)>(area, "unmap", [this](auto) { tellVisible(); });
-  // Comes while the area draws; until the turn the former picture is stretched.
-  on<void(GtkGLArea*, gint, gint)>(area, "resize", [this](auto, auto, auto) { turnSoon(); });
-  on<gboolean(GtkGLArea*, GdkGLContext*)>(
-      area, "render", [this](auto, auto) -> gboolean { return render() ? TRUE : FALSE; });
+WallArea::WallArea(Calls calls)
+    : calls_(std::move(calls)),
+      canvas_(Canvas::make({[this] { begin(); }, [this] { end(); },
+                            [this](int width, int height) { return draw(width, height); }})) {
+  on<void(GtkWidget*)>(widget(), "map", [this](auto) { turnSoon(); });
+  on<void(GtkWidget*)>(widget(), "unmap", [this](auto) { tellVisible(); });
 }
 
 WallArea::~WallArea() {
-  unrealize();
+  canvas_->end();
 }
 
-void WallArea::realize() {
-  gtk_gl_area_make_current(area_);
-  if (gtk_gl_area_get_error(area_) != nullptr) return;  // the area shows it
+void WallArea::begin() {
   host_ = ViewHost::create();
   host_->useCurrentDisplay();
   watchSurface();
@@ -38,20 +34,18 @@ void WallArea::realize() {
   turnSoon();
 }
 
-void WallArea::unrealize() {
-  if (host_ == nullptr) return;
+void WallArea::end() {
   timer_.stop();
   soon_.stop();
-  if (surface_ != nullptr) g_signal_handler_disconnect(surface_, stateWatch_);
+  g_signal_handler_disconnect(surface_, stateWatch_);
   surface_ = nullptr;
-  gtk_gl_area_make_current(area_);
   calls_.end();
   host_->release();
   host_.reset();
 }
 
 void WallArea::watchSurface() {
-  surface_ = gtk_native_get_surface(gtk_widget_get_native(GTK_WIDGET(area_)));
+  surface_ = gtk_native_get_surface(gtk_widget_get_native(widget()));
   stateWatch_ = on<void(GdkSurface*, GParamSpec*)>(surface_, "notify::state",
                                                    [this](auto, auto) { tellVisible(); });
 }
@@ -63,7 +57,7 @@ void WallArea::tellVisible() {
   unseen |= GDK_TOPLEVEL_STATE_SUSPENDED;
 #endif
   const bool shown = (gdk_toplevel_get_state(GDK_TOPLEVEL(surface_)) & unseen) == 0;
-  const bool mapped = gtk_widget_get_mapped(GTK_WIDGET(area_)) != 0;
+  const bool mapped = gtk_widget_get_mapped(widget()) != 0;
   host_->setVisible(shown && mapped && !covered_);
 }
 
@@ -84,36 +78,32 @@ void WallArea::turn() {
   const gint64 now = g_get_monotonic_time();
   covered_ = asked_ != 0 && now - asked_ > kUnansweredMicroseconds;
   tellVisible();
-  const int width = gtk_widget_get_width(GTK_WIDGET(area_));
-  const int height = gtk_widget_get_height(GTK_WIDGET(area_));
-  host_->resize(width, height, gtk_widget_get_scale_factor(GTK_WIDGET(area_)));
+  const int width = gtk_widget_get_width(widget());
+  const int height = gtk_widget_get_height(widget());
+  const double scale = gtk_widget_get_scale_factor(widget());
+  // A wall of another size is drawn anew, whether a picture came or not.
+  const std::pair<int, int> size(width, height);
+  const bool isResized = size != std::exchange(size_, size);
+  host_->resize(width, height, scale);
   calls_.arrange();
   calls_.begin();
   host_->refresh();
-  if (host_->needsComposite() && gtk_widget_get_mapped(GTK_WIDGET(area_)) != 0) {
+  if ((isResized || host_->needsComposite()) && gtk_widget_get_mapped(widget()) != 0) {
     if (asked_ == 0) asked_ = now;
-    gtk_gl_area_queue_render(area_);
+    canvas_->queueDraw();
   }
   turning_ = false;
 }
 
-bool WallArea::render() {
+std::string WallArea::draw(int width, int height) {
   asked_ = 0;
   if (covered_) turnSoon();
-  if (host_ == nullptr) return false;
   ++drawn_;
-  const int scale = gtk_widget_get_scale_factor(GTK_WIDGET(area_));
-  const int width = scale * gtk_widget_get_width(GTK_WIDGET(area_));
-  const int height = scale * gtk_widget_get_height(GTK_WIDGET(area_));
   glClearColor(0.10F, 0.115F, 0.13F, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   std::string why;
-  if (!host_->composite(0, 0, width, height, &why)) {
-    const ErrorPtr error(
-        g_error_new_literal(GDK_GL_ERROR, GDK_GL_ERROR_NOT_AVAILABLE, why.c_str()));
-    gtk_gl_area_set_error(area_, error.get());
-  }
-  return true;
+  host_->composite(0, 0, width, height, &why);
+  return why;
 }
 
 }  // namespace quorvid::desk

@@ -15,14 +15,14 @@ WallPane::WallPane(Desk& desk, Recordings& recordings)
     : desk_(desk),
       recordings_(recordings),
       grid_(ui_.get<GtkGrid>("grid"), [this](int index) { return makeTile(index); }),
-      area_(ui_.get<GtkGLArea>("area"),
-            {[this] { arrange(); }, [this] { grid_.playAll(*area_.host()); },
+      area_({[this] { arrange(); }, [this] { grid_.playAll(*area_.host()); },
              [this] { grid_.stopAll(); }}),
       menu_(desk,
             {[this](const Layout& layout) { useLayout(layout); }, [this] { return shown_.layout; },
              [this] {
                useLayout({shown_.layout.columns, {}});
              }}) {
+  gtk_overlay_set_child(ui_.get<GtkOverlay>("overlay"), area_.widget());
   gtk_overlay_set_measure_overlay(ui_.get<GtkOverlay>("overlay"), ui_.get("grid"), TRUE);
   desk_.serverChanged.add([this] { serverChanged(); });
   desk_.devicesChanged.add([this] { grid_.tellAll(); });
@@ -159,7 +159,7 @@ void WallPane::arrange() {
   GtkAdjustment* const position =
       gtk_scrolled_window_get_vadjustment(ui_.get<GtkScrolledWindow>("scroller"));
   const double top = gtk_adjustment_get_value(position);
-  grid_.place(ui_.get("area"), top, top + gtk_adjustment_get_page_size(position));
+  grid_.place(area_.widget(), top, top + gtk_adjustment_get_page_size(position));
 }
 
 void WallPane::recordAll() {

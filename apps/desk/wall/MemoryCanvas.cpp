@@ -1,0 +1,95 @@
+#include "apps/desk/wall/MemoryCanvas.h"
+
+#include <epoxy/gl.h>
+
+#include <cstring>
+
+namespace quorvid::desk {
+
+MemoryCanvas::MemoryCanvas(Calls calls) : calls_(std::move(calls)) {
+  gtk_picture_set_content_fit(picture_, GTK_CONTENT_FIT_FILL);
+  gtk_picture_set_can_shrink(picture_, TRUE);
+  on<void(GtkWidget*)>(picture_, "realize", [this](auto) { begin(); });
+  on<void(GtkWidget*)>(picture_, "unrealize", [this](auto) { end(); });
+}
+
+void MemoryCanvas::begin() {
+  GdkSurface* const surface = gtk_native_get_surface(gtk_widget_get_native(widget()));
+  GError* failed = nullptr;
+  context_.reset(gdk_surface_create_gl_context(surface, &failed));
+  if (context_ == nullptr || gdk_gl_context_realize(context_.get(), &failed) == 0) {
+    const ErrorPtr error(failed);
+    g_warning("no OpenGL for the pictures: %s", failed->message);
+    context_.reset();
+    return;
+  }
+  gdk_gl_context_make_current(context_.get());
+  glGenFramebuffers(1, &framebuffer_);
+  glGenRenderbuffers(1, &storage_);
+  calls_.begin();
+}
+
+void MemoryCanvas::end() {
+  if (tick_ != 0) gtk_widget_remove_tick_callback(widget(), std::exchange(tick_, 0));
+  if (context_ == nullptr) return;
+  gdk_gl_context_make_current(context_.get());
+  calls_.end();
+  glDeleteFramebuffers(1, &framebuffer_);
+  glDeleteRenderbuffers(1, &storage_);
+  width_ = height_ = 0;
+  gdk_gl_context_clear_current();
+  context_.reset();
+}
+
+void MemoryCanvas::queueDraw() {
+  if (tick_ != 0 || context_ == nullptr) return;
+  const auto tick = [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
+    auto* const self = static_cast<MemoryCanvas*>(data);
+    self->tick_ = 0;
+    self->draw();
+    return G_SOURCE_REMOVE;
+  };
+  tick_ = gtk_widget_add_tick_callback(widget(), tick, this, nullptr);
+}
+
+void MemoryCanvas::draw() {
+  const int scale = gtk_widget_get_scale_factor(widget());
+  gdk_gl_context_make_current(context_.get());
+  resize(scale * gtk_widget_get_width(widget()), scale * gtk_widget_get_height(widget()));
+  if (width_ < 1 || height_ < 1) return;
+  glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
+  const std::string why = calls_.draw(width_, height_);
+  if (!why.empty()) return g_warning("%s", why.c_str());
+  read();
+}
+
+void MemoryCanvas::resize(int width, int height) {
+  if (width == width_ && height == height_) return;
+  width_ = width;
+  height_ = height;
+  if (width < 1 || height < 1) return;
+  glBindRenderbuffer(GL_RENDERBUFFER, storage_);
+  glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, width, height);
+  glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
+  glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, storage_);
+}
+
+// The window's pixels are blue, green, red, alpha in memory, rows from the top down.
+void MemoryCanvas::read() {
+  const std::size_t stride = static_cast<std::size_t>(width_) * 4;
+  const std::size_t size = stride * height_;
+  rows_.resize(size);
+  glPixelStorei(GL_PACK_ALIGNMENT, 4);
+  glReadPixels(0, 0, width_, height_, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, rows_.data());
+  auto* const pixels = static_cast<unsigned char*>(g_malloc(size));
+  for (int row = 0; row < height_; ++row) {
+    std::memcpy(pixels + row * stride, rows_.data() + (height_ - 1 - row) * stride, stride);
+  }
+  GBytes* const bytes = g_bytes_new_take(pixels, size);
+  const ObjectPtr<GdkTexture> texture(
+      gdk_memory_texture_new(width_, height_, GDK_MEMORY_B8G8R8A8_PREMULTIPLIED, bytes, stride));
+  g_bytes_unref(bytes);
+  gtk_picture_set_paintable(picture_, GDK_PAINTABLE(texture.get()));
+}
+
+}  // namespace quorvid::desk
