@@ -4,6 +4,7 @@
 
 #include "apps/desk/model/CameraText.h"
 #include "apps/desk/wall/StateWords.h"
+#include "apps/desk/wall/TileBox.h"
 
 namespace quorvid::desk {
 
@@ -19,6 +20,7 @@ constexpr Shape kShapes[] = {{"own", 0}, {"4:3", 4.0 / 3}, {"16:9", 16.0 / 9}, {
 
 Tile::Tile(Desk& desk, Recordings& recordings, TileCalls calls)
     : desk_(desk), recordings_(recordings), calls_(std::move(calls)) {
+  box_.reset(static_cast<GtkWidget*>(g_object_ref_sink(makeTileBox(ui_.get("tile")))));
   options_.greyWhenStill = true;
   addActions();
   addDragging();

@@ -30,7 +30,7 @@ class Tile {
   Tile(const Tile&) = delete;
   Tile& operator=(const Tile&) = delete;
 
-  GtkWidget* widget() const { return ui_.get("tile"); }
+  GtkWidget* widget() const { return box_.get(); }
   // Where the picture is.
   GtkWidget* picture() const { return ui_.get("picture"); }
   const std::optional<Camera>& camera() const { return camera_; }
@@ -62,6 +62,7 @@ class Tile {
   Recordings& recordings_;
   const TileCalls calls_;
   Ui ui_{"Tile"};
+  ObjectPtr<GtkWidget> box_;  // around it
   std::optional<Camera> camera_;
   std::shared_ptr<LiveView> view_;
   std::shared_ptr<UIView> root_;  // the host's
