@@ -86,6 +86,8 @@ void MainWindow::followWidth() {
     gtk_widget_set_visible(ui_.get("back"), folded ? TRUE : FALSE);
     adw_header_bar_set_show_start_title_buttons(ui_.get<AdwHeaderBar>("header"), folded);
     adw_header_bar_set_show_end_title_buttons(ui_.get<AdwHeaderBar>("sidebar_header"), folded);
+    folded ? gtk_widget_add_css_class(GTK_WIDGET(window()), "folded")
+           : gtk_widget_remove_css_class(GTK_WIDGET(window()), "folded");
     wall_.setNarrow(folded && !isKiosk_);
   };
   on<void(AdwLeaflet*, GParamSpec*)>(leaflet, "notify::folded", follow);

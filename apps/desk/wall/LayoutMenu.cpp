@@ -1,5 +1,7 @@
 #include "apps/desk/wall/LayoutMenu.h"
 
+#include "apps/desk/toolkit/Rows.h"
+
 namespace quorvid::desk {
 
 namespace {
@@ -54,6 +56,7 @@ GtkWidget* LayoutMenu::rowOf(const std::string& name) {
   GtkWidget* const forget = gtk_button_new_from_icon_name("user-trash-symbolic");
   const std::string label = trf("Forget the Layout {}", name);
   gtk_widget_set_tooltip_text(forget, label.c_str());
+  setAccessibleLabel(forget, label.c_str());
   gtk_widget_set_valign(forget, GTK_ALIGN_CENTER);
   gtk_widget_add_css_class(forget, "flat");
   on<void(GtkButton*)>(forget, "clicked", [this, name](auto) {
