@@ -38,7 +38,7 @@ def until(what, condition, seconds=PATIENCE):
         if time.monotonic() > end:
             shot("failed")
             raise AssertionError(f"not within {seconds} s: {what}")
-        time.sleep(0.05)
+        time.sleep(0.2)  # looking costs the program time, too
 
 
 def xdotool(*words):

@@ -3,11 +3,14 @@
 import glob
 import json
 import os
+import re
 import subprocess
 import sys
 import time
 
 from desk_driver import BUTTONS, MADE_UP, Desk, name_of, shot, until
+
+LIVE = "(Live|Late)"  # late is what a machine under load may be
 
 
 def first_steps(desk):
@@ -20,9 +23,9 @@ def first_steps(desk):
 
 
 def all_live(desk, count=4):
-    until(f"{count} live tiles", lambda: desk.states().count("live") == count)
+    until(f"{count} live tiles", lambda: sum(state in ("live", "late") for state in desk.states()) == count)
     for camera in range(1, 5 if count == 4 else 3):
-        desk.see(rf"Truck 1.*{camera}: Live.*", "panel")
+        desk.see(rf"Truck 1.*{camera}: {LIVE}.*", "panel")
 
 
 def seconds_recorded(desk):
@@ -33,16 +36,16 @@ def seconds_recorded(desk):
 
 def record(desk, films):
     """Ten seconds of camera 1, and a snapshot of it; returns the time from the first key to the last."""
-    desk.click(r"Truck 1.*1: Live.*", "panel")
+    desk.click(rf"Truck 1.*1: {LIVE}.*", "panel")
     began = time.monotonic()
     desk.key("shift+r")
     until("a dot with ten seconds beside it", lambda: seconds_recorded(desk) >= 10)
-    desk.see(r"Truck 1.*1: Live, recording", "panel")
+    desk.see(rf"Truck 1.*1: {LIVE}, recording", "panel")
     desk.key("s")
     until("a snapshot's file", lambda: glob.glob(f"{films}/*.png"))
     shot("recording")
     desk.key("shift+r")
-    desk.see(r"Truck 1.*1: Live", "panel")
+    desk.see(rf"Truck 1.*1: {LIVE}", "panel")
     return time.monotonic() - began
 
 
@@ -79,7 +82,7 @@ def panes(desk):
         desk.see(rf"TRUCK-7-ch1-.*[.]{kind}", "list item")
     shot("recordings")
     desk.key("alt+1")
-    desk.click(r"Truck 1.*1: Live", "panel")
+    desk.click(rf"Truck 1.*1: {LIVE}", "panel")
     desk.key("Menu")
     until("a menu", lambda: len(desk.windows()) > 1)
     desk.key("x")
@@ -107,7 +110,7 @@ def walk(desk):
 
     nameless += [f"{node.get_description()} {[name_of(part) for part in desk.nodes(node)]}" for node in desk.nodes()
                  if node.get_role_name() in BUTTONS | {"entry"} and is_nameless(node)]
-    assert sum("Live" in place for place in places.values()) == 4, "not every tile has the keyboard"
+    assert sum(bool(re.search(LIVE, place)) for place in places.values()) == 4, "not every tile has the keyboard"
     assert len(places) > 15 and not nameless, nameless
 
 
@@ -132,7 +135,7 @@ def at_a_desk(build, folder):
 
     desk = Desk(build, folder)
     all_live(desk)
-    desk.click(r"Truck 1.*2: Live.*", "panel")
+    desk.click(rf"Truck 1.*2: {LIVE}.*", "panel")
     desk.key("shift+r")
     until("a running time", lambda: seconds_recorded(desk) >= 1)
     desk.key("ctrl+q")
@@ -172,18 +175,18 @@ def in_the_hand(build, folder):
     shot("phone-list")
     desk.click("Truck 1", "list item")
     all_live(desk, 3)  # the fourth is out of sight
-    tiles = [desk.middle(desk.see(rf"Truck 1.*{n}: Live.*", "panel"))[2] for n in (1, 2)]
+    tiles = [desk.middle(desk.see(rf"Truck 1.*{n}: {LIVE}.*", "panel"))[2] for n in (1, 2)]
     assert len({tile.x for tile in tiles}) == 1 and tiles[0].y < tiles[1].y, "not one below the other"
     small |= small_targets(desk)
     shot("phone-cameras")
-    desk.click(r"Truck 1.*1: Live.*", "panel")
+    desk.click(rf"Truck 1.*1: {LIVE}.*", "panel")
     desk.key("Down", "Up", "Return")
-    until("one enlarged", lambda: not desk.find(r"Truck 1.*2: .*", "panel"))
+    until("one enlarged", lambda: not desk.find(rf"Truck 1.*2: .*", "panel"))
     shot("phone-enlarged")
     desk.key("Page_Down")
-    desk.see(r"Truck 1.*2: Live.*", "panel")
+    desk.see(rf"Truck 1.*2: {LIVE}.*", "panel")
     desk.key("Escape")
-    desk.see(r"Truck 1.*1: Live.*", "panel")
+    desk.see(rf"Truck 1.*1: {LIVE}.*", "panel")
     desk.click("Back", "push button")
     desk.see("Truck 2", "list item")
     assert not small, f"too small for a finger: {small}"
