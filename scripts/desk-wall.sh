@@ -4,6 +4,7 @@
 #   scripts/desk-wall.sh costs [--rounds N] [--seconds S]    beside `quorvid view` with the same streams
 #   scripts/desk-wall.sh faults [--short] [--seconds S]      each fault of the simulator for S seconds; fails where a
 #                                                            tile does not come back, or memory grows; ten minutes
+#   scripts/desk-wall.sh pictures                            those of the documentation; needs xdotool
 #
 # BUILD in the environment: another build folder, which is not built.
 set -euo pipefail

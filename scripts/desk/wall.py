@@ -84,29 +84,29 @@ class Program:
         with open(f"/proc/{self.process.pid}/smaps_rollup", encoding="ascii") as file:
             return next(int(line.split()[1]) for line in file if line.startswith("Rss:")) / 1024
 
-    def all_live(self):
-        tiles = self.tiles()
-        return len(tiles) == len(DEVICES) * CAMERAS and all(tile["state"] == "live" for tile in tiles)
-
-    def wait_live(self, seconds):
-        """Seconds until all tiles are live; None where they are not in time, or the program ended."""
+    def wait_tiles(self, count, seconds):
+        """Seconds until so many tiles are live; None where they are not in time, or the program ended."""
         start = time.monotonic()
         while time.monotonic() - start < seconds and self.process.poll() is None:
-            if self.all_live():
+            if sum(tile["state"] == "live" for tile in self.tiles()) >= count:
                 return time.monotonic() - start
             time.sleep(0.2)
         return None
+
+    def wait_live(self, seconds):
+        return self.wait_tiles(len(DEVICES) * CAMERAS, seconds)
 
     def stop(self):
         self.process.send_signal(signal.SIGTERM)
         return self.process.wait(30)
 
 
-def desk(options, simulator, screen, home):
-    tiles = ";".join(f"{channel}/{device}" for device in DEVICES for channel in range(CAMERAS))
+def desk(options, simulator, screen, home, instead=None):
+    cameras = [(device, channel) for device in DEVICES for channel in range(CAMERAS)]
+    tiles = ";".join(f"{channel}/{(instead or {}).get((device, channel), device)}" for device, channel in cameras)
     settings = f"{home}/desk.ini"
     with open(settings, "w", encoding="utf-8") as file:
-        file.write(f"[program]\nserver=S\n[server S]\nname=Nine\nhost=127.0.0.1\npath=fleet\n"
+        file.write(f"[program]\nserver=S\n[server S]\nname=City Depot\nhost=127.0.0.1\npath=fleet\n"
                    f"list-port={simulator.ports['list']}\nvideo-port={simulator.ports['fleet']}\n"
                    f"[layout S]\ncolumns=3\ntiles={tiles};\n")
     return Program([f"{options.build}/quorvid-desk", "--settings", settings, "--stats"], screen.environment(home))
@@ -193,9 +193,51 @@ def faults(options, simulator, home):
     return 1 if wrong or status != 0 or grown > 1.1 else 0
 
 
+def grab(screen, file, edge):
+    """The screen without the window's edge, which is a shadow where nothing mixes windows."""
+    subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-draw_mouse", "0", "-i", screen.name, "-frames:v", "1", "-vf",
+                    f"crop=iw-{2 * edge}:ih-{2 * edge}", file], check=True, env={**os.environ, "DISPLAY": screen.name})
+
+
+def press(screen, *words):
+    subprocess.run(["xdotool", *words], check=True, env={**os.environ, "DISPLAY": screen.name})
+    time.sleep(1.5)
+
+
+def pictures_of(options, simulator, home):
+    """For the documentation: the wall with two cameras that are gone, and a phone's list and cameras."""
+    gone = {("BUS-2", 0): "VAN-9", ("TRAM-3", 2): "VAN-9"}
+    screen = Screen("1180x720x24")
+    program = desk(options, simulator, screen, home, gone)
+    program.wait_tiles(len(DEVICES) * CAMERAS - len(gone), 60)
+    time.sleep(3)
+    grab(screen, f"{options.folder}/desk-wall.png", 4)
+    program.stop()
+    screen.process.kill()
+    screen = Screen("360x720x24")
+    program = desk(options, simulator, screen, home)
+    time.sleep(4)
+    grab(screen, f"{home}/list.png", 4)
+    press(screen, "mousemove", "100", "150", "click", "1")
+    program.wait_tiles(3, 60)
+    time.sleep(3)
+    grab(screen, f"{home}/cameras.png", 4)
+    press(screen, "mousemove", "180", "180", "click", "--repeat", "2", "--delay", "80", "1")
+    time.sleep(2)
+    grab(screen, f"{home}/one.png", 4)
+    program.stop()
+    screen.process.kill()
+    parts = [word for name in ("list", "cameras", "one") for word in ("-i", f"{home}/{name}.png")]
+    subprocess.run(["ffmpeg", "-v", "error", "-y", *parts, "-filter_complex",
+                    "[0]pad=iw+12:ih:0:0:white[a];[1]pad=iw+12:ih:0:0:white[b];[a][b][2]hstack=3",
+                    f"{options.folder}/desk-phone.png"], check=True)
+    return 0
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("what", choices=("costs", "faults"))
+    parser.add_argument("what", choices=("costs", "faults", "pictures"))
+    parser.add_argument("--folder", default="docs/pictures")
     parser.add_argument("--build", default="build")
     parser.add_argument("--seconds", type=float, default=15)
     parser.add_argument("--rounds", type=int, default=3)
@@ -204,7 +246,7 @@ def main():
     with tempfile.TemporaryDirectory() as home:
         simulator = Simulator(options.build, f"{home}/cache")
         try:
-            return (costs if options.what == "costs" else faults)(options, simulator, home)
+            return {"costs": costs, "faults": faults, "pictures": pictures_of}[options.what](options, simulator, home)
         finally:
             simulator.process.kill()
 
