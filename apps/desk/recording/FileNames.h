@@ -10,6 +10,9 @@
 
 namespace quorvid::desk {
 
+// Of the folder of recordings, where it has to be made; less where the user's mask says so.
+inline constexpr int kMostFolderMode = 0755;
+
 // "BUS-7-ch1" for its first camera: whatever the device is called, a name in one folder, of at most
 // 80 bytes of UTF-8 that shows.
 std::string fileStem(const Camera& camera);

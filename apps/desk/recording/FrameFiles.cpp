@@ -1,4 +1,5 @@
 #include "apps/desk/recording/FrameFiles.h"
+#include "apps/desk/recording/FileNames.h"
 
 #include <glib.h>
 #include <glib/gstdio.h>
@@ -16,7 +17,6 @@ namespace quorvid::desk {
 namespace {
 
 constexpr std::int64_t kDiskLook = 1 << 20;  // bytes from one look at the disk to the next
-constexpr int kMostFolderMode = 0755;
 
 std::string utcText(std::time_t time) {
   const std::unique_ptr<GDateTime, void (*)(GDateTime*)> date(g_date_time_new_from_unix_utc(time),

@@ -1,4 +1,5 @@
 #include "apps/desk/recording/Snapshot.h"
+#include "apps/desk/recording/FileNames.h"
 
 #include <fcntl.h>
 #include <glib/gstdio.h>
@@ -15,8 +16,6 @@
 namespace quorvid::desk {
 
 namespace {
-
-constexpr int kMostFolderMode = 0755;
 
 struct FreeBytes {
   void operator()(GBytes* bytes) const { g_bytes_unref(bytes); }
