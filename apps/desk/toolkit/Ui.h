@@ -86,10 +86,10 @@ gulong on(gpointer instance, const char* signal, Function&& function) {
 // What a .ui resource describes; keeps it. Ends the program, with a line, where an id is missing.
 class Ui {
  public:
-  // name: "Wall" for Wall.ui.
+  // name: "Wall" for Wall.ui. The file names the texts' domain itself: a builder that is told it as
+  // well frees it too early (GTK 4.8).
   explicit Ui(const std::string& name) {
     builder_.reset(gtk_builder_new());
-    gtk_builder_set_translation_domain(builder_.get(), kTextDomain);
     GError* error = nullptr;
     const std::string path = kResources + name + ".ui";
     if (gtk_builder_add_from_resource(builder_.get(), path.c_str(), &error) == 0) {
