@@ -96,9 +96,9 @@ class Program:
     def wait_live(self, seconds):
         return self.wait_tiles(len(DEVICES) * CAMERAS, seconds)
 
-    def stop(self):
+    def stop(self, seconds=30):
         self.process.send_signal(signal.SIGTERM)
-        return self.process.wait(30)
+        return self.process.wait(seconds)
 
 
 def desk(options, simulator, screen, home, instead=None):
@@ -169,7 +169,7 @@ def faults(options, simulator, home):
     """Each fault for a while, and behind it a server in order: every tile must live again."""
     screen = Screen()
     program = desk(options, simulator, screen, home)
-    wrong = 0 if program.wait_live(60) is not None else 1
+    wrong = 0 if program.wait_live(60 * options.patience) is not None else 1
     memory = []
     for fault in FAULTS[:: 6 if options.short else 1]:
         simulator.stop()
@@ -178,7 +178,7 @@ def faults(options, simulator, home):
         states = sorted({tile["state"] for tile in program.tiles()})
         simulator.stop()
         simulator.start()
-        back = program.wait_live(75)
+        back = program.wait_live(75 * options.patience)
         if program.process.poll() is not None:
             print(f"{fault}: the program ended with {program.process.returncode}")
             return 1
@@ -187,10 +187,10 @@ def faults(options, simulator, home):
         print(f"{fault:24} {', '.join(states):44} "
               f"{'STUCK' if back is None else f'live after {back:4.1f} s'}  {memory[-1]:.0f} MB", flush=True)
     grown = max(memory[-5:]) / max(memory[: max(1, len(memory) // 5)])
-    status = program.stop()
+    status = program.stop(30 * options.patience)
     screen.process.kill()
     print(f"{wrong} stuck, memory {grown:.2f} x the first fifth's, exit status {status}")
-    return 1 if wrong or status != 0 or grown > 1.1 else 0
+    return 1 if wrong or status != 0 or grown > options.growth else 0
 
 
 def grab(screen, file, edge):
@@ -242,6 +242,8 @@ def main():
     parser.add_argument("--seconds", type=float, default=15)
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--short", action="store_true")
+    parser.add_argument("--patience", type=float, default=1, help="so many times as long for what is waited for")
+    parser.add_argument("--growth", type=float, default=1.1, help="so many times the memory at most")
     options = parser.parse_args()
     with tempfile.TemporaryDirectory() as home:
         simulator = Simulator(options.build, f"{home}/cache")
