@@ -2,6 +2,7 @@
 
 #include <glib-unix.h>
 
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -42,6 +43,12 @@ std::string textOption(GVariantDict* options, const char* name) {
   return text == nullptr ? "" : text;
 }
 
+bool readPageSeconds(const std::string& text, int& seconds) {
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, seconds);
+  return read.ec == std::errc() && read.ptr == end && seconds >= 1 && seconds <= 86400;
+}
+
 // Without a graphics processor, drawing windows with OpenGL costs several times what drawing them
 // with the processor does; pictures are drawn with OpenGL in either case. And only EGL's contexts
 // take them without a copy. What the user has set holds.
@@ -78,7 +85,8 @@ void Application::addOptions() {
                                   what, value);
   };
   add("kiosk", G_OPTION_ARG_STRING, tr("Show this layout on the full screen"), "LAYOUT");
-  add("page-seconds", G_OPTION_ARG_INT, tr("Turn a kiosk's page so often (15)"), "S");
+  // As a text: of numbers, GApplication hands on none that is 0.
+  add("page-seconds", G_OPTION_ARG_STRING, tr("Turn a kiosk's page so often (15)"), "S");
   add("stats", G_OPTION_ARG_NONE, tr("Print figures each second, as a line of JSON"), nullptr);
   add("settings", G_OPTION_ARG_FILENAME, tr("Keep settings in this file"), "FILE");
   add("simulator", G_OPTION_ARG_STRING, tr("Further options of the bundled simulator"), "OPTIONS");
@@ -96,8 +104,12 @@ int Application::takeOptions(GVariantDict* options) {
   const char* file = nullptr;
   g_variant_dict_lookup(options, "settings", "^&ay", &file);
   if (file != nullptr) options_.settings = file;
-  g_variant_dict_lookup(options, "page-seconds", "i", &options_.pageSeconds);
-  if (options_.pageSeconds < 1 || options_.pageSeconds > 86400) {
+  if (g_file_test(options_.settings.c_str(), G_FILE_TEST_IS_DIR) != 0) {
+    std::fprintf(stderr, "quorvid-desk: --settings is a file; %s is a folder\n", file);
+    return 2;
+  }
+  if (g_variant_dict_contains(options, "page-seconds") != 0 &&
+      !readPageSeconds(textOption(options, "page-seconds"), options_.pageSeconds)) {
     std::fprintf(stderr, "quorvid-desk: --page-seconds is a number from 1 to 86400\n");
     return 2;
   }

@@ -65,6 +65,7 @@ Settings::Settings(const std::string& file)
   const ErrorPtr error(failed);
   if (g_error_matches(failed, G_FILE_ERROR, G_FILE_ERROR_NOENT) != 0) return;
   trouble_ = trf("{} can't be read: {}", file_, failed->message);
+  if (g_file_test(file_.c_str(), G_FILE_TEST_IS_DIR) != 0) return;
   g_rename(file_.c_str(), (file_ + ".unread").c_str());
 }
 
