@@ -137,13 +137,14 @@ void MainWindow::showServer() {
   gtk_stack_set_visible_child_name(ui_.get<GtkStack>("outer"), desk_.server() ? "main" : "welcome");
 }
 
-void MainWindow::say(const std::string& sentence) {
+void MainWindow::say(const std::string& sentence, bool isForGood) {
   AdwToast* const toast = adw_toast_new("");
   GtkWidget* const words = gtk_label_new(sentence.c_str());
   gtk_label_set_wrap(GTK_LABEL(words), TRUE);
   gtk_label_set_wrap_mode(GTK_LABEL(words), PANGO_WRAP_WORD_CHAR);
   gtk_label_set_xalign(GTK_LABEL(words), 0);
   adw_toast_set_custom_title(toast, words);
+  if (isForGood) adw_toast_set_timeout(toast, 0);
   adw_toast_overlay_add_toast(ui_.get<AdwToastOverlay>("toasts"), toast);
 }
 
@@ -199,7 +200,8 @@ void MainWindow::beginKiosk(const StartOptions& options) {
   gtk_window_fullscreen(window());
   desk_.serverChanged.add([this, options] {
     if (!desk_.server() || wall_.beginKiosk(options.kiosk, options.pageSeconds)) return;
-    say(trf("There is no layout called {} for this server", options.kiosk));
+    // Whoever passes by later reads it, too.
+    say(trf("There is no layout called {} for this server", options.kiosk), true);
   });
 }
 

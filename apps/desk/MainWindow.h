@@ -34,7 +34,7 @@ class MainWindow {
   void addAction(const char* name, const GVariantType* type, std::function<void(GVariant*)> call);
   void showPage(const std::string& name);
   void showServer();
-  void say(const std::string& sentence);
+  void say(const std::string& sentence, bool isForGood = false);
   bool askBeforeClosing();
   void keepAwake();
   void beginKiosk(const StartOptions& options);
