@@ -28,8 +28,8 @@ TEST(RecordText, HostileBytesAreShownBoundedAndHarmless) {
 }
 
 TEST(RecordText, DevicesGoByNameAndThoseTypedOnce) {
-  const auto devices =
-      devicesOf({recordOf("2", "b"), recordOf("1", "c"), recordOf("3", "a")}, {"2", "new", ""});
+  const auto devices = devicesOf({recordOf("2", "b 10"), recordOf("1", "c"), recordOf("3", "b 9")},
+                                 {"2", "new", ""});
   std::string ids;
   for (const Device& device : devices) ids += device.id + (device.isTyped ? "! " : " ");
   EXPECT_EQ(ids, "3 2 1 new! ");

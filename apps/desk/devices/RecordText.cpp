@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 
 #include "apps/desk/toolkit/Ui.h"
 
@@ -75,13 +76,14 @@ Device deviceOf(const DevInfoItem& record) {
 
 std::vector<Device> devicesOf(const std::vector<DevInfoItem>& records,
                               const std::vector<std::string>& typed) {
+  std::multimap<std::pair<std::string, std::string>, Device> ordered;
+  for (const DevInfoItem& record : records) {
+    Device device = deviceOf(record);
+    std::pair key(sortKey(device.name), device.id);
+    ordered.emplace(std::move(key), std::move(device));
+  }
   std::vector<Device> devices;
-  for (const DevInfoItem& record : records) devices.push_back(deviceOf(record));
-  const auto isBefore = [](const Device& a, const Device& b) {
-    const int order = g_utf8_collate(a.name.c_str(), b.name.c_str());
-    return order != 0 ? order < 0 : a.id < b.id;
-  };
-  std::sort(devices.begin(), devices.end(), isBefore);
+  for (auto& [key, device] : ordered) devices.push_back(std::move(device));
   for (const std::string& id : typed) {
     const auto isIt = [&](const Device& device) { return device.id == id; };
     if (id.empty() || std::any_of(devices.begin(), devices.end(), isIt)) continue;

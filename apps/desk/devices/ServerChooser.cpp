@@ -70,7 +70,7 @@ std::vector<Server> ServerChooser::remembered() const {
   std::vector<Server> list = desk_.settings().servers();
   std::erase_if(list, [](const Server& server) { return server.isSimulator; });
   std::sort(list.begin(), list.end(), [](const Server& a, const Server& b) {
-    return g_utf8_collate(a.title().c_str(), b.title().c_str()) < 0;
+    return sortKey(a.title()) < sortKey(b.title());
   });
   return list;
 }

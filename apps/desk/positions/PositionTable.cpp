@@ -42,6 +42,7 @@ int compare(long a, long b) {
 struct PositionTable::Row {
   DevInfoItem record{};
   Cells cells;
+  Cells keys;                                    // of the cells, to sort by
   std::array<std::int64_t, kColumns> changed{};  // when
   bool isSeen = true;
 
@@ -56,6 +57,7 @@ struct PositionTable::Row {
     for (std::size_t i = 0; i < kColumns; ++i) {
       if (texts[i] == cells[i]) continue;
       changed[i] = g_get_monotonic_time();
+      keys[i] = sortKey(texts[i]);
       isOther = true;
     }
     cells = std::move(texts);
@@ -75,7 +77,7 @@ struct PositionTable::Row {
       case 4:
         return compare(orderOf(a.record), orderOf(b.record));
       default:
-        return compare(g_utf8_collate(a.cells[index].c_str(), b.cells[index].c_str()), 0);
+        return a.keys[index].compare(b.keys[index]);
     }
   }
 };
@@ -154,8 +156,8 @@ void PositionTable::show(const std::vector<DevInfoItem>& records) {
 
 void PositionTable::add(const std::string& key, const DevInfoItem& record) {
   auto row = std::make_unique<Row>();
-  row->record = record;
-  row->cells = cellsOf(record);
+  row->take(record);
+  row->changed = {};
   const ObjectPtr<GtkStringObject> item(gtk_string_object_new(key.c_str()));
   g_object_set_data(G_OBJECT(item.get()), kRowKey, row.get());
   rows_[key] = std::move(row);

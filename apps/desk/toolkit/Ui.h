@@ -59,6 +59,11 @@ inline std::string taken(char* text) {
   return owned == nullptr ? std::string() : std::string(owned.get());
 }
 
+// In the order of these keys "Truck 2" stands before "Truck 10".
+inline std::string sortKey(const std::string& text) {
+  return taken(g_utf8_collate_key_for_filename(text.c_str(), -1));
+}
+
 // Calls `function` when `instance` emits the signal, whose C signature without the closing pointer
 // is `Signature`: on<void(GtkButton*)>(button, "clicked", [this](auto) { ... }).
 template <class Signature>
