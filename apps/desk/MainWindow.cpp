@@ -88,6 +88,9 @@ void MainWindow::followWidth() {
     adw_header_bar_set_show_end_title_buttons(ui_.get<AdwHeaderBar>("sidebar_header"), folded);
     folded ? gtk_widget_add_css_class(GTK_WIDGET(window()), "folded")
            : gtk_widget_remove_css_class(GTK_WIDGET(window()), "folded");
+    // The toolkit's list of keys is wider than a phone, which has none.
+    GAction* const keys = g_action_map_lookup_action(G_ACTION_MAP(window()), "show-help-overlay");
+    if (keys != nullptr) g_simple_action_set_enabled(G_SIMPLE_ACTION(keys), !folded);
     wall_.setNarrow(folded && !isKiosk_);
   };
   on<void(AdwLeaflet*, GParamSpec*)>(leaflet, "notify::folded", follow);
