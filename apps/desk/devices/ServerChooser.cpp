@@ -159,9 +159,10 @@ void ServerChooser::askToForget() {
 
 void ServerChooser::forget(const std::string& id) {
   passwords_.forget(id);
-  if (desk_.server() && desk_.server()->id == id) desk_.leave();
   desk_.settings().dropServer(id);
   desk_.settings().chooseServer("");
+  // Last: the welcome page lists those that are left.
+  if (desk_.server() && desk_.server()->id == id) desk_.leave();
   show();
 }
 
