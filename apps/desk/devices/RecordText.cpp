@@ -15,9 +15,9 @@ std::string bytesOf(const std::uint8_t* block, std::size_t size) {
   return {text, strnlen(text, size)};
 }
 
-// Also those that turn the direction of the text around, or have no shape.
+// Those that turn the direction of the text around are not printable either.
 bool isShown(gunichar c) {
-  return g_unichar_isprint(c) != 0 && g_unichar_type(c) != G_UNICODE_FORMAT;
+  return g_unichar_isprint(c) != 0;
 }
 
 bool isPrintable(const std::string& text) {
