@@ -164,7 +164,7 @@ TEST(View, ObeysKeysAndClicksOnAScreen) {
   const auto isListShown = [&] {  // over both tiles
     return quorvid::test::distance(screen.screenshot().at(320, 165), {22, 21, 23}) < 6;
   };
-  screen.press("slash", true);
+  screen.press("slash", "Shift_L");
   ASSERT_TRUE(command.says("keys: q quits")) << command.errors();
   EXPECT_TRUE(eventually(isListShown));
   screen.press("Escape");

@@ -65,16 +65,16 @@ Image screenshotOf(const std::string& name) {
   return image;
 }
 
-void XvfbScreen::press(const char* key, bool shift) const {
+void XvfbScreen::press(const char* key, const char* held) const {
   Display* display = XOpenDisplay(name_.c_str());
   if (display == nullptr) return;
   const auto fake = [display](const char* name, Bool down) {
     XTestFakeKeyEvent(display, XKeysymToKeycode(display, XStringToKeysym(name)), down, 0);
   };
-  if (shift) fake("Shift_L", True);
+  if (held != nullptr) fake(held, True);
   fake(key, True);
   fake(key, False);
-  if (shift) fake("Shift_L", False);
+  if (held != nullptr) fake(held, False);
   XCloseDisplay(display);
 }
 

@@ -23,8 +23,8 @@ class XvfbScreen {
   // As for DISPLAY.
   const std::string& name() const { return name_; }
   Image screenshot() const { return screenshotOf(name_); }
-  // As on its keyboard, US layout: the key of that name (XStringToKeysym), with Shift or without.
-  void press(const char* key, bool shift = false) const;
+  // As on its keyboard, US layout: the key of that name (XStringToKeysym), with another held.
+  void press(const char* key, const char* held = nullptr) const;
   void doubleClick(int x, int y) const;
 
  private:
