@@ -3,6 +3,7 @@
 
 #include <glib.h>
 
+#include <atomic>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -14,13 +15,21 @@ namespace quorvid::desk {
 
 // Calls `function` on the main thread, from any thread.
 inline void onMainThread(std::function<void()> function) {
-  auto owned = std::make_unique<std::function<void()>>(std::move(function));
+  // GLib's own locks order the two threads as well, but no sanitizer sees those.
+  struct HandOver {
+    std::function<void()> function;
+    std::atomic<bool> isReady{false};
+  };
+  auto owned = std::make_unique<HandOver>();
+  owned->function = std::move(function);
+  owned->isReady.store(true, std::memory_order_release);
   const auto call = [](gpointer data) -> gboolean {
-    (*static_cast<std::function<void()>*>(data))();
+    const auto* const handed = static_cast<HandOver*>(data);
+    if (handed->isReady.load(std::memory_order_acquire)) handed->function();
     return G_SOURCE_REMOVE;
   };
   const auto drop = [](gpointer data) {
-    const std::unique_ptr<std::function<void()>> dropped(static_cast<std::function<void()>*>(data));
+    const std::unique_ptr<HandOver> dropped(static_cast<HandOver*>(data));
   };
   g_idle_add_full(G_PRIORITY_DEFAULT, call, owned.release(), drop);
 }
