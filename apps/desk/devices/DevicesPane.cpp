@@ -120,6 +120,7 @@ void DevicesPane::keepTyped(const std::string& id) {
   }
   typed.push_back(id);
   desk_.settings().keepTypedDevices(server, typed);
+  desk_.tellTrouble();
   show();
 }
 
@@ -129,6 +130,7 @@ void DevicesPane::removeTyped(const std::string& id) {
   auto typed = desk_.settings().typedDevices(server);
   std::erase(typed, id);
   desk_.settings().keepTypedDevices(server, typed);
+  desk_.tellTrouble();
   show();
 }
 

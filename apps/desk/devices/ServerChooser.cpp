@@ -103,7 +103,7 @@ void ServerChooser::accept(const ServerEntry& entry, const std::string& id) {
   Server server = serverOf(entry);
   server.id = id;
   server.id = desk_.settings().keepServer(server);
-  if (!desk_.settings().trouble().empty()) desk_.said.tell(desk_.settings().trouble());
+  desk_.tellTrouble();
   if (server.account.empty()) {
     passwords_.forget(server.id);
   } else if (!entry.password.empty()) {
@@ -163,6 +163,7 @@ void ServerChooser::forget(const std::string& id) {
   desk_.settings().chooseServer("");
   // Last: the welcome page lists those that are left.
   if (desk_.server() && desk_.server()->id == id) desk_.leave();
+  desk_.tellTrouble();
   show();
 }
 

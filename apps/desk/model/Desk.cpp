@@ -11,6 +11,7 @@ void Desk::use(const Server& server, const std::string& password) {
   password_ = password;
   devices_.clear();
   settings_.chooseServer(server.id);
+  tellTrouble();
   serverChanged.tell();
   devicesChanged.tell();
 }
@@ -32,6 +33,12 @@ const Device* Desk::device(const std::string& id) const {
 void Desk::setDevices(std::vector<Device> devices) {
   devices_ = std::move(devices);
   devicesChanged.tell();
+}
+
+void Desk::tellTrouble() {
+  if (settings_.trouble() == toldTrouble_) return;
+  toldTrouble_ = settings_.trouble();
+  if (!toldTrouble_.empty()) said.tell(toldTrouble_);
 }
 
 LiveTarget Desk::target(const Camera& camera) const {

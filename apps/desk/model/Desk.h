@@ -44,6 +44,9 @@ class Desk {
   const Device* device(const std::string& id) const;
   void setDevices(std::vector<Device> devices);
 
+  // Says why the settings can't be written just now: once, until they can, or why changes.
+  void tellTrouble();
+
   // What a view, player or recorder of this camera is to play.
   LiveTarget target(const Camera& camera) const;
   // "BUS-7, camera 2", with the device's name as far as it is known; channels count from 1 here.
@@ -68,6 +71,7 @@ class Desk {
   std::optional<Server> server_;
   std::string password_;
   std::vector<Device> devices_;
+  std::string toldTrouble_;
 };
 
 }  // namespace quorvid::desk

@@ -2,6 +2,9 @@
 
 #include <glib.h>
 #include <glib/gstdio.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "apps/desk/model/CameraText.h"
 #include "apps/desk/toolkit/Ui.h"
@@ -212,6 +215,11 @@ void Settings::save() {
   g_mkdir_with_parents(folder.c_str(), 0700);
   GError* failed = nullptr;
   trouble_.clear();
+  // One that its owner made read-only would be replaced all the same.
+  if (g_access(file_.c_str(), W_OK) != 0 && errno != ENOENT) {
+    trouble_ = trf("{} can't be written: {}", file_, g_strerror(errno));
+    return;
+  }
   if (g_key_file_save_to_file(keys_.get(), file_.c_str(), &failed) != 0) return;
   const ErrorPtr error(failed);
   trouble_ = trf("{} can't be written: {}", file_, failed->message);

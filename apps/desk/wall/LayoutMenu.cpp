@@ -61,6 +61,7 @@ GtkWidget* LayoutMenu::rowOf(const std::string& name) {
   gtk_widget_add_css_class(forget, "flat");
   on<void(GtkButton*)>(forget, "clicked", [this, name](auto) {
     desk_.settings().dropLayout(desk_.server()->id, name);
+    desk_.tellTrouble();
     fill();
   });
   adw_action_row_add_suffix(ADW_ACTION_ROW(row), forget);
@@ -74,7 +75,8 @@ void LayoutMenu::save() {
   desk_.settings().keepLayout(desk_.server()->id, name, calls_.current());
   gtk_editable_set_text(entry, "");
   gtk_popover_popdown(ui_.get<GtkPopover>("popover"));
-  desk_.said.tell(trf("Layout kept as {}", name));
+  const std::string& trouble = desk_.settings().trouble();
+  desk_.said.tell(trouble.empty() ? trf("Layout kept as {}", name) : trouble);
 }
 
 }  // namespace quorvid::desk

@@ -81,6 +81,7 @@ void WallPane::show() {
   gtk_label_set_text(ui_.get<GtkLabel>("page"), trf("{} of {}", shown_.page + 1, pages).c_str());
   if (isKept_ && desk_.server()) {
     desk_.settings().keepLayout(desk_.server()->id, Settings::kLast, shown_.layout);
+    desk_.tellTrouble();
   }
   area_.turnSoon();
 }
