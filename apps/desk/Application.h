@@ -13,10 +13,11 @@ class Settings;
 
 // What the command line says.
 struct StartOptions {
-  std::string kiosk;      // a layout; empty: a window
-  int pageSeconds = 15;   // of a kiosk's page
-  bool stats = false;     // figures each second on standard output
-  std::string settings;   // another file than the user's own
+  gint64 started = g_get_monotonic_time();  // the process, near enough
+  std::string kiosk;                        // a layout; empty: a window
+  int pageSeconds = 15;                     // of a kiosk's page
+  bool stats = false;                       // figures each second on standard output
+  std::string settings;                     // another file than the user's own
   std::string simulator;  // further options of the bundled simulator's command line
 };
 

@@ -8,11 +8,8 @@ namespace quorvid::desk {
 
 namespace {
 
-// Of the process, near enough.
-const gint64 kStart = g_get_monotonic_time();
-
-double sinceStart() {
-  return static_cast<double>(g_get_monotonic_time() - kStart) / 1e6;
+double secondsSince(gint64 time) {
+  return static_cast<double>(g_get_monotonic_time() - time) / 1e6;
 }
 
 std::vector<std::string> wordsOf(const std::string& text) {
@@ -28,7 +25,8 @@ std::vector<std::string> wordsOf(const std::string& text) {
 }  // namespace
 
 MainWindow::MainWindow(GtkApplication* app, Settings& settings, const StartOptions& options)
-    : desk_(settings),
+    : started_(options.started),
+      desk_(settings),
       simulator_(wordsOf(options.simulator)),
       chooser_(desk_, simulator_),
       recordings_(desk_),
@@ -211,15 +209,15 @@ void MainWindow::beginKiosk(const StartOptions& options) {
 void MainWindow::beginStats() {
   meter_.watch(GTK_WIDGET(window()));
   desk_.devicesChanged.add([this] {
-    if (listShown_ < 0 && !desk_.devices().empty()) listShown_ = sinceStart();
+    if (listShown_ < 0 && !desk_.devices().empty()) listShown_ = secondsSince(started_);
   });
   stats_ = Source::every(1000, [this] { printStats(); });
 }
 
 void MainWindow::printStats() {
   if (gtk_widget_get_mapped(GTK_WIDGET(window())) == 0) meter_.pause();
-  std::printf("{\"seconds\":%.3f,\"list_shown\":%.3f,\"longest_gap_ms\":%.1f,%s}\n", sinceStart(),
-              listShown_, meter_.takeLongest(), wall_.figures().c_str());
+  std::printf("{\"seconds\":%.3f,\"list_shown\":%.3f,\"longest_gap_ms\":%.1f,%s}\n",
+              secondsSince(started_), listShown_, meter_.takeLongest(), wall_.figures().c_str());
   std::fflush(stdout);
 }
 

@@ -43,6 +43,7 @@ class MainWindow {
 
   GtkWindow* window() const { return ui_.get<GtkWindow>("window"); }
 
+  const gint64 started_;
   Ui ui_{"MainWindow"};
   Desk desk_;
   Simulator simulator_;

@@ -49,9 +49,16 @@ class Simulator:
     def start(self, *options):
         ports = [] if self.ports is None else ["--port", str(self.ports["fleet"]),
                                                "--list-port", str(self.ports["list"])]
-        self.process = subprocess.Popen([*self.command, *ports, *options], stdout=subprocess.PIPE,
-                                        stderr=subprocess.DEVNULL, text=True)
-        self.ports = json.loads(self.process.stdout.readline())
+        for _ in range(30):  # somebody else's connection may have the port for a moment
+            self.process = subprocess.Popen([*self.command, *ports, *options], stdout=subprocess.PIPE,
+                                            stderr=subprocess.DEVNULL, text=True)
+            line = self.process.stdout.readline()
+            if line:
+                self.ports = json.loads(line)
+                return
+            self.process.wait()
+            time.sleep(1)
+        sys.exit(f"no simulator with {' '.join(options)}")
 
     def stop(self):
         self.process.send_signal(signal.SIGINT)

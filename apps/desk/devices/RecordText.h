@@ -11,9 +11,9 @@ namespace quorvid::desk {
 
 // The block up to its first zero byte.
 std::string shownText(const std::uint8_t* block, std::size_t size);
-template <std::size_t size>
-std::string shownText(const std::uint8_t (&block)[size]) {
-  return shownText(block, size);
+template <std::size_t Size>
+std::string shownText(const std::uint8_t (&block)[Size]) {
+  return shownText(block, Size);
 }
 // The value of the wire, which lies in the low half of a long.
 std::int32_t wireValue(long number);

@@ -40,6 +40,7 @@ std::vector<std::string> listOf(GKeyFile* keys, const std::string& group, const 
 void setList(GKeyFile* keys, const std::string& group, const char* key,
              const std::vector<std::string>& list) {
   std::vector<const char*> texts;
+  texts.reserve(list.size());
   for (const std::string& text : list) texts.push_back(text.c_str());
   g_key_file_set_string_list(keys, group.c_str(), key, texts.data(), texts.size());
 }
