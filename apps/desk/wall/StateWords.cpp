@@ -78,7 +78,7 @@ std::string stateWord(LiveState state) {
 }
 
 std::string reasonSentence(const LiveStatus& status) {
-  const std::string reason = reasonOf(status);
+  std::string reason = reasonOf(status);
   const bool waits = status.nextTry > 0 && isStill(status.state);
   if (!waits) return reason;
   const auto seconds = static_cast<std::size_t>(std::ceil(std::min(status.nextTry, 3600.0)));
