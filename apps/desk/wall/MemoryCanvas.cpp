@@ -6,6 +6,14 @@
 
 namespace quorvid::desk {
 
+namespace {
+
+// Of two drawings, in microseconds: every second frame of the window. Cameras that send at their
+// own times would have the whole wall drawn for each of them.
+constexpr gint64 kLeastInterval = 30000;
+
+}  // namespace
+
 MemoryCanvas::MemoryCanvas(Calls calls) : calls_(std::move(calls)) {
   gtk_picture_set_content_fit(picture_, GTK_CONTENT_FIT_FILL);
   gtk_picture_set_can_shrink(picture_, TRUE);
@@ -43,8 +51,11 @@ void MemoryCanvas::end() {
 
 void MemoryCanvas::queueDraw() {
   if (tick_ != 0 || context_ == nullptr) return;
-  const auto tick = [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
+  const auto tick = [](GtkWidget*, GdkFrameClock* clock, gpointer data) -> gboolean {
     auto* const self = static_cast<MemoryCanvas*>(data);
+    const gint64 now = gdk_frame_clock_get_frame_time(clock);
+    if (now - self->drawn_ < kLeastInterval) return G_SOURCE_CONTINUE;
+    self->drawn_ = now;
     self->tick_ = 0;
     self->draw();
     return G_SOURCE_REMOVE;

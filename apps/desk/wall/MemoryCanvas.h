@@ -32,6 +32,7 @@ class MemoryCanvas : public Canvas {
   int height_ = 0;
   std::vector<unsigned char> rows_;  // as they are read: from the bottom up
   guint tick_ = 0;
+  gint64 drawn_ = 0;  // when, by the frame clock
 };
 
 }  // namespace quorvid::desk
