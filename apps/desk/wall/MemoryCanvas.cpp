@@ -1,8 +1,7 @@
 #include "apps/desk/wall/MemoryCanvas.h"
 
-#include <epoxy/gl.h>
-
 #include <cstring>
+#include <utility>
 
 namespace quorvid::desk {
 
@@ -42,6 +41,7 @@ void MemoryCanvas::end() {
   if (context_ == nullptr) return;
   gdk_gl_context_make_current(context_.get());
   calls_.end();
+  if (drawing_ != nullptr) glDeleteSync(std::exchange(drawing_, nullptr));
   glDeleteFramebuffers(1, &framebuffer_);
   glDeleteRenderbuffers(1, &storage_);
   width_ = height_ = 0;
@@ -50,28 +50,45 @@ void MemoryCanvas::end() {
 }
 
 void MemoryCanvas::queueDraw() {
-  if (tick_ != 0 || context_ == nullptr) return;
+  if (context_ == nullptr) return;
+  isWanted_ = true;
+  if (tick_ != 0) return;
   const auto tick = [](GtkWidget*, GdkFrameClock* clock, gpointer data) -> gboolean {
     auto* const self = static_cast<MemoryCanvas*>(data);
-    const gint64 now = gdk_frame_clock_get_frame_time(clock);
-    if (now - self->drawn_ < kLeastInterval) return G_SOURCE_CONTINUE;
-    self->drawn_ = now;
+    if (self->goOn(gdk_frame_clock_get_frame_time(clock))) return G_SOURCE_CONTINUE;
     self->tick_ = 0;
-    self->draw();
     return G_SOURCE_REMOVE;
   };
   tick_ = gtk_widget_add_tick_callback(widget(), tick, this, nullptr);
 }
 
+// In one frame the wall is drawn, in a later one it is read: the main thread does not wait for what
+// other threads shade. False when there is nothing left to do.
+bool MemoryCanvas::goOn(gint64 now) {
+  gdk_gl_context_make_current(context_.get());
+  if (drawing_ != nullptr) {
+    const GLenum state = glClientWaitSync(drawing_, GL_SYNC_FLUSH_COMMANDS_BIT, 0);
+    if (state == GL_TIMEOUT_EXPIRED) return true;
+    glDeleteSync(std::exchange(drawing_, nullptr));
+    read();
+    return isWanted_;
+  }
+  if (now - drawn_ < kLeastInterval) return true;
+  drawn_ = now;
+  isWanted_ = false;
+  draw();
+  return drawing_ != nullptr;
+}
+
 void MemoryCanvas::draw() {
   const int scale = gtk_widget_get_scale_factor(widget());
-  gdk_gl_context_make_current(context_.get());
   resize(scale * gtk_widget_get_width(widget()), scale * gtk_widget_get_height(widget()));
   if (width_ < 1 || height_ < 1) return;
   glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
   const std::string why = calls_.draw(width_, height_);
   if (!why.empty()) return g_warning("%s", why.c_str());
-  read();
+  drawing_ = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+  glFlush();
 }
 
 void MemoryCanvas::resize(int width, int height) {
@@ -90,6 +107,7 @@ void MemoryCanvas::read() {
   const std::size_t stride = static_cast<std::size_t>(width_) * 4;
   const std::size_t size = stride * height_;
   rows_.resize(size);
+  glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
   glPixelStorei(GL_PACK_ALIGNMENT, 4);
   glReadPixels(0, 0, width_, height_, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, rows_.data());
   auto* const pixels = static_cast<unsigned char*>(g_malloc(size));

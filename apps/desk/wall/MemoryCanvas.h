@@ -3,6 +3,8 @@
 // is converted pixel by pixel, which costs as much as the rest of the main thread.) Main thread.
 #pragma once
 
+#include <epoxy/gl.h>
+
 #include <vector>
 
 #include "apps/desk/wall/Canvas.h"
@@ -19,6 +21,7 @@ class MemoryCanvas : public Canvas {
 
  private:
   void begin();
+  bool goOn(gint64 now);
   void draw();
   void resize(int width, int height);
   void read();
@@ -31,6 +34,8 @@ class MemoryCanvas : public Canvas {
   int width_ = 0;  // pixels of the storage
   int height_ = 0;
   std::vector<unsigned char> rows_;  // as they are read: from the bottom up
+  GLsync drawing_ = nullptr;         // under way
+  bool isWanted_ = false;            // another one
   guint tick_ = 0;
   gint64 drawn_ = 0;  // when, by the frame clock
 };
