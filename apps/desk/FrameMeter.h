@@ -20,7 +20,6 @@ class FrameMeter {
   }
   // Nothing is counted until the next tick: the window was not shown.
   void pause() { last_ = 0; }
-  int ticks() const { return ticks_; }
   // Milliseconds between two ticks, at most, since the last call.
   double takeLongest() { return static_cast<double>(std::exchange(longest_, 0)) / 1000; }
 
@@ -28,11 +27,9 @@ class FrameMeter {
   void take(gint64 now) {
     if (last_ != 0) longest_ = std::max(longest_, now - last_);
     last_ = now;
-    ++ticks_;
   }
   gint64 last_ = 0;
   gint64 longest_ = 0;
-  int ticks_ = 0;
 };
 
 }  // namespace quorvid::desk

@@ -60,8 +60,7 @@ class Desk {
   // A camera is to be shown in the next free tile of the wall; a device in as many as it has.
   Listeners<const Camera&> cameraWanted;
   Listeners<const Device&> deviceWanted;
-  // Snapshots, recordings and diagnosis of a tile's camera.
-  Listeners<const Camera&> recordingWanted;  // begins, or ends the one under way
+  // A tile's camera is to be examined.
   Listeners<const Camera&> diagnosisWanted;
   // A sentence for the user, shown for a moment.
   Listeners<const std::string&> said;

@@ -14,6 +14,8 @@ struct Layout {
   int columns = 2;                           // and rows: 1 to kMostColumns
   std::vector<std::optional<Camera>> tiles;  // row by row; those beyond a page are on the next one
 
+  friend bool operator==(const Layout&, const Layout&) = default;
+
   int perPage() const { return columns * columns; }
   int pages() const {
     const int used = static_cast<int>(tiles.size());

@@ -28,11 +28,6 @@ std::string sentenceOf(const std::string& title, const RecordingEnd& end) {
 
 }  // namespace
 
-Recordings::Recordings(Desk& desk) : desk_(desk) {
-  desk_.recordingWanted.add(
-      [this](const Camera& camera) { find(camera) != nullptr ? end(camera) : begin(camera); });
-}
-
 Recordings::~Recordings() {
   constexpr std::chrono::seconds kPatience(3);
   const auto until = Clock::now() + kPatience;

@@ -17,8 +17,7 @@ namespace quorvid::desk {
 
 class Recordings {
  public:
-  // Does what desk.recordingWanted asks for.
-  explicit Recordings(Desk& desk);
+  explicit Recordings(Desk& desk) : desk_(desk) {}
   // Ends them all, and gives their files three seconds to be finished.
   ~Recordings();
   Recordings(const Recordings&) = delete;

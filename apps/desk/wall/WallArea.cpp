@@ -65,8 +65,8 @@ void WallArea::turnSoon() {
   if (soon_) return;
   const auto call = [](gpointer data) -> gboolean {
     auto* const self = static_cast<WallArea*>(data);
+    const Source done = std::move(self->soon_);  // another may be asked for in the turn
     self->turn();
-    self->soon_ = Source();
     return G_SOURCE_REMOVE;
   };
   soon_ = Source(g_idle_add_full(GDK_PRIORITY_REDRAW + 10, call, this, nullptr));

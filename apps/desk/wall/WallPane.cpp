@@ -79,11 +79,15 @@ void WallPane::show() {
   const int pages = shown_.layout.pages();
   gtk_widget_set_visible(ui_.get("pages"), pages > 1 && pageSeconds_ == 0 ? TRUE : FALSE);
   gtk_label_set_text(ui_.get<GtkLabel>("page"), trf("{} of {}", shown_.page + 1, pages).c_str());
-  if (isKept_ && desk_.server()) {
-    desk_.settings().keepLayout(desk_.server()->id, Settings::kLast, shown_.layout);
-    desk_.tellTrouble();
-  }
+  if (isKept_ && desk_.server()) keep(desk_.server()->id);
   area_.turnSoon();
+}
+
+// Not for another page or an enlarged tile, which change nothing of it.
+void WallPane::keep(const std::string& server) {
+  if (desk_.settings().layout(server, Settings::kLast) == shown_.layout) return;
+  desk_.settings().keepLayout(server, Settings::kLast, shown_.layout);
+  desk_.tellTrouble();
 }
 
 void WallPane::setColumns(int columns) {

@@ -29,7 +29,7 @@ class WallPane {
   // Shows the layout of that name and turns its pages so often. False where there is none.
   bool beginKiosk(const std::string& layout, int pageSeconds);
 
-  // Of the views and of the frame clock, as a line of JSON; resets what it counts since the last.
+  // Drawings of the wall and what each view has counted, as members of a JSON object.
   std::string figures();
 
  private:
@@ -40,6 +40,7 @@ class WallPane {
   void step(int by);
   void turnPage();
   void show();
+  void keep(const std::string& server);
   void arrange();
   std::unique_ptr<Tile> makeTile(int index);
   void addKeys();
