@@ -2,28 +2,12 @@
 #include "apps/quorvid/record/FrameRecorder.h"
 
 #include <gtest/gtest.h>
-#include <sys/statvfs.h>
-
 #include <filesystem>
 #include <fstream>
 
+#include "apps/FakeDisk.h"
 #include "apps/Recording.h"
 #include "apps/common/Failure.h"
-
-namespace {
-
-fsblkcnt_t freeBlocks = 1'000'000;
-
-}  // namespace
-
-// Stands before the C library's, for other libraries, too: a disk of 40 GB.
-extern "C" [[gnu::visibility("default")]] int statvfs(const char*, struct statvfs* disk) {
-  *disk = {};
-  disk->f_frsize = 4096;
-  disk->f_blocks = 10'000'000;
-  disk->f_bavail = freeBlocks;
-  return 0;
-}
 
 namespace quorvid::app {
 namespace {

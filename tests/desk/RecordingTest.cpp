@@ -2,7 +2,6 @@
 #include "apps/desk/recording/Recording.h"
 
 #include <gtest/gtest.h>
-#include <sys/statvfs.h>
 #include <sys/wait.h>
 
 #include <csignal>
@@ -10,24 +9,10 @@
 #include <future>
 #include <stdexcept>
 
+#include "apps/FakeDisk.h"
 #include "apps/Recording.h"
 #include "apps/desk/recording/FileNames.h"
 #include "sim/SimProcess.h"
-
-namespace {
-
-fsblkcnt_t freeBlocks = 1'000'000;
-
-}  // namespace
-
-// Stands before the C library's, for other libraries, too: a disk of 40 GB.
-extern "C" [[gnu::visibility("default")]] int statvfs(const char*, struct statvfs* disk) {
-  *disk = {};
-  disk->f_frsize = 4096;
-  disk->f_blocks = 10'000'000;
-  disk->f_bavail = freeBlocks;
-  return 0;
-}
 
 namespace quorvid::desk {
 namespace {
