@@ -48,11 +48,14 @@ ImageBufferAttributes pictureAttributes(PictureForm form) {
     return {
         {{kCVPixelBufferPixelFormatTypeKey, std::int64_t{kCVPixelFormatType_420YpCbCr8Planar}}}};
   }
-  return {{{kCVPixelBufferPixelFormatTypeKey,
-            std::int64_t{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange}},
-           {kCVPixelBufferWidthKey, std::int64_t{kPictureWidth}},
-           {kCVPixelBufferHeightKey, std::int64_t{kPictureHeight}},
-           {kCVPixelBufferOpenGLCompatibilityKey, true}}};
+  ImageBufferAttributes attributes = {
+      {{kCVPixelBufferPixelFormatTypeKey,
+        std::int64_t{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange}},
+       {kCVPixelBufferWidthKey, std::int64_t{kPictureWidth}},
+       {kCVPixelBufferHeightKey, std::int64_t{kPictureHeight}},
+       {kCVPixelBufferOpenGLCompatibilityKey, true}}};
+  if (form == PictureForm::OwnSize) attributes[1] = attributes[2] = {};
+  return attributes;
 }
 
 template <class Ref>

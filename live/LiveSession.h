@@ -49,7 +49,7 @@ struct SessionReport : SessionCounts {
 
 // What a session hands out.
 struct Delivery {
-  PictureForm form = PictureForm::OneSize;
+  PictureForm form = PictureForm::OwnSize;
   bool isEvery = false;      // decoding waits until the last one is taken, and spares no frame
   bool isUndecoded = false;  // frames as they came, from each connection's first sets on
 };

@@ -21,6 +21,17 @@ h264::ByteView lastOf(const Frame& frame, UnitType type) {
   return found;
 }
 
+// A picture that is no larger than the one size is scaled once, where it is drawn. Chroma of an odd
+// size would be drawn without its last column.
+PictureForm formFor(const std::optional<h264::Sps>& stream, PictureForm wanted) {
+  constexpr std::int64_t kMostWidth = 1280, kMostHeight = 960;
+  if (wanted != PictureForm::OwnSize) return wanted;
+  const std::int64_t width = stream ? stream->displayedWidth() : 0;
+  const std::int64_t height = stream ? stream->displayedHeight() : 0;
+  const bool fits = width > 0 && width <= kMostWidth && height > 0 && height <= kMostHeight;
+  return fits && width % 2 == 0 && height % 2 == 0 ? wanted : PictureForm::OneSize;
+}
+
 bool same(const h264::Bytes& one, h264::ByteView other) {
   return std::equal(one.begin(), one.end(), other.begin(), other.end());
 }
@@ -67,7 +78,7 @@ bool StreamDecoder::takeSets(const Frame& frame) {
   stream_ = h264::parseSps(sps_);
   if (!stream_) stream_ = h264::peekSps(sps_);
   decoder_ = H264HwDecoderImpl::init();
-  decoder_->setPictureForm(form_);
+  decoder_->setPictureForm(formFor(stream_, form_));
   decoder_->setPicturesOnRequest();
   for (const h264::Bytes* set : {&sps_, &pps_}) {
     if (set->empty()) continue;

@@ -27,10 +27,11 @@ class StreamDecoder {
     NoPicture,     // holds no slice
   };
 
-  explicit StreamDecoder(PictureForm form = PictureForm::OneSize) : form_(form) {}
+  // OwnSize: where that is even and at most 1280 by 960; OneSize for other streams.
+  explicit StreamDecoder(PictureForm form = PictureForm::OwnSize) : form_(form) {}
   Outcome decode(Frame& frame);
-  // Of the frame decoded last, where the outcome was Picture. In one size it costs about as much as
-  // decoding did; as decoded, next to nothing. Null when memory is short.
+  // Of the frame decoded last, where the outcome was Picture. Scaled it costs about as much as
+  // decoding did; in its own size, little; as decoded, next to nothing. Null when memory is short.
   PicturePtr picture() const;
   // The same picture, to be converted by whoever takes it: H264HwDecoderImpl::copyPicture().
   std::shared_ptr<VTKeptPicture> keptPicture() const;

@@ -71,7 +71,7 @@ TEST(View, ShowsReportsAndSavesAPicture) {
   EXPECT_GT(report["pictures"], 5);
   EXPECT_GT(report["frames_per_second"], 1);
   EXPECT_GT(report["first_picture_seconds"], 0);
-  EXPECT_EQ(report["size"]["width"], 1280);
+  EXPECT_EQ(report["size"]["width"], 704);
   EXPECT_EQ(report["tiles"][0]["stream_size"]["height"], 576);
   EXPECT_EQ(report["snapshot"], file);
 

@@ -30,6 +30,23 @@ TEST(ServerBounds, OneDecoderASecondHoweverOftenTheSizeChanges) {
   EXPECT_GT(refused, 0);
 }
 
+TEST(ServerBounds, APictureThatIsDrawnHasTheStreamsSizeAndIsNeverLargerThanTheOneSize) {
+  for (const auto& [stream, drawn] : {std::pair{CGSize{176, 144}, CGSize{176, 144}},
+                                      std::pair{CGSize{1280, 960}, CGSize{1280, 960}},
+                                      std::pair{CGSize{1296, 720}, CGSize{1280, 960}},
+                                      std::pair{CGSize{720, 976}, CGSize{1280, 960}}}) {
+    const auto encoded = test::encodeTestStream({.width = static_cast<int>(stream.width),
+                                                 .height = static_cast<int>(stream.height),
+                                                 .frames = 1});
+    StreamDecoder decoder;
+    Frame frame = makeFrame(encoded.frameBytes(0), steadySeconds());
+    ASSERT_EQ(decoder.decode(frame), StreamDecoder::Outcome::Picture) << stream.width;
+    const PicturePtr picture = decoder.picture();
+    EXPECT_EQ(CVPixelBufferGetWidth(picture.get()), drawn.width);
+    EXPECT_EQ(CVPixelBufferGetHeight(picture.get()), drawn.height);
+  }
+}
+
 // Memory that was kept is known by the room for units that it brings along.
 TEST(ServerBounds, MemoryOfFewFramesIsKeptAndOfFewerLargeOnes) {
   for (const auto& [size, most] : {std::pair{64U, 16}, {131072U, 4}, {1048576U, 0}}) {

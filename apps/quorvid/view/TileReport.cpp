@@ -60,7 +60,7 @@ Json tileJson(const TileReport& tile) {
   json["longest_pause_seconds"] = rounded(tile.longestPause);
   json["longest_pause_between_pictures_seconds"] = rounded(tile.figures.longestPause);
   json["silent_seconds"] = rounded(tile.silence);
-  json["size"] = tile.figures.shown > 0 ? sizeJson(kPictureSize) : Json();
+  json["size"] = streamSize && tile.figures.shown > 0 ? sizeJson(*streamSize) : Json();
   json["stream_size"] = streamSize ? sizeJson(*streamSize) : Json();
   json["restarts"] = tile.figures.restarts;
   json["state"] = nameOf(tile.status.state);
@@ -72,15 +72,14 @@ Json tileJson(const TileReport& tile) {
 
 std::string tileText(const TileReport& tile) {
   std::string text = visibleText(tile.name) + ": ";
+  const auto size = streamSizeOf(tile);
   if (tile.figures.shown == 0) {
-    text += "no picture";
+    text += "no picture" + (size ? " (sent as " + size->text() + ")" : "");
   } else {
-    text += fmt::format("{} pictures, the first after {:.2f} s, {:.1f} frames/s, {}",
-                        tile.figures.shown, tile.firstPictureSeconds.value_or(0),
-                        tile.framesPerSecond, kPictureSize.text());
-  }
-  if (const auto size = streamSizeOf(tile)) text += " (sent as " + size->text() + ")";
-  if (tile.figures.shown > 0) {
+    text +=
+        fmt::format("{} pictures, the first after {:.2f} s, {:.1f} frames/s", tile.figures.shown,
+                    tile.firstPictureSeconds.value_or(0), tile.framesPerSecond);
+    if (size) text += ", " + size->text();
     text += secondsText(", longest pause", tile.longestPause);
     text += secondsText(", no picture for the last", tile.silence);
   }

@@ -11,9 +11,6 @@
 
 namespace quorvid::app {
 
-// Every stream is decoded to this size and shown in its own shape.
-inline constexpr PixelSize kPictureSize{1280, 960};
-
 struct TileReport {
   std::string name;  // what a line about it begins with: "channel 0", or "TRUCK-7 channel 0"
   std::string device;

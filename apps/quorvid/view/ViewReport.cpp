@@ -46,11 +46,12 @@ std::string ViewReport::text() const {
 std::string ViewReport::json(bool inOneLine) const {
   double rate = 0;
   double silence = 0;
-  Json list = Json::array();
+  Json list = Json::array(), size;
   for (const TileReport& tile : tiles) {
     rate += tile.framesPerSecond;
     silence = std::max(silence, tile.silence);
     list.push_back(tileJson(tile));
+    if (size.is_null()) size = list.back()["size"];
   }
   const std::optional<double> first = earliestPicture(tiles);
   Json json;
@@ -63,7 +64,7 @@ std::string ViewReport::json(bool inOneLine) const {
   json["first_picture_seconds"] = first ? Json(rounded(*first)) : Json();
   json["frames_per_second"] = rounded(rate);
   json["silent_seconds"] = rounded(silence);  // the longest of the tiles'
-  json["size"] = pictures() > 0 ? sizeJson(kPictureSize) : Json();
+  json["size"] = std::move(size);
   json["snapshot"] = snapshot.empty() ? Json() : Json(snapshot);
   json["tiles"] = std::move(list);
   return textOf(json, inOneLine);

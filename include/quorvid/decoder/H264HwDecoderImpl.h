@@ -31,6 +31,7 @@ class VTKeptPicture;
 // What a decoder's pictures are.
 enum class PictureForm : std::uint8_t {
   OneSize,    // "420v" of 1280 by 960
+  OwnSize,    // "420v" of the stream's own size
   AsDecoded,  // "y420" or "f420" of the stream's own size, without a copy; not to be written to
 };
 
