@@ -183,7 +183,8 @@ nlohmann::json limits(const Options& options) {
   const auto window = Window::open({"Limits", 64, 64, true}, &error);  // for its GL context
   if (window == nullptr) throw std::runtime_error(error);
   const Tiles tiles = tilesOf(options);
-  result["drawMs"] = measureDrawing(static_cast<int>(tiles.width), static_cast<int>(tiles.height));
+  result["drawMs"] = measureDrawing({result["width"], result["height"]},
+                                    static_cast<int>(tiles.width), static_cast<int>(tiles.height));
   return result;
 }
 

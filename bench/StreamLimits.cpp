@@ -50,6 +50,7 @@ Frames captureFrames(const std::string& host, int port, const std::string& devic
 nlohmann::json measureLimits(const std::vector<Frames>& streams) {
   std::vector<BareDecoder> decoders(streams.size());
   BareScaler scaler;
+  BareSize size;
   double decoding = 0, scaling = 0;
   std::size_t pictures = 0, most = 0;
   for (const Frames& frames : streams) most = std::max(most, frames.size());
@@ -61,7 +62,8 @@ nlohmann::json measureLimits(const std::vector<Frames>& streams) {
       const double decoded = processorSeconds();
       decoding += decoded - begin;
       if (frame == nullptr) continue;
-      scaler.copy(*frame);
+      const Nv12View picture = scaler.copy(*frame, BareSize::of(*frame));
+      size = {picture.width, picture.height};
       scaling += processorSeconds() - decoded;
       ++pictures;
     }
@@ -70,8 +72,11 @@ nlohmann::json measureLimits(const std::vector<Frames>& streams) {
   const auto perPicture = [&](double seconds) {
     return 1e3 * seconds / static_cast<double>(pictures);
   };
-  return {
-      {"pictures", pictures}, {"decodeMs", perPicture(decoding)}, {"scaleMs", perPicture(scaling)}};
+  return {{"pictures", pictures},
+          {"width", size.width},
+          {"height", size.height},
+          {"decodeMs", perPicture(decoding)},
+          {"scaleMs", perPicture(scaling)}};
 }
 
 nlohmann::json measurePaced(const Frames& frames, double pause) {

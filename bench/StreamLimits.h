@@ -1,5 +1,5 @@
 // StreamLimits: the least that the pictures of some streams cost: libavcodec on one thread, and
-// libyuv plane by plane to the size of the library's pictures. Frames are taken off the wire first.
+// libyuv plane by plane to what the library's pictures are. Frames are taken off the wire first.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,8 @@ using Frames = std::vector<std::vector<std::uint8_t>>;
 Frames captureFrames(const std::string& host, int port, const std::string& device, int channel,
                      std::size_t count, double seconds);
 
-// Processor time of decoding and of scaling by themselves, all streams in turn on this thread.
-// Milliseconds a picture.
+// Processor time of decoding and of scaling by themselves, all streams in turn on this thread:
+// milliseconds a picture, and the size of a picture that is drawn.
 nlohmann::json measureLimits(const std::vector<Frames>& streams);
 // The same of decoding alone, one frame every `pause` seconds: a processor that slept between two
 // takes longer for the next. Blocks for as long.

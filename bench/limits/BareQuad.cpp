@@ -71,12 +71,8 @@ BareQuad::BareQuad() {
   glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
   glGenTextures(2, textures_);
   for (GLuint i = 0; i < 2; ++i) {
-    const GLenum format = i == 0 ? GL_RED_EXT : GL_RG_EXT;
-    const auto divisor = static_cast<GLsizei>(i + 1);
     glActiveTexture(GL_TEXTURE0 + i);
     glBindTexture(GL_TEXTURE_2D, textures_[i]);
-    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(format), kPictureWidth / divisor,
-                 kPictureHeight / divisor, 0, format, GL_UNSIGNED_BYTE, nullptr);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
@@ -85,9 +81,17 @@ BareQuad::BareQuad() {
 }
 
 void BareQuad::draw(const Nv12View& picture, bool is601) {
-  upload(GL_TEXTURE0, GL_RED_EXT, kPictureWidth, kPictureHeight, picture.lumaStride, picture.luma);
-  upload(GL_TEXTURE1, GL_RG_EXT, kPictureWidth / 2, kPictureHeight / 2, picture.chromaStride / 2,
-         picture.chroma);
+  const bool fits = picture.width == width_ && picture.height == height_;
+  width_ = picture.width;
+  height_ = picture.height;
+  for (int i = 0; i < 2 && !fits; ++i) {
+    const GLenum format = i == 0 ? GL_RED_EXT : GL_RG_EXT;
+    glActiveTexture(GL_TEXTURE0 + i);
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(format), width_ / (i + 1), height_ / (i + 1),
+                 0, format, GL_UNSIGNED_BYTE, nullptr);
+  }
+  upload(GL_TEXTURE0, GL_RED_EXT, width_, height_, picture.lumaStride, picture.luma);
+  upload(GL_TEXTURE1, GL_RG_EXT, width_ / 2, height_ / 2, picture.chromaStride / 2, picture.chroma);
   glUniformMatrix3fv(matrix_, 1, GL_FALSE, (is601 ? k601 : k709).data());
   glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
 }

@@ -21,6 +21,7 @@ class BareQuad {
  private:
   GLint matrix_ = -1;
   GLuint textures_[2] = {};
+  int width_ = 0, height_ = 0;  // of the textures
 };
 
 }  // namespace quorvid::bench

@@ -2,9 +2,10 @@
 //
 //   bare_viewer PORT DEVICE [--size 640x480] [--seconds 10] [--json] [--started NS]
 //
-// One connection, libavcodec on one thread, libyuv where the stream is not 1280x960, one rectangle,
-// and the picture is on its way to the screen as soon as it is decoded. Nothing is checked, nothing
-// reconnects. --started: CLOCK_MONOTONIC at which the program was started; times count from there.
+// One connection, libavcodec on one thread, libyuv where the stream is larger than 1280x960, one
+// rectangle, and the picture is on its way to the screen as soon as it is decoded. Nothing is
+// checked, nothing reconnects. --started: CLOCK_MONOTONIC at which the program was started; times
+// count from there.
 #include <sys/resource.h>
 
 #include <CLI/CLI.hpp>
@@ -110,7 +111,7 @@ void play(const Options& options) {
     // A picture is left out when the next one is there already.
     if (frame == nullptr || (pictures > 0 && stream.hasMore())) continue;
     if (pictures == 0) fit(options, *frame);
-    quad.draw(scaler.take(*frame), is601(*frame));
+    quad.draw(scaler.take(*frame, BareSize::of(*frame)), is601(*frame));
     window.show();
     if (pictures++ == 0) times.firstPicture = Clock::now();
   }

@@ -16,9 +16,10 @@ double processorSeconds() {
 
 }  // namespace
 
-double measureDrawing(int width, int height) {
+double measureDrawing(BareSize picture, int width, int height) {
   constexpr int kWarmUp = 5, kPictures = 60;
-  const std::vector<std::uint8_t> luma(std::size_t{kPictureWidth} * kPictureHeight, 128);
+  const std::vector<std::uint8_t> luma(
+      static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height), 128);
   const std::vector<std::uint8_t> chroma(luma.size() / 2, 120);
   bindTarget(width, height);
   BareQuad quad;
@@ -26,7 +27,9 @@ double measureDrawing(int width, int height) {
   for (int i = -kWarmUp; i < kPictures; ++i) {
     if (i == 0) begin = processorSeconds();
     glClear(GL_COLOR_BUFFER_BIT);
-    quad.draw({luma.data(), kPictureWidth, chroma.data(), kPictureWidth}, true);
+    quad.draw(
+        {luma.data(), picture.width, chroma.data(), picture.width, picture.width, picture.height},
+        true);
     glFinish();
   }
   return 1e3 * (processorSeconds() - begin) / kPictures;

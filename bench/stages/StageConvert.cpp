@@ -27,7 +27,7 @@ void convertLimit(benchmark::State& state, Size size) {
   sim::DrawnSource source = drawnSource(size.width, size.height);
   const AVFrame* const frame = source.next();
   BareScaler scaler;
-  while (state.KeepRunning()) benchmark::DoNotOptimize(scaler.copy(*frame));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(scaler.copy(*frame, {}));
 }
 
 #define QUORVID_CONVERT(WIDTH, HEIGHT)                         \

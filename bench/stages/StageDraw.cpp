@@ -38,7 +38,9 @@ Nv12View viewOf(CVPixelBufferRef picture) {
   return {CVPixelBufferGetBaseAddressOfPlane(picture, 0),
           static_cast<int>(CVPixelBufferGetBytesPerRowOfPlane(picture, 0)),
           CVPixelBufferGetBaseAddressOfPlane(picture, 1),
-          static_cast<int>(CVPixelBufferGetBytesPerRowOfPlane(picture, 1))};
+          static_cast<int>(CVPixelBufferGetBytesPerRowOfPlane(picture, 1)),
+          kPictureWidth,
+          kPictureHeight};
 }
 
 void drawLimit(benchmark::State& state, Size size) {
