@@ -14,10 +14,12 @@ constexpr gint64 kLeastInterval = 30000;
 }  // namespace
 
 MemoryCanvas::MemoryCanvas(Calls calls) : calls_(std::move(calls)) {
-  gtk_picture_set_content_fit(picture_, GTK_CONTENT_FIT_FILL);
-  gtk_picture_set_can_shrink(picture_, TRUE);
-  on<void(GtkWidget*)>(picture_, "realize", [this](auto) { begin(); });
-  on<void(GtkWidget*)>(picture_, "unrealize", [this](auto) { end(); });
+  const auto paint = [](GtkDrawingArea*, cairo_t* window, int width, int height, gpointer data) {
+    static_cast<const MemoryCanvas*>(data)->paint(window, width, height);
+  };
+  gtk_drawing_area_set_draw_func(area_, paint, this, nullptr);
+  on<void(GtkWidget*)>(area_, "realize", [this](auto) { begin(); });
+  on<void(GtkWidget*)>(area_, "unrealize", [this](auto) { end(); });
 }
 
 void MemoryCanvas::begin() {
@@ -104,21 +106,40 @@ void MemoryCanvas::resize(int width, int height) {
 
 // The window's pixels are blue, green, red, alpha in memory, rows from the top down.
 void MemoryCanvas::read() {
-  const std::size_t stride = static_cast<std::size_t>(width_) * 4;
-  const std::size_t size = stride * height_;
-  rows_.resize(size);
+  rows_.resize(static_cast<std::size_t>(width_) * height_ * 4);
   glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
   glPixelStorei(GL_PACK_ALIGNMENT, 4);
   glReadPixels(0, 0, width_, height_, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, rows_.data());
-  auto* const pixels = static_cast<unsigned char*>(g_malloc(size));
-  for (int row = 0; row < height_; ++row) {
-    std::memcpy(pixels + row * stride, rows_.data() + (height_ - 1 - row) * stride, stride);
+  std::swap(shown_, last_);
+  if (shown_ == nullptr || cairo_image_surface_get_width(shown_.get()) != width_ ||
+      cairo_image_surface_get_height(shown_.get()) != height_) {
+    shown_.reset(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width_, height_));
   }
-  GBytes* const bytes = g_bytes_new_take(pixels, size);
-  const ObjectPtr<GdkTexture> texture(
-      gdk_memory_texture_new(width_, height_, GDK_MEMORY_B8G8R8A8_PREMULTIPLIED, bytes, stride));
-  g_bytes_unref(bytes);
-  gtk_picture_set_paintable(picture_, GDK_PAINTABLE(texture.get()));
+  cairo_surface_flush(shown_.get());
+  unsigned char* const pixels = cairo_image_surface_get_data(shown_.get());
+  if (pixels == nullptr) return;  // no memory: nothing is painted
+  const std::size_t size = static_cast<std::size_t>(width_) * 4;
+  const std::size_t stride = cairo_image_surface_get_stride(shown_.get());
+  for (int row = 0; row < height_; ++row) {
+    std::memcpy(pixels + row * stride, rows_.data() + (height_ - 1 - row) * size, size);
+  }
+  cairo_surface_mark_dirty(shown_.get());
+  const double scale = gtk_widget_get_scale_factor(widget());
+  cairo_surface_set_device_scale(shown_.get(), scale, scale);
+  gtk_widget_queue_draw(widget());
+}
+
+// A widget of another size stretches the picture until there is one of its own.
+void MemoryCanvas::paint(cairo_t* window, int width, int height) const {
+  if (shown_ == nullptr) return;
+  const double scale = gtk_widget_get_scale_factor(widget());
+  const double shownWidth = cairo_image_surface_get_width(shown_.get()) / scale;
+  const double shownHeight = cairo_image_surface_get_height(shown_.get()) / scale;
+  if (shownWidth != width || shownHeight != height) {
+    cairo_scale(window, width / shownWidth, height / shownHeight);
+  }
+  cairo_set_source_surface(window, shown_.get(), 0, 0);
+  cairo_paint(window);
 }
 
 }  // namespace quorvid::desk
