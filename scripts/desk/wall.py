@@ -127,7 +127,7 @@ def view(options, simulator, screen, home):
 
 
 def measure(options, make, simulator, home):
-    """One run: its figures, the X server's processor time included."""
+    """One run: its figures, without what the X server takes for it."""
     screen = Screen()
     program = make(options, simulator, screen, home)
     if program.wait_live(60) is None:

@@ -47,6 +47,8 @@ void MemoryCanvas::end() {
   glDeleteFramebuffers(1, &framebuffer_);
   glDeleteRenderbuffers(1, &storage_);
   width_ = height_ = 0;
+  shown_.reset();
+  last_.reset();
   gdk_gl_context_clear_current();
   context_.reset();
 }
@@ -117,7 +119,7 @@ void MemoryCanvas::read() {
   }
   cairo_surface_flush(shown_.get());
   unsigned char* const pixels = cairo_image_surface_get_data(shown_.get());
-  if (pixels == nullptr) return;  // no memory: nothing is painted
+  if (pixels == nullptr) return shown_.reset();  // no memory: nothing is painted
   const std::size_t size = static_cast<std::size_t>(width_) * 4;
   const std::size_t stride = cairo_image_surface_get_stride(shown_.get());
   for (int row = 0; row < height_; ++row) {
