@@ -68,6 +68,8 @@ MainWindow::MainWindow(GtkApplication* app, Settings& settings, const StartOptio
 }
 
 MainWindow::~MainWindow() {
+  // The application has shut down, and let the session sleep; it can't be asked any more.
+  inhibition_ = 0;
   recordings_.endAll();
   gtk_window_destroy(window());
 }

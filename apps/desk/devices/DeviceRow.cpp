@@ -111,11 +111,13 @@ GtkWidget* DeviceRow::cameraButtons() {
 
 GtkWidget* DeviceRow::cameraButton(int channel) {
   GtkWidget* const button = gtk_button_new();
-  GtkWidget* const content = adw_button_content_new();
-  adw_button_content_set_icon_name(ADW_BUTTON_CONTENT(content), "camera-web-symbolic");
-  adw_button_content_set_label(ADW_BUTTON_CONTENT(content), std::to_string(channel + 1).c_str());
+  // Not an AdwButtonContent: that adds its text to the button's accessible name.
+  GtkWidget* const content = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
+  gtk_box_append(GTK_BOX(content), gtk_image_new_from_icon_name("camera-web-symbolic"));
+  gtk_box_append(GTK_BOX(content), gtk_label_new(std::to_string(channel + 1).c_str()));
   gtk_widget_set_halign(content, GTK_ALIGN_CENTER);
   gtk_button_set_child(GTK_BUTTON(button), content);
+  gtk_widget_add_css_class(button, "image-text-button");
   gtk_widget_add_css_class(button, "touch");
   gtk_widget_add_css_class(button, "camera");
   gtk_widget_set_hexpand(button, TRUE);
