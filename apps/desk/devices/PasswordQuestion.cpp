@@ -51,13 +51,11 @@ void askForPassword(GtkWindow* parent, const Server& server, const std::string& 
   on<void(GtkCheckButton*)>(keep, "toggled", [answer](GtkCheckButton* button) {
     answer->isToBeKept = gtk_check_button_get_active(button) != 0;
   });
-  // libadwaita 1.2 looks at a password row that has gone when its text loses the focus with it.
   on<void(AdwMessageDialog*, const char*)>(
-      dialog, "response",
-      [answer, given = std::move(given)](AdwMessageDialog* self, const char* response) {
-        gtk_window_set_focus(GTK_WINDOW(self), nullptr);
+      dialog, "response", [answer, given = std::move(given)](auto, const char* response) {
         if (std::string(response) == "use") given(*answer);
       });
+  dropFocusAtEnd(GTK_WINDOW(dialog));
   gtk_window_present(GTK_WINDOW(dialog));
   gtk_widget_grab_focus(entry);
 }

@@ -28,11 +28,7 @@ ServerDialog::ServerDialog(GtkWindow* parent, const char* title, const ServerEnt
                                       [this](auto, auto) { check(); });
   on<void(GtkButton*)>(ui_.get("save"), "clicked", [this](auto) { accept(); });
   on<void(GtkButton*)>(ui_.get("cancel"), "clicked", [this](auto) { gtk_window_close(window()); });
-  // libadwaita 1.2 looks at a password row that has gone when its text loses the focus with it.
-  on<gboolean(GtkWindow*)>(window(), "close-request", [](GtkWindow* closing) -> gboolean {
-    gtk_window_set_focus(closing, nullptr);
-    return FALSE;
-  });
+  dropFocusAtEnd(window());
   check();
   gtk_window_present(window());
   gtk_widget_grab_focus(ui_.get("name"));

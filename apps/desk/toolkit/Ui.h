@@ -88,6 +88,14 @@ gulong on(gpointer instance, const char* signal, Function&& function) {
                                &Call::drop, GConnectFlags{});
 }
 
+// For a window with a password's entry: libadwaita 1.2 looks at one that has gone when its text
+// loses the keyboard with it. However the window goes, it is unmapped first.
+inline void dropFocusAtEnd(GtkWindow* window) {
+  on<void(GtkWidget*)>(window, "unmap", [](GtkWidget* unmapped) {
+    gtk_window_set_focus(GTK_WINDOW(unmapped), nullptr);
+  });
+}
+
 // What a .ui resource describes; keeps it. Ends the program, with a line, where an id is missing.
 class Ui {
  public:
