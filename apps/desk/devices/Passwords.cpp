@@ -14,7 +14,9 @@ const SecretSchema* schema() {
   static const SecretSchema one = [] {
     SecretSchema made{};
     made.name = "example.quorvid.Desk.Password";
-    made.flags = SECRET_SCHEMA_NONE;
+    // GNOME's keyring finds nothing by a schema's name while it is locked, and would not ask to be
+    // unlocked. The identifiers of servers are unique.
+    made.flags = SECRET_SCHEMA_DONT_MATCH_NAME;
     made.attributes[0] = {kAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
     return made;
   }();
@@ -48,7 +50,7 @@ bool isNotThere(const GError* error) {
   return false;
 }
 
-void looked(GObject*, GAsyncResult* result, gpointer data) {
+void lookedUp(GObject*, GAsyncResult* result, gpointer data) {
   GError* failed = nullptr;
   char* const secret = secret_password_lookup_finish(result, &failed);
   const ErrorPtr error(failed);
@@ -62,6 +64,19 @@ void looked(GObject*, GAsyncResult* result, gpointer data) {
     found = {Passwords::Store::Failed, "",
              trf("The password store can't be used: {}", failed->message)};
   }
+  finish(data, found);
+}
+
+// What is found but wasn't given is locked: whoever was asked to unlock it didn't.
+void searched(GObject*, GAsyncResult* result, gpointer data) {
+  GError* failed = nullptr;
+  GList* const items = secret_password_search_finish(result, &failed);
+  const ErrorPtr error(failed);
+  Passwords::Found found;
+  if (items != nullptr) {
+    found = {Passwords::Store::Failed, "", tr("The password store was not unlocked.")};
+  }
+  g_list_free_full(items, g_object_unref);
   finish(data, found);
 }
 
@@ -88,7 +103,12 @@ void cleared(GObject*, GAsyncResult* result, gpointer) {
 void Passwords::find(const std::string& server, std::function<void(const Found&)> done) {
   const auto known = memory_.find(server);
   if (known != memory_.end()) return done({Store::Known, known->second, ""});
-  secret_password_lookup(schema(), nullptr, &looked, callOf(life_, std::move(done)), kAttribute,
+  const std::function<void(const Found&)> looked = [this, server, done](const Found& found) {
+    if (found.store != Store::Empty) return done(found);
+    secret_password_search(schema(), SECRET_SEARCH_NONE, nullptr, &searched, callOf(life_, done),
+                           kAttribute, server.c_str(), nullptr);
+  };
+  secret_password_lookup(schema(), nullptr, &lookedUp, callOf(life_, looked), kAttribute,
                          server.c_str(), nullptr);
 }
 
