@@ -27,4 +27,14 @@ void showAbout(GtkWindow* above) {
   gtk_window_present(GTK_WINDOW(about));
 }
 
+// Made when it is asked for. A window that the toolkit keeps hidden instead is what GTK 4.8 gives a
+// screen reader that asks for one that has just gone; it has no place in the tree, and the program
+// would end over that.
+void showKeys(GtkWindow* above) {
+  const Ui ui("Keys");
+  auto* const keys = ui.get<GtkWindow>("keys");
+  gtk_window_set_transient_for(keys, above);
+  gtk_window_present(keys);
+}
+
 }  // namespace quorvid::desk

@@ -1,4 +1,5 @@
-// About: the window that says what the program is, whose and under which terms. Main thread.
+// About: the windows that say what the program is, whose and under which terms, and which keys it
+// has. Main thread.
 #pragma once
 
 #include "apps/desk/toolkit/Ui.h"
@@ -6,5 +7,6 @@
 namespace quorvid::desk {
 
 void showAbout(GtkWindow* above);
+void showKeys(GtkWindow* above);
 
 }  // namespace quorvid::desk

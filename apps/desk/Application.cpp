@@ -33,7 +33,7 @@ constexpr const char* kShortcuts[][3] = {
     {"win.snapshot-all", "<Control><Shift>s", nullptr},
     {"win.fullscreen", "F11", nullptr},
     {"win.preferences", "<Control>comma", nullptr},
-    {"win.show-help-overlay", "<Control>question", "F1"},
+    {"win.keys", "<Control>question", "F1"},
     {"window.close", "<Control>w", "<Control>q"},
 };
 

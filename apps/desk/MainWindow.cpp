@@ -89,7 +89,7 @@ void MainWindow::followWidth() {
     folded ? gtk_widget_add_css_class(GTK_WIDGET(window()), "folded")
            : gtk_widget_remove_css_class(GTK_WIDGET(window()), "folded");
     // The toolkit's list of keys is wider than a phone, which has none.
-    GAction* const keys = g_action_map_lookup_action(G_ACTION_MAP(window()), "show-help-overlay");
+    GAction* const keys = g_action_map_lookup_action(G_ACTION_MAP(window()), "keys");
     if (keys != nullptr) g_simple_action_set_enabled(G_SIMPLE_ACTION(keys), !folded);
     wall_.setNarrow(folded && !isKiosk_);
   };
@@ -124,6 +124,7 @@ void MainWindow::addActions() {
             [this](GVariant* columns) { wall_.setColumns(g_variant_get_int32(columns)); });
   addAction("add-device", [this] { devices_.addTyped(); });
   addAction("preferences", [this] { preferences_.present(window()); });
+  addAction("keys", [this] { showKeys(window()); });
   addAction("about", [this] { showAbout(window()); });
   addAction("fullscreen", [this] {
     gtk_window_is_fullscreen(window()) != 0 ? gtk_window_unfullscreen(window())

@@ -75,6 +75,11 @@ class Desk:
     def windows(self):
         return xdotool("search", "--onlyvisible", "--pid", self.process.pid)
 
+    def other_window(self):
+        """The one above the program's own, once it has the keyboard."""
+        [other] = until("another window", lambda: [w for w in self.windows() if w != self.window])
+        self.give_focus(other)
+
     def find_app(self):
         desktop = Atspi.get_desktop(0)
         apps = [desktop.get_child_at_index(i) for i in range(desktop.get_child_count())]

@@ -5,32 +5,46 @@
 namespace quorvid::desk {
 
 Preferences::Preferences(Desk& desk, Recordings& recordings)
-    : desk_(desk), recordings_(recordings) {
-  on<void(GtkButton*)>(ui_.get("choose"), "clicked", [this](auto) { chooseFolder(); });
-  on<void(GtkSpinButton*)>(ui_.get("minutes"), "value-changed", [this](GtkSpinButton* minutes) {
+    : desk_(desk), recordings_(recordings) {}
+
+Preferences::~Preferences() {
+  end();
+}
+
+void Preferences::make() {
+  ui_.emplace("Preferences");
+  on<void(GtkButton*)>(ui_->get("choose"), "clicked", [this](auto) { chooseFolder(); });
+  on<void(GtkSpinButton*)>(ui_->get("minutes"), "value-changed", [this](GtkSpinButton* minutes) {
     if (isShowing_) return;
     options_.minutes = gtk_spin_button_get_value_as_int(minutes);
     keep();
   });
+  on<gboolean(GtkWindow*)>(window(), "close-request", [this](auto) -> gboolean {
+    end();
+    return TRUE;
+  });
 }
 
-Preferences::~Preferences() {
-  gtk_window_destroy(ui_.get<GtkWindow>("window"));
+void Preferences::end() {
+  if (!ui_) return;
+  chooser_.reset();
+  gtk_window_destroy(window());
+  ui_.reset();
 }
 
 void Preferences::present(GtkWindow* parent) {
-  GtkWindow* const window = ui_.get<GtkWindow>("window");
-  gtk_window_set_transient_for(window, parent);
+  if (!ui_) make();
+  gtk_window_set_transient_for(window(), parent);
   options_ = desk_.settings().recording();
   show();
-  gtk_window_present(window);
+  gtk_window_present(window());
 }
 
 void Preferences::show() {
   isShowing_ = true;
   const std::string folder = taken(g_filename_display_name(options_.folder.c_str()));
-  adw_action_row_set_subtitle(ui_.get<AdwActionRow>("folder"), escaped(folder).c_str());
-  gtk_spin_button_set_value(ui_.get<GtkSpinButton>("minutes"), options_.minutes);
+  adw_action_row_set_subtitle(ui_->get<AdwActionRow>("folder"), escaped(folder).c_str());
+  gtk_spin_button_set_value(ui_->get<GtkSpinButton>("minutes"), options_.minutes);
   isShowing_ = false;
 }
 
@@ -39,9 +53,9 @@ void Preferences::keep() {
 }
 
 void Preferences::chooseFolder() {
-  chooser_.reset(gtk_file_chooser_native_new(
-      tr("Folder for Recordings"), ui_.get<GtkWindow>("window"),
-      GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER, tr("_Choose"), tr("_Cancel")));
+  chooser_.reset(gtk_file_chooser_native_new(tr("Folder for Recordings"), window(),
+                                             GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER, tr("_Choose"),
+                                             tr("_Cancel")));
   gtk_native_dialog_set_modal(GTK_NATIVE_DIALOG(chooser_.get()), TRUE);
   const ObjectPtr<GFile> now(g_file_new_for_path(options_.folder.c_str()));
   gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(chooser_.get()), now.get(), nullptr);

@@ -1,6 +1,8 @@
 // Preferences: where recordings and snapshots go, and how long a file gets. Main thread.
 #pragma once
 
+#include <optional>
+
 #include "apps/desk/model/Desk.h"
 #include "apps/desk/recording/Recordings.h"
 #include "apps/desk/toolkit/Ui.h"
@@ -17,6 +19,9 @@ class Preferences {
   void present(GtkWindow* parent);
 
  private:
+  GtkWindow* window() const { return ui_->get<GtkWindow>("window"); }
+  void make();
+  void end();
   void show();
   void chooseFolder();
   void keep();
@@ -25,7 +30,7 @@ class Preferences {
   Recordings& recordings_;
   RecordingOptions options_;  // as shown
   bool isShowing_ = false;    // the widgets follow the options, not the user
-  Ui ui_{"Preferences"};
+  std::optional<Ui> ui_;      // while the window is open: a hidden one is in a screen reader's way
   ObjectPtr<GtkFileChooserNative> chooser_;
 };
 
