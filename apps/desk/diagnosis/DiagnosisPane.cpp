@@ -151,15 +151,14 @@ void DiagnosisPane::show(const ProbeReport& report) {
   std::string text;
   for (const std::string& problem : report.problems) text += (text.empty() ? "" : "\n") + problem;
   if (report.problems.empty()) text = tr("Nothing was found that would trouble the picture.");
-  const bool isOk = report.verdict == ProbeReport::Verdict::Ok;
-  const bool isProblem = report.verdict == ProbeReport::Verdict::Problem;
-  showVerdict(headlineOf(report.verdict), text,
-              isOk        ? "emblem-ok-symbolic"
-              : isProblem ? "dialog-warning-symbolic"
-                          : "dialog-error-symbolic",
-              isOk        ? "success"
-              : isProblem ? "warning"
-                          : "error");
+  static constexpr struct {
+    const char *icon, *style;
+  } kSigns[] = {{"emblem-ok-symbolic", "success"},
+                {"dialog-warning-symbolic", "warning"},
+                {"dialog-error-symbolic", "error"},
+                {"dialog-question-symbolic", "dim-label"}};
+  const auto& sign = kSigns[static_cast<int>(report.verdict)];
+  showVerdict(headlineOf(report.verdict), text, sign.icon, sign.style);
   for (const ProbeReport::Step& step : report.steps) {
     GtkWidget* const row = step.isGood ? makeRow(step.title, "emblem-ok-symbolic", tr("Good"))
                                        : makeRow(step.title, "dialog-error-symbolic", tr("Failed"));

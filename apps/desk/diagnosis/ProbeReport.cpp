@@ -132,8 +132,10 @@ std::string headlineOf(ProbeReport::Verdict verdict) {
       return tr("OK: The Stream Is Fine");
     case ProbeReport::Verdict::Problem:
       return tr("Problem: The Stream Comes, With Trouble");
-    default:
+    case ProbeReport::Verdict::Failed:
       return tr("Failed: No Picture Comes");
+    default:
+      return tr("No Result: The Examination Did Not Finish");
   }
 }
 

@@ -12,7 +12,7 @@
 namespace quorvid::desk {
 
 struct ProbeReport {
-  enum class Verdict { Ok, Problem, Failed };
+  enum class Verdict { Ok, Problem, Failed, None };
   struct Step {
     double seconds = 0;  // since the start
     std::string title;   // what was done
@@ -23,7 +23,7 @@ struct ProbeReport {
     std::string title;
     std::string text;
   };
-  Verdict verdict = Verdict::Failed;
+  Verdict verdict = Verdict::None;    // it did not come to its end
   std::vector<std::string> problems;  // a sentence each
   std::vector<Step> steps;
   std::vector<Figure> figures;  // none where no frame came
