@@ -24,22 +24,20 @@ TEST(DeskResources, AreUnderstoodByTheToolkit) {
   ASSERT_TRUE(gtk_init_check());
   adw_init();
   int files = 0;
-  for (const char* folder : {"", "gtk/"}) {
-    const std::string place = std::string(kResources) + folder;
-    char** const names =
-        g_resources_enumerate_children(place.c_str(), G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr);
-    ASSERT_NE(names, nullptr) << place;
-    for (char** name = names; *name != nullptr; ++name) {
-      if (g_str_has_suffix(*name, ".ui") == 0) continue;
-      const ObjectPtr<GtkBuilder> builder(gtk_builder_new());
-      GError* failed = nullptr;
-      gtk_builder_add_from_resource(builder.get(), (place + *name).c_str(), &failed);
-      EXPECT_EQ(failed, nullptr) << *name << ": " << failed->message;
-      g_clear_error(&failed);
-      ++files;
-    }
-    g_strfreev(names);
+  char** const names =
+      g_resources_enumerate_children(kResources, G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr);
+  ASSERT_NE(names, nullptr);
+  for (char** name = names; *name != nullptr; ++name) {
+    if (g_str_has_suffix(*name, ".ui") == 0) continue;
+    const ObjectPtr<GtkBuilder> builder(gtk_builder_new());
+    GError* failed = nullptr;
+    gtk_builder_add_from_resource(builder.get(), (std::string(kResources) + *name).c_str(),
+                                  &failed);
+    EXPECT_EQ(failed, nullptr) << *name << ": " << failed->message;
+    g_clear_error(&failed);
+    ++files;
   }
+  g_strfreev(names);
   EXPECT_GT(files, 5);
   GtkIconTheme* const icons = gtk_icon_theme_get_for_display(gdk_display_get_default());
   gtk_icon_theme_add_resource_path(icons, (std::string(kResources) + "icons").c_str());
