@@ -56,7 +56,7 @@ class Desk:
     """A run of the program; its settings and files stay in the folder for the next."""
 
     def __init__(self, build, folder, size=None):
-        self.focused = None
+        self.focused = []
         self.output, self.errors = f"{folder}/figures", f"{folder}/errors"
         program = [f"{build}/quorvid-desk", "--stats", "--simulator", "--devices TRUCK-7,TRUCK-8"]
         with open(self.output, "w") as output, open(self.errors, "w") as errors:
@@ -94,10 +94,10 @@ class Desk:
 
     def take_focus(self, event):
         if event.detail1:
-            self.focused = event.source
+            self.focused.append(event.source)
 
-    def focus(self):
-        """The widget that has the keyboard, as far as was told."""
+    def visited(self):
+        """The widgets that got the keyboard, one after the other, as far as was told."""
         while GLib.MainContext.default().iteration(False):
             pass
         return self.focused
