@@ -25,9 +25,11 @@ Tile::Tile(Desk& desk, Recordings& recordings, TileCalls calls)
   addActions();
   addDragging();
   GtkGesture* const click = gtk_gesture_click_new();
-  on<void(GtkGestureClick*, gint, gdouble, gdouble)>(click, "pressed",
+  on<void(GtkGestureClick*, gint, gdouble, gdouble)>(
+      click, "pressed", [this](auto, auto, auto, auto) { gtk_widget_grab_focus(widget()); });
+  // A tile that moved under a finger would never be told that the finger is up again.
+  on<void(GtkGestureClick*, gint, gdouble, gdouble)>(click, "released",
                                                      [this](auto, gint times, auto, auto) {
-                                                       gtk_widget_grab_focus(widget());
                                                        if (times == 2 && camera_) calls_.enlarge();
                                                      });
   gtk_widget_add_controller(widget(), GTK_EVENT_CONTROLLER(click));
@@ -86,7 +88,7 @@ void Tile::addDragging() {
   GtkDragSource* const source = gtk_drag_source_new();
   on<GdkContentProvider*(GtkDragSource*, gdouble, gdouble)>(
       source, "prepare", [this](auto, auto, auto) -> GdkContentProvider* {
-        if (!camera_) return nullptr;
+        if (!camera_ || !calls_.mayMove()) return nullptr;
         return gdk_content_provider_new_typed(G_TYPE_STRING, textOf(*camera_).c_str());
       });
   gtk_widget_add_controller(widget(), GTK_EVENT_CONTROLLER(source));

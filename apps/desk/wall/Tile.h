@@ -21,6 +21,7 @@ struct TileCalls {
   std::function<void()> remove;
   std::function<void(const Camera&)> drop;  // a camera was let fall on it
   std::function<void()> turn;               // its view has something new
+  std::function<bool()> mayMove;            // dragged, onto another
 };
 
 class Tile {

@@ -14,17 +14,26 @@ void WallPane::addKeys() {
   gtk_widget_add_controller(ui_.get("pane"), keys);
 }
 
+// Before the tiles take the touch for themselves; what goes up or down is left to the scroller.
 void WallPane::addSwipe() {
-  GtkGesture* const swipe = gtk_gesture_swipe_new();
-  gtk_gesture_single_set_touch_only(GTK_GESTURE_SINGLE(swipe), TRUE);
-  on<void(GtkGestureSwipe*, gdouble, gdouble)>(
-      swipe, "swipe", [this](auto, double across, double down) {
-        constexpr double kFast = 300;  // points a second
-        if (std::abs(across) > kFast && std::abs(across) > 2 * std::abs(down)) {
-          step(across < 0 ? 1 : -1);
-        }
+  GtkGesture* const drag = gtk_gesture_drag_new();
+  gtk_gesture_single_set_touch_only(GTK_GESTURE_SINGLE(drag), TRUE);
+  gtk_event_controller_set_propagation_phase(GTK_EVENT_CONTROLLER(drag), GTK_PHASE_CAPTURE);
+  on<void(GtkGesture*, gdouble, gdouble)>(
+      drag, "drag-update", [](GtkGesture* self, double across, double down) {
+        constexpr double kSure = 24;  // points
+        if (std::abs(across) < kSure || std::abs(across) < 2 * std::abs(down)) return;
+        gtk_gesture_set_state(self, GTK_EVENT_SEQUENCE_CLAIMED);
       });
-  gtk_widget_add_controller(ui_.get("scroller"), GTK_EVENT_CONTROLLER(swipe));
+  on<void(GtkGesture*, gdouble, gdouble)>(
+      drag, "drag-end", [this](GtkGesture* self, double across, double) {
+        constexpr double kFar = 60;
+        GdkEventSequence* const touch = gtk_gesture_get_last_updated_sequence(self);
+        const bool isOurs =
+            gtk_gesture_get_sequence_state(self, touch) == GTK_EVENT_SEQUENCE_CLAIMED;
+        if (isOurs && std::abs(across) >= kFar) step(across < 0 ? 1 : -1);
+      });
+  gtk_widget_add_controller(ui_.get("scroller"), GTK_EVENT_CONTROLLER(drag));
 }
 
 bool WallPane::takeKey(guint key, GdkModifierType modifiers) {

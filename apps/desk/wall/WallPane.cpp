@@ -53,6 +53,8 @@ std::unique_ptr<Tile> WallPane::makeTile(int index) {
     shown_.drop(index, camera);
     show();
   };
+  // Alone, or one below the other, they leave a finger's way across to the swipe.
+  calls.mayMove = [this] { return !shown_.narrow && !shown_.enlarged; };
   calls.turn = [this] { area_.turn(); };
   return std::make_unique<Tile>(desk_, recordings_, std::move(calls));
 }
