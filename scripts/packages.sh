@@ -14,7 +14,7 @@ toolkit_packages=(libgtk-4-dev qt6-base-dev libqt6opengl6-dev qt6-wayland weston
 # The application is built and tested where its toolkit is there: not by the README's two commands.
 desk_packages=(libgtk-4-dev libadwaita-1-dev libsecret-1-dev libxml2-utils gettext
   adwaita-icon-theme librsvg2-common dbus-daemon
-  xdotool at-spi2-core gir1.2-atspi-2.0 python3-gi)
+  xdotool xserver-xorg-core xserver-xorg-video-dummy at-spi2-core gir1.2-atspi-2.0 python3-gi)
 # The GStreamer element is built and tested where these are there.
 gstreamer_packages=(
   libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base

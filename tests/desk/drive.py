@@ -1,4 +1,4 @@
-"""quorvid-desk from its first start to its second: drive.py BUILD_FOLDER desk|phone HOME, called by drive.sh"""
+"""quorvid-desk from its first start to its second: drive.py BUILD_FOLDER desk|phone|touch HOME, called by drive.sh"""
 
 import glob
 import json
@@ -9,6 +9,7 @@ import sys
 import time
 
 from desk_driver import BUTTONS, MADE_UP, Desk, name_of, shot, until
+from finger import Finger
 
 LIVE = "(Live|Late)"  # late is what a machine under load may be
 
@@ -210,4 +211,37 @@ def in_the_hand(build, folder):
     desk.ended()
 
 
-{"desk": at_a_desk, "phone": in_the_hand}[sys.argv[2]](sys.argv[1], sys.argv[3])
+def with_a_finger(build, folder):
+    desk = Desk(build, folder, (360, 710))
+    finger = Finger(folder)
+
+    def middle(name, role):  # of the screen: a frame of five points is around the window
+        x, y, _ = desk.middle(desk.see(name, role))
+        return x + 5, y + 5
+
+    first_steps(desk)
+    finger.tap(middle("Truck 1", "list item"))
+    all_live(desk, 3)
+    finger.drag((180, 500), (180, 250))
+    place = middle(r"Truck 1.*3: .*", "panel")
+    finger.tap(place)
+    finger.tap(place)
+    until("one enlarged", lambda: not desk.find(r"Truck 1.*[124]: .*", "panel"))
+    desk.see(rf"Truck 1.*3: {LIVE}.*", "panel")
+    time.sleep(1)  # longer than what opens a menu
+    assert desk.windows() == [desk.window], "a menu that nobody asked for"
+    finger.drag((300, 360), (60, 365))
+    desk.see(rf"Truck 1.*4: {LIVE}.*", "panel")
+    shot("touch-next")
+    finger.drag((60, 360), (300, 365))
+    desk.see(rf"Truck 1.*3: {LIVE}.*", "panel")
+    finger.tap(middle(r"Truck 1.*3: .*", "panel"), 1)
+    until("a menu", lambda: len(desk.windows()) > 1)
+    desk.key("Escape")
+    until("no menu", lambda: desk.windows() == [desk.window])
+    desk.give_focus(desk.window)
+    desk.key("ctrl+q")
+    desk.ended()
+
+
+{"desk": at_a_desk, "phone": in_the_hand, "touch": with_a_finger}[sys.argv[2]](sys.argv[1], sys.argv[3])

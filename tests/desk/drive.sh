@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# quorvid-desk as somebody uses it, on a screen and a bus of its own: drive.sh BUILD_FOLDER desk|phone
+# quorvid-desk as somebody uses it, on a screen and a bus of its own: drive.sh BUILD_FOLDER desk|phone|touch
 #
 # With QUORVID_TEST_SCREENSHOTS=FOLDER pictures of what was seen stay there.
 set -euo pipefail
@@ -33,9 +33,20 @@ export XDG_CACHE_HOME=$work/cache GDK_BACKEND=x11 GSETTINGS_BACKEND=memory LC_AL
 mkdir -m 700 "$work/run" "$work/config"
 echo 'XDG_VIDEOS_DIR="$HOME/films"' >"$work/config/user-dirs.dirs"
 
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
+server=(Xvfb -screen 0 1280x800x24)
+if [[ "$where" == touch ]]; then
+  # Itself, and not what starts it for those who sit at the machine.
+  server=(/usr/lib/xorg/Xorg -config "$work/xorg.conf" -logfile "$work/xorg.log" -noreset -novtswitch -sharevts)
+  [[ -x "${server[0]}" ]] || missing xserver-xorg-core
+  sed "s|FOLDER|$work|" "$here/xorg-touch.conf" >"$work/xorg.conf"
+fi
+"${server[@]}" -displayfd 3 -nolisten tcp 3>"$work/display" 2>/dev/null &
 started+=($!)
 for _ in {1..300}; do [[ -s "$work/display" ]] && break; sleep 0.1; done
-[[ -s "$work/display" ]] || missing Xvfb
+if [[ ! -s "$work/display" ]]; then
+  # Not everybody may start one with devices, wherever a display is required.
+  [[ "$where" == touch ]] && unset QUORVID_TEST_REQUIRE_DISPLAY
+  missing "${server[0]}"
+fi
 export DISPLAY=:$(<"$work/display")
 dbus-run-session -- "$python" -B "$here/drive.py" "$build" "$where" "$work" 2>&1
