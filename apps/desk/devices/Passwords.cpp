@@ -100,7 +100,7 @@ void cleared(GObject*, GAsyncResult* result, gpointer) {
 
 }  // namespace
 
-void Passwords::find(const std::string& server, std::function<void(const Found&)> done) {
+void Passwords::find(const std::string& server, const std::function<void(const Found&)>& done) {
   const auto known = memory_.find(server);
   if (known != memory_.end()) return done({Store::Known, known->second, ""});
   const std::function<void(const Found&)> looked = [this, server, done](const Found& found) {

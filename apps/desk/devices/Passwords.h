@@ -24,7 +24,7 @@ class Passwords {
     std::string sentence;  // why it failed
   };
 
-  void find(const std::string& server, std::function<void(const Found&)> done);
+  void find(const std::string& server, const std::function<void(const Found&)>& done);
   // title: what the user's password store shows. done has the sentence why it isn't stored.
   void keep(const std::string& server, const std::string& title, const std::string& password,
             std::function<void(const std::string& trouble)> done);
